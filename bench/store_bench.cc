@@ -1,0 +1,88 @@
+// The settings store as it grows: look-ups, changes and commits with 100, 1,000 and 10,000 keys.
+
+#include <benchmark/benchmark.h>
+#include <stdlib.h>
+
+#include <memory>
+#include <string>
+
+#include "nvram/store.h"
+
+namespace {
+
+std::string key_of(int64_t number) {
+    return "setting_" + std::to_string(number);
+}
+
+// A store in a folder of its own, filled.
+class Filled {
+  public:
+    explicit Filled(int64_t keys) {
+        if (!mkdtemp(folder_)) abort();
+        const nvram::Places places = {.working = folder_ + std::string("/nvram"),
+                                      .factory = folder_ + std::string("/default"),
+                                      .flash = folder_ + std::string("/flash")};
+        nvram::Image factory;
+        for (int64_t i = 0; i < keys; i++) factory.set(key_of(i), "192.168.1." + std::to_string(i));
+        store_ = std::make_unique<nvram::Store>(places);
+        const std::string text = factory.text();
+        if (!store_->put_file(places.factory + ".new", places.factory, text, false)) abort();
+        if (!store_->restore_factory()) abort();
+    }
+    ~Filled() {
+        store_.reset();
+        if (system(("rm -rf " + std::string(folder_)).c_str()) != 0) abort();
+    }
+    Filled(const Filled&) = delete;
+    Filled& operator=(const Filled&) = delete;
+
+    nvram::Store& store() { return *store_; }
+
+  private:
+    char folder_[32] = "/tmp/store_bench.XXXXXX";
+    std::unique_ptr<nvram::Store> store_;
+};
+
+void get(benchmark::State& state) {
+    Filled filled(state.range(0));
+    int64_t i = 0;
+    for (auto _ : state)
+        benchmark::DoNotOptimize(filled.store().working()->get(key_of(i++ % state.range(0))));
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(get)->Arg(100)->Arg(1'000)->Arg(10'000);
+
+// What a process pays for its first look-up: the image is read and indexed.
+void first_get(benchmark::State& state) {
+    Filled filled(state.range(0));
+    for (auto _ : state) {
+        nvram::Store fresh(filled.store().places());
+        benchmark::DoNotOptimize(fresh.working()->get("setting_1"));
+    }
+    state.SetItemsProcessed(state.iterations());
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK(first_get)->Arg(100)->Arg(1'000)->Arg(10'000)->Complexity();
+
+void set(benchmark::State& state) {
+    Filled filled(state.range(0));
+    int64_t i = 0;
+    for (auto _ : state) {
+        const std::string value = std::to_string(i++);
+        if (!filled.store().change({{.key = "setting_1", .value = value}}))
+            state.SkipWithError("set failed");
+    }
+    state.SetItemsProcessed(state.iterations());
+    state.SetComplexityN(state.range(0));
+}
+BENCHMARK(set)->Arg(100)->Arg(1'000)->Arg(10'000)->Complexity();
+
+void commit(benchmark::State& state) {
+    Filled filled(state.range(0));
+    for (auto _ : state)
+        if (!filled.store().commit()) state.SkipWithError("commit failed");
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(commit)->Arg(100)->Arg(1'000)->Arg(10'000);
+
+}  // namespace

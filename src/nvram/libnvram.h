@@ -1,0 +1,39 @@
+/* The settings store's C interface: the only way by which rc reaches settings.
+ *
+ * Our own library (soname libnvram.so) is the default; a platform's own library with these six functions can take
+ * its place at run time. Settings are texts: no byte of a value is zero. A key is 1 to 127 of the characters
+ * A-Z a-z 0-9 _ - and '.'.
+ */
+#ifndef RC_LIBNVRAM_H
+#define RC_LIBNVRAM_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Fills the working copy from flash; at the first start from the factory settings. 0, or -1 when no readable
+ * settings are left anywhere. */
+int nvram_zel_load(void);
+
+/* The value of a key, or NULL when the key is not set. The text belongs to the library and lives until the next
+ * call of any of these functions. */
+char *nvram_zel_get(const char *key);
+
+/* A fresh copy of the value, the empty text when the key is not set; never NULL. The caller frees it. */
+char *nvram_zel_safe_get(const char *key);
+
+/* Changes the working copy only; every other process sees the new value at once. 0, or -1 with errno set and
+ * nothing changed. */
+int nvram_zel_set(const char *key, const char *value);
+
+/* Writes the working copy to flash. 0, or -1 with errno set and the previous settings still in flash. */
+int nvram_zel_commit(void);
+
+/* The value of one key in the image file at path, or NULL. The text belongs to the library, as for nvram_zel_get. */
+char *__nvram_get_fun(const char *key, const char *path);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,114 @@
+// nvram get, set, unset, show, commit, load and default: the verbs on the working copy and flash.
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "nvram/secret.h"
+#include "nvram/verbs.h"
+
+namespace nvram {
+
+int store_error(const Store& store, const Call& call) {
+    const int reason = errno;
+    const char* const path = store.failed_path().c_str();
+    std::fprintf(stderr, "nvram: %s: ", call.verb);
+    if (reason == ENOENT && store.failed_path() == store.places().working) {
+        std::fprintf(stderr, "there is no working copy %s: run 'nvram load' first\n", path);
+    } else if (reason == E2BIG || reason == EFBIG) {
+        std::fprintf(stderr, "%s: more than 1048576 bytes: unset what is not needed\n", path);
+    } else if (reason == EBADMSG) {
+        std::fprintf(stderr,
+                     "%s.a and .b are damaged: run 'nvram default' for the factory settings\n",
+                     path);
+    } else {
+        std::fprintf(stderr, "%s: %s\n", path, std::strerror(reason));
+    }
+    return status_error;
+}
+
+void print_entry(const char* prefix, const Entry& entry, bool show_secrets) {
+    std::string line = prefix;
+    line += entry.key;
+    line += '=';
+    if (!show_secrets && !entry.value.empty() && is_secret(entry.key)) {
+        line += "********";
+    } else {
+        append_escaped(line, entry.value);
+    }
+    std::puts(line.c_str());
+}
+
+static bool check_key(const Call& call, std::string_view key) {
+    if (valid_key(key)) return true;
+    std::fprintf(stderr, "nvram: %s: '%.*s' is no key: 1 to 127 of A-Z a-z 0-9 _ - .\n", call.verb,
+                 static_cast<int>(key.size()), key.data());
+    return false;
+}
+
+int get_verb(Store& store, const Call& call) {
+    const std::string_view key = call.words[0];
+    if (!check_key(call, key)) return status_error;
+    const Image* const image = store.working();
+    if (image == nullptr) return store_error(store, call);
+    const std::optional<std::string_view> value = image->get(key);
+    if (!value) return status_no;
+    std::puts(value->data());
+    return status_done;
+}
+
+int set_verb(Store& store, const Call& call) {
+    std::vector<Entry> changes;
+    for (const std::string_view word : call.words) {
+        const std::size_t equals = word.find('=');
+        if (equals == std::string_view::npos) {
+            std::fprintf(stderr, "nvram: set: '%s' is not KEY=VALUE\n", word.data());
+            return status_error;
+        }
+        const Entry entry{word.substr(0, equals), word.substr(equals + 1)};
+        if (!check_key(call, entry.key)) return status_error;
+        if (entry.value.size() > value_limit) {
+            std::fprintf(stderr, "nvram: set: value of %.*s is %zu bytes, the limit is 65536\n",
+                         static_cast<int>(equals), word.data(), entry.value.size());
+            return status_error;
+        }
+        changes.push_back(entry);
+    }
+    return store.change(changes) ? status_done : store_error(store, call);
+}
+
+int unset_verb(Store& store, const Call& call) {
+    std::vector<Entry> changes;
+    for (const std::string_view key : call.words) {
+        if (!check_key(call, key)) return status_error;
+        const Entry removal{key, no_value};
+        changes.push_back(removal);
+    }
+    return store.change(changes) ? status_done : store_error(store, call);
+}
+
+int show_verb(Store& store, const Call& call) {
+    const Image* const image = store.working();
+    if (image == nullptr) return store_error(store, call);
+    const std::string_view prefix = call.words.empty() ? "" : call.words[0];
+    bool any = prefix.empty();
+    for (const Entry& entry : image->entries()) {
+        if (!entry.key.starts_with(prefix)) continue;
+        print_entry("", entry, call.show_secrets);
+        any = true;
+    }
+    return any ? status_done : status_no;
+}
+
+int commit_verb(Store& store, const Call& call) {
+    return store.commit() ? status_done : store_error(store, call);
+}
+
+int load_verb(Store& store, const Call& call) {
+    return store.load() ? status_done : store_error(store, call);
+}
+
+int default_verb(Store& store, const Call& call) {
+    return store.restore_factory() ? status_done : store_error(store, call);
+}
+
+}  // namespace nvram

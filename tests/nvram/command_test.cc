@@ -1,0 +1,276 @@
+// The nvram command: every verb, its output, its messages and its status.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+
+#include "nvram/generation.h"
+#include "temporary_folder.h"
+
+namespace {
+
+struct Result {
+    int status;
+    std::string output;
+    std::string errors;
+
+    bool operator==(const Result&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Result& result) {
+    return out << "status " << result.status << "\noutput:\n"
+               << result.output << "errors:\n"
+               << result.errors;
+}
+
+class Nvram : public testing::Test {
+  protected:
+    // Runs the words as a shell line behind "nvram --root FOLDER".
+    Result run(const std::string& words, const std::string& output = "") {
+        const std::string line = std::string(NVRAM_COMMAND) + " --root " + folder.path() + " " +
+                                 words + " >" + (output.empty() ? folder / "output" : output) +
+                                 " 2>" + (folder / "errors");
+        const int status = std::system(("bash -c '" + line + "'").c_str());
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, folder.read("output"),
+                plain(folder.read("errors"))};
+    }
+
+    // The test's folder left out, so that an expectation reads as on the router.
+    std::string plain(std::string text) const {
+        for (std::size_t at = text.find(folder.path()); at != std::string::npos;
+             at = text.find(folder.path()))
+            text.erase(at, folder.path().size());
+        return text;
+    }
+
+    static Result done(const std::string& output = "") { return {0, output, ""}; }
+    static Result no(const std::string& output = "") { return {1, output, ""}; }
+    static Result error(const std::string& message) { return {2, "", "nvram: " + message + "\n"}; }
+
+    std::string working() const { return folder.read("tmp/nvram"); }
+
+    TemporaryFolder folder;
+};
+
+const std::string no_copy = "there is no working copy /tmp/nvram: run 'nvram load' first";
+
+TEST_F(Nvram, Gets) {
+    folder.write("tmp/nvram", "a=one\nempty=\nlist=x\\x01y\\\\\npppoe_password=secret\n");
+    EXPECT_EQ(run("get a"), done("one\n"));
+    EXPECT_EQ(run("get empty"), done("\n"));
+    EXPECT_EQ(run("get list"), done("x\x01y\\\n"));
+    EXPECT_EQ(run("get pppoe_password"), done("secret\n"));
+    EXPECT_EQ(run("get b"), no());
+    EXPECT_EQ(run("get \"a b\""), error("get: 'a b' is no key: 1 to 127 of A-Z a-z 0-9 _ - ."));
+    EXPECT_EQ(run("get"), error("something is missing after get (try 'nvram --help')"));
+    EXPECT_EQ(run("get a b"), error("too many words after get (try 'nvram --help')"));
+}
+
+TEST_F(Nvram, Sets) {
+    folder.write("tmp/nvram", "a=one\n");
+    EXPECT_EQ(run("set a=two"), done());
+    EXPECT_EQ(run("set b= c=x=y d=\"$(printf \"p\\\\001q\")\""), done());
+    EXPECT_EQ(working(), "a=two\nb=\nc=x=y\nd=p\\x01q\n");
+    EXPECT_EQ(run("set -- --odd=1"), done());
+    EXPECT_EQ(run("get -- --odd"), done("1\n"));
+    EXPECT_EQ(run("unset -- --odd"), done());
+
+    EXPECT_EQ(run("set"), error("something is missing after set (try 'nvram --help')"));
+    EXPECT_EQ(run("set a=three b"), error("set: 'b' is not KEY=VALUE"));
+    EXPECT_EQ(run("set a=three =1"), error("set: '' is no key: 1 to 127 of A-Z a-z 0-9 _ - ."));
+    EXPECT_EQ(run("set a=three \"b c=1\""),
+              error("set: 'b c' is no key: 1 to 127 of A-Z a-z 0-9 _ - ."));
+    EXPECT_EQ(run("set lan_x=$(head -c 70000 /dev/zero | tr \"\\\\0\" v)"),
+              error("set: value of lan_x is 70000 bytes, the limit is 65536"));
+    EXPECT_EQ(working(), "a=two\nb=\nc=x=y\nd=p\\x01q\n");
+}
+
+TEST_F(Nvram, RefusesAnImageThatIsTooLarge) {
+    std::string image;
+    for (int i = 10; i < 26; ++i)
+        image += "k" + std::to_string(i) + "=" + std::string(65000, 'v') + "\n";
+    folder.write("tmp/nvram", image);
+    EXPECT_EQ(run("set more=$(head -c 60000 /dev/zero | tr \"\\\\0\" v)"),
+              error("set: /tmp/nvram: more than 1048576 bytes: unset what is not needed"));
+    EXPECT_EQ(working(), image);
+}
+
+TEST_F(Nvram, Unsets) {
+    folder.write("tmp/nvram", "a=1\nb=2\nc=3\n");
+    EXPECT_EQ(run("unset a c"), done());
+    EXPECT_EQ(run("unset a"), done());
+    EXPECT_EQ(working(), "b=2\n");
+    EXPECT_EQ(run("unset b \"\""), error("unset: '' is no key: 1 to 127 of A-Z a-z 0-9 _ - ."));
+    EXPECT_EQ(run("unset"), error("something is missing after unset (try 'nvram --help')"));
+    EXPECT_EQ(working(), "b=2\n");
+}
+
+TEST_F(Nvram, ShowsWithoutSecrets) {
+    folder.write(
+        "tmp/nvram",
+        "b=x\\x01y\nhttp_password=secret\nmail_password=\nlan_ipaddr=1\nlan_netmask=2\na=\n");
+    EXPECT_EQ(
+        run("show"),
+        done(
+            "a=\nb=x\\x01y\nhttp_password=********\nlan_ipaddr=1\nlan_netmask=2\nmail_password=\n"));
+    EXPECT_EQ(run("show http_"), done("http_password=********\n"));
+    EXPECT_EQ(run("show --show-secrets http_"), done("http_password=secret\n"));
+    EXPECT_EQ(run("--show-secrets show http_"), done("http_password=secret\n"));
+    EXPECT_EQ(run("show lan_"), done("lan_ipaddr=1\nlan_netmask=2\n"));
+    EXPECT_EQ(run("show wan_"), no());
+    EXPECT_EQ(run("show a b"), error("too many words after show (try 'nvram --help')"));
+    folder.write("tmp/nvram", "");
+    EXPECT_EQ(run("show"), done());
+}
+
+TEST_F(Nvram, NamesTheCureWhenThereIsNoWorkingCopy) {
+    for (const char* words : {"get a", "set a=1", "unset a", "show", "commit", "export -"}) {
+        const std::string line = words;
+        EXPECT_EQ(run(line), error(line.substr(0, line.find(' ')) + ": " + no_copy));
+    }
+    folder.write("settings", "a=1\n");
+    EXPECT_EQ(run("import " + (folder / "settings")), error("import: " + no_copy));
+    EXPECT_EQ(run("import --replace " + (folder / "settings")), error("import: " + no_copy));
+    EXPECT_EQ(working(), "(none)");
+}
+
+TEST_F(Nvram, LoadsAndCommits) {
+    EXPECT_EQ(run("load"), error("load: /etc/default: No such file or directory"));
+    folder.write("etc/default", "a=factory\n");
+    EXPECT_EQ(run("load"), done());
+    EXPECT_EQ(working(), "a=factory\n");
+    EXPECT_EQ(run("set a=mine"), done());
+    EXPECT_EQ(run("commit"), done());
+    EXPECT_EQ(folder.read("flash/nvram.a"), nvram::encode({.number = 1, .image = "a=mine\n"}));
+    EXPECT_EQ(run("set a=forgotten"), done());
+    EXPECT_EQ(run("load"), done());
+    EXPECT_EQ(working(), "a=mine\n");
+
+    folder.write("flash/nvram.a", "damaged");
+    EXPECT_EQ(
+        run("load"),
+        error(
+            "load: /flash/nvram.a and .b are damaged: run 'nvram default' for the factory settings"));
+    EXPECT_EQ(run("default"), done());
+    EXPECT_EQ(working(), "a=factory\n");
+    EXPECT_EQ(folder.read("flash/nvram.a"), nvram::encode({.number = 1, .image = "a=factory\n"}));
+    for (const char* verb : {"load", "commit", "default"})
+        EXPECT_EQ(run(verb + std::string(" x")),
+                  error("too many words after " + std::string(verb) + " (try 'nvram --help')"));
+}
+
+TEST_F(Nvram, SaysWhyACommitFails) {
+    folder.write("tmp/nvram", "a=1\n");
+    folder.write("flash", "a file, not a folder");
+    EXPECT_EQ(run("commit"), error("commit: /flash/nvram.new: Not a directory"));
+    EXPECT_EQ(run("default"), error("default: /etc/default: No such file or directory"));
+}
+
+TEST_F(Nvram, Exports) {
+    const std::string settings = "a=1\nhttp_password=secret\nlist=x\\x01y\n";
+    folder.write("tmp/nvram", settings);
+    EXPECT_EQ(run("export -"), done(settings));
+    folder.write("saved", "older");
+    EXPECT_EQ(run("export " + (folder / "saved")), done());
+    EXPECT_EQ(folder.read("saved"), settings);
+    struct stat status;
+    ASSERT_EQ(stat((folder / "saved").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600U);
+    EXPECT_EQ(run("export " + (folder / "no/such")),
+              error("export: /no/such: No such file or directory"));
+    EXPECT_EQ(run("export"), error("something is missing after export (try 'nvram --help')"));
+}
+
+TEST_F(Nvram, Imports) {
+    folder.write("tmp/nvram", "a=1\nb=2\n");
+    folder.write("settings", "# mine\n\nb=3\nc=x\\x01y");
+    EXPECT_EQ(run("import " + (folder / "settings")), done());
+    EXPECT_EQ(working(), "a=1\nb=3\nc=x\\x01y\n");
+    EXPECT_EQ(run("import --replace " + (folder / "settings")), done());
+    EXPECT_EQ(working(), "b=3\nc=x\\x01y\n");
+    EXPECT_EQ(run("import - <" + (folder / "settings")), done());
+    EXPECT_EQ(run("export - | cat"), done("b=3\nc=x\\x01y\n"));
+}
+
+TEST_F(Nvram, ImportsNothingOfABadFile) {
+    folder.write("tmp/nvram", "a=1\n");
+    folder.write("settings", "a=2\nnonsense\nb c=1\nd=4\nbig=" + std::string(65537, 'v') + "\n");
+    const Result expected = {
+        2, "",
+        "nvram: import: /settings: line 2 is not KEY=VALUE\n"
+        "nvram: import: /settings: line 3 has a bad key (1 to 127 of A-Z a-z 0-9 _ - .)\n"
+        "nvram: import: /settings: line 5 has a value of more than 65536 bytes\n"
+        "nvram: import: nothing was changed\n"};
+    EXPECT_EQ(run("import " + (folder / "settings")), expected);
+    EXPECT_EQ(run("import --replace " + (folder / "settings")), expected);
+    EXPECT_EQ(run("import " + (folder / "none")),
+              error("import: /none: No such file or directory"));
+    folder.write("settings", std::string(1048577, '#'));
+    EXPECT_EQ(run("import " + (folder / "settings")), error("import: /settings: File too large"));
+    EXPECT_EQ(working(), "a=1\n");
+}
+
+TEST_F(Nvram, Diffs) {
+    folder.write("tmp/nvram", "a=1\nb=2\nhttp_password=new\nz=x\\x01y\n");
+    folder.write("etc/default", "# factory\nb=1\nhttp_password=old\nc=3\nz=x\\x01y\n");
+    EXPECT_EQ(
+        run("diff @factory @working"),
+        no("+ a=1\n- b=1\n+ b=2\n- c=3\n- http_password=********\n+ http_password=********\n"));
+    EXPECT_EQ(run("diff --show-secrets @working @factory"),
+              no("- a=1\n- b=2\n+ b=1\n+ c=3\n- http_password=new\n+ http_password=old\n"));
+    EXPECT_EQ(run("diff @working @working"), done());
+    EXPECT_EQ(run("commit"), done());
+    EXPECT_EQ(run("diff @flash @working"), done());
+    EXPECT_EQ(run("set b=22"), done());
+    EXPECT_EQ(run("diff @flash " + (folder / "tmp/nvram")), no("- b=2\n+ b=22\n"));
+    EXPECT_EQ(run("commit"), done());
+    EXPECT_EQ(run("diff " + (folder / "flash/nvram.a") + " " + (folder / "flash/nvram.b")),
+              no("- b=2\n+ b=22\n"));
+}
+
+TEST_F(Nvram, DiffNamesWhatItCannotRead) {
+    folder.write("one", "a=1\nnonsense\n");
+    folder.write("two", "a=2\n");
+    EXPECT_EQ(run("diff " + (folder / "one") + " " + (folder / "two")),
+              (Result{2, "- a=1\n+ a=2\n", "nvram: diff: /one: line 2 is not KEY=VALUE\n"}));
+    EXPECT_EQ(run("diff " + (folder / "one") + " " + (folder / "none")),
+              error("diff: /none: No such file or directory"));
+    EXPECT_EQ(run("diff @working @factory"), error("diff: " + no_copy));
+    EXPECT_EQ(run("diff @flash @factory"), error("diff: /flash/nvram: No such file or directory"));
+    EXPECT_EQ(run("diff @working"), error("something is missing after diff (try 'nvram --help')"));
+}
+
+TEST_F(Nvram, ChecksItsWords) {
+    EXPECT_EQ(run(""), error("which verb? (try 'nvram --help')"));
+    EXPECT_EQ(run("fetch a"), error("no such verb: fetch (try 'nvram --help')"));
+    EXPECT_EQ(run("--loud get a"), error("no such option: --loud (try 'nvram --help')"));
+    EXPECT_EQ(run("get --replace a"),
+              error("--replace does not belong to get (try 'nvram --help')"));
+    EXPECT_EQ(run("get --show-secrets a"),
+              error("--show-secrets does not belong to get (try 'nvram --help')"));
+    EXPECT_EQ(run("--root"), error("a folder is missing after --root (try 'nvram --help')"));
+}
+
+TEST_F(Nvram, HelpsAndNamesItsVersion) {
+    EXPECT_EQ(run("--version"), done("nvram " RC_VERSION "\n"));
+    const Result help = run("--help");
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.errors, "");
+    for (const char* word :
+         {"get KEY", "set KEY=VALUE", "unset KEY", "show ", "commit", "load", "default",
+          "export FILE|-", "import [--replace] FILE|-", "diff ", "--root DIR", "Status: 0 done"})
+        EXPECT_NE(help.output.find(word), std::string::npos) << word;
+}
+
+TEST_F(Nvram, NoticesAFullOutput) {
+    folder.write("tmp/nvram", "a=1\n");
+    folder.write("etc/default", "");
+    folder.write("output", "");
+    for (const char* words :
+         {"get a", "show", "export -", "--help", "--version", "diff @working @factory"})
+        EXPECT_EQ(run(words, "/dev/full"), error("standard output: No space left on device"))
+            << words;
+}
+
+}  // namespace

@@ -1,0 +1,278 @@
+// The store on a real file system: many processes at once, killed writers, files rewritten by other
+// programs.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <functional>
+#include <new>
+#include <random>
+#include <thread>
+
+#include "nvram/generation.h"
+#include "nvram/store.h"
+#include "temporary_folder.h"
+
+namespace {
+
+nvram::Places places_in(const TemporaryFolder& folder) {
+    return {.working = folder / "tmp/nvram",
+            .factory = folder / "etc/default",
+            .flash = folder / "flash/nvram"};
+}
+
+// Runs in a child that ends with the status the function returns.
+pid_t in_child(const std::function<int()>& run) {
+    const pid_t child = fork();
+    if (child == 0) _exit(run());
+    return child;
+}
+
+int status_of(pid_t child) {
+    int status = 0;
+    if (waitpid(child, &status, 0) != child) return -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int number(std::string_view text) {
+    int value = -1;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
+mode_t mode_of(const std::string& path) {
+    struct stat status;
+    return stat(path.c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+constexpr int writers = 8;
+constexpr int sets = 500;
+constexpr int keys = 25;
+
+std::string key_of(int writer, int key) {
+    return "w" + std::to_string(writer) + "." + std::to_string(key);
+}
+
+// Each writer goes round its own keys and sets one that all share. After each set all its keys have
+// to hold what it set last, so a set that another writer undoes is noticed before it is set again.
+int write_many(const nvram::Places& places, int writer) {
+    nvram::Store store(places);
+    std::string expected[keys];
+    for (int set = 0; set < sets; ++set) {
+        std::string& value = expected[set % keys];
+        value = std::to_string(set);
+        if (!store.change({{key_of(writer, set % keys), value}, {"shared", value}})) return 1;
+        const nvram::Image* image = store.working();
+        if (image == nullptr) return 2;
+        for (int key = 0; key < keys; ++key)
+            if (image->get(key_of(writer, key)).value_or("") != expected[key]) return 3;
+    }
+    return 0;
+}
+
+TEST(Processes, LoseNoOverlappingSet) {
+    const TemporaryFolder folder;
+    folder.write("tmp/nvram", "");
+    pid_t children[writers];
+    for (int writer = 0; writer < writers; ++writer)
+        children[writer] = in_child([&] { return write_many(places_in(folder), writer); });
+    for (const pid_t child : children) EXPECT_EQ(status_of(child), 0);
+
+    nvram::Store store(places_in(folder));
+    const nvram::Image* image = store.working();
+    ASSERT_NE(image, nullptr);
+    EXPECT_EQ(image->entries().size(), static_cast<std::size_t>(writers * keys + 1));
+    EXPECT_EQ(image->get("shared"), std::to_string(sets - 1));
+    for (int writer = 0; writer < writers; ++writer)
+        for (int key = 0; key < keys; ++key)
+            EXPECT_EQ(image->get(key_of(writer, key)), std::to_string(sets - keys + key))
+                << key_of(writer, key);
+    EXPECT_FALSE(std::filesystem::exists(folder / "tmp/nvram.new"));
+}
+
+// A reader beside a writer sees each image whole: both keys always agree.
+TEST(Processes, NeverSeeHalfAnImage) {
+    const TemporaryFolder folder;
+    folder.write("tmp/nvram", "a=0\nz=0\n");
+    const pid_t writer = in_child([&] {
+        nvram::Store store(places_in(folder));
+        for (int i = 1; i <= 2000; ++i) {
+            const std::string value(static_cast<std::size_t>(i * 7 % 5000),
+                                    static_cast<char>('a' + i % 26));
+            if (!store.change({{"a", value}, {"z", value}})) return 1;
+        }
+        return 0;
+    });
+    nvram::Store store(places_in(folder));
+    int images = 0;
+    std::string last;
+    int status = 0;
+    while (waitpid(writer, &status, WNOHANG) == 0) {
+        const nvram::Image* image = store.working();
+        ASSERT_NE(image, nullptr);
+        ASSERT_EQ(image->entries().size(), 2U);
+        ASSERT_EQ(image->get("a"), image->get("z"));
+        images += image->get("a") != last;
+        last = *image->get("a");
+    }
+    EXPECT_EQ(status, 0);
+    EXPECT_GT(images, 1);
+}
+
+// What a writer had been told was done, in memory that outlives it.
+struct Progress {
+    volatile int set = 0;
+    volatile int committed = 0;
+};
+
+Progress& shared_progress() {
+    void* memory =
+        mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) std::abort();
+    return *new (memory) Progress;
+}
+
+// Writes for ever: a counter, a value of changing length with its own check, and a commit at every
+// third round.
+[[noreturn]] void write_until_killed(const nvram::Places& places, Progress& progress, int start) {
+    nvram::Store store(places);
+    for (int i = start + 1;; ++i) {
+        const std::string count = std::to_string(i);
+        const std::string filling(static_cast<std::size_t>(i * 37 % 3000),
+                                  static_cast<char>('a' + i % 26));
+        if (!store.change({{"count", count}, {"filling", filling}, {"twin", count}})) _exit(1);
+        progress.set = i;
+        if (i % 3 != 0) continue;
+        if (!store.commit()) _exit(2);
+        progress.committed = i;
+    }
+}
+
+void expect_whole(const nvram::Image& image, int& count) {
+    EXPECT_EQ(image.entries().size(), 4U);
+    EXPECT_EQ(image.get("always"), "here");
+    EXPECT_EQ(image.get("count"), image.get("twin"));
+    count = number(image.get("count").value_or(""));
+    const std::string_view filling = image.get("filling").value_or("(unset)");
+    EXPECT_EQ(filling, std::string(static_cast<std::size_t>(count * 37 % 3000),
+                                   static_cast<char>('a' + count % 26)));
+}
+
+TEST(Processes, AreKilledWithoutHarm) {
+    const TemporaryFolder folder;
+    const nvram::Places places = places_in(folder);
+    folder.write("tmp/nvram", "always=here\ncount=0\nfilling=\ntwin=0\n");
+    nvram::Store store(places);
+    ASSERT_TRUE(store.commit());
+
+    Progress& progress = shared_progress();
+    std::mt19937 random(300);
+    int count = 0;
+    int flash_count = 0;
+    for (int round = 0; round < 300; ++round) {
+        progress.set = count;
+        const pid_t writer =
+            in_child([&]() -> int { write_until_killed(places, progress, count); });
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % 6000));
+        ASSERT_EQ(kill(writer, SIGKILL), 0);
+        int status = 0;
+        ASSERT_EQ(waitpid(writer, &status, 0), writer);
+        ASSERT_TRUE(WIFSIGNALED(status)) << status;
+
+        const nvram::Image* image = store.working();
+        ASSERT_NE(image, nullptr);
+        expect_whole(*image, count);
+        // The last set may have been done and not yet noted down.
+        ASSERT_GE(count, progress.set);
+        ASSERT_LE(count, progress.set + 1);
+
+        const std::optional<std::string> flash = store.flash_image();
+        ASSERT_TRUE(flash.has_value());
+        expect_whole(nvram::Image(*flash), flash_count);
+        ASSERT_GE(flash_count, progress.committed);
+        ASSERT_LE(flash_count, count);
+        ASSERT_EQ(flash_count % 3, 0);
+        // Both generations are good at any time: the one being written has no slot's name yet.
+        for (const char* slot : {"flash/nvram.a", "flash/nvram.b"}) {
+            const std::string text = folder.read(slot);
+            ASSERT_TRUE(text == "(none)" || nvram::decode(text).number != 0) << slot;
+        }
+        if (HasFailure()) return;
+    }
+    // The writers did get somewhere, and the lock and the temporary files they left are in nobody's
+    // way.
+    EXPECT_GT(count, 100);
+    EXPECT_GT(progress.committed, 0);
+    EXPECT_TRUE(store.change({{"count", "done"}}));
+    EXPECT_TRUE(store.commit());
+    EXPECT_TRUE(store.load());
+    EXPECT_EQ(store.working()->get("count"), "done");
+}
+
+TEST(Files, AreReadAgainAfterARewriteInPlace) {
+    const TemporaryFolder folder;
+    folder.write("tmp/nvram", "a=1\n");
+    folder.write("etc/default", "a=factory\n");
+    nvram::Store store(places_in(folder));
+    EXPECT_EQ(store.working()->get("a"), "1");
+    // The boot's "busybox cp" writes over the file that is there; so does this stream.
+    folder.write("tmp/nvram", folder.read("etc/default"));
+    EXPECT_EQ(store.working()->get("a"), "factory");
+}
+
+TEST(Files, AreReadAgainAfterARewriteOfTheSameLength) {
+    const TemporaryFolder folder;
+    folder.write("tmp/nvram", "a=1\n");
+    nvram::Store store(places_in(folder));
+    EXPECT_EQ(store.working()->get("a"), "1");
+    struct stat before;
+    struct stat after;
+    ASSERT_EQ(stat((folder / "tmp/nvram").c_str(), &before), 0);
+    do {
+        // The kernel's file times advance by ticks; the next one is soon here.
+        folder.write("tmp/nvram", "a=2\n");
+        ASSERT_EQ(stat((folder / "tmp/nvram").c_str(), &after), 0);
+    } while (after.st_mtim.tv_sec == before.st_mtim.tv_sec &&
+             after.st_mtim.tv_nsec == before.st_mtim.tv_nsec);
+    EXPECT_EQ(store.working()->get("a"), "2");
+}
+
+TEST(Files, ArePrivate) {
+    const TemporaryFolder folder;
+    folder.write("etc/default", "a=1\n");
+    const mode_t mask = umask(0);
+    nvram::Store store(places_in(folder));
+    EXPECT_TRUE(store.load());
+    EXPECT_TRUE(store.change({{"a", "2"}}));
+    EXPECT_TRUE(store.commit());
+    EXPECT_TRUE(store.commit());
+    umask(mask);
+    for (const char* name : {"tmp/nvram", "tmp/nvram.lock", "flash/nvram.a", "flash/nvram.b"})
+        EXPECT_EQ(mode_of(folder / name), 0600U) << name;
+    EXPECT_EQ(mode_of(folder / "flash"), 0700U);
+}
+
+TEST(Files, ThatAreLinksAreNotFollowedWhenWriting) {
+    const TemporaryFolder folder;
+    folder.write("tmp/nvram", "a=1\n");
+    folder.write("etc/victim", "untouched");
+    std::filesystem::create_symlink(folder / "etc/victim", folder / "tmp/nvram.new");
+    nvram::Store store(places_in(folder));
+    EXPECT_TRUE(store.change({{"a", "2"}}));
+    EXPECT_EQ(folder.read("etc/victim"), "untouched");
+    EXPECT_EQ(folder.read("tmp/nvram"), "a=2\n");
+
+    std::filesystem::remove(folder / "tmp/nvram.lock");
+    std::filesystem::create_symlink(folder / "etc/victim", folder / "tmp/nvram.lock");
+    EXPECT_FALSE(store.change({{"a", "3"}}));
+    EXPECT_EQ(errno, ELOOP);
+    EXPECT_EQ(folder.read("tmp/nvram"), "a=2\n");
+}
+
+}  // namespace

@@ -1,0 +1,309 @@
+// The store over the simulated disk: what each operation leaves, and that a failure leaves nothing
+// changed.
+#include "nvram/store.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "nvram/generation.h"
+#include "simulated_disk.h"
+
+namespace {
+
+const nvram::Places places{
+    .working = "/tmp/nvram", .factory = "/etc/default", .flash = "/flash/nvram"};
+
+std::string working() {
+    const std::string* text = disk().state.content("/tmp/nvram");
+    return text != nullptr ? *text : "(none)";
+}
+
+std::uint32_t number_in(const std::string& slot) {
+    const std::string* text = disk().state.content(slot);
+    return text != nullptr ? nvram::decode(*text).number : 0;
+}
+
+std::string value(nvram::Store& store, std::string_view key) {
+    const nvram::Image* image = store.working();
+    return image != nullptr ? std::string(image->get(key).value_or("(unset)")) : "(none)";
+}
+
+std::string generation(std::uint32_t number, std::string_view image) {
+    return nvram::encode({.number = number, .image = image});
+}
+
+TEST(Store, ReadsAnUnchangedImageOnce) {
+    SimulatedDisk::reset().state.place("/tmp/nvram", "a=1\nb=2\n");
+    nvram::Store store(places);
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(value(store, "a"), "1");
+    EXPECT_EQ(value(store, "b"), "2");
+    EXPECT_EQ(disk().reads, 1);
+
+    disk().rewrite_in_place("/tmp/nvram", "a=3\nb=2\n");
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(value(store, "a"), "3");
+    EXPECT_EQ(disk().reads, 2);
+
+    nvram::Store other(places);
+    ASSERT_TRUE(other.change({{"a", "4"}}));
+    const int reads = disk().reads;
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(value(store, "a"), "4");
+    EXPECT_EQ(disk().reads, reads + 1);
+}
+
+TEST(Store, NoticesThatTheWorkingCopyIsGone) {
+    SimulatedDisk::reset().state.place("/tmp/nvram", "a=1\n");
+    nvram::Store store(places);
+    EXPECT_EQ(value(store, "a"), "1");
+    disk().state.names.erase("/tmp/nvram");
+    EXPECT_EQ(store.working(), nullptr);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(store.failed_path(), "/tmp/nvram");
+    EXPECT_EQ(disk().open_files(), 0);
+}
+
+TEST(Store, ChangesSeveralSettingsInOneWrite) {
+    SimulatedDisk::reset().state.place("/tmp/nvram", "a=1\nb=2\nc=3\n");
+    nvram::Store store(places);
+    EXPECT_TRUE(store.change({{"b", nvram::no_value}, {"d", "x\x01y"}, {"a", ""}}));
+    EXPECT_EQ(working(), "a=\nc=3\nd=x\\x01y\n");
+    EXPECT_EQ(disk().open_files(), 0);
+    EXPECT_FALSE(disk().state.names.contains("/tmp/nvram.new"));
+}
+
+TEST(Store, TakesValuesOfItsOwnImage) {
+    SimulatedDisk::reset().state.place("/tmp/nvram", "a=first\nb=2\n");
+    nvram::Store store(places);
+    const std::string_view lent = *store.working()->get("a");
+    disk().rewrite_in_place("/tmp/nvram", "a=second\nb=2\n");
+    EXPECT_TRUE(store.change({{"b", lent}}));
+    EXPECT_EQ(working(), "a=second\nb=first\n");
+}
+
+TEST(Store, WritesNothingForTheSameValue) {
+    SimulatedDisk::reset().state.place("/tmp/nvram", "b=2\na=1\n");
+    nvram::Store store(places);
+    EXPECT_TRUE(store.change({{"a", "1"}, {"b", "2"}, {"gone", nvram::no_value}}));
+    EXPECT_EQ(working(), "b=2\na=1\n");
+}
+
+TEST(Store, RefusesWhatIsBadOrTooLarge) {
+    const std::string before = "a=1\n";
+    SimulatedDisk::reset().state.place("/tmp/nvram", before);
+    nvram::Store store(places);
+    struct Row {
+        std::string key;
+        std::size_t length;
+        int reason;
+    };
+    const Row rows[] = {{"", 1, EINVAL},
+                        {"a b", 1, EINVAL},
+                        {"a=b", 1, EINVAL},
+                        {"a\n", 1, EINVAL},
+                        {std::string(128, 'k'), 1, EINVAL},
+                        {"a", 65537, E2BIG}};
+    for (const Row& row : rows) {
+        const std::string text(row.length, 'v');
+        errno = 0;
+        // A good change beside the bad one is not carried out either.
+        EXPECT_FALSE(store.change({{"good", "1"}, {row.key, text}})) << row.key;
+        EXPECT_EQ(errno, row.reason) << row.key;
+        EXPECT_EQ(working(), before);
+    }
+    EXPECT_TRUE(store.change({{"a", std::string(65536, 'v')}}));
+}
+
+TEST(Store, RefusesAnImageOfMoreThanAMegabyte) {
+    SimulatedDisk::reset().state.place("/tmp/nvram", "");
+    nvram::Store store(places);
+    // 65,533 + "kNN=" + newline are 65,538 bytes; 15 of them and a rest fill the image to the last
+    // byte.
+    for (int i = 10; i < 25; ++i)
+        ASSERT_TRUE(store.change({{"k" + std::to_string(i), std::string(65533, 'v')}}));
+    const std::size_t room = nvram::image_limit - working().size();
+    const std::string last(room - 3, 'v');
+    ASSERT_LE(last.size(), nvram::value_limit);
+    EXPECT_FALSE(store.change({{"z", last + "v"}}));
+    EXPECT_EQ(errno, E2BIG);
+    EXPECT_EQ(working().size(), nvram::image_limit - room);
+    EXPECT_TRUE(store.change({{"z", last}}));
+    EXPECT_EQ(working().size(), nvram::image_limit);
+    EXPECT_TRUE(store.commit());
+    EXPECT_EQ(value(store, "z"), last);
+
+    // A control byte takes four bytes in the image.
+    EXPECT_FALSE(store.change({{"k10", std::string(65533, '\x01')}}));
+    EXPECT_EQ(errno, E2BIG);
+
+    disk().rewrite_in_place("/tmp/nvram", std::string(nvram::image_limit + 1, '#'));
+    EXPECT_EQ(store.working(), nullptr);
+    EXPECT_EQ(errno, EFBIG);
+}
+
+TEST(Store, MakesNoWorkingCopyByAChange) {
+    SimulatedDisk::reset().state.place("/etc/default", "a=1\n");
+    nvram::Store store(places);
+    EXPECT_FALSE(store.change({{"a", "2"}}));
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(store.replace({{"a", "2"}}));
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_FALSE(store.commit());
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(working(), "(none)");
+    EXPECT_FALSE(disk().state.folders.contains("/flash"));
+}
+
+TEST(Store, Replaces) {
+    SimulatedDisk::reset().state.place("/tmp/nvram", "a=1\nb=2\n");
+    nvram::Store store(places);
+    EXPECT_TRUE(store.replace({{"c", "3"}}));
+    EXPECT_EQ(working(), "c=3\n");
+}
+
+TEST(Store, CommitsToTheTwoSlotsInTurn) {
+    SimulatedDisk::reset().state.place("/tmp/nvram", "a=1\n");
+    nvram::Store store(places);
+    EXPECT_TRUE(store.commit());
+    EXPECT_EQ(*disk().state.content("/flash/nvram.a"), generation(1, "a=1\n"));
+    EXPECT_EQ(disk().state.content("/flash/nvram.b"), nullptr);
+
+    EXPECT_TRUE(store.change({{"a", "2"}}));
+    EXPECT_TRUE(store.commit());
+    EXPECT_EQ(*disk().state.content("/flash/nvram.a"), generation(1, "a=1\n"));
+    EXPECT_EQ(*disk().state.content("/flash/nvram.b"), generation(2, "a=2\n"));
+
+    EXPECT_TRUE(store.commit());
+    EXPECT_EQ(number_in("/flash/nvram.a"), 3U);
+    EXPECT_EQ(number_in("/flash/nvram.b"), 2U);
+    EXPECT_FALSE(disk().state.names.contains("/flash/nvram.new"));
+    EXPECT_EQ(disk().open_files(), 0);
+}
+
+TEST(Store, CommitsOverADamagedGeneration) {
+    SimulatedDisk& simulated = SimulatedDisk::reset();
+    simulated.state.place("/tmp/nvram", "a=new\n");
+    simulated.state.place("/flash/nvram.a", generation(5, "a=5\n"));
+    simulated.state.place("/flash/nvram.b", generation(6, "a=6\n") + "x");
+    nvram::Store store(places);
+    EXPECT_TRUE(store.commit());
+    EXPECT_EQ(number_in("/flash/nvram.a"), 5U);
+    EXPECT_EQ(*disk().state.content("/flash/nvram.b"), generation(6, "a=new\n"));
+}
+
+TEST(Store, LoadsTheNewestUndamagedGeneration) {
+    const std::string damaged = generation(9, "a=9\n") + "x";
+    struct Row {
+        std::string a, b, factory, loaded;  // "-": no such file
+        int reason;
+    };
+    const Row rows[] = {
+        {"-", "-", "f=1\n# c\ne=1\n", "e=1\nf=1\n", 0},
+        {generation(1, "a=1\n"), "-", "f=1\n", "a=1\n", 0},
+        {"-", generation(1, "a=1\n"), "f=1\n", "a=1\n", 0},
+        {generation(1, "a=1\n"), generation(2, "a=2\n"), "f=1\n", "a=2\n", 0},
+        {generation(3, "a=3\n"), generation(2, "a=2\n"), "f=1\n", "a=3\n", 0},
+        {generation(10, "a=10\n"), generation(9, "a=9\n"), "-", "a=10\n", 0},
+        {damaged, generation(2, "a=2\n"), "f=1\n", "a=2\n", 0},
+        {generation(2, "a=2\n"), damaged, "f=1\n", "a=2\n", 0},
+        {generation(2, ""), "-", "f=1\n", "", 0},
+        {damaged, damaged, "f=1\n", "(none)", EBADMSG},
+        {damaged, "-", "f=1\n", "(none)", EBADMSG},
+        {"-", "", "f=1\n", "(none)", EBADMSG},
+        {std::string(nvram::image_limit * 2, 'x'), "-", "f=1\n", "(none)", EBADMSG},
+        {"-", "-", "-", "(none)", ENOENT},
+    };
+    for (const Row& row : rows) {
+        SimulatedDisk& simulated = SimulatedDisk::reset();
+        if (row.a != "-") simulated.state.place("/flash/nvram.a", row.a);
+        if (row.b != "-") simulated.state.place("/flash/nvram.b", row.b);
+        if (row.factory != "-") simulated.state.place("/etc/default", row.factory);
+        nvram::Store store(places);
+        errno = 0;
+        const bool loaded = store.load();
+        const int reason = errno;
+        EXPECT_EQ(loaded, row.reason == 0) << row.loaded;
+        if (!loaded) {
+            EXPECT_EQ(reason, row.reason);
+        }
+        EXPECT_EQ(working(), row.loaded);
+        EXPECT_EQ(disk().open_files(), 0);
+    }
+}
+
+TEST(Store, AFailedLoadKeepsTheWorkingCopy) {
+    SimulatedDisk& simulated = SimulatedDisk::reset();
+    simulated.state.place("/tmp/nvram", "a=1\n");
+    simulated.state.place("/flash/nvram.a", "damaged");
+    nvram::Store store(places);
+    EXPECT_FALSE(store.load());
+    EXPECT_EQ(working(), "a=1\n");
+}
+
+TEST(Store, RestoresTheFactorySettings) {
+    SimulatedDisk& simulated = SimulatedDisk::reset();
+    simulated.state.place("/tmp/nvram", "a=1\n");
+    simulated.state.place("/etc/default", "f=1\n");
+    simulated.state.place("/flash/nvram.a", "damaged");
+    simulated.state.place("/flash/nvram.b", "damaged");
+    nvram::Store store(places);
+    EXPECT_TRUE(store.restore_factory());
+    EXPECT_EQ(working(), "f=1\n");
+    EXPECT_EQ(*disk().state.content("/flash/nvram.a"), generation(1, "f=1\n"));
+}
+
+TEST(Store, RestoresTheFactorySettingsThoughFlashFails) {
+    SimulatedDisk& simulated = SimulatedDisk::reset();
+    simulated.state.place("/etc/default", "f=1\n");
+    nvram::Store store(nvram::Places{
+        .working = "/tmp/nvram", .factory = "/etc/default", .flash = "/no/such/nvram"});
+    EXPECT_FALSE(store.restore_factory());
+    EXPECT_EQ(working(), "f=1\n");
+}
+
+// Runs an operation once for each call it makes, that call failing; then everything has to be as
+// before, or, when the store could do without the call, as after.
+template <typename Operation>
+void fail_each_call(const DiskState& start, int needed_calls, const Operation& operation) {
+    int failures = 0;
+    for (int call = 1;; ++call) {
+        SimulatedDisk& simulated = SimulatedDisk::reset();
+        simulated.state = start;
+        simulated.fail_at = call;
+        simulated.fail_with = ENOSPC;
+        {
+            nvram::Store store(places);
+            const bool succeeded = operation(store);
+            if (simulated.operations < call) {
+                EXPECT_TRUE(succeeded);
+                break;
+            }
+            if (!succeeded) {
+                ++failures;
+                EXPECT_EQ(working(), *start.content("/tmp/nvram")) << call;
+                EXPECT_FALSE(store.failed_path().empty()) << call;
+            }
+        }
+        EXPECT_EQ(simulated.open_files(), 0) << call;
+        EXPECT_FALSE(simulated.state.names.contains("/tmp/nvram.new")) << call;
+        EXPECT_FALSE(simulated.state.names.contains("/flash/nvram.new")) << call;
+        EXPECT_TRUE(number_in("/flash/nvram.a") == 1 || number_in("/flash/nvram.b") == 2) << call;
+    }
+    EXPECT_EQ(failures, needed_calls);
+}
+
+TEST(Store, LeavesEverythingAsItWasWhenACallFails) {
+    SimulatedDisk::reset();
+    DiskState start;
+    start.place("/tmp/nvram", "a=1\n");
+    start.place("/etc/default", "a=factory\n");
+    start.place("/flash/nvram.a", generation(1, "a=1\n"));
+    start.place("/flash/nvram.b", generation(2, "a=2\n"));
+    // Lock, open and read the working copy; create, write, rename.
+    fail_each_call(start, 6, [](nvram::Store& store) { return store.change({{"a", "new"}}); });
+    // The same with a sync before the rename and one of the folder after it.
+    fail_each_call(start, 8, [](nvram::Store& store) { return store.commit(); });
+    // Lock; a generation that cannot be read leaves the other one; create, write, rename.
+    fail_each_call(start, 4, [](nvram::Store& store) { return store.load(); });
+}
+
+}  // namespace
