@@ -1,0 +1,42 @@
+// The two application tables: what a name on the command line starts, stops and creates.
+
+#include "core/apps.h"
+
+#include <span>
+#include <string_view>
+
+#include "lan/lan.h"
+
+// The order of the rows is the order in which a whole group is started, stopped or created.
+
+constexpr rc_app rc_apps[] = {
+    {.name = "lan", .start = start_lan, .stop = nullptr, .create = nullptr},
+    {.name = "httpd", .start = start_httpd, .stop = stop_httpd, .create = create_httpd_cfg},
+    {.name = "dhcpd",
+     .start = start_dhcp_server,
+     .stop = stop_dhcp_server,
+     .create = create_dhcp_server_cfg},
+    {},
+};
+
+constexpr rc_app rc_services[] = {
+    {},
+};
+
+namespace {
+
+constexpr bool well_formed(std::span<const rc_app> list) {
+    if (list.back().name) return false;
+    list = list.first(list.size() - 1);
+    for (size_t i = 0; i < list.size(); i++) {
+        if (!list[i].name || !*list[i].name) return false;
+        for (size_t k = 0; k < i; k++)
+            if (std::string_view(list[i].name) == list[k].name) return false;
+    }
+    return true;
+}
+
+static_assert(well_formed(rc_apps), "a list ends with an empty row and names nothing twice");
+static_assert(well_formed(rc_services), "a list ends with an empty row and names nothing twice");
+
+}  // namespace

@@ -1,0 +1,95 @@
+// Running commands, printing messages, tracing: the helpers that every service uses.
+
+#include "core/command.h"
+
+#include <arpa/inet.h>
+#include <stdarg.h>
+
+#include "core/file.h"
+#include "core/platform.h"
+#include "core/text.h"
+
+int SYSTEM(const char* text, ...) {
+    char line[command_limit + 1];
+    va_list arguments;
+    va_start(arguments, text);
+    vsnprintf(line, sizeof line, text, arguments);
+    va_end(arguments);
+    platform::run_shell(line);
+    platform::sleep_microseconds(1);
+    return 0;
+}
+
+int SYSTEM_collapsed(const std::string& line) {
+    return SYSTEM("%s", percent_collapsed(line).c_str());
+}
+
+int myPipe(const char* command, std::optional<std::string>& output) {
+    output.emplace();
+    FILE* stream = platform::open_pipe(command);
+    if (!stream) return 0;
+
+    char piece[4096];
+    while (fgets(piece, sizeof piece, stream)) {
+        const std::string_view read = piece;
+        if (output->size() + read.size() > pipe_limit) {
+            output.reset();
+            platform::close_pipe(stream);
+            return 0;
+        }
+        output->append(read);
+    }
+    return platform::close_pipe(stream);
+}
+
+std::optional<std::string> getIPAddress(const char* ifname) {
+    in_addr address = {};
+    switch (platform::interface_address(ifname, address)) {
+        case platform::AddressQuery::NoSocket:
+            platform::print_error("socket creating failed");
+            return std::nullopt;
+        case platform::AddressQuery::NoAddress:
+            return std::nullopt;
+        case platform::AddressQuery::Found:
+            break;
+    }
+    char quad[INET_ADDRSTRLEN];
+    return inet_ntop(AF_INET, &address, quad, sizeof quad);
+}
+
+void print(const char* text, ...) {
+    va_list arguments;
+    va_start(arguments, text);
+    vfprintf(platform::standard_output(), text, arguments);
+    va_end(arguments);
+}
+
+void print_line(const char* text) {
+    print("%s\n", text);
+}
+
+void console_trace(FILE* stream, const char* file, int line, const char* function, const char* text,
+                   ...) {
+    if (!stream) stream = platform::open_file("/dev/console", "a+");
+    if (!stream) return;
+
+    fprintf(stream, "=%s(%d):%s=| ", file, line, function);
+    va_list arguments;
+    va_start(arguments, text);
+    vfprintf(stream, text, arguments);
+    va_end(arguments);
+    if (stream != platform::standard_output()) fclose(stream);
+}
+
+void DEBUG(const char* text, ...) {
+    FILE* stream = platform::open_file("/tmp/qostest", "a+");
+    if (!stream) return;
+
+    va_list arguments;
+    va_start(arguments, text);
+    vfprintf(stream, text, arguments);
+    va_end(arguments);
+    fputc('\n', stream);
+    fflush(stream);
+    fclose(stream);
+}

@@ -1,0 +1,43 @@
+// An open file, closed when its owner goes.
+
+#include "core/file.h"
+
+#include <stdarg.h>
+
+#include "core/platform.h"
+#include "core/text.h"
+
+File open_file(const char* path, const char* mode) {
+    return File(platform::open_file(path, mode));
+}
+
+void File::print(const char* text, ...) {
+    va_list arguments;
+    va_start(arguments, text);
+    vfprintf(stream_.get(), text, arguments);
+    va_end(arguments);
+}
+
+void File::write(std::span<const unsigned char> bytes) {
+    fwrite(bytes.data(), 1, bytes.size(), stream_.get());
+}
+
+bool File::read_line(std::span<char> line) {
+    return fgets(line.data(), static_cast<int>(line.size()), stream_.get()) != nullptr;
+}
+
+size_t File::read(std::span<unsigned char> bytes) {
+    return fread(bytes.data(), 1, bytes.size(), stream_.get());
+}
+
+bool File::seek(long offset) {
+    return fseek(stream_.get(), offset, SEEK_SET) == 0;
+}
+
+std::optional<long long> File::read_number() {
+    // A number in a marker or PID file stands in its first bytes; one with more blanks before it is
+    // damaged.
+    unsigned char start[64] = {};
+    read(std::span(start).first(sizeof start - 1));
+    return scan_number(reinterpret_cast<const char*>(start));
+}

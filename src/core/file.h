@@ -1,0 +1,42 @@
+// An open file, closed when its owner goes.
+#ifndef RC_CORE_FILE_H
+#define RC_CORE_FILE_H
+
+#include <stddef.h>
+#include <stdio.h>
+
+#include <memory>
+#include <optional>
+#include <span>
+
+class File {
+  public:
+    explicit File(FILE* stream) : stream_(stream) {}
+    explicit operator bool() const { return stream_ != nullptr; }
+
+    // Writing. Errors are not reported: a full disk leaves a short file, as it does for the shell's
+    // echo.
+    [[gnu::format(printf, 2, 3)]] void print(const char* text, ...);
+    void write(std::span<const unsigned char> bytes);
+
+    // One line with its newline, at most line.size() - 1 bytes, as fgets(3) reads it. False at the
+    // end.
+    bool read_line(std::span<char> line);
+    // Reads up to bytes.size() bytes; returns how many there were.
+    size_t read(std::span<unsigned char> bytes);
+    // Goes to an offset from the start.
+    bool seek(long offset);
+    // The decimal number at the start of the file, past blanks; nothing when there is none.
+    std::optional<long long> read_number();
+
+  private:
+    struct Close {
+        void operator()(FILE* stream) const { fclose(stream); }
+    };
+    std::unique_ptr<FILE, Close> stream_;
+};
+
+// Opens a file as fopen(3) does; an unopened one is false.
+File open_file(const char* path, const char* mode);
+
+#endif

@@ -1,0 +1,41 @@
+// Settings: a value fetched from the store, as its owner reads it.
+#ifndef RC_CORE_NVRAM_H
+#define RC_CORE_NVRAM_H
+
+#include <memory>
+#include <string_view>
+
+// The value of one setting. Never absent: what is not set reads as the empty text. Owns the text.
+class Setting {
+  public:
+    explicit Setting(char* owned);
+
+    const char* text() const { return text_ ? text_.get() : ""; }
+    std::string_view view() const { return text(); }
+    bool empty() const { return *text() == '\0'; }
+
+    // Flags are "1" and "0"; only the first character counts.
+    bool on() const { return *text() == '1'; }
+    bool off() const { return *text() == '0'; }
+    bool is(std::string_view whole) const { return view() == whole; }
+    bool contains(std::string_view part) const { return view().find(part) != view().npos; }
+    // As atoi(3), within the range of int.
+    int number() const;
+
+  private:
+    struct Release {
+        void operator()(char* text) const;
+    };
+    std::unique_ptr<char, Release> text_;
+};
+
+// A setting that may be unset.
+Setting nvram_text(const char* key);
+
+// A setting that always exists on a working router. Should it be missing after all, it is empty.
+Setting nvram_existing(const char* key);
+
+// One key of an image file, empty when it is not there.
+Setting nvram_image_text(const char* key, const char* path);
+
+#endif

@@ -1,0 +1,55 @@
+// The machine, behind one header. Everything that rc does to the router or learns from it goes
+// through these functions. platform_linux.cc carries them out; the workstation's planner links an
+// in-memory router in its place. Settings are the other way out, behind nvram/libnvram.h.
+#ifndef RC_CORE_PLATFORM_H
+#define RC_CORE_PLATFORM_H
+
+#include <netinet/in.h>
+#include <stdio.h>
+
+namespace platform {
+
+// Processes and the shell.
+
+// Runs a line with /bin/sh -c and waits for it. Standard output is flushed first, so that a log
+// shows messages and commands in order. Returns the wait status, as system(3) does.
+int run_shell(const char* line);
+
+// Runs a line with /bin/sh -c; the stream reads what it prints. Null with errno when it cannot be
+// started. close_pipe waits for its end and returns the wait status.
+FILE* open_pipe(const char* line);
+int close_pipe(FILE* stream);
+
+int own_pid();
+void send_signal(int pid, int signal);
+void set_environment(const char* name, const char* value);
+
+// Files. Modes are those of fopen(3); null with errno when the file cannot be opened. The caller
+// closes the stream with fclose(3).
+FILE* open_file(const char* path, const char* mode);
+bool file_exists(const char* path);
+void remove_file(const char* path);
+
+// Standard output, and a message on standard error followed by the text of errno, as perror(3)
+// gives it.
+FILE* standard_output();
+void print_error(const char* what);
+
+// Pauses.
+void sleep_seconds(unsigned seconds);
+void sleep_microseconds(unsigned microseconds);
+
+// The IPv4 address of an interface (SIOCGIFADDR on a raw socket, netdevice(7)). NoSocket leaves
+// errno set.
+enum class AddressQuery { Found, NoAddress, NoSocket };
+AddressQuery interface_address(const char* name, in_addr& address);
+
+// A character device's requests (ioctl(2)). open_device returns a handle, or -1 with errno;
+// device_request 0 or more, or -1 with errno.
+int open_device(const char* path);
+int device_request(int device, unsigned long request, const void* argument, size_t size);
+void close_device(int device);
+
+}  // namespace platform
+
+#endif

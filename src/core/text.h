@@ -1,0 +1,43 @@
+// Text: composing, numbers as the settings hold them, lists.
+#ifndef RC_CORE_TEXT_H
+#define RC_CORE_TEXT_H
+
+#include <stdarg.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+// The text that printf would print, as long as it is.
+[[gnu::format(printf, 1, 2)]] std::string format(const char* text, ...);
+[[gnu::format(printf, 1, 0)]] std::string format_list(const char* text, va_list arguments);
+
+// The text as printf prints it when it stands as its own format: "%%" becomes "%", every other "%"
+// is itself.
+std::string percent_collapsed(std::string_view text);
+
+// The decimal number at the start of a text, as atoi(3) reads it: 0 when there is none. Held within
+// the range of int.
+int leading_int(const char* text);
+
+// The decimal number that scanf's "%ld" would read at the start of a text; nothing when there is
+// none or when it is beyond long long.
+std::optional<long long> scan_number(const char* text);
+
+// Copies src up to, not including, the first delimiter or its end. An absent src gives the empty
+// text.
+void strccpy(std::string& dest, const char* src, char delimiter);
+
+// Takes the text before the next delimiter off the front of rest; the delimiter goes with it.
+std::string_view take_field(std::string_view& rest, char delimiter);
+
+// The start of a text, at most limit bytes of it.
+inline std::string_view cut(std::string_view text, size_t limit) {
+    return text.substr(0, limit);
+}
+
+inline bool contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
+
+#endif

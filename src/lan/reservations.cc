@@ -1,0 +1,82 @@
+// Address reservations: carries "pcdb_list" into the lease file before the DHCP server reads it.
+
+#include "core/file.h"
+#include "core/nvram.h"
+#include "core/platform.h"
+#include "lan/leases.h"
+
+namespace {
+
+Octets address_setting(const Setting& setting) {
+    return parse_address(setting.text()).value_or(Octets{});
+}
+
+// Records up to the first partial one, no more than the capacity.
+std::vector<Lease> read_leases(File& file) {
+    std::vector<Lease> leases;
+    std::array<unsigned char, lease_size> record;
+    while (leases.size() < lease_capacity && file.read(record) == lease_size)
+        leases.push_back(decode_lease(record));
+    return leases;
+}
+
+bool same_network(const Octets& a, const Octets& b) {
+    return a[0] == b[0] && a[1] == b[1] && a[2] == b[2];
+}
+
+}  // namespace
+
+void change_lease() {
+    const Octets lan = address_setting(nvram_existing("lan_ipaddr"));
+    {
+        File file = open_file(lease_file, "r+");
+        if (file) {
+            std::array<unsigned char, lease_size> record;
+            if (file.read(record) != lease_size) return;
+            const Lease first = decode_lease(record);
+            if (first.address == Octets{} || same_network(first.address, lan)) return;
+        }
+    }
+    open_file(lease_file, "w");
+}
+
+void dhcp_write_leases(std::string_view entry) {
+    const std::optional<Reservation> reservation = parse_reservation(entry);
+    if (!reservation) return;
+
+    // Only the last octets are compared.
+    const Octets start = address_setting(nvram_text("dhcp_start_ip"));
+    const Octets end = address_setting(nvram_text("dhcp_end_ip"));
+    const unsigned char host = reservation->address[3];
+    if (host > end[3] || host < start[3]) return;
+
+    search_leases(reservation->hostname, reservation->hardware, reservation->address);
+}
+
+int search_leases(std::string_view hostname, const HardwareAddress& hardware,
+                  const Octets& address) {
+    const Octets lan = address_setting(nvram_text("lan_ipaddr"));
+    // A reservation keeps its other octets, even when the LAN has moved to another network.
+    Octets entered = address;
+    entered[0] = lan[0];
+    // A zero address would end the server's list.
+    if (entered == Octets{}) return 0;
+
+    std::vector<Lease> leases;
+    {
+        File file = open_file(lease_file, "r+");
+        if (!file) {
+            platform::print_error("fopen r+");
+            return -1;
+        }
+        leases = read_leases(file);
+    }
+    File file = open_file(lease_file, "w");
+    if (!file) {
+        platform::print_error("fopen w");
+        return -1;
+    }
+    for (const Lease& lease : enter_reservation(leases, hostname, hardware, entered, lan))
+        file.write(encode_lease(lease));
+    return 0;
+}

@@ -1,0 +1,297 @@
+// The recording platform: the machine of core/platform.h as an in-memory router.
+
+#include "plan/recording.h"
+
+#include <arpa/inet.h>
+#include <errno.h>
+#include <limits.h>
+#include <linux/mii.h>
+#include <string.h>
+
+#include "core/platform.h"
+#include "core/rc.h"
+#include "core/text.h"
+
+namespace {
+
+constexpr int deepest_nesting = 8;
+
+Recording* current = nullptr;
+
+// An open file of the router behind a stdio stream.
+struct Stream {
+    std::string path;
+    std::string mode;
+    std::shared_ptr<std::string> content;
+    std::string before;
+    size_t offset = 0;
+
+    bool appends() const { return mode.starts_with('a'); }
+    bool updates() const { return contains(mode, "+"); }
+};
+
+ssize_t read_stream(void* cookie, char* buffer, size_t size) {
+    auto* stream = static_cast<Stream*>(cookie);
+    if (stream->offset >= stream->content->size()) return 0;
+    const size_t count = stream->content->copy(buffer, size, stream->offset);
+    stream->offset += count;
+    return static_cast<ssize_t>(count);
+}
+
+ssize_t write_stream(void* cookie, const char* buffer, size_t size) {
+    auto* stream = static_cast<Stream*>(cookie);
+    std::string& content = *stream->content;
+    if (stream->appends()) stream->offset = content.size();
+    if (content.size() < stream->offset + size) content.resize(stream->offset + size);
+    content.replace(stream->offset, size, buffer, size);
+    stream->offset += size;
+    return static_cast<ssize_t>(size);
+}
+
+int seek_stream(void* cookie, off64_t* offset, int whence) {
+    auto* stream = static_cast<Stream*>(cookie);
+    off64_t base = 0;
+    if (whence == SEEK_CUR) base = static_cast<off64_t>(stream->offset);
+    if (whence == SEEK_END) base = static_cast<off64_t>(stream->content->size());
+    if (base + *offset < 0) {
+        errno = EINVAL;
+        return -1;
+    }
+    *offset += base;
+    stream->offset = static_cast<size_t>(*offset);
+    return 0;
+}
+
+int close_stream(void* cookie) {
+    const std::unique_ptr<Stream> stream(static_cast<Stream*>(cookie));
+    Transcript& transcript = recording().transcript;
+    const std::string& content = *stream->content;
+    if (stream->appends()) {
+        if (content.size() > stream->before.size())
+            transcript.add_with_body("append", stream->path, content.substr(stream->before.size()));
+    } else if (stream->mode.starts_with('w') || (stream->updates() && content != stream->before)) {
+        transcript.add_with_body("write", stream->path, content);
+    }
+    return 0;
+}
+
+ssize_t write_output(void*, const char* buffer, size_t size) {
+    recording().transcript.print({buffer, size});
+    return static_cast<ssize_t>(size);
+}
+
+std::string uptime_text(long long microseconds) {
+    const long long seconds = microseconds / 1'000'000;
+    const long long hundredths = microseconds / 10'000 % 100;
+    return format("%lld.%02lld %lld.%02lld\n", seconds, hundredths, seconds, hundredths);
+}
+
+// What opening finds there, or null with errno.
+std::shared_ptr<std::string> find_content(World& world, const std::string& path, bool make) {
+    const auto found = world.files.find(path);
+    if (found != world.files.end()) return found->second;
+    if (std::optional<std::string> generated = file_content(world, path))
+        return std::make_shared<std::string>(std::move(*generated));
+    if (!make) {
+        errno = ENOENT;
+        return nullptr;
+    }
+    return world.files[path] = std::make_shared<std::string>();
+}
+
+void run_nested(const std::vector<std::string>& words) {
+    Recording& played = recording();
+    if (played.transcript.depth >= deepest_nesting) {
+        played.transcript.add("note", "nested too deeply, not followed");
+        return;
+    }
+    const int outer_pid = played.world.pid;
+    const auto outer_environment = played.world.environment;
+    played.transcript.depth++;
+    played.world.pid = played.next_pid++;
+    play(played, words);
+    played.world.pid = outer_pid;
+    played.world.environment = outer_environment;
+    played.transcript.depth--;
+}
+
+}  // namespace
+
+Recording& recording() {
+    return *current;
+}
+
+Playing::Playing(Recording& played) : before_(current) {
+    current = &played;
+    if (played.next_pid == 0) played.next_pid = played.world.pid + 1;
+}
+
+Playing::~Playing() {
+    current = before_;
+}
+
+int play(Recording& played, const std::vector<std::string>& words) {
+    const Playing playing(played);
+    std::vector<std::string> arguments = words;
+    std::vector<char*> argv;
+    argv.reserve(arguments.size() + 1);
+    for (std::string& word : arguments) argv.push_back(word.data());
+    argv.push_back(nullptr);
+    // The kernel hands on the low eight bits.
+    const int status = rc_main(static_cast<int>(words.size()), argv.data()) & 0xff;
+    played.transcript.add("exit", std::to_string(status));
+    return status;
+}
+
+std::optional<std::string> file_content(const World& world, const std::string& path) {
+    if (const std::string* stated = world.get(path)) return *stated;
+    if (path == "/proc/uptime") return uptime_text(world.uptime_microseconds);
+    return std::nullopt;
+}
+
+bool path_fits(const std::string& path) {
+    if (path.size() >= PATH_MAX) return false;
+    std::string_view rest = path;
+    while (!rest.empty())
+        if (take_field(rest, '/').size() > NAME_MAX) return false;
+    return true;
+}
+
+namespace platform {
+
+int run_shell(const char* line) {
+    Recording& played = recording();
+    played.transcript.add("run", line);
+    apply_file_effects(played.world, line);
+    const std::vector<std::string> nested = nested_words(line);
+    if (!nested.empty()) run_nested(nested);
+    return 0;
+}
+
+FILE* open_pipe(const char* line) {
+    Recording& played = recording();
+    played.transcript.add("pipe", line);
+    if (played.world.denied.contains({line, "pipe"})) {
+        errno = EMFILE;
+        return nullptr;
+    }
+    const auto found = played.world.outputs.find(line);
+    auto* stream = new Stream{.path = line, .mode = "r", .content = {}, .before = {}};
+    stream->content =
+        std::make_shared<std::string>(found == played.world.outputs.end() ? "" : found->second);
+    stream->before = *stream->content;
+    return fopencookie(stream, "r", {read_stream, nullptr, nullptr, close_stream});
+}
+
+int close_pipe(FILE* stream) {
+    fclose(stream);
+    return 0;
+}
+
+int own_pid() {
+    return recording().world.pid;
+}
+
+void send_signal(int pid, int signal) {
+    recording().transcript.add("signal", format("%d to %d", signal, pid));
+}
+
+void set_environment(const char* name, const char* value) {
+    Recording& played = recording();
+    const auto [slot, is_new] = played.world.environment.try_emplace(name, value);
+    if (!is_new && slot->second == value) return;
+    slot->second = value;
+    played.transcript.add("environment", format("%s=%s", name, value));
+}
+
+FILE* open_file(const char* path, const char* mode) {
+    World& world = recording().world;
+    const std::string plain_mode = mode[0] == 'r' ? mode : std::string(1, mode[0]);
+    if (world.denied.contains({path, plain_mode})) {
+        errno = EACCES;
+        return nullptr;
+    }
+    if (!path_fits(path)) {
+        errno = ENAMETOOLONG;
+        return nullptr;
+    }
+    std::shared_ptr<std::string> content = find_content(world, path, mode[0] != 'r');
+    if (!content) return nullptr;
+    if (mode[0] == 'w') content->clear();
+    auto* stream = new Stream{.path = path, .mode = mode, .content = content, .before = *content};
+    return fopencookie(stream, mode, {read_stream, write_stream, seek_stream, close_stream});
+}
+
+bool file_exists(const char* path) {
+    return path_fits(path) && file_content(recording().world, path);
+}
+
+void remove_file(const char* path) {
+    Recording& played = recording();
+    played.transcript.add("remove", path);
+    played.world.files.erase(path);
+}
+
+FILE* standard_output() {
+    static FILE* output = [] {
+        FILE* stream = fopencookie(nullptr, "w", {nullptr, write_output, nullptr, nullptr});
+        setvbuf(stream, nullptr, _IONBF, 0);
+        return stream;
+    }();
+    return output;
+}
+
+void print_error(const char* what) {
+    recording().transcript.add("error", format("%s: %s", what, strerror(errno)));
+}
+
+void sleep_seconds(unsigned seconds) {
+    Recording& played = recording();
+    played.world.uptime_microseconds += seconds * 1'000'000LL;
+    played.transcript.add("pause", format("%u s", seconds));
+}
+
+void sleep_microseconds(unsigned microseconds) {
+    Recording& played = recording();
+    played.world.uptime_microseconds += microseconds;
+    if (microseconds >= 1000)
+        played.transcript.add("pause", format("%u us", microseconds));
+    else
+        played.yields++;
+}
+
+AddressQuery interface_address(const char* name, in_addr& address) {
+    const World& world = recording().world;
+    if (world.denied.contains({name, "socket"})) {
+        errno = EPERM;
+        return AddressQuery::NoSocket;
+    }
+    const auto found = world.interfaces.find(name);
+    if (found == world.interfaces.end() || !found->second) return AddressQuery::NoAddress;
+    return inet_aton(found->second->c_str(), &address) ? AddressQuery::Found
+                                                       : AddressQuery::NoAddress;
+}
+
+int open_device(const char* path) {
+    Recording& played = recording();
+    if (!played.world.get(path)) {
+        errno = ENOENT;
+        return -1;
+    }
+    played.device_path = path;
+    return 3;
+}
+
+int device_request(int, unsigned long request, const void* argument, size_t size) {
+    Recording& played = recording();
+    mii_ioctl_data registers = {};
+    memcpy(&registers, argument, std::min(size, sizeof registers));
+    played.transcript.add("device", format("%s %lu %u %u %u", played.device_path.c_str(), request,
+                                           registers.phy_id, registers.reg_num, registers.val_in));
+    errno = played.device_error;
+    return played.device_error ? -1 : 0;
+}
+
+void close_device(int) {}
+
+}  // namespace platform

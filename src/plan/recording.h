@@ -1,0 +1,58 @@
+// The recording platform: core/platform.h and nvram/libnvram.h over a World, with a transcript of
+// all that is done.
+#ifndef RC_PLAN_RECORDING_H
+#define RC_PLAN_RECORDING_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "plan/transcript.h"
+#include "plan/world.h"
+
+struct Recording {
+    World world;
+    Transcript transcript;
+    // Yields are too short to be shown; they are counted.
+    int yields = 0;
+    // The pids that nested runs get.
+    int next_pid = 0;
+    // The device that was opened last; rc works on one at a time.
+    std::string device_path;
+    // Why the next request to a device fails, as errno; 0 when it works.
+    int device_error = 0;
+};
+
+// The recording that the platform works on; there is always one.
+Recording& recording();
+
+// Makes a recording the one that the platform works on, as long as this lives.
+class Playing {
+  public:
+    explicit Playing(Recording& played);
+    ~Playing();
+    Playing(const Playing&) = delete;
+    Playing& operator=(const Playing&) = delete;
+
+  private:
+    Recording* before_;
+};
+
+// Plays rc with these words (argv[0] first) and records its end. Returns the exit status.
+int play(Recording& played, const std::vector<std::string>& words);
+
+// What a file of the router holds. /proc/uptime follows the clock unless the world states it.
+std::optional<std::string> file_content(const World& world, const std::string& path);
+
+// The effect on files of a shell line whose result later steps read: echo with a redirection, cp,
+// rm. Lines that are more than that have none.
+void apply_file_effects(World& world, const std::string& line);
+
+// The words of a nested "/usr/sbin/rc ..." line, redirections and "&" left out; empty for any other
+// line.
+std::vector<std::string> nested_words(const std::string& line);
+
+// A name that the file system takes.
+bool path_fits(const std::string& path);
+
+#endif

@@ -1,0 +1,158 @@
+// The transcript of a run and its text form.
+
+#include "plan/transcript.h"
+
+#include <ctype.h>
+#include <stdio.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::string_view hex_digits = "0123456789abcdef";
+
+std::string indent(int depth) {
+    return std::string(static_cast<size_t>(depth) * 4, ' ');
+}
+
+void append_hex(std::string& out, char byte) {
+    const auto value = static_cast<unsigned char>(byte);
+    out += hex_digits[value >> 4];
+    out += hex_digits[value & 15];
+}
+
+// Each line of a text, and whether it ends in a newline, which only the last one may lack.
+template <class Use>
+void for_each_line(std::string_view text, Use use) {
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        use(text.substr(0, end), end != std::string_view::npos);
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    }
+}
+
+std::string entry(int depth, std::string_view verb, std::string_view text) {
+    std::string line = indent(depth) + std::string(verb);
+    if (!text.empty()) {
+        line.resize(std::max(line.size() + 1, indent(depth).size() + 7), ' ');
+        line += escape_line(text);
+    }
+    return line + "\n";
+}
+
+std::string hex_body(int depth, std::string_view body) {
+    std::string out;
+    for (size_t at = 0; at < body.size(); at += 8) {
+        out += indent(depth) + "     x";
+        for (const char byte : body.substr(at, 8)) {
+            out += ' ';
+            append_hex(out, byte);
+        }
+        out += '\n';
+    }
+    return out;
+}
+
+std::string body_lines(int depth, std::string_view body) {
+    if (body.find('\0') != std::string_view::npos) return hex_body(depth, body);
+    std::string out;
+    for_each_line(body, [&](std::string_view line, bool ended) {
+        out += indent(depth) + (ended ? "     |" : "     \\");
+        out += (line.empty() ? "" : " " + escape_line(line)) + "\n";
+    });
+    return out;
+}
+
+std::string printed_lines(const Event& event) {
+    std::string out;
+    for_each_line(event.body, [&](std::string_view line, bool ended) {
+        out += entry(event.depth, ended ? "print" : "begin", line);
+    });
+    return out;
+}
+
+}  // namespace
+
+void Transcript::add(std::string_view verb, std::string_view text) {
+    events_.push_back(
+        {.verb = std::string(verb), .text = std::string(text), .body = {}, .depth = depth});
+}
+
+void Transcript::add_with_body(std::string_view verb, std::string_view text,
+                               std::string_view body) {
+    events_.push_back({.verb = std::string(verb),
+                       .text = std::string(text),
+                       .body = std::string(body),
+                       .has_body = true,
+                       .depth = depth});
+}
+
+void Transcript::print(std::string_view output) {
+    if (output.empty()) return;
+    if (events_.empty() || events_.back().verb != "print" || events_.back().depth != depth)
+        add("print", "");
+    events_.back().body += output;
+}
+
+std::string Transcript::text() const {
+    std::string out;
+    for (const Event& event : events_) {
+        if (event.verb == "print") {
+            out += printed_lines(event);
+            continue;
+        }
+        out += entry(event.depth, event.verb, event.text);
+        if (event.has_body) out += body_lines(event.depth, event.body);
+    }
+    return out;
+}
+
+std::string escape_line(std::string_view line) {
+    std::string out;
+    for (size_t i = 0; i < line.size(); i++) {
+        const char c = line[i];
+        if (c == '\\') {
+            out += "\\\\";
+        } else if (c == '\t') {
+            out += "\\t";
+        } else if (c == '\n') {
+            out += "\\n";
+        } else if (c == ' ' && i + 1 == line.size()) {
+            out += "\\s";
+        } else if (c < 0x20 || c > 0x7e) {
+            out += "\\x";
+            append_hex(out, c);
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
+std::string unescape_line(std::string_view line) {
+    std::string out;
+    for (size_t i = 0; i < line.size(); i++) {
+        const std::string_view rest = line.substr(i);
+        if (rest.starts_with("\\\\")) {
+            out += '\\', i += 1;
+        } else if (rest.starts_with("\\t")) {
+            out += '\t', i += 1;
+        } else if (rest.starts_with("\\n")) {
+            out += '\n', i += 1;
+        } else if (rest.starts_with("\\s")) {
+            out += ' ', i += 1;
+        } else if (rest.size() >= 4 && rest.starts_with("\\x") &&
+                   isxdigit(static_cast<unsigned char>(rest[2])) &&
+                   isxdigit(static_cast<unsigned char>(rest[3]))) {
+            const auto value = [](char digit) {
+                return hex_digits.find(
+                    static_cast<char>(tolower(static_cast<unsigned char>(digit))));
+            };
+            out += static_cast<char>(value(rest[2]) << 4 | value(rest[3]));
+            i += 3;
+        } else {
+            out += line[i];
+        }
+    }
+    return out;
+}

@@ -1,0 +1,41 @@
+// The transcript of a run: everything rc did, in order, and the text form in which cases and plans
+// show it.
+#ifndef RC_PLAN_TRANSCRIPT_H
+#define RC_PLAN_TRANSCRIPT_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct Event {
+    std::string verb;
+    std::string text;
+    std::string body;
+    bool has_body = false;
+    int depth = 0;  // nested runs of rc
+};
+
+class Transcript {
+  public:
+    // The depth that the following events get.
+    int depth = 0;
+
+    void add(std::string_view verb, std::string_view text);
+    void add_with_body(std::string_view verb, std::string_view text, std::string_view body);
+    // Standard output: joined with output that came directly before.
+    void print(std::string_view output);
+
+    const std::vector<Event>& events() const { return events_; }
+    // The form that docs/cases.md describes.
+    std::string text() const;
+
+  private:
+    std::vector<Event> events_;
+};
+
+// Escapes as in cases: one line of text, the newline not included.
+std::string escape_line(std::string_view line);
+// Reverses escape_line; an unknown escape is kept as it stands.
+std::string unescape_line(std::string_view line);
+
+#endif

@@ -1,0 +1,40 @@
+// The router that a plan or a case plays on: what rc can learn from it and change in it.
+#ifndef RC_PLAN_WORLD_H
+#define RC_PLAN_WORLD_H
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+
+inline constexpr const char* working_copy = "/tmp/nvram";
+inline constexpr const char* factory_image = "/etc/default";
+inline constexpr const char* flash_image = "/flash/nvram";
+
+struct World {
+    // Contents by path. Settings live here too: the working copy, the factory image and the flash's
+    // generation are text images. Shared, so that an open file outlives its removal.
+    std::map<std::string, std::shared_ptr<std::string>> files;
+    // Paths that cannot be opened in a mode; also shell lines that cannot be started ("pipe") and
+    // interfaces that no socket can be had for ("socket").
+    std::set<std::pair<std::string, std::string>> denied;
+    // What a shell line prints when it is read through a pipe.
+    std::map<std::string, std::string> outputs;
+    std::map<std::string, std::string> environment = {{"PATH", "/bin:/sbin:/usr/sbin:/usr/bin"}};
+    // Interfaces and their dotted quads, if they have one.
+    std::map<std::string, std::optional<std::string>> interfaces;
+    long long uptime_microseconds = 3600'000'000;
+    int pid = 1000;
+
+    void put(const std::string& path, std::string content) {
+        files[path] = std::make_shared<std::string>(std::move(content));
+    }
+    const std::string* get(const std::string& path) const {
+        const auto found = files.find(path);
+        return found == files.end() ? nullptr : found->second.get();
+    }
+};
+
+#endif

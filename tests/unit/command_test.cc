@@ -1,0 +1,165 @@
+// The helpers for running commands, printing and tracing, over the recording platform.
+
+#include "core/command.h"
+
+#include <gtest/gtest.h>
+
+#include "core/file.h"
+#include "core/platform.h"
+#include "plan/recording.h"
+
+namespace {
+
+class CommandTest : public testing::Test {
+  protected:
+    Recording played_;
+    Playing playing_{played_};
+
+    std::string transcript() const { return played_.transcript.text(); }
+};
+
+TEST_F(CommandTest, SystemRunsTheComposedLineAndYieldsOnce) {
+    EXPECT_EQ(SYSTEM("/sbin/ifconfig %s mtu %d", "eth2.2", 1492), 0);
+    EXPECT_EQ(transcript(), "run    /sbin/ifconfig eth2.2 mtu 1492\n");
+    EXPECT_EQ(played_.yields, 1);
+}
+
+TEST_F(CommandTest, SystemCutsAt4095Characters) {
+    EXPECT_EQ(SYSTEM("%s", std::string(5000, 'x').c_str()), 0);
+    EXPECT_EQ(transcript(), "run    " + std::string(4095, 'x') + "\n");
+}
+
+TEST_F(CommandTest, ALineOfExactlyTheLimitIsWhole) {
+    SYSTEM("%s", std::string(4095, 'x').c_str());
+    EXPECT_EQ(transcript(), "run    " + std::string(4095, 'x') + "\n");
+}
+
+TEST_F(CommandTest, ALineThatIsItsOwnFormatReadsNoArguments) {
+    EXPECT_EQ(SYSTEM_collapsed("echo 50%% %s %n %d"), 0);
+    EXPECT_EQ(transcript(), "run    echo 50% %s %n %d\n");
+    EXPECT_EQ(played_.yields, 1);
+}
+
+TEST_F(CommandTest, ALineThatIsItsOwnFormatIsCutAfterCollapsing) {
+    SYSTEM_collapsed(std::string(8190, '%') + "tail");
+    EXPECT_EQ(transcript(), "run    " + std::string(4095, '%') + "\n");
+}
+
+TEST_F(CommandTest, PipeCollectsAllThatIsPrinted) {
+    const std::string printed = "first\n\n" + std::string(9000, 'x') + "\nlast without newline";
+    played_.world.outputs["/bin/ps -ax"] = printed;
+    std::optional<std::string> output;
+    EXPECT_EQ(myPipe("/bin/ps -ax", output), 0);
+    EXPECT_EQ(output, printed);
+    EXPECT_EQ(transcript(), "pipe   /bin/ps -ax\n");
+}
+
+TEST_F(CommandTest, PipeThatPrintsNothingIsEmptyNotAbsent) {
+    std::optional<std::string> output;
+    EXPECT_EQ(myPipe("true", output), 0);
+    EXPECT_EQ(output, "");
+}
+
+TEST_F(CommandTest, PipeThatCannotBeStartedIsEmpty) {
+    played_.world.denied.insert({"true", "pipe"});
+    std::optional<std::string> output = "old";
+    EXPECT_EQ(myPipe("true", output), 0);
+    EXPECT_EQ(output, "");
+}
+
+TEST_F(CommandTest, PipeThatPrintsWithoutEndIsAbsent) {
+    played_.world.outputs["yes"] = std::string(pipe_limit + 1, 'y');
+    std::optional<std::string> output;
+    EXPECT_EQ(myPipe("yes", output), 0);
+    EXPECT_EQ(output, std::nullopt);
+
+    played_.world.outputs["yes"] = std::string(pipe_limit, 'y');
+    myPipe("yes", output);
+    ASSERT_TRUE(output);
+    EXPECT_EQ(output->size(), pipe_limit);
+}
+
+TEST_F(CommandTest, AnInterfaceHasItsAddressOrNone) {
+    played_.world.interfaces["br0"] = "192.168.1.1";
+    played_.world.interfaces["eth2.2"] = std::nullopt;
+    EXPECT_EQ(getIPAddress("br0"), "192.168.1.1");
+    EXPECT_EQ(getIPAddress("eth2.2"), std::nullopt);
+    EXPECT_EQ(getIPAddress("ppp0"), std::nullopt);
+    EXPECT_EQ(transcript(), "");
+}
+
+TEST_F(CommandTest, WithoutASocketThereIsAMessageAndNoAddress) {
+    played_.world.interfaces["br0"] = "192.168.1.1";
+    played_.world.denied.insert({"br0", "socket"});
+    EXPECT_EQ(getIPAddress("br0"), std::nullopt);
+    EXPECT_EQ(transcript(), "error  socket creating failed: Operation not permitted\n");
+}
+
+TEST_F(CommandTest, MessagesAreNotFormats) {
+    print("%s", "50% %n");
+    print_line(" done %s");
+    EXPECT_EQ(transcript(), "print  50% %n done %s\n");
+}
+
+TEST_F(CommandTest, TraceGoesToTheConsoleWithItsPlace) {
+    console_trace(nullptr, "qos.c", 12, "start_qos", "rate %d", 7);
+    EXPECT_EQ(transcript(),
+              "append /dev/console\n"
+              "     \\ =qos.c(12):start_qos=| rate 7\n");
+}
+
+TEST_F(CommandTest, TraceReturnsQuietlyWithoutAConsole) {
+    played_.world.denied.insert({"/dev/console", "a"});
+    console_trace(nullptr, "qos.c", 12, "start_qos", "x");
+    EXPECT_EQ(transcript(), "");
+}
+
+TEST_F(CommandTest, TraceClosesAStreamOfItsCaller) {
+    console_trace(platform::open_file("/tmp/log", "w"), "a.c", 1, "f", "x\n");
+    EXPECT_EQ(transcript(),
+              "write  /tmp/log\n"
+              "     | =a.c(1):f=| x\n");
+}
+
+TEST_F(CommandTest, TraceLeavesStandardOutputOpen) {
+    console_trace(platform::standard_output(), "a.c", 1, "f", "x\n");
+    print("still there\n");
+    EXPECT_EQ(transcript(),
+              "print  =a.c(1):f=| x\n"
+              "print  still there\n");
+}
+
+TEST_F(CommandTest, DebugAppendsOneLineACall) {
+    DEBUG("class %d", 20);
+    DEBUG("%s", "");
+    EXPECT_EQ(transcript(),
+              "append /tmp/qostest\n"
+              "     | class 20\n"
+              "append /tmp/qostest\n"
+              "     |\n");
+    EXPECT_EQ(*played_.world.get("/tmp/qostest"), "class 20\n\n");
+}
+
+TEST_F(CommandTest, DebugIsSilentWhenItsFileCannotBeOpened) {
+    played_.world.denied.insert({"/tmp/qostest", "a"});
+    DEBUG("x");
+    EXPECT_EQ(transcript(), "");
+}
+
+TEST_F(CommandTest, TracePointsDoNothing) {
+    debug_show("dst %d", 1);
+    EXPECT_EQ(transcript(), "");
+    EXPECT_EQ(played_.yields, 0);
+}
+
+TEST_F(CommandTest, ANumberStandsAtTheStartOfAFile) {
+    played_.world.put("/number", "  42 rest");
+    played_.world.put("/text", "/proc/uptime\n");
+    played_.world.put("/empty", "");
+    EXPECT_EQ(open_file("/number", "r").read_number(), 42);
+    EXPECT_EQ(open_file("/text", "r").read_number(), std::nullopt);
+    EXPECT_EQ(open_file("/empty", "r").read_number(), std::nullopt);
+    EXPECT_FALSE(open_file("/missing", "r"));
+}
+
+}  // namespace

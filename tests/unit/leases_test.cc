@@ -1,0 +1,147 @@
+// The lease file's records, byte for byte, and what a reservation does to a list of them.
+
+#include "lan/leases.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr HardwareAddress pc1 = {0x00, 0x11, 0x22, 0xaa, 0xbb, 0xcc};
+constexpr HardwareAddress pc2 = {0x00, 0x11, 0x22, 0xaa, 0xbb, 0xdd};
+constexpr Octets lan = {192, 168, 1, 1};
+constexpr Octets at20 = {192, 168, 1, 20};
+constexpr Octets at21 = {192, 168, 1, 21};
+
+Lease lease(const HardwareAddress& hardware, const Octets& address, uint32_t seconds) {
+    return {.hardware = hardware, .address = address, .seconds = seconds, .hostname = {}};
+}
+
+std::string name_of(const Lease& record) {
+    return record.hostname.data();
+}
+
+TEST(Leases, ARecordByteForByte) {
+    Lease record = lease(pc1, at20, reservation_seconds);
+    std::ranges::copy(std::string_view("pc1"), record.hostname.begin());
+    const std::array<unsigned char, lease_size> expected = {
+        0x00, 0x11, 0x22, 0xaa, 0xbb, 0xcc, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // hardware
+        192,  168,  1,    20,                                              // address
+        0x01, 0xe1, 0x33, 0x80,                                            // seconds
+        'p',  'c',  '1',  0,    0,    0,    0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // name
+    };
+    EXPECT_EQ(encode_lease(record), expected);
+    EXPECT_EQ(encode_lease(decode_lease(expected)), expected);
+    EXPECT_EQ(decode_lease(expected).seconds, 31536000u);
+}
+
+TEST(Leases, TimesAreBigEndian) {
+    const auto bytes = encode_lease(lease(pc1, at20, 0xfedcba98));
+    EXPECT_EQ(bytes[20], 0xfe);
+    EXPECT_EQ(bytes[21], 0xdc);
+    EXPECT_EQ(bytes[22], 0xba);
+    EXPECT_EQ(bytes[23], 0x98);
+    EXPECT_EQ(decode_lease(bytes).seconds, 0xfedcba98);
+}
+
+TEST(Leases, ADamagedNameSurvivesAsItIs) {
+    std::array<unsigned char, lease_size> bytes;
+    bytes.fill(0xff);
+    EXPECT_EQ(encode_lease(decode_lease(bytes)), bytes);
+}
+
+TEST(Leases, ReservationsThatCount) {
+    const auto parsed = parse_reservation("pc1;192.168.1.20;00:11:22:aa:bb:cc");
+    ASSERT_TRUE(parsed);
+    EXPECT_EQ(parsed->hostname, "pc1");
+    EXPECT_EQ(parsed->address, at20);
+    EXPECT_EQ(parsed->hardware, pc1);
+
+    EXPECT_EQ(parse_reservation(";192.168.1.20;00:11:22:aa:bb:cc")->hostname, "");
+    EXPECT_EQ(parse_reservation("a;192.168.1.20;001122AABBCC")->hardware, pc1);
+    EXPECT_EQ(parse_reservation("a;192.168.1.20;0:0:1:1:2:2:a:a:b:b:c:c")->hardware, pc1);
+    EXPECT_EQ(parse_reservation("a;192.168.1.20;00:11:22:aa:bb:cc:99")->hardware, pc1);
+    EXPECT_EQ(parse_reservation("a;192.168.1.20;00:11:22:aa:bb:cc;more")->hardware, pc1);
+}
+
+TEST(Leases, ReservationsThatDoNot) {
+    for (const char* entry : {
+             "",
+             ";",
+             ";;",
+             "pc1",
+             "pc1;192.168.1.20",
+             "pc1;;00:11:22:aa:bb:cc",
+             "pc1;192.168.1.999;00:11:22:aa:bb:cc",
+             "pc1;host;00:11:22:aa:bb:cc",
+             "pc1;192.168.1.20;",
+             "pc1;192.168.1.20;00:11:22:aa:bb:c",
+             "pc1;192.168.1.20;00-11-22-aa-bb-cc",
+             "pc1;192.168.1.20;00:11:22:aa:bb:cg",
+             "pc1;192.168.1.20;00:11:22:aa:bb",
+         })
+        EXPECT_FALSE(parse_reservation(entry)) << entry;
+}
+
+TEST(Leases, ANewClientIsAppended) {
+    const std::vector<Lease> before = {lease(pc2, at21, 100)};
+    const auto after = enter_reservation(before, "pc1", pc1, at20, lan);
+    ASSERT_EQ(after.size(), 2u);
+    EXPECT_EQ(after[0].seconds, 100u);
+    EXPECT_EQ(after[1].hardware, pc1);
+    EXPECT_EQ(after[1].address, at20);
+    EXPECT_EQ(after[1].seconds, reservation_seconds);
+    EXPECT_EQ(name_of(after[1]), "pc1");
+}
+
+TEST(Leases, AKnownClientIsChangedInPlaceAndKeepsItsName) {
+    std::vector<Lease> before = {lease(pc1, at21, 5), lease(pc2, {192, 168, 1, 30}, 7)};
+    std::ranges::copy(std::string_view("old"), before[0].hostname.begin());
+    const auto after = enter_reservation(before, "new", pc1, at20, lan);
+    ASSERT_EQ(after.size(), 2u);
+    EXPECT_EQ(after[0].address, at20);
+    EXPECT_EQ(after[0].seconds, reservation_seconds);
+    EXPECT_EQ(name_of(after[0]), "old");
+    EXPECT_EQ(after[1].seconds, 7u);
+}
+
+TEST(Leases, WhoeverHoldsTheAddressExpires) {
+    const std::vector<Lease> before = {lease(pc2, at20, 100), lease({1}, lan, 100)};
+    const auto after = enter_reservation(before, "pc1", pc1, at20, lan);
+    ASSERT_EQ(after.size(), 3u);
+    EXPECT_EQ(after[0].seconds, 0u);
+    EXPECT_EQ(after[0].address, at20);
+    EXPECT_EQ(after[1].seconds, 0u);
+}
+
+TEST(Leases, TheClientThatHoldsItsOwnAddressKeepsIt) {
+    const auto after = enter_reservation(std::vector{lease(pc1, at20, 3)}, "pc1", pc1, at20, lan);
+    ASSERT_EQ(after.size(), 1u);
+    EXPECT_EQ(after[0].seconds, reservation_seconds);
+}
+
+TEST(Leases, AZeroAddressEndsTheList) {
+    const std::vector<Lease> before = {lease(pc2, at21, 9), lease(pc1, {}, 9), lease(pc1, at20, 9)};
+    const auto after = enter_reservation(before, "pc1", pc1, at20, lan);
+    ASSERT_EQ(after.size(), 2u);
+    EXPECT_EQ(after[0].hardware, pc2);
+    EXPECT_EQ(after[1].hardware, pc1);
+    EXPECT_EQ(after[1].seconds, reservation_seconds);
+}
+
+TEST(Leases, NamesAreCutAtFifteenCharacters) {
+    const auto after = enter_reservation({}, "a-host-name-that-is-long", pc1, at20, lan);
+    ASSERT_EQ(after.size(), 1u);
+    EXPECT_EQ(name_of(after[0]), "a-host-name-tha");
+    EXPECT_EQ(after[0].hostname[15], '\0');
+}
+
+TEST(Leases, AddressesConvertOrNot) {
+    EXPECT_EQ(parse_address("192.168.1.20"), at20);
+    EXPECT_FALSE(parse_address(""));
+    EXPECT_FALSE(parse_address("192.168.1.256"));
+    EXPECT_FALSE(parse_address("router"));
+}
+
+}  // namespace

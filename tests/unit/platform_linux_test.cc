@@ -1,0 +1,175 @@
+// The platform on a real system, as far as a test may touch it.
+
+#include <arpa/inet.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "core/command.h"
+#include "core/platform.h"
+#include "core/run_markers.h"
+
+namespace {
+
+class PlatformTest : public testing::Test {
+  protected:
+    PlatformTest() { EXPECT_TRUE(mkdtemp(folder_)); }
+    ~PlatformTest() override { platform::run_shell(("rm -rf " + std::string(folder_)).c_str()); }
+
+    std::string path(const char* name) const { return std::string(folder_) + "/" + name; }
+    static std::string content(const std::string& file) {
+        std::ifstream stream(file);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+  private:
+    char folder_[32] = "/tmp/platform_test.XXXXXX";
+};
+
+TEST_F(PlatformTest, TheShellRunsTheLineAndIsWaitedFor) {
+    const int status = platform::run_shell(("exit 3 > " + path("made")).c_str());
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 3);
+    EXPECT_TRUE(platform::file_exists(path("made").c_str()));
+}
+
+TEST_F(PlatformTest, MessagesStandBeforeTheOutputOfTheCommandsThatFollow) {
+    const std::string log = path("log");
+    const pid_t child = fork();
+    if (child == 0) {
+        if (!freopen(log.c_str(), "w", stdout)) _exit(1);
+        print("first ");
+        platform::run_shell("echo second");
+        print("third ");
+        FILE* stream = platform::open_pipe("echo fourth >&2");
+        platform::close_pipe(stream);
+        fflush(stdout);
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(content(log), "first second\nthird ");
+}
+
+TEST_F(PlatformTest, APipeIsReadAndWaitedFor) {
+    std::optional<std::string> output;
+    EXPECT_EQ(WEXITSTATUS(myPipe("echo one; echo two; exit 4", output)), 4);
+    EXPECT_EQ(output, "one\ntwo\n");
+    myPipe("true", output);
+    EXPECT_EQ(output, "");
+}
+
+TEST_F(PlatformTest, APipeWithoutEndIsCutOff) {
+    std::optional<std::string> output;
+    EXPECT_EQ(myPipe("yes 2>/dev/null", output), 0);
+    EXPECT_EQ(output, std::nullopt);
+}
+
+TEST_F(PlatformTest, FilesComeAndGo) {
+    const std::string file = path("file");
+    EXPECT_FALSE(platform::file_exists(file.c_str()));
+    FILE* stream = platform::open_file(file.c_str(), "w");
+    ASSERT_TRUE(stream);
+    fputs("text", stream);
+    fclose(stream);
+    EXPECT_TRUE(platform::file_exists(file.c_str()));
+    EXPECT_EQ(content(file), "text");
+    platform::remove_file(file.c_str());
+    EXPECT_FALSE(platform::file_exists(file.c_str()));
+    platform::remove_file(file.c_str());
+    errno = 0;
+    EXPECT_FALSE(platform::open_file(path("no/file").c_str(), "w"));
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(PlatformTest, TheEnvironmentReachesTheShell) {
+    platform::set_environment("RC_TEST", "old");
+    platform::set_environment("RC_TEST", "new value");
+    platform::run_shell(("echo \"$RC_TEST\" > " + path("value")).c_str());
+    EXPECT_EQ(content(path("value")), "new value\n");
+}
+
+TEST_F(PlatformTest, PausesPass) {
+    timespec before = {};
+    timespec after = {};
+    clock_gettime(CLOCK_MONOTONIC, &before);
+    platform::sleep_seconds(1);
+    platform::sleep_microseconds(1);
+    clock_gettime(CLOCK_MONOTONIC, &after);
+    const long long passed =
+        (after.tv_sec - before.tv_sec) * 1'000'000'000LL + (after.tv_nsec - before.tv_nsec);
+    EXPECT_GE(passed, 1'000'001'000LL);
+}
+
+TEST_F(PlatformTest, LoopbackHasItsAddress) {
+    in_addr address = {};
+    const auto answer = platform::interface_address("lo", address);
+    if (answer == platform::AddressQuery::NoSocket)
+        GTEST_SKIP() << "raw sockets are not permitted here";
+    if (answer == platform::AddressQuery::NoAddress) GTEST_SKIP() << "lo has no address here";
+    EXPECT_EQ(ntohl(address.s_addr), 0x7f000001u);
+    EXPECT_EQ(getIPAddress("lo"), "127.0.0.1");
+}
+
+TEST_F(PlatformTest, NamesLongerThanTheKernelsFindNoAddress) {
+    in_addr address = {};
+    if (platform::interface_address("lo", address) == platform::AddressQuery::NoSocket)
+        GTEST_SKIP() << "raw sockets are not permitted here";
+    EXPECT_EQ(platform::interface_address("no-such", address), platform::AddressQuery::NoAddress);
+    EXPECT_EQ(platform::interface_address(std::string(15, 'x').c_str(), address),
+              platform::AddressQuery::NoAddress);
+    EXPECT_EQ(platform::interface_address(std::string(16, 'x').c_str(), address),
+              platform::AddressQuery::NoAddress);
+    EXPECT_EQ(platform::interface_address(std::string(5000, 'x').c_str(), address),
+              platform::AddressQuery::NoAddress);
+    EXPECT_EQ(platform::interface_address("", address), platform::AddressQuery::NoAddress);
+}
+
+TEST_F(PlatformTest, DevicesThatAreNotThere) {
+    EXPECT_EQ(platform::open_device(path("none").c_str()), -1);
+    EXPECT_EQ(errno, ENOENT);
+    const int device = platform::open_device("/dev/null");
+    ASSERT_GE(device, 0);
+    EXPECT_EQ(platform::device_request(device, 5, "", 0), -1);
+    platform::close_device(device);
+    EXPECT_EQ(fcntl(device, F_GETFD), -1);
+}
+
+// A process that waits for a signal; its end is told by the status that is returned.
+pid_t start_sleeper() {
+    const pid_t child = fork();
+    if (child == 0) {
+        for (;;) pause();
+    }
+    return child;
+}
+
+TEST_F(PlatformTest, AnOlderRunIsEndedAndReplaced) {
+    const pid_t older = start_sleeper();
+    const std::string pid_file = path("my_pid");
+    std::ofstream(pid_file) << older;
+
+    replace_older_run(pid_file.c_str());
+    int status = 0;
+    waitpid(older, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGTERM);
+    EXPECT_EQ(content(pid_file), std::to_string(getpid()));
+}
+
+TEST_F(PlatformTest, ItsOwnIdIsNoOlderRun) {
+    const std::string pid_file = path("my_pid");
+    std::ofstream(pid_file) << getpid();
+    replace_older_run(pid_file.c_str());
+    EXPECT_EQ(content(pid_file), std::to_string(getpid()));
+}
+
+}  // namespace
