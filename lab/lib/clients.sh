@@ -1,0 +1,42 @@
+# The computers on the LAN: their DHCP client and their browser.
+# shellcheck shell=bash
+
+# on_pc NAME COMMAND...: print the command, then run it in the computer's namespace.
+on_pc() {
+    local name=$1
+    shift
+    printf '%s$ %s\n' "$name" "$(display "$@")"
+    in_net "$name" "$@" 9>&-
+}
+
+# ask_lease NAME: a fresh DHCP client asks for an address and ends; lease_of then tells what it got.
+ask_lease() {
+    local lease=$world/lease.$1
+    rm -f "$lease"
+    install -m 755 "$lab/clients/dhcp_event" "$world/dhcp_event"
+    LEASE_FILE=$lease on_pc "$1" busybox udhcpc -i eth0 -f -q -n -t 5 -T 1 -x "hostname:$1" \
+        -s "$world/dhcp_event" 2>&1 | sed '1!s/^/      | /'
+}
+
+# lease_of NAME FIELD
+lease_of() {
+    sed -n "s/^$2 //p" "$world/lease.$1" 2>/dev/null
+}
+
+# browse NAME [CURL_OPTION...] URL: leaves the answer's status in http_status, its headers and body in $world/answer.
+browse() {
+    local name=$1
+    shift
+    printf '%s$ curl %s\n' "$name" "$(display "$@")"
+    rm -f "$world/answer"
+    http_status=$(in_net "$name" curl -s -m 3 -i -o "$world/answer" -w '%{http_code}' "$@" 9>&-)
+}
+
+# answers NAME URL: any answer will do.
+answers() {
+    in_net "$1" curl -s -m 1 -o /dev/null "$2" 9>&-
+}
+
+answer_line() {
+    grep -i -m 1 "$1" "$world/answer" | tr -d '\r'
+}

@@ -1,0 +1,49 @@
+# What the checks ask of the router.
+# shellcheck shell=bash
+
+running() {
+    router pidof "$1"
+}
+
+not_running() {
+    ! router pidof "$1"
+}
+
+in_file() {
+    grep -q "$1" "$root$2"
+}
+
+setting() {
+    router nvram get "$1"
+}
+
+lan_address() {
+    router ip -4 addr show dev br0 | sed -nE 's/.*inet ([^ ]+) .*/\1/p'
+}
+
+mac_of() {
+    router ip link show dev "$1" | sed -nE 's,.*link/ether ([^ ]+) .*,\1,p'
+}
+
+# The address that the router's lease file, in its own 40-byte records, holds for a MAC address.
+lease_record() {
+    local record
+    record=$(router xxd -p -c 40 /var/udhcpd.leases | grep "^${1//:/}") || return 1
+    printf '%d.%d.%d.%d' "0x${record:32:2}" "0x${record:34:2}" "0x${record:36:2}" "0x${record:38:2}"
+}
+
+# leased PC...: whether each of the computers has a record with the address that it was given.
+leased() {
+    local pc
+    for pc; do
+        [ "$(lease_record "${pc_mac[$pc]}")" = "$(lease_of "$pc" address)" ] || return 1
+    done
+}
+
+bridge_ports() {
+    in_net router ip -o link show master br0 | sed -E 's/^[0-9]+: ([^@:]+).*/\1/' | xargs
+}
+
+default_route() {
+    router ip route | sed -nE 's/^default via ([^ ]+) dev ([^ ]+).*/\1 \2/p'
+}

@@ -1,0 +1,132 @@
+# The router: its root file system, its flash, and switching it on and off.
+# shellcheck shell=bash
+#
+# $world/root is a RAM disk made anew at each power-on from lab/root, programs.txt and the programs under test;
+# $world/flash and $world/mtd0 are what a power cut leaves.
+
+root=$world/root
+router_pid=
+
+# The board's factory data.
+board_mac=00:11:22:33:44:54
+board_pin=12345670
+board_version=0207
+
+# poke OFFSET BYTES: into the first flash partition.
+poke() {
+    printf '%b' "$2" | dd of="$world/mtd0" bs=1 seek=$(($1)) conv=notrunc status=none
+}
+
+make_flash() {
+    mkdir "$world/flash"
+    head -c $((192 * 1024)) /dev/zero > "$world/mtd0"
+    poke 0x2FFA0 "\\x${board_mac//:/\\x}"
+    poke 0x2FF70 "$board_pin"
+    poke 0x2FFE3 "\\x${board_version:0:2}\\x${board_version:2:2}"
+}
+
+install_libraries() {
+    local library
+    ldd "$1" 2>/dev/null | grep -o '/[^ )]*' | while read -r library; do
+        # The store's library under test is put in its own place.
+        case $library in
+        */libnvram.so*) ;;
+        *) [ -e "$root$library" ] || install -D -m 755 "$library" "$root$library" ;;
+        esac
+    done
+}
+
+install_program() {
+    install -D -m 755 "$1" "$root$2"
+    install_libraries "$1"
+}
+
+install_listed_programs() {
+    local kind path name
+    while read -r kind path name; do
+        if [ "$kind" = available ]; then
+            if command -v "$name" >/dev/null; then kind=program; else kind=standin; fi
+        fi
+        case $kind in
+        '' | '#'*) ;;
+        program) install_program "$(command -v "$name")" "$path" ;;
+        adapter) install -D -m 755 "$lab/adapters/$name" "$root$path" ;;
+        standin) install -D -m 755 "$lab/adapters/standin" "$root$path" ;;
+        *) echo "box: programs.txt: unknown kind $kind" >&2 && return 1 ;;
+        esac
+    done < "$lab/programs.txt"
+}
+
+make_root() {
+    local device
+    mkdir -p "$root"
+    mount -t tmpfs -o mode=755 router "$root"
+    mkdir -p "$root"/{bin,dev,flash,host,lib,proc,sbin,sys,tmp,usr/bin,usr/lib,usr/sbin,var/run}
+    cp -R "$lab/root/." "$root/"
+    install_listed_programs || return 1
+    install_program "$build/src/core/rc" /usr/sbin/rc
+    install_program "$build/src/nvram/nvram" /usr/sbin/nvram
+    install -m 755 "$build/src/nvram/libnvram.so" "$root/usr/lib/libnvram.so"
+    install_libraries "$build/src/nvram/libnvram.so"
+    mount --bind "$world/flash" "$root/flash"
+    : > "$root/dev/mtd0"
+    mount --bind "$world/mtd0" "$root/dev/mtd0"
+    # An ordinary user cannot make device nodes; this machine's own are lent.
+    for device in null zero random urandom; do
+        : > "$root/dev/$device"
+        mount --bind "/dev/$device" "$root/dev/$device"
+    done
+}
+
+power_on() {
+    local tries=0
+    plug_router
+    make_root || return 1
+    in_net router unshare --mount --pid --fork --propagation private \
+        sh "$lab/lib/router_init.sh" "$root" "$world/router_pid" 9>&- &
+    until [ -e "$root/tmp/.on" ]; do
+        tries=$((tries + 1))
+        if [ "$tries" -ge 250 ]; then
+            echo "box: the router does not start" >&2
+            return 1
+        fi
+        sleep 0.02
+    done
+    rm "$root/tmp/.on"
+    read -r router_pid < "$world/router_pid"
+}
+
+# A power cut: the router's process 1 ends, and the others with it, without a chance to write anything.
+power_off() {
+    kill -TERM "$router_pid"
+    wait
+    umount --recursive "$root"
+    unplug_router
+}
+
+# router COMMAND...: run on the router, with nothing of this machine's environment.
+router() {
+    nsenter --target "$router_pid" --mount --net --pid --root --wd \
+        env -i PATH=/bin:/sbin:/usr/sbin:/usr/bin HOME=/ LAB_BOX="$LAB_BOX" "$@" 9>&-
+}
+
+# console COMMAND...: the same, shown with what it prints. Daemons keep their standard output open, hence the file.
+console() {
+    printf 'router# %s\n' "$(display "$@")"
+    router "$@" > "$world/output" 2>&1
+    local status=$?
+    sed 's/^/      | /' "$world/output"
+    return "$status"
+}
+
+# A command as one would type it; the byte that parts list records is shown as \x01.
+display() {
+    local word line=
+    for word; do
+        case $word in
+        *[\ \;\'\"]*) word="'$word'" ;;
+        esac
+        line+="${line:+ }${word//$'\x01'/\\x01}"
+    done
+    printf '%s' "$line"
+}
