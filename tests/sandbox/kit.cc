@@ -1,0 +1,126 @@
+// The programs of a sealed root: rc and its settings store from the build tree, the C library that
+// they load, the recorder, and a real shell from the machine.
+
+#include "kit.h"
+
+#include <limits.h>
+#include <link.h>
+#include <stdio.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <optional>
+#include <set>
+
+#include "core/text.h"
+#include "trace.h"
+
+namespace {
+
+// What shell lines may call. Each is a stand-in or a file tool; /usr/sbin and the others are one
+// folder.
+constexpr std::string_view program_names =
+    "IGMPProxy bpalogin bpamonitor brctl busybox cat chmod cp cut echo ez-ipupdate grep head ifconfig insmod iptables "
+    "iwpriv kill killall l2tpd ln mini_httpd mkdir mv ntp pppd pppoe-relay pptp ps ras rasmonitor rm rmdir rmmod route "
+    "routed rt2860apd sed sh sleep syslogd tail tc test touch udhcpc udhcpd upnpd wscd";
+
+std::string own_folder() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    const std::string program(path, length > 0 ? static_cast<size_t>(length) : 0);
+    return program.substr(0, program.rfind('/') + 1);
+}
+
+// The dynamic loader that a program names; empty for a static one.
+std::string loader_of(const std::string& program) {
+    ElfW(Ehdr) header;
+    if (program.size() < sizeof header) return "";
+    memcpy(&header, program.data(), sizeof header);
+    for (size_t i = 0; i < header.e_phnum; i++) {
+        ElfW(Phdr) part;
+        const size_t at = header.e_phoff + i * sizeof part;
+        if (at + sizeof part > program.size()) return "";
+        memcpy(&part, program.data() + at, sizeof part);
+        if (part.p_type != PT_INTERP || part.p_offset + part.p_filesz > program.size()) continue;
+        return program.substr(part.p_offset, part.p_filesz - 1);
+    }
+    return "";
+}
+
+// The shared libraries that the loader would take, as it lists them: "name => path (address)".
+std::vector<std::string> libraries_of(const std::string& program) {
+    std::vector<std::string> paths;
+    FILE* list = popen(
+        ("LD_TRACE_LOADED_OBJECTS=1 '" + std::filesystem::absolute(program).string() + "'").c_str(),
+        "r");
+    if (!list) return paths;
+    char line[2 * PATH_MAX];
+    while (fgets(line, sizeof line, list)) {
+        const std::string_view text = line;
+        const size_t arrow = text.find(" => /");
+        const size_t end = text.rfind(" (");
+        if (arrow == std::string_view::npos || end == std::string_view::npos) continue;
+        paths.emplace_back(text.substr(arrow + 4, end - arrow - 4));
+    }
+    pclose(list);
+    return paths;
+}
+
+class Gathering {
+  public:
+    Kit kit;
+    std::string missing;
+
+    void take(const std::string& from, const std::vector<std::string>& to) {
+        std::string content = sealed::read_file(from.c_str());
+        if (content.empty()) missing = from + " cannot be read";
+        kit.push_back({.content = std::move(content), .paths = to});
+    }
+
+    void take_program(const std::string& from, const std::string& to) {
+        take(from, {to});
+        const std::string loader = loader_of(kit.back().content);
+        if (loader.empty()) return;
+        if (taken_.insert(loader).second) take(loader, {loader});
+        for (const std::string& path : libraries_of(from)) {
+            const std::string name = path.substr(path.rfind('/') + 1);
+            // The settings library is the one that the caller names.
+            if (name != "libnvram.so" && taken_.insert(name).second)
+                take(path, {std::string(library_folder) + "/" + name});
+        }
+    }
+
+  private:
+    std::set<std::string> taken_;
+};
+
+// A static one, so that the recorder is not loaded into it.
+std::optional<std::string> static_busybox() {
+    for (const char* path : {"/bin/busybox", "/usr/bin/busybox"})
+        if (const std::string content = sealed::read_file(path);
+            !content.empty() && loader_of(content).empty())
+            return path;
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::variant<Kit, std::string> gather_kit(const Programs& programs) {
+    const std::optional<std::string> busybox = static_busybox();
+    if (!busybox) return "a static busybox (Debian: busybox-static) is not installed";
+    // The real shell starts its own applets, killall and the like, from /proc/self/exe.
+    std::vector<std::string> stand_ins = {"/proc/self/exe"};
+    for (std::string_view names = program_names; !names.empty();)
+        stand_ins.push_back("/bin/" + std::string(take_field(names, ' ')));
+
+    Gathering gathering;
+    gathering.take_program(programs.rc, "/bin/rc");
+    gathering.take_program(programs.nvram, "/bin/nvram");
+    gathering.take(programs.library, {std::string(library_folder) + "/libnvram.so"});
+    gathering.take(own_folder() + "librecord.so", {recorder_library});
+    gathering.take(*busybox, {sealed::real_shell});
+    gathering.take(own_folder() + "sealed_sh", stand_ins);
+    if (!gathering.missing.empty()) return gathering.missing;
+    return gathering.kit;
+}

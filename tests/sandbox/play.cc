@@ -1,0 +1,189 @@
+// sealed_play: plays case files with the real rc in a sealed root and compares the transcripts.
+
+#include <errno.h>
+#include <string.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "kit.h"
+#include "plan/case.h"
+#include "root.h"
+#include "seal.h"
+#include "trace.h"
+
+namespace {
+
+constexpr int done = 0;
+constexpr int differs = 1;
+constexpr int wrong_use = 2;
+// What CTest shows as "skipped".
+constexpr int skipped = 77;
+
+constexpr const char* usage =
+    "Usage: sealed_play --rc FILE --nvram FILE --lib FILE [--deadline SECONDS] CASE_OR_FOLDER...\n";
+
+const std::string root = std::string(private_folder) + "/root";
+const std::string kit_folder = std::string(private_folder) + "/kit";
+
+struct NamedCase {
+    std::string path;
+    Case stated;
+};
+
+struct Outcome {
+    int status = done;
+    std::string said;
+};
+
+std::vector<std::string> environment_of(const World& world) {
+    std::vector<std::string> environment = {std::string("LD_PRELOAD=") + recorder_library,
+                                            std::string("LD_LIBRARY_PATH=") + library_folder,
+                                            std::string(sealed::depth_variable) + "=0"};
+    for (const auto& [name, value] : world.environment)
+        environment.emplace_back(name).append("=").append(value);
+    return environment;
+}
+
+// The transcript that the trace tells. What was printed before an event was printed by the run that
+// did the event.
+std::optional<Transcript> transcript_of_root() {
+    const auto events = sealed::parse_trace(sealed::read_file((root + sealed::trace_file).c_str()));
+    const std::string output = sealed::read_file((root + sealed::output_file).c_str());
+    if (!events) return std::nullopt;
+    Transcript transcript;
+    size_t printed = 0;
+    for (const sealed::TraceEvent& event : *events) {
+        if (event.printed < printed || event.printed > output.size()) return std::nullopt;
+        transcript.depth = event.depth;
+        transcript.print(output.substr(printed, event.printed - printed));
+        printed = event.printed;
+        if (event.body)
+            transcript.add_with_body(event.verb, event.text, *event.body);
+        else
+            transcript.add(event.verb, event.text);
+    }
+    transcript.depth = 0;
+    transcript.print(output.substr(printed));
+    return transcript;
+}
+
+Outcome compare(const NamedCase& named, Transcript transcript, const SealedEnd& end) {
+    // A run that did not end by itself has no "exit".
+    if (end.kind == SealedEnd::Killed)
+        transcript.add("killed", std::string("by signal ") + strsignal(end.signal));
+    if (end.kind == SealedEnd::TimedOut) transcript.add("killed", "after the deadline");
+    const std::string difference = transcript_difference(named.stated.expected, transcript.text());
+    if (difference.empty()) return {done, "ok       " + named.path + "\n"};
+    return {differs, "DIFFERS  " + named.path + ": " + named.stated.title +
+                         "\n('-' is expected and missing, '+' came unexpected)\n" + difference};
+}
+
+Outcome play_in_root(const NamedCase& named, const Kit& kit, int deadline) {
+    const World world = case_world(named.stated);
+    if (const std::string wrong = make_root(root, kit, kit_folder, world); !wrong.empty())
+        return {wrong_use, "FAILED   " + named.path + ": " + wrong + "\n"};
+    const SealedEnd end =
+        run_sealed(root, named.stated.words, environment_of(world), world, deadline);
+    if (end.kind == SealedEnd::NotPermitted)
+        return {skipped,
+                "skipped: " + named.path + ": network and process namespaces are not permitted\n"};
+    if (end.kind == SealedEnd::NoInterface)
+        return {skipped, "skipped: " + named.path + ": its interfaces cannot be made here\n"};
+    const std::optional<Transcript> transcript = transcript_of_root();
+    // Even a run that does nothing records its end.
+    const bool unrecorded =
+        end.kind == SealedEnd::Ended && transcript && transcript->events().empty();
+    if (end.kind == SealedEnd::Failed || !transcript || unrecorded)
+        return {wrong_use, "FAILED   " + named.path + ": the sealed root could not be used\n"};
+    return compare(named, *transcript, end);
+}
+
+int wrong(const std::string& what) {
+    std::cerr << "sealed_play: " << what << "\n" << usage;
+    return wrong_use;
+}
+
+// What is wrong with the file, or "".
+std::string read_case(const std::string& path, std::vector<NamedCase>& cases) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    if (!file) return path + ": " + strerror(errno);
+    auto parsed = parse_case(text);
+    if (const auto* error = std::get_if<CaseError>(&parsed)) return path + ": " + error->message;
+    cases.push_back({.path = path, .stated = std::move(std::get<Case>(parsed))});
+    return "";
+}
+
+std::string read_cases(const std::string& path, std::vector<NamedCase>& cases) {
+    if (!std::filesystem::is_directory(path)) return read_case(path, cases);
+    std::vector<std::string> paths;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(path))
+        if (entry.path().extension() == ".case") paths.push_back(entry.path());
+    std::sort(paths.begin(), paths.end());
+    for (const std::string& found : paths)
+        if (std::string error = read_case(found, cases); !error.empty()) return error;
+    return paths.empty() ? path + ": there are no cases" : "";
+}
+
+// Differing and broken cases count more than skipped ones, and skipped ones are not passed.
+int worst(int a, int b) {
+    if (a == done || b == done) return a + b;
+    if (a == skipped || b == skipped) return std::min(a, b);
+    return std::max(a, b);
+}
+
+int play_all(const std::vector<NamedCase>& cases, const Kit& kit, int deadline) {
+    if (const std::string obstacle = enter_private_mounts(); !obstacle.empty()) {
+        std::cout << "skipped: " << obstacle << "\n";
+        return skipped;
+    }
+    if (!store_kit(kit, kit_folder)) return wrong("the programs cannot be stored");
+    int status = done;
+    for (const NamedCase& named : cases) {
+        remove_root(root);
+        const Outcome outcome = play_in_root(named, kit, deadline);
+        std::cout << outcome.said << std::flush;
+        status = worst(status, outcome.status);
+    }
+    return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    Programs programs;
+    int deadline = usual_deadline;
+    size_t at = 0;
+    for (; at < arguments.size() && arguments[at].starts_with("--"); at += 2) {
+        if (at + 1 == arguments.size()) return wrong(arguments[at] + " needs a value");
+        const std::string& value = arguments[at + 1];
+        if (arguments[at] == "--rc") {
+            programs.rc = value;
+        } else if (arguments[at] == "--nvram") {
+            programs.nvram = value;
+        } else if (arguments[at] == "--lib") {
+            programs.library = value;
+        } else if (arguments[at] == "--deadline") {
+            deadline = atoi(value.c_str());
+        } else {
+            return wrong("unknown option " + arguments[at]);
+        }
+    }
+    if (programs.rc.empty() || programs.nvram.empty() || programs.library.empty() ||
+        at == arguments.size())
+        return wrong("programs and cases are needed");
+
+    // Everything is read before the private mounts may hide it.
+    std::vector<NamedCase> cases;
+    for (; at < arguments.size(); at++)
+        if (const std::string error = read_cases(arguments[at], cases); !error.empty())
+            return wrong(error);
+    const auto kit = gather_kit(programs);
+    if (const auto* missing = std::get_if<std::string>(&kit)) return wrong(*missing);
+    return play_all(cases, std::get<Kit>(kit), deadline);
+}

@@ -1,0 +1,330 @@
+// Preloaded into the real rc in the sealed root: records what rc does to the router besides shell
+// lines, makes pauses take no time, and lets the router look as its case states it (process ids,
+// opens that fail).
+
+#include <dlfcn.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/auxv.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <linux/mii.h>
+
+#include <map>
+
+#include "trace.h"
+
+#define INTERPOSED extern "C" __attribute__((visibility("default")))
+
+namespace {
+
+// An open file that rc may change.
+struct OpenFile {
+    FILE* stream;
+    std::string path;
+    std::string mode;
+    std::string before;
+    int content;  // reads the same file, also after its removal
+};
+
+struct Recorder {
+    int depth = 0;
+    int pid = 0;
+    std::vector<OpenFile> open_files;
+    std::map<int, std::string> devices;
+    // The settings library's own system calls are not rc's.
+    bool in_library = false;
+};
+
+// Null in a process that is no rc. Never freed: streams may be closed until the very end.
+Recorder* recorder = nullptr;
+
+bool listening() {
+    return recorder && !recorder->in_library;
+}
+
+template <class Function>
+Function* real(const char* name) {
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+void set_plain_environment(const char* name, const char* value) {
+    real<int(const char*, const char*, int)>("setenv")(name, value, 1);
+}
+
+// What others print, or stderr, comes between rc's own lines only where rc has flushed those
+// before.
+void record_unflushed(std::string_view verb, std::string_view text) {
+    const int reason = errno;
+    sealed::append_event(recorder->depth, verb, text);
+    errno = reason;
+}
+
+void record(std::string_view verb, std::string_view text,
+            std::optional<std::string_view> body = std::nullopt) {
+    const int reason = errno;
+    fflush(stdout);
+    sealed::append_event(recorder->depth, verb, text, body);
+    errno = reason;
+}
+
+bool denied(std::string_view what, std::string_view how) {
+    const auto list = sealed::unpack(sealed::read_file(sealed::denied_file));
+    if (!list) abort();
+    for (size_t at = 0; at + 1 < list->size(); at += 2)
+        if ((what.empty() || (*list)[at] == what) && (*list)[at + 1] == how) return true;
+    return false;
+}
+
+// "r" and "r+" are denied apart; of "w" and "a" the first letter counts.
+std::string mode_name(const char* mode) {
+    return mode[0] == 'r' ? mode : std::string(1, mode[0]);
+}
+
+FILE* open_listened(const char* name, const char* path, const char* mode) {
+    const auto open_real = real<FILE*(const char*, const char*)>(name);
+    if (!listening()) return open_real(path, mode);
+    if (denied(path, mode_name(mode))) {
+        errno = EACCES;
+        return nullptr;
+    }
+    const bool changes = mode[0] != 'r' || strchr(mode, '+');
+    if (mode[0] != 'r') sealed::make_folders(path);
+    FILE* stream = open_real(path, mode);
+    if (!stream || !changes) return stream;
+
+    const int content = open(path, O_RDONLY | O_CLOEXEC);
+    recorder->open_files.push_back({.stream = stream,
+                                    .path = path,
+                                    .mode = mode,
+                                    .before = sealed::read_all(content),
+                                    .content = content});
+    return stream;
+}
+
+void record_closed(const OpenFile& file) {
+    lseek(file.content, 0, SEEK_SET);
+    const std::string content = sealed::read_all(file.content);
+    close(file.content);
+    if (file.mode.starts_with('a')) {
+        if (content.size() > file.before.size())
+            record("append", file.path, content.substr(file.before.size()));
+    } else if (file.mode.starts_with('w') || content != file.before) {
+        record("write", file.path, content);
+    }
+}
+
+void advance_uptime(long long microseconds) {
+    const std::string text = sealed::read_file(sealed::uptime_file);
+    if (text.empty()) return;
+    const long long now = strtoll(text.c_str(), nullptr, 10) + microseconds;
+    if (!sealed::write_file(sealed::uptime_file, std::to_string(now)) ||
+        !sealed::write_file("/proc/uptime", sealed::uptime_text(now)))
+        abort();
+}
+
+int remove_listened(const char* name, const char* path) {
+    if (listening()) record("remove", path);
+    return real<int(const char*)>(name)(path);
+}
+
+// Runs one of the settings library's functions with its system calls left alone.
+template <class Result, class... Arguments>
+Result call_library(const char* name, Arguments... arguments) {
+    const auto function = real<Result(Arguments...)>(name);
+    if (!recorder) return function(arguments...);
+    recorder->in_library = true;
+    const Result result = function(arguments...);
+    recorder->in_library = false;
+    return result;
+}
+
+void end_run(int status, void*) {
+    // The kernel hands on the low eight bits.
+    record("exit", std::to_string(status & 0xff));
+}
+
+// Only what was executed as rc is recorded: the settings command loads this library too.
+bool is_rc() {
+    // The kernel hands the text's address over as a number.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    const auto* path = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+    return path && std::string_view(path).ends_with("/rc");
+}
+
+__attribute__((constructor)) void begin_run() {
+    if (!is_rc()) return;
+    recorder = new Recorder;
+    if (const char* depth = getenv(sealed::depth_variable)) recorder->depth = atoi(depth);
+    set_plain_environment(sealed::depth_variable, std::to_string(recorder->depth + 1).c_str());
+    unsetenv(sealed::inner_variable);
+
+    recorder->pid = atoi(sealed::read_file(sealed::pid_file).c_str());
+    if (!sealed::write_file(sealed::pid_file, std::to_string(recorder->pid + 1))) abort();
+    // A nested run prints on the console as well, whatever its line does with the output of others.
+    const int output = open(sealed::output_file, O_WRONLY | O_APPEND | O_CLOEXEC);
+    if (output < 0 || dup2(output, STDOUT_FILENO) < 0) abort();
+    on_exit(end_run, nullptr);
+}
+
+}  // namespace
+
+// Files.
+
+INTERPOSED FILE* fopen(const char* path, const char* mode) {
+    return open_listened("fopen", path, mode);
+}
+
+INTERPOSED FILE* fopen64(const char* path, const char* mode) {
+    return open_listened("fopen64", path, mode);
+}
+
+INTERPOSED int fclose(FILE* stream) {
+    const int result = real<int(FILE*)>("fclose")(stream);
+    if (!recorder) return result;
+    std::vector<OpenFile>& files = recorder->open_files;
+    for (size_t i = 0; i < files.size(); i++) {
+        if (files[i].stream != stream) continue;
+        const OpenFile closed = files[i];
+        files.erase(files.begin() + static_cast<ptrdiff_t>(i));
+        record_closed(closed);
+        break;
+    }
+    return result;
+}
+
+INTERPOSED int unlink(const char* path) noexcept {
+    return remove_listened("unlink", path);
+}
+
+INTERPOSED int remove(const char* path) noexcept {
+    return remove_listened("remove", path);
+}
+
+INTERPOSED void perror(const char* what) {
+    if (recorder) record_unflushed("error", std::string(what) + ": " + strerror(errno));
+}
+
+// Processes.
+
+// A case's process ids are nobody's here, so a signal is never sent.
+INTERPOSED int kill(pid_t pid, int signal) noexcept {
+    if (!recorder) return real<int(pid_t, int)>("kill")(pid, signal);
+    record("signal", std::to_string(signal) + " to " + std::to_string(pid));
+    return 0;
+}
+
+INTERPOSED pid_t getpid() noexcept {
+    return recorder ? recorder->pid : real<pid_t()>("getpid")();
+}
+
+INTERPOSED int setenv(const char* name, const char* value, int replace) noexcept {
+    const char* kept = getenv(name);
+    const std::optional<std::string> before =
+        kept ? std::optional<std::string>(kept) : std::nullopt;
+    const int result = real<int(const char*, const char*, int)>("setenv")(name, value, replace);
+    if (const char* now = getenv(name); listening() && now && before != now)
+        record("environment", std::string(name) + "=" + now);
+    return result;
+}
+
+INTERPOSED FILE* popen(const char* line, const char* mode) {
+    const auto open_real = real<FILE*(const char*, const char*)>("popen");
+    if (!recorder) return open_real(line, mode);
+    record_unflushed("pipe", line);
+    if (denied(line, "pipe")) {
+        errno = EMFILE;
+        return nullptr;
+    }
+    set_plain_environment(sealed::pipe_variable, "1");
+    FILE* stream = open_real(line, mode);
+    unsetenv(sealed::pipe_variable);
+    return stream;
+}
+
+// Pauses.
+
+INTERPOSED unsigned sleep(unsigned seconds) {
+    if (!recorder) return real<unsigned(unsigned)>("sleep")(seconds);
+    record("pause", std::to_string(seconds) + " s");
+    advance_uptime(seconds * 1'000'000LL);
+    return 0;
+}
+
+INTERPOSED int usleep(useconds_t microseconds) {
+    if (!recorder) return real<int(useconds_t)>("usleep")(microseconds);
+    // Shorter ones only yield the processor.
+    if (microseconds >= 1000) record("pause", std::to_string(microseconds) + " us");
+    advance_uptime(microseconds);
+    return 0;
+}
+
+// Devices and sockets.
+
+// A device's path is part of each request to it.
+INTERPOSED int open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    mode_t mode = 0;
+    // The analyzer does not know the va_start of an interposed open.
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
+    if (flags & O_CREAT) mode = va_arg(arguments, mode_t);
+    va_end(arguments);
+    const int file = real<int(const char*, int, ...)>("open")(path, flags, mode);
+    if (listening() && file >= 0 && std::string_view(path).starts_with("/dev/"))
+        recorder->devices[file] = path;
+    return file;
+}
+
+// There is no device behind a case's file, so every request to one succeeds. An interface's address
+// is asked of the sealed root's own network.
+INTERPOSED int ioctl(int file, unsigned long request, ...) noexcept {
+    va_list arguments;
+    va_start(arguments, request);
+    void* argument = va_arg(arguments, void*);
+    va_end(arguments);
+    const auto ioctl_real = real<int(int, unsigned long, ...)>("ioctl");
+    if (!listening()) return ioctl_real(file, request, argument);
+    const auto device = recorder->devices.find(file);
+    if (device == recorder->devices.end()) return ioctl_real(file, request, argument);
+    mii_ioctl_data registers;
+    memcpy(&registers, argument, sizeof registers);
+    record("device",
+           device->second + " " + std::to_string(request) + " " + std::to_string(registers.phy_id) +
+               " " + std::to_string(registers.reg_num) + " " + std::to_string(registers.val_in));
+    return 0;
+}
+
+// A case denies the socket by the interface that it is for, which is not known yet here: it denies
+// all.
+INTERPOSED int socket(int family, int type, int protocol) noexcept {
+    if (listening() && denied("", "socket")) {
+        errno = EPERM;
+        return -1;
+    }
+    return real<int(int, int, int)>("socket")(family, type, protocol);
+}
+
+// Settings.
+
+INTERPOSED int nvram_zel_load() {
+    const int result = call_library<int>("nvram_zel_load");
+    if (recorder) record("load", result == 0 ? "" : "failed");
+    return result;
+}
+
+INTERPOSED int nvram_zel_set(const char* key, const char* value) {
+    if (recorder) record("set", std::string(key) + "=" + value);
+    return call_library<int>("nvram_zel_set", key, value);
+}
+
+INTERPOSED int nvram_zel_commit() {
+    if (recorder) record("commit", "");
+    return call_library<int>("nvram_zel_commit");
+}

@@ -1,0 +1,31 @@
+// Sealing: namespaces of a run's own, so that nothing that rc does reaches the machine.
+#ifndef RC_TESTS_SANDBOX_SEAL_H
+#define RC_TESTS_SANDBOX_SEAL_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "plan/world.h"
+
+// Gives this process mounts of its own, as the root of a user namespace where it is no root
+// already, with an empty file system in memory on top of private_folder. It goes with the process.
+// What is in the way, or "".
+inline constexpr const char* private_folder = "/tmp";
+std::string enter_private_mounts();
+
+struct SealedEnd {
+    enum Kind { Ended, Killed, TimedOut, NotPermitted, NoInterface, Failed } kind = Failed;
+    int signal = 0;  // the one that ended rc
+};
+
+// A run takes milliseconds; one that takes this many seconds hangs.
+inline constexpr int usual_deadline = 20;
+
+// Runs /usr/sbin/rc with these words (argv[0] first) and nothing but this environment, in the root
+// folder, in new mount, network, process and IPC namespaces. The world tells which interfaces there
+// are.
+SealedEnd run_sealed(const std::string& root, const std::vector<std::string>& words,
+                     const std::vector<std::string>& environment, const World& world, int deadline);
+
+#endif
