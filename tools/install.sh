@@ -4,6 +4,7 @@
 set -eu
 
 missing=''
+# shellcheck disable=SC2013 # the lists' words are wanted, not their lines
 for package in $(sed 's/#.*//' "$@"); do
     dpkg-query -W -f '${db:Status-Abbrev}' "$package" 2> /dev/null | grep -q '^ii' ||
         missing="$missing $package"

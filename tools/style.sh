@@ -8,7 +8,8 @@ sources=$(git ls-files 'src/*.cc' 'src/*.h' 'tests/*.cc' 'tests/*.h' 'bench/*.cc
 clang-format --dry-run -Werror $sources
 echo "clang-format: $(echo "$sources" | wc -l) files"
 
-scripts=$(git ls-files | while read -r file; do
+# The lab's scripts are one program in several files; its own test reads them together.
+scripts=$(git ls-files | grep -v '^lab/' | while read -r file; do
     case $file in *.case) continue ;; esac
     if head -c 64 "$file" | head -n 1 | grep -qaE '^#!.*\b(sh|bash)\b'; then echo "$file"; fi
 done)
