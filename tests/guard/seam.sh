@@ -27,6 +27,7 @@ bad=$(awk -v pure="$pure" '
     $1 in known { next }
     $1 ~ /^_ZN8platform/ { next }                                   # namespace platform
     $1 ~ /^_ZN(K)?(St|9__gnu_cxx|S)/ || $1 ~ /^_ZS/ || $1 ~ /^_Z(nw|na|dl|da)/ { next }  # the C++ library
+    $1 ~ /^_ZTVN10__cxxabiv1/ { next }                              # type tables of the sanitizers
     $1 ~ /^__(asan|ubsan|lsan|sanitizer|odr_asan)/ { next }
     { print "  " $1 "  in " $2 }
 ' "$defined" "$undefined")

@@ -79,7 +79,7 @@ int write_many(const nvram::Places& places, int writer) {
 TEST(Processes, LoseNoOverlappingSet) {
     const TemporaryFolder folder;
     folder.write("tmp/nvram", "");
-    pid_t children[writers];
+    pid_t children[writers] = {};
     for (int writer = 0; writer < writers; ++writer)
         children[writer] = in_child([&] { return write_many(places_in(folder), writer); });
     for (const pid_t child : children) EXPECT_EQ(status_of(child), 0);
