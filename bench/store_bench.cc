@@ -46,7 +46,7 @@ class Filled {
 void get(benchmark::State& state) {
     Filled filled(state.range(0));
     int64_t i = 0;
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(filled.store().working()->get(key_of(i++ % state.range(0))));
     state.SetItemsProcessed(state.iterations());
 }
@@ -55,7 +55,7 @@ BENCHMARK(get)->Arg(100)->Arg(1'000)->Arg(10'000);
 // What a process pays for its first look-up: the image is read and indexed.
 void first_get(benchmark::State& state) {
     Filled filled(state.range(0));
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         nvram::Store fresh(filled.store().places());
         benchmark::DoNotOptimize(fresh.working()->get("setting_1"));
     }
@@ -67,7 +67,7 @@ BENCHMARK(first_get)->Arg(100)->Arg(1'000)->Arg(10'000)->Complexity();
 void set(benchmark::State& state) {
     Filled filled(state.range(0));
     int64_t i = 0;
-    for (auto _ : state) {
+    while (state.KeepRunning()) {
         const std::string value = std::to_string(i++);
         if (!filled.store().change({{.key = "setting_1", .value = value}}))
             state.SkipWithError("set failed");
@@ -79,7 +79,7 @@ BENCHMARK(set)->Arg(100)->Arg(1'000)->Arg(10'000)->Complexity();
 
 void commit(benchmark::State& state) {
     Filled filled(state.range(0));
-    for (auto _ : state)
+    while (state.KeepRunning())
         if (!filled.store().commit()) state.SkipWithError("commit failed");
     state.SetItemsProcessed(state.iterations());
 }
