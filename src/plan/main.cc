@@ -1,12 +1,12 @@
 // rcplan: what rc would do, told before it does it.
 
+#include <errno.h>
 #include <stdio.h>
 #include <string.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <iostream>
-#include <iterator>
+#include <memory>
 
 #include "nvram/image.h"
 #include "plan/case.h"
@@ -40,17 +40,15 @@ int wrong(const std::string& what) {
 }
 
 std::optional<std::string> read_file(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        std::cerr << "rcplan: " << path << ": " << strerror(errno) << "\n";
-        return std::nullopt;
-    }
-    std::string text(std::istreambuf_iterator<char>(file), {});
-    if (file.bad() || errno == EISDIR) {
-        std::cerr << "rcplan: " << path << ": cannot be read\n";
-        return std::nullopt;
-    }
-    return text;
+    std::string text;
+    const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(path.c_str(), "r"), fclose);
+    char piece[4096];
+    size_t count = 0;
+    while (file && (count = fread(piece, 1, sizeof piece, file.get())) > 0)
+        text.append(piece, count);
+    if (file && !ferror(file.get())) return text;
+    std::cerr << "rcplan: " << path << ": " << strerror(errno) << "\n";
+    return std::nullopt;
 }
 
 int run(const std::vector<std::string>& arguments) {
