@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "lan/lan.h"
+#include "wan/wan.h"
 
 // The order of the rows is the order in which a whole group is started, stopped or created.
 
@@ -20,6 +21,8 @@ constexpr rc_app rc_apps[] = {
 };
 
 constexpr rc_app rc_services[] = {
+    {.name = "wan_basic", .start = start_wan_basic, .stop = stop_wan_basic, .create = nullptr},
+    {.name = "ddns", .start = start_ddns_update, .stop = nullptr, .create = nullptr},
     {},
 };
 

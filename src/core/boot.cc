@@ -15,7 +15,7 @@ namespace {
 // A reset to factory settings replaces the working copy's file as a whole. The flag stays as the
 // factory image has it.
 void apply_restore_default() {
-    if (!nvram_existing("restore_default").on()) return;
+    if (!nvram_value("restore_default").on()) return;
     SYSTEM("/bin/busybox cp %s %s", "/etc/default", "/tmp/nvram");
     nvram_zel_commit();
 }

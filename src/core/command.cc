@@ -45,12 +45,12 @@ int myPipe(const char* command, std::optional<std::string>& output) {
 std::optional<std::string> getIPAddress(const char* ifname) {
     in_addr address = {};
     switch (platform::interface_address(ifname, address)) {
-        case platform::AddressQuery::NoSocket:
+        case platform::InterfaceQuery::NoSocket:
             platform::print_error("socket creating failed");
             return std::nullopt;
-        case platform::AddressQuery::NoAddress:
+        case platform::InterfaceQuery::NotThere:
             return std::nullopt;
-        case platform::AddressQuery::Found:
+        case platform::InterfaceQuery::Found:
             break;
     }
     char quad[INET_ADDRSTRLEN];

@@ -5,6 +5,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <utility>
+
 #include "core/text.h"
 #include "nvram/libnvram.h"
 
@@ -18,13 +20,17 @@ int Setting::number() const {
     return leading_int(text());
 }
 
+Setting Setting::or_when_absent(const char* other) && {
+    return text_ ? std::move(*this) : Setting(strdup(other));
+}
+
 Setting nvram_text(const char* key) {
     return Setting(nvram_zel_safe_get(key));
 }
 
 // The library keeps these two texts and may overwrite them at its next call, so they are copied at
 // once.
-Setting nvram_existing(const char* key) {
+Setting nvram_value(const char* key) {
     const char* kept = nvram_zel_get(key);
     return Setting(kept ? strdup(kept) : nullptr);
 }

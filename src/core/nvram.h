@@ -22,6 +22,9 @@ class Setting {
     // As atoi(3), within the range of int.
     int number() const;
 
+    // This setting, or the other text when it is not set.
+    Setting or_when_absent(const char* other) &&;
+
   private:
     struct Release {
         void operator()(char* text) const;
@@ -32,8 +35,8 @@ class Setting {
 // A setting that may be unset.
 Setting nvram_text(const char* key);
 
-// A setting that always exists on a working router. Should it be missing after all, it is empty.
-Setting nvram_existing(const char* key);
+// A setting read as the platform holds it: one that is not set is told from one that is empty.
+Setting nvram_value(const char* key);
 
 // One key of an image file, empty when it is not there.
 Setting nvram_image_text(const char* key, const char* path);

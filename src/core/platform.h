@@ -7,6 +7,8 @@
 #include <netinet/in.h>
 #include <stdio.h>
 
+#include <array>
+
 namespace platform {
 
 // Processes and the shell.
@@ -39,10 +41,20 @@ void print_error(const char* what);
 void sleep_seconds(unsigned seconds);
 void sleep_microseconds(unsigned microseconds);
 
-// The IPv4 address of an interface (SIOCGIFADDR on a raw socket, netdevice(7)). NoSocket leaves
-// errno set.
-enum class AddressQuery { Found, NoAddress, NoSocket };
-AddressQuery interface_address(const char* name, in_addr& address);
+// What the kernel tells of an interface (netdevice(7)). NoSocket leaves errno set.
+enum class InterfaceQuery { Found, NotThere, NoSocket };
+// Its IPv4 address, asked on a raw socket (SIOCGIFADDR). Without an address it is NotThere.
+InterfaceQuery interface_address(const char* name, in_addr& address);
+// Its hardware address, asked on a datagram socket (SIOCGIFHWADDR).
+InterfaceQuery interface_mac(const char* name, std::array<unsigned char, 6>& mac);
+
+// The first address of a host by name, as gethostbyname(3) finds it. False when there is none. The
+// family is the resolver's: AF_INET with 4 bytes, AF_INET6 with 16.
+struct HostAddress {
+    int family;
+    std::array<unsigned char, 16> bytes;
+};
+bool look_up_host(const char* name, HostAddress& host);
 
 // A character device's requests (ioctl(2)). open_device returns a handle, or -1 with errno;
 // device_request 0 or more, or -1 with errno.

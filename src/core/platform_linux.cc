@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <net/if.h>
+#include <netdb.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <string.h>
@@ -71,24 +72,50 @@ void sleep_microseconds(unsigned microseconds) {
     usleep(microseconds);
 }
 
-AddressQuery interface_address(const char* name, in_addr& address) {
-    // Protocol 255 is IPPROTO_RAW: the socket sends nothing and receives nothing, it only carries
-    // the request.
-    const int device = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_RAW);
-    if (device < 0) return AddressQuery::NoSocket;
+namespace {
 
-    ifreq request = {};
+// One request about an interface on a socket of its own, which sends and receives nothing.
+InterfaceQuery ask_interface(int socket_type, int protocol, unsigned long what, const char* name,
+                             ifreq& request) {
+    const int device = socket(AF_INET, socket_type | SOCK_CLOEXEC, protocol);
+    if (device < 0) return InterfaceQuery::NoSocket;
+
     // A longer name would be cut and could then be the name of another interface.
     const bool fits = strlen(name) < sizeof request.ifr_name;
     if (fits) strcpy(request.ifr_name, name);
-    const bool found = fits && ioctl(device, SIOCGIFADDR, &request) == 0;
+    request.ifr_addr.sa_family = AF_INET;
+    const bool found = fits && ioctl(device, what, &request) == 0;
     close(device);
-    if (!found) return AddressQuery::NoAddress;
+    return found ? InterfaceQuery::Found : InterfaceQuery::NotThere;
+}
 
-    sockaddr_in answer = {};
-    memcpy(&answer, &request.ifr_addr, sizeof answer);
-    address = answer.sin_addr;
-    return AddressQuery::Found;
+}  // namespace
+
+InterfaceQuery interface_address(const char* name, in_addr& address) {
+    ifreq request = {};
+    // Protocol 255.
+    const InterfaceQuery answer = ask_interface(SOCK_RAW, IPPROTO_RAW, SIOCGIFADDR, name, request);
+    if (answer != InterfaceQuery::Found) return answer;
+    sockaddr_in found = {};
+    memcpy(&found, &request.ifr_addr, sizeof found);
+    address = found.sin_addr;
+    return answer;
+}
+
+InterfaceQuery interface_mac(const char* name, std::array<unsigned char, 6>& mac) {
+    ifreq request = {};
+    const InterfaceQuery answer = ask_interface(SOCK_DGRAM, 0, SIOCGIFHWADDR, name, request);
+    if (answer == InterfaceQuery::Found) memcpy(mac.data(), request.ifr_hwaddr.sa_data, mac.size());
+    return answer;
+}
+
+bool look_up_host(const char* name, HostAddress& host) {
+    const hostent* found = gethostbyname(name);
+    if (!found || !found->h_addr_list[0] || found->h_length < 0) return false;
+    host = {.family = found->h_addrtype, .bytes = {}};
+    const auto length = static_cast<size_t>(found->h_length);
+    memcpy(host.bytes.data(), found->h_addr_list[0], length < 16 ? length : 16);
+    return true;
 }
 
 int open_device(const char* path) {

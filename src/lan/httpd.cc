@@ -29,7 +29,7 @@ std::string login_realm(std::string_view device_name, std::string_view own_realm
 }  // namespace
 
 int create_httpd_cfg() {
-    const Setting password = nvram_existing("http_password");
+    const Setting password = nvram_value("http_password");
     if (password.empty()) {
         // Without the file the server asks for no login.
         platform::remove_file("/tmp/htpasswd");

@@ -27,7 +27,7 @@ bool same_network(const Octets& a, const Octets& b) {
 }  // namespace
 
 void change_lease() {
-    const Octets lan = address_setting(nvram_existing("lan_ipaddr"));
+    const Octets lan = address_setting(nvram_value("lan_ipaddr"));
     {
         File file = open_file(lease_file, "r+");
         if (file) {

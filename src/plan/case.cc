@@ -90,8 +90,14 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
     if (word == "interface") {
         const std::vector<std::string> words = command_words(rest);
         if (words.size() != 2) return "interface takes a name and an address";
-        auto& address = result_.world.interfaces[words[0]];
-        if (words[1] != "-") address = words[1];
+        World::Interface& stated = result_.world.interfaces[words[0]];
+        if (words[1] != "-") stated.address = words[1];
+        return "";
+    }
+    if (word == "host") {
+        const std::vector<std::string> words = command_words(rest);
+        if (words.size() != 2) return "host takes a name and an address";
+        result_.world.hosts[words[0]] = words[1];
         return "";
     }
     return format("'%s' is no line of a case", std::string(word).c_str());

@@ -84,7 +84,7 @@ int run(const std::vector<std::string>& arguments) {
     played.world.put(factory_image, settings_image(settings));
     if (words[1] != "init") played.world.put(working_copy, settings_image(settings));
     play(played, words);
-    std::cout << played.transcript.text();
+    std::cout << played.transcript.text() << played.transcript.summary();
     return done;
 }
 

@@ -6,6 +6,7 @@
 #include <errno.h>
 #include <limits.h>
 #include <linux/mii.h>
+#include <net/if.h>
 #include <string.h>
 
 #include "core/platform.h"
@@ -97,6 +98,19 @@ std::shared_ptr<std::string> find_content(World& world, const std::string& path,
         return nullptr;
     }
     return world.files[path] = std::make_shared<std::string>();
+}
+
+platform::InterfaceQuery find_interface(const char* name, const World::Interface*& found) {
+    const World& world = recording().world;
+    if (world.denied.contains({name, "socket"})) {
+        errno = EPERM;
+        return platform::InterfaceQuery::NoSocket;
+    }
+    const auto place = world.interfaces.find(name);
+    if (place == world.interfaces.end() || strlen(name) >= IF_NAMESIZE)
+        return platform::InterfaceQuery::NotThere;
+    found = &place->second;
+    return platform::InterfaceQuery::Found;
 }
 
 void run_nested(const std::vector<std::string>& words) {
@@ -260,16 +274,30 @@ void sleep_microseconds(unsigned microseconds) {
         played.yields++;
 }
 
-AddressQuery interface_address(const char* name, in_addr& address) {
+InterfaceQuery interface_address(const char* name, in_addr& address) {
+    const World::Interface* found = nullptr;
+    const InterfaceQuery answer = find_interface(name, found);
+    if (answer != InterfaceQuery::Found) return answer;
+    if (!found->address || !inet_aton(found->address->c_str(), &address))
+        return InterfaceQuery::NotThere;
+    return answer;
+}
+
+InterfaceQuery interface_mac(const char* name, std::array<unsigned char, 6>& mac) {
+    const World::Interface* found = nullptr;
+    const InterfaceQuery answer = find_interface(name, found);
+    if (answer == InterfaceQuery::Found) mac = found->mac;
+    return answer;
+}
+
+bool look_up_host(const char* name, HostAddress& host) {
     const World& world = recording().world;
-    if (world.denied.contains({name, "socket"})) {
-        errno = EPERM;
-        return AddressQuery::NoSocket;
-    }
-    const auto found = world.interfaces.find(name);
-    if (found == world.interfaces.end() || !found->second) return AddressQuery::NoAddress;
-    return inet_aton(found->second->c_str(), &address) ? AddressQuery::Found
-                                                       : AddressQuery::NoAddress;
+    const auto found = world.hosts.find(name);
+    if (found == world.hosts.end()) return false;
+    host = {.family = AF_INET, .bytes = {}};
+    if (inet_pton(AF_INET, found->second.c_str(), host.bytes.data()) == 1) return true;
+    host.family = AF_INET6;
+    return inet_pton(AF_INET6, found->second.c_str(), host.bytes.data()) == 1;
 }
 
 int open_device(const char* path) {

@@ -44,8 +44,9 @@ int play(Recording& played, const std::vector<std::string>& words);
 // What a file of the router holds. /proc/uptime follows the clock unless the world states it.
 std::optional<std::string> file_content(const World& world, const std::string& path);
 
-// The effect on files of a shell line whose result later steps read: echo with a redirection, cp,
-// rm. Lines that are more than that have none.
+// The effect on files of a shell line whose result later steps read: echo, cp, rm, and a
+// redirection of what the world states that a program prints. Lines that are more than that have
+// none.
 void apply_file_effects(World& world, const std::string& line);
 
 // The words of a nested "/usr/sbin/rc ..." line, redirections and "&" left out; empty for any other

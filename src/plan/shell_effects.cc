@@ -1,6 +1,8 @@
-// The shell lines that the recording platform carries out instead of only recording them.
+// The shell lines whose effect on files the recording platform carries out: echo, cp, rm, and what
+// a program prints into a file.
 
 #include <optional>
+#include <span>
 
 #include "core/text.h"
 #include "plan/recording.h"
@@ -74,10 +76,14 @@ void put_redirected(World& world, const PlainCommand& command, const std::string
     world.put(path, (command.append && before ? *before : "") + text);
 }
 
-void echo(World& world, const PlainCommand& command) {
+std::string joined(std::span<const std::string> words) {
     std::string text;
-    for (size_t i = 1; i < command.words.size(); i++) text += (i > 1 ? " " : "") + command.words[i];
-    put_redirected(world, command, text + "\n");
+    for (const std::string& word : words) text += (text.empty() ? "" : " ") + word;
+    return text;
+}
+
+void echo(World& world, const PlainCommand& command) {
+    put_redirected(world, command, joined(std::span(command.words).subspan(1)) + "\n");
 }
 
 void copy(World& world, const std::string& from, const std::string& to) {
@@ -91,6 +97,7 @@ void apply_file_effects(World& world, const std::string& line) {
     std::optional<PlainCommand> command = parse_plain(line);
     if (!command || command->words.empty()) return;
     std::vector<std::string>& words = command->words;
+    const std::string program_line = joined(words);
     if (words[0].ends_with("busybox") && words.size() > 1) words.erase(words.begin());
 
     const std::string name = words[0].substr(words[0].rfind('/') + 1);
@@ -102,6 +109,9 @@ void apply_file_effects(World& world, const std::string& line) {
         if (words.size() == 3) copy(world, words[1], words[2]);
     } else if (name == "rm") {
         for (size_t i = 1; i < words.size(); i++) world.files.erase(words[i]);
+    } else {
+        const auto stated = world.outputs.find(program_line);
+        put_redirected(world, *command, stated == world.outputs.end() ? "" : stated->second);
     }
 }
 

@@ -3,9 +3,11 @@
 #include "plan/transcript.h"
 
 #include <ctype.h>
-#include <stdio.h>
+#include <stdlib.h>
 
 #include <algorithm>
+
+#include "core/text.h"
 
 namespace {
 
@@ -105,6 +107,23 @@ std::string Transcript::text() const {
         if (event.has_body) out += body_lines(event.depth, event.body);
     }
     return out;
+}
+
+std::string Transcript::summary() const {
+    int commands = 0;
+    int files = 0;
+    int settings = 0;
+    long long microseconds = 0;
+    for (const Event& event : events_) {
+        if (event.verb == "run" || event.verb == "pipe") commands++;
+        if (event.verb == "write" || event.verb == "append") files++;
+        if (event.verb == "set") settings++;
+        if (event.verb == "pause")
+            microseconds +=
+                atoll(event.text.c_str()) * (event.text.ends_with(" s") ? 1'000'000 : 1);
+    }
+    return format("total  commands %d, files written %d, settings stored %d, pauses %.6g s\n",
+                  commands, files, settings, static_cast<double>(microseconds) / 1e6);
 }
 
 std::string escape_line(std::string_view line) {

@@ -28,6 +28,8 @@ class Transcript {
     const std::vector<Event>& events() const { return events_; }
     // The form that docs/cases.md describes.
     std::string text() const;
+    // One line: how many commands, files and settings, and how long all pauses are together.
+    std::string summary() const;
 
   private:
     std::vector<Event> events_;

@@ -2,6 +2,7 @@
 #ifndef RC_PLAN_WORLD_H
 #define RC_PLAN_WORLD_H
 
+#include <array>
 #include <map>
 #include <memory>
 #include <optional>
@@ -23,8 +24,13 @@ struct World {
     // What a shell line prints when it is read through a pipe.
     std::map<std::string, std::string> outputs;
     std::map<std::string, std::string> environment = {{"PATH", "/bin:/sbin:/usr/sbin:/usr/bin"}};
-    // Interfaces and their dotted quads, if they have one.
-    std::map<std::string, std::optional<std::string>> interfaces;
+    struct Interface {
+        std::optional<std::string> address;  // dotted quad
+        std::array<unsigned char, 6> mac = {};
+    };
+    std::map<std::string, Interface> interfaces;
+    // Addresses by the names that a look-up finds.
+    std::map<std::string, std::string> hosts;
     long long uptime_microseconds = 3600'000'000;
     int pid = 1000;
 

@@ -1,15 +1,175 @@
-// The WAN dispatcher. No connection mode is built in yet, and it says so.
+// The WAN dispatcher. Writes /var/run/my_pid; stops with killall what the process list shows.
 
 #include "wan/wan.h"
 
-#include "core/command.h"
+#include <stdio.h>
 
-int start_wan(int) {
-    print_line("wan: this rc has no connection mode built in");
-    return -1;
+#include <array>
+
+#include "core/command.h"
+#include "core/platform.h"
+#include "core/run_markers.h"
+#include "core/text.h"
+#include "nvram/libnvram.h"
+
+namespace {
+
+constexpr const char* start_pid_file = "/var/run/my_pid";
+constexpr const char* wan_pid_file = "/var/run/my_pid_wan";
+
+// When a mode ends a pppd that still runs: before or after "wan_ifname" is set.
+enum class EndPppd { No, Before, After };
+
+struct WanMode {
+    const char* name;
+    const char* announcement;  // null: the mode says nothing
+    EndPppd end_pppd;
+    const char* ifname;  // null: the physical port carries the traffic itself
+    int (*start)(int flag);
+};
+
+constexpr std::array wan_modes = {
+    WanMode{.name = "dhcpc",
+            .announcement = "start_dhcpc()",
+            .end_pppd = EndPppd::No,
+            .ifname = nullptr,
+            .start = [](int) { return start_dhcpc(); }},
+    WanMode{.name = "pppoe",
+            .announcement = "start_pppoe()",
+            .end_pppd = EndPppd::Before,
+            .ifname = "ppp0",
+            .start = start_pppoe},
+    WanMode{.name = "pptp",
+            .announcement = "start_pptp()",
+            .end_pppd = EndPppd::After,
+            .ifname = "ppp0",
+            .start = start_pptp},
+    WanMode{.name = "bpa",
+            .announcement = "start_bpa()",
+            .end_pppd = EndPppd::No,
+            .ifname = nullptr,
+            .start = start_bpa},
+    WanMode{.name = "ras",
+            .announcement = "start_ras()",
+            .end_pppd = EndPppd::No,
+            .ifname = nullptr,
+            .start = start_ras},
+    WanMode{.name = "l2tp",
+            .announcement = nullptr,
+            .end_pppd = EndPppd::After,
+            .ifname = "ppp0",
+            .start = start_l2tp},
+    WanMode{.name = "ip",
+            .announcement = "start_ip()",
+            .end_pppd = EndPppd::No,
+            .ifname = nullptr,
+            .start = [](int) { return start_ip(); }},
+};
+
+void end_pppd() {
+    platform::run_shell("/usr/bin/killall pppd >/dev/null 2>&1");
+}
+
+void start_mode(const WanMode& mode, int flag) {
+    if (mode.announcement) print_line(mode.announcement);
+    if (mode.end_pppd == EndPppd::Before) end_pppd();
+    nvram_zel_set("wan_ifname", mode.ifname ? mode.ifname : wan_port().text());
+    if (mode.end_pppd == EndPppd::After) end_pppd();
+    mode.start(flag);
+}
+
+// Every text is looked for in the whole list, so another word that holds it counts too.
+void stop_clients(std::string_view processes, bool dials_on_demand) {
+    if (contains(processes, "bpalogin")) {
+        SYSTEM("/usr/bin/killall -SIGTERM bpalogin");
+        SYSTEM("/usr/bin/killall -9 bpamonitor");
+    }
+    if (contains(processes, "ras")) {
+        platform::run_shell("/usr/bin/killall -SIGUSR2 ras");
+        platform::sleep_seconds(1);
+        SYSTEM("/usr/bin/killall -9 ras");
+        SYSTEM("/usr/bin/killall -9 rasmonitor");
+    }
+    if (contains(processes, "udhcpc")) {
+        // The client releases its lease on the first signal.
+        SYSTEM("/usr/bin/killall -SIGUSR2 udhcpc");
+        SYSTEM("/usr/bin/killall udhcpc");
+    }
+    if (contains(processes, "pppd")) {
+        SYSTEM("/usr/bin/killall -SIGUSR2 pppd ");
+        if (dials_on_demand)
+            SYSTEM("/usr/bin/killall -1 pppd");
+        else
+            SYSTEM("/usr/bin/killall -1 pppd >/dev/null 2>&1");
+    }
+    if (contains(processes, "pptp")) SYSTEM("/usr/bin/killall pptp");
+    // No such command, so l2tpd keeps running: the next L2TP start ends it.
+    if (contains(processes, "l2tpd")) SYSTEM("/usr/bin/killall-9 l2tpd");
+}
+
+}  // namespace
+
+Setting wan_port() {
+    return nvram_value("wan_phy_ifname").or_when_absent("eth2.2");
+}
+
+bool usable_address(const std::optional<std::string>& address) {
+    return address && *address != "0.0.0.0";
+}
+
+int start_wan(int flag) {
+    replace_older_run(start_pid_file);
+
+    const Setting wanted = nvram_text("wan_mode");
+    print("wan mode =%s\n", wanted.text());
+    if (wanted.view().size() >= 2) {
+        platform::sleep_microseconds(10);
+        for (const WanMode& mode : wan_modes)
+            if (wanted.is(mode.name)) start_mode(mode, flag);
+    }
+
+    platform::remove_file(start_pid_file);
+    platform::remove_file(wan_pid_file);
+    return 0;
 }
 
 int stop_wan() {
-    print_line("wan: this rc has no connection mode built in");
-    return -1;
+    const Setting mode = nvram_text("wan_mode");
+    // "wan_dod" counts whatever the mode; a key of the mode's own is not looked at.
+    const bool over_ppp = mode.is("pppoe") || mode.is("pptp") || mode.is("l2tp");
+    const bool dials_on_demand = nvram_text("wan_dod").number() == 1 && over_ppp;
+    platform::run_shell("/usr/sbin/rc service stop");
+    platform::run_shell("/bin/rm /tmp/wan_uptime");
+
+    std::optional<std::string> processes;
+    myPipe("/bin/ps -ax", processes);
+    stop_clients(processes.value_or(""), dials_on_demand);
+
+    // Under a tunnel and under BigPond the port keeps its address.
+    if (!mode.is("pptp") && !mode.is("l2tp") && !mode.is("bpa"))
+        SYSTEM("/sbin/ifconfig %s 0.0.0.0 >/dev/null 2>&1", wan_port().text());
+    platform::sleep_seconds(2);
+    platform::remove_file(wan_pid_file);
+    return 0;
+}
+
+int wan_wait_up(unsigned seconds) {
+    if (seconds > 0) platform::sleep_seconds(seconds);
+    return platform::file_exists("/tmp/wan_uptime") ? 0 : -1;
+}
+
+int get_ifmac(char (&out)[18], const char* ifname) {
+    std::array<unsigned char, 6> mac = {};
+    switch (platform::interface_mac(ifname, mac)) {
+        case platform::InterfaceQuery::NoSocket:
+            platform::print_error("user: socket creating failed");
+            return -1;
+        case platform::InterfaceQuery::NotThere:
+            return 1;
+        case platform::InterfaceQuery::Found:
+            break;
+    }
+    snprintf(out, sizeof out, "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3],
+             mac[4], mac[5]);
+    return 1;
 }

@@ -1,10 +1,57 @@
-// The Internet side.
+// The Internet side: the dispatcher, one file per connection mode, and the services of the WAN.
+// Handlers return 0, or a negative number when they could not do their work.
 #ifndef RC_WAN_WAN_H
 #define RC_WAN_WAN_H
 
-// Bring the Internet side up and down. The flag tells a start (1) from a restart (0). -1 as long as
-// no connection mode is built in.
+#include <optional>
+#include <string>
+
+#include "core/nvram.h"
+
+// wan.cc: brings the connection of "wan_mode" up and down. The flag tells a start (1) from a
+// restart (0); the modes hand it on and nothing looks at it.
 int start_wan(int flag);
 int stop_wan();
+
+// Sleeps that many seconds, then 0 when the WAN is up, -1 when it is not.
+int wan_wait_up(unsigned seconds);
+
+// Writes an interface's hardware address as text of 17 characters in upper case. -1 with a message
+// when no socket could be had; else 1, also when there is no such interface and out stays as it is.
+int get_ifmac(char (&out)[18], const char* ifname);
+
+// The physical WAN port.
+Setting wan_port();
+
+// Whether an IPv4 address of a port can carry traffic.
+bool usable_address(const std::optional<std::string>& address);
+
+// mac_spoofing.cc: gives the physical port the address that the provider is to see.
+void mac_spoofing();
+
+// The connection modes.
+int start_dhcpc();
+int start_ip();
+int start_pppoe(int flag);
+int start_pptp(int flag);
+int start_l2tp(int flag);
+int start_bpa(int flag);
+int start_ras(int flag);
+
+// pptp.cc: the first address of a host as text, at most 31 characters. False when there is none.
+bool hostnametoip(std::string& dst, const char* name);
+// 0 when the routing table has a default route through a gateway, else -1.
+int have_gw();
+
+// bpa.cc: writes the login client's configuration. Always 0.
+int mk_bpa_conf();
+
+// wan_basic.cc: MTU, fixed name servers, and the time client's marker.
+int start_wan_basic();
+int stop_wan_basic();
+int set_mtu();
+
+// ddns.cc: the dynamic-DNS client.
+int start_ddns_update();
 
 #endif

@@ -50,6 +50,13 @@ std::string put_hidden_files(const std::string& root, const World& world) {
     return wrong + put(root, "/proc/uptime", sealed::uptime_text(world.uptime_microseconds));
 }
 
+// The resolver's own files, so that names are looked up as the case states them.
+std::string put_hosts(const std::string& root, const World& world) {
+    std::string hosts;
+    for (const auto& [name, address] : world.hosts) hosts += address + " " + name + "\n";
+    return put(root, "/etc/hosts", hosts) + put(root, "/etc/nsswitch.conf", "hosts: files\n");
+}
+
 std::string link_kit(const std::string& root, const Kit& kit, const std::string& kit_folder) {
     for (size_t i = 0; i < kit.size(); i++) {
         for (const std::string& path : kit[i].paths) {
@@ -82,7 +89,7 @@ std::string make_root(const std::string& root, const Kit& kit, const std::string
     for (const char* folder : {"/sbin", "/usr/bin", "/usr/sbin"})
         fs::create_symlink("/bin", root + folder);
     std::string wrong = link_kit(root, kit, kit_folder) + put(root, "/dev/null", "") +
-                        put_hidden_files(root, world);
+                        put_hidden_files(root, world) + put_hosts(root, world);
     for (const auto& [path, content] : world.files)
         wrong += path == flash_image ? put(root, path + ".a", flash_content(*content))
                                      : put(root, path, *content);

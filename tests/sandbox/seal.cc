@@ -4,6 +4,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <net/if.h>
 #include <sched.h>
 #include <signal.h>
 #include <string.h>
@@ -67,9 +68,12 @@ bool run_ip(std::vector<std::string> words) {
 
 // A bridge is an interface that needs neither hardware nor a second end.
 bool make_interfaces(const World& world) {
-    for (const auto& [name, address] : world.interfaces) {
+    for (const auto& [name, stated] : world.interfaces) {
+        // The kernel has no names so long, so nobody could find the interface.
+        if (name.size() >= IF_NAMESIZE) continue;
         if (!run_ip({"ip", "link", "add", "name", name, "type", "bridge"})) return false;
-        if (address && !run_ip({"ip", "address", "add", *address + "/24", "dev", name}))
+        if (stated.address &&
+            !run_ip({"ip", "address", "add", *stated.address + "/24", "dev", name}))
             return false;
     }
     return true;

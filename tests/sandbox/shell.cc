@@ -1,6 +1,6 @@
 // The programs of the sealed root, all in one: /bin/sh, which records its line and then has it
-// carried out, the file tools that lines use, and a stand-in that does nothing and succeeds for
-// everything else.
+// carried out, the file tools that lines use, and a stand-in for everything else, which succeeds
+// and does nothing but print what the case states.
 
 #include <fcntl.h>
 #include <stdlib.h>
@@ -21,14 +21,6 @@ constexpr std::string_view file_tools[] = {"cat",  "chmod", "cp",    "cut",  "ec
                                            "head", "ln",    "mkdir", "mv",   "rm",   "rmdir",
                                            "sed",  "tail",  "test",  "touch"};
 
-int run_file_tool(char** words) {
-    const std::string_view path = words[0];
-    const std::string_view name = path.substr(path.rfind('/') + 1);
-    if (std::find(std::begin(file_tools), std::end(file_tools), name) != std::end(file_tools))
-        execv(sealed::real_shell, words);
-    return 0;
-}
-
 int print_stated_output(std::string_view line) {
     const auto outputs = sealed::unpack(sealed::read_file(sealed::outputs_file));
     if (!outputs) return 1;
@@ -38,6 +30,21 @@ int print_stated_output(std::string_view line) {
         if (write(STDOUT_FILENO, output.data(), output.size()) < 0) return 1;
     }
     return 0;
+}
+
+std::string joined(char** words) {
+    std::string line;
+    for (; *words; words++) line += (line.empty() ? "" : " ") + std::string(*words);
+    return line;
+}
+
+// A stand-in prints what the case states for its command line.
+int run_program(char** words) {
+    const std::string_view path = words[0];
+    const std::string_view name = path.substr(path.rfind('/') + 1);
+    if (std::find(std::begin(file_tools), std::end(file_tools), name) != std::end(file_tools))
+        execv(sealed::real_shell, words);
+    return print_stated_output(joined(words));
 }
 
 [[noreturn]] void become_real_shell(char* line) {
@@ -99,6 +106,6 @@ int main(int argc, char** argv) {
     const std::string_view path = argc > 0 ? argv[0] : "";
     const std::string_view name = path.substr(path.rfind('/') + 1);
     if (name == "sh") return shell(argc, argv);
-    if (name == "busybox" && argc > 1) return run_file_tool(argv + 1);
-    return argc > 0 ? run_file_tool(argv) : 0;
+    if (name == "busybox" && argc > 1) return run_program(argv + 1);
+    return argc > 0 ? run_program(argv) : 0;
 }

@@ -80,8 +80,8 @@ TEST_F(CommandTest, PipeThatPrintsWithoutEndIsAbsent) {
 }
 
 TEST_F(CommandTest, AnInterfaceHasItsAddressOrNone) {
-    played_.world.interfaces["br0"] = "192.168.1.1";
-    played_.world.interfaces["eth2.2"] = std::nullopt;
+    played_.world.interfaces["br0"].address = "192.168.1.1";
+    played_.world.interfaces["eth2.2"].address = std::nullopt;
     EXPECT_EQ(getIPAddress("br0"), "192.168.1.1");
     EXPECT_EQ(getIPAddress("eth2.2"), std::nullopt);
     EXPECT_EQ(getIPAddress("ppp0"), std::nullopt);
@@ -89,7 +89,7 @@ TEST_F(CommandTest, AnInterfaceHasItsAddressOrNone) {
 }
 
 TEST_F(CommandTest, WithoutASocketThereIsAMessageAndNoAddress) {
-    played_.world.interfaces["br0"] = "192.168.1.1";
+    played_.world.interfaces["br0"].address = "192.168.1.1";
     played_.world.denied.insert({"br0", "socket"});
     EXPECT_EQ(getIPAddress("br0"), std::nullopt);
     EXPECT_EQ(transcript(), "error  socket creating failed: Operation not permitted\n");

@@ -100,8 +100,8 @@ TEST(Cases, EveryLineKind) {
     EXPECT_EQ(world.uptime_microseconds, 5'000'000);
     EXPECT_EQ(world.pid, 77);
     EXPECT_EQ(world.environment.at("PATH"), "/bin");
-    EXPECT_EQ(world.interfaces.at("br0"), "192.168.1.1");
-    EXPECT_EQ(world.interfaces.at("eth2.2"), std::nullopt);
+    EXPECT_EQ(world.interfaces.at("br0").address, "192.168.1.1");
+    EXPECT_EQ(world.interfaces.at("eth2.2").address, std::nullopt);
 }
 
 TEST(Cases, WhatIsWrongIsNamed) {
@@ -148,6 +148,11 @@ TEST(ShellEffects, PlainLinesChangeFiles) {
     EXPECT_EQ(*world.get("/x"), "A\n");
     apply_file_effects(world, "cp /missing /x");
     EXPECT_EQ(*world.get("/x"), "A\n");
+    apply_file_effects(world, "/sbin/route -n > /x&");
+    EXPECT_EQ(*world.get("/x"), "");
+    world.outputs["/sbin/route -n"] = "table\n";
+    apply_file_effects(world, "/sbin/route -n >> /x 2>&1");
+    EXPECT_EQ(*world.get("/x"), "table\n");
     apply_file_effects(world, "/bin/rm -f /x /a");
     EXPECT_EQ(world.get("/x"), nullptr);
     EXPECT_EQ(world.get("/a"), nullptr);
@@ -197,6 +202,7 @@ TEST(NestedRuns, AreIndentedAndHaveTheNextPid) {
               "    write  /var/run/my_pid_service\n"
               "         \\ 1001\n"
               "    print  ap_name=(null) action=stop\n"
+              "    remove /tmp/ntp_start\n"
               "    remove /var/run/my_pid_service\n"
               "    exit   0\n");
     EXPECT_EQ(played.world.pid, 1000);

@@ -15,6 +15,7 @@
 #include "core/command.h"
 #include "core/platform.h"
 #include "core/run_markers.h"
+#include "wan/wan.h"
 
 namespace {
 
@@ -112,25 +113,47 @@ TEST_F(PlatformTest, PausesPass) {
 TEST_F(PlatformTest, LoopbackHasItsAddress) {
     in_addr address = {};
     const auto answer = platform::interface_address("lo", address);
-    if (answer == platform::AddressQuery::NoSocket)
+    if (answer == platform::InterfaceQuery::NoSocket)
         GTEST_SKIP() << "raw sockets are not permitted here";
-    if (answer == platform::AddressQuery::NoAddress) GTEST_SKIP() << "lo has no address here";
+    if (answer == platform::InterfaceQuery::NotThere) GTEST_SKIP() << "lo has no address here";
     EXPECT_EQ(ntohl(address.s_addr), 0x7f000001u);
     EXPECT_EQ(getIPAddress("lo"), "127.0.0.1");
 }
 
 TEST_F(PlatformTest, NamesLongerThanTheKernelsFindNoAddress) {
     in_addr address = {};
-    if (platform::interface_address("lo", address) == platform::AddressQuery::NoSocket)
+    if (platform::interface_address("lo", address) == platform::InterfaceQuery::NoSocket)
         GTEST_SKIP() << "raw sockets are not permitted here";
-    EXPECT_EQ(platform::interface_address("no-such", address), platform::AddressQuery::NoAddress);
+    EXPECT_EQ(platform::interface_address("no-such", address), platform::InterfaceQuery::NotThere);
     EXPECT_EQ(platform::interface_address(std::string(15, 'x').c_str(), address),
-              platform::AddressQuery::NoAddress);
+              platform::InterfaceQuery::NotThere);
     EXPECT_EQ(platform::interface_address(std::string(16, 'x').c_str(), address),
-              platform::AddressQuery::NoAddress);
+              platform::InterfaceQuery::NotThere);
     EXPECT_EQ(platform::interface_address(std::string(5000, 'x').c_str(), address),
-              platform::AddressQuery::NoAddress);
-    EXPECT_EQ(platform::interface_address("", address), platform::AddressQuery::NoAddress);
+              platform::InterfaceQuery::NotThere);
+    EXPECT_EQ(platform::interface_address("", address), platform::InterfaceQuery::NotThere);
+}
+
+TEST_F(PlatformTest, LoopbackHasItsHardwareAddress) {
+    std::array<unsigned char, 6> mac = {1, 2, 3, 4, 5, 6};
+    ASSERT_EQ(platform::interface_mac("lo", mac), platform::InterfaceQuery::Found);
+    EXPECT_EQ(mac, (std::array<unsigned char, 6>{}));
+    char text[18] = "unchanged";
+    EXPECT_EQ(get_ifmac(text, "lo"), 1);
+    EXPECT_STREQ(text, "00:00:00:00:00:00");
+    EXPECT_EQ(platform::interface_mac("no-such", mac), platform::InterfaceQuery::NotThere);
+    EXPECT_EQ(platform::interface_mac(std::string(5000, 'x').c_str(), mac),
+              platform::InterfaceQuery::NotThere);
+}
+
+TEST_F(PlatformTest, NamesAreLookedUp) {
+    platform::HostAddress host = {};
+    ASSERT_TRUE(platform::look_up_host("127.0.0.9", host));
+    EXPECT_EQ(host.family, AF_INET);
+    EXPECT_EQ(host.bytes[0], 127);
+    EXPECT_EQ(host.bytes[3], 9);
+    EXPECT_FALSE(platform::look_up_host("", host));
+    EXPECT_FALSE(platform::look_up_host("no such host", host));
 }
 
 TEST_F(PlatformTest, DevicesThatAreNotThere) {
