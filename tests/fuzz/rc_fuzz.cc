@@ -15,16 +15,94 @@ struct Action {
 constexpr Action actions[] = {
     {"init", nullptr},   {"lan", "start"},   {"httpd", "start"},     {"dhcpd", "restart"},
     {"dhcpd", "create"}, {"start", nullptr}, {"service", "restart"}, {"wan", nullptr},
+    {"wan", "start"},    {"wan", "stop"},    {"wan", "restart"},     {"ddns", "start"},
 };
 
+constexpr const char* wan_modes[] = {"", "dhcpc", "pppoe", "pptp", "l2tp", "bpa", "ras", "ip"};
+
 constexpr const char* keys[] = {
-    "ap_dns",        "ap_gateway",      "ap_mode",         "device_name",
-    "dhcp_dns_ip",   "dhcp_end_ip",     "dhcp_gateway_ip", "dhcp_server_enable",
-    "dhcp_start_ip", "fw_services_def", "http_password",   "http_realm",
-    "http_timeout",  "http_username",   "lan_assign_mac",  "lan_bipaddr",
-    "lan_if",        "lan_ipaddr",      "lan_lease_time",  "lan_netmask",
-    "pcdb_list",     "restore_default", "upgrade_default", "wan_domain",
-    "wan_line",      "wan_mode",        "wsc_device_pin",  "dhcp_server_extended_option",
+    "ap_dns",
+    "ap_gateway",
+    "ap_mode",
+    "bpa_password",
+    "bpa_username",
+    "ddns_enable",
+    "ddns_host_name",
+    "ddns_old_service",
+    "ddns_password",
+    "ddns_service_provider",
+    "ddns_use_wildcards",
+    "ddns_user_name",
+    "device_name",
+    "dhcp_dns_ip",
+    "dhcp_end_ip",
+    "dhcp_gateway_ip",
+    "dhcp_server_enable",
+    "dhcp_server_extended_option",
+    "dhcp_start_ip",
+    "fix_gateway",
+    "fix_ipaddr",
+    "fix_netmask",
+    "fw_services_def",
+    "http_password",
+    "http_realm",
+    "http_timeout",
+    "http_username",
+    "l2tp_dod",
+    "l2tp_idle",
+    "l2tp_ipaddr",
+    "l2tp_mtu",
+    "l2tp_netmask",
+    "l2tp_password",
+    "l2tp_redial",
+    "l2tp_server",
+    "l2tp_type",
+    "l2tp_username",
+    "lan_assign_mac",
+    "lan_bipaddr",
+    "lan_if",
+    "lan_ipaddr",
+    "lan_lease_time",
+    "lan_netmask",
+    "pcdb_list",
+    "pppoe_idle",
+    "pppoe_ipaddr",
+    "pppoe_password",
+    "pppoe_service",
+    "pppoe_username",
+    "pptp_dod",
+    "pptp_fix_gateway",
+    "pptp_fix_netmask",
+    "pptp_id",
+    "pptp_idle",
+    "pptp_ipaddr",
+    "pptp_password",
+    "pptp_server",
+    "pptp_server_domain",
+    "pptp_server_type",
+    "pptp_type",
+    "pptp_username",
+    "pptp_wan_dns1",
+    "ras_dod",
+    "restore_default",
+    "static_mtu",
+    "upgrade_default",
+    "wan_account",
+    "wan_dns1",
+    "wan_dns2",
+    "wan_dns3",
+    "wan_dod",
+    "wan_domain",
+    "wan_fix_dns",
+    "wan_ifname",
+    "wan_iptype_pppoe",
+    "wan_line",
+    "wan_macaddr",
+    "wan_macaddr_default",
+    "wan_mode",
+    "wan_mtu",
+    "wan_phy_ifname",
+    "wsc_device_pin",
 };
 
 constexpr const char* files[] = {
@@ -43,9 +121,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (action.action) words.emplace_back(action.action);
 
     Settings settings;
+    settings["wan_mode"] = input.PickValueInArray(wan_modes);
     while (input.remaining_bytes() > 0 && input.ConsumeBool()) {
         std::string value = input.ConsumeRandomLengthString(6000);
-        if (input.ConsumeBool()) {
+        const int what = input.ConsumeIntegralInRange(0, 7);
+        if (what == 0) {
+            played.world.outputs[input.PickValueInArray({"/bin/ps -ax", "/sbin/route -n"})] = value;
+        } else if (what == 1) {
+            played.world.interfaces["eth2.2"].address = "10.0.0.2";
+        } else if (what <= 5) {
             // No value holds a zero byte.
             std::erase(value, '\0');
             settings[input.PickValueInArray(keys)] = value;
