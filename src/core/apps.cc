@@ -5,7 +5,9 @@
 #include <span>
 #include <string_view>
 
+#include "firewall/firewall.h"
 #include "lan/lan.h"
+#include "sched/sched.h"
 #include "wan/wan.h"
 
 // The order of the rows is the order in which a whole group is started, stopped or created.
@@ -22,6 +24,11 @@ constexpr rc_app rc_apps[] = {
 
 constexpr rc_app rc_services[] = {
     {.name = "wan_basic", .start = start_wan_basic, .stop = stop_wan_basic, .create = nullptr},
+    {.name = "firewall",
+     .start = start_firewall,
+     .stop = stop_firewall,
+     .create = create_firewall_cfg},
+    {.name = "schedule", .start = start_schedule, .stop = nullptr, .create = create_crontab},
     {.name = "ddns", .start = start_ddns_update, .stop = nullptr, .create = nullptr},
     {},
 };

@@ -11,11 +11,12 @@ File open_file(const char* path, const char* mode) {
     return File(platform::open_file(path, mode));
 }
 
-void File::print(const char* text, ...) {
+int File::print(const char* text, ...) {
     va_list arguments;
     va_start(arguments, text);
-    vfprintf(stream_.get(), text, arguments);
+    const int written = vfprintf(stream_.get(), text, arguments);
     va_end(arguments);
+    return written;
 }
 
 void File::write(std::span<const unsigned char> bytes) {

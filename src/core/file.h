@@ -16,7 +16,8 @@ class File {
 
     // Writing. Errors are not reported: a full disk leaves a short file, as it does for the shell's
     // echo.
-    [[gnu::format(printf, 2, 3)]] void print(const char* text, ...);
+    // print returns what vfprintf(3) returns.
+    [[gnu::format(printf, 2, 3)]] int print(const char* text, ...);
     void write(std::span<const unsigned char> bytes);
 
     // One line with its newline, at most line.size() - 1 bytes, as fgets(3) reads it. False at the

@@ -12,6 +12,7 @@ class Setting {
 
     const char* text() const { return text_ ? text_.get() : ""; }
     std::string_view view() const { return text(); }
+    bool is_set() const { return text_ != nullptr; }
     bool empty() const { return *text() == '\0'; }
 
     // Flags are "1" and "0"; only the first character counts.

@@ -6,6 +6,7 @@
 
 #include <netinet/in.h>
 #include <stdio.h>
+#include <time.h>
 
 #include <array>
 
@@ -31,6 +32,7 @@ void set_environment(const char* name, const char* value);
 FILE* open_file(const char* path, const char* mode);
 bool file_exists(const char* path);
 void remove_file(const char* path);
+void set_mode(const char* path, unsigned mode);
 
 // Standard output, and a message on standard error followed by the text of errno, as perror(3)
 // gives it.
@@ -41,12 +43,20 @@ void print_error(const char* what);
 void sleep_seconds(unsigned seconds);
 void sleep_microseconds(unsigned microseconds);
 
+// The clock: seconds since 1970 in UTC; as local time of the environment's TZ; and back
+// (mktime(3)), -1 when there is no such time.
+long long current_time();
+tm local_time(long long seconds);
+long long time_of_local(tm local);
+
 // What the kernel tells of an interface (netdevice(7)). NoSocket leaves errno set.
 enum class InterfaceQuery { Found, NotThere, NoSocket };
 // Its IPv4 address, asked on a raw socket (SIOCGIFADDR). Without an address it is NotThere.
 InterfaceQuery interface_address(const char* name, in_addr& address);
 // Its hardware address, asked on a datagram socket (SIOCGIFHWADDR).
 InterfaceQuery interface_mac(const char* name, std::array<unsigned char, 6>& mac);
+// Its MTU, asked on a raw socket (SIOCGIFMTU).
+InterfaceQuery interface_mtu(const char* name, int& mtu);
 
 // The first address of a host by name, as gethostbyname(3) finds it. False when there is none. The
 // family is the resolver's: AF_INET with 4 bytes, AF_INET6 with 16.

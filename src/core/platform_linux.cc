@@ -9,6 +9,7 @@
 #include <string.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/platform.h"
@@ -53,6 +54,10 @@ void remove_file(const char* path) {
     unlink(path);
 }
 
+void set_mode(const char* path, unsigned mode) {
+    chmod(path, mode);
+}
+
 FILE* standard_output() {
     return stdout;
 }
@@ -70,6 +75,23 @@ void sleep_seconds(unsigned seconds) {
 
 void sleep_microseconds(unsigned microseconds) {
     usleep(microseconds);
+}
+
+long long current_time() {
+    return time(nullptr);
+}
+
+tm local_time(long long seconds) {
+    const auto when = static_cast<time_t>(seconds);
+    tm local = {};
+    // localtime_r need not look at TZ again.
+    tzset();
+    localtime_r(&when, &local);
+    return local;
+}
+
+long long time_of_local(tm local) {
+    return mktime(&local);
 }
 
 namespace {
@@ -106,6 +128,13 @@ InterfaceQuery interface_mac(const char* name, std::array<unsigned char, 6>& mac
     ifreq request = {};
     const InterfaceQuery answer = ask_interface(SOCK_DGRAM, 0, SIOCGIFHWADDR, name, request);
     if (answer == InterfaceQuery::Found) memcpy(mac.data(), request.ifr_hwaddr.sa_data, mac.size());
+    return answer;
+}
+
+InterfaceQuery interface_mtu(const char* name, int& mtu) {
+    ifreq request = {};
+    const InterfaceQuery answer = ask_interface(SOCK_RAW, IPPROTO_RAW, SIOCGIFMTU, name, request);
+    if (answer == InterfaceQuery::Found) mtu = request.ifr_mtu;
     return answer;
 }
 

@@ -52,6 +52,17 @@ std::optional<long long> scan_number(const char* text) {
     return number;
 }
 
+bool scan_int(const char*& text, char follower, int& number) {
+    char* end = nullptr;
+    errno = 0;
+    const long long read = strtoll(text, &end, 10);
+    if (end == text || errno == ERANGE || read < INT_MIN || read > INT_MAX) return false;
+    number = static_cast<int>(read);
+    text = end;
+    if (follower == '\0') return true;
+    return *text++ == follower;
+}
+
 void strccpy(std::string& dest, const char* src, char delimiter) {
     dest.clear();
     if (!src) return;

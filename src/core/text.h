@@ -24,6 +24,10 @@ int leading_int(const char* text);
 // none or when it is beyond long long.
 std::optional<long long> scan_number(const char* text);
 
+// Takes a number off the front as scanf's "%d" does, and the character that must follow it; '\0'
+// lets anything follow. False when it does not read, or is beyond int; text is then anywhere.
+bool scan_int(const char*& text, char follower, int& number);
+
 // Copies src up to, not including, the first delimiter or its end. An absent src gives the empty
 // text.
 void strccpy(std::string& dest, const char* src, char delimiter);

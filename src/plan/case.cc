@@ -4,6 +4,7 @@
 
 #include <ctype.h>
 #include <stdlib.h>
+#include <time.h>
 
 #include "core/text.h"
 
@@ -77,6 +78,13 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
         result_.world.uptime_microseconds = atoll(rest.c_str()) * 1'000'000;
         return "";
     }
+    if (word == "clock") {
+        tm utc = {};
+        const char* end = strptime(rest.c_str(), "%Y-%m-%d %H:%M:%S", &utc);
+        if (!end || *end) return "clock takes YYYY-MM-DD HH:MM:SS";
+        result_.world.clock_microseconds = timegm(&utc) * 1'000'000LL;
+        return "";
+    }
     if (word == "pid") {
         result_.world.pid = atoi(rest.c_str());
         return "";
@@ -89,9 +97,11 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
     }
     if (word == "interface") {
         const std::vector<std::string> words = command_words(rest);
-        if (words.size() != 2) return "interface takes a name and an address";
+        if (words.size() != 2 && words.size() != 3)
+            return "interface takes a name, an address and perhaps an MTU";
         World::Interface& stated = result_.world.interfaces[words[0]];
         if (words[1] != "-") stated.address = words[1];
+        if (words.size() == 3) stated.mtu = leading_int(words[2].c_str());
         return "";
     }
     if (word == "host") {

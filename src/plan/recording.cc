@@ -7,6 +7,7 @@
 #include <limits.h>
 #include <linux/mii.h>
 #include <net/if.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "core/platform.h"
@@ -99,6 +100,37 @@ std::shared_ptr<std::string> find_content(World& world, const std::string& path,
     }
     return world.files[path] = std::make_shared<std::string>();
 }
+
+void pass(World& world, long long microseconds) {
+    world.uptime_microseconds += microseconds;
+    world.clock_microseconds += microseconds;
+}
+
+// The C library's local time is that of the process; for one call it is the router's. A router
+// without TZ has no zone file either, so it is in UTC.
+class TimeZoneOfWorld {
+  public:
+    TimeZoneOfWorld() {
+        const char* own = getenv("TZ");
+        if (own) own_ = own;
+        const auto& environment = recording().world.environment;
+        const auto zone = environment.find("TZ");
+        setenv("TZ", zone == environment.end() ? "UTC0" : zone->second.c_str(), 1);
+        tzset();
+    }
+    ~TimeZoneOfWorld() {
+        if (own_)
+            setenv("TZ", own_->c_str(), 1);
+        else
+            unsetenv("TZ");
+        tzset();
+    }
+    TimeZoneOfWorld(const TimeZoneOfWorld&) = delete;
+    TimeZoneOfWorld& operator=(const TimeZoneOfWorld&) = delete;
+
+  private:
+    std::optional<std::string> own_;
+};
 
 platform::InterfaceQuery find_interface(const char* name, const World::Interface*& found) {
     const World& world = recording().world;
@@ -246,6 +278,28 @@ void remove_file(const char* path) {
     played.world.files.erase(path);
 }
 
+void set_mode(const char* path, unsigned mode) {
+    recording().transcript.add("chmod", format("%04o %s", mode, path));
+}
+
+long long current_time() {
+    const World& world = recording().world;
+    return (world.clock_microseconds) / 1'000'000;
+}
+
+tm local_time(long long seconds) {
+    const TimeZoneOfWorld zone;
+    const auto when = static_cast<time_t>(seconds);
+    tm local = {};
+    localtime_r(&when, &local);
+    return local;
+}
+
+long long time_of_local(tm local) {
+    const TimeZoneOfWorld zone;
+    return mktime(&local);
+}
+
 FILE* standard_output() {
     static FILE* output = [] {
         FILE* stream = fopencookie(nullptr, "w", {nullptr, write_output, nullptr, nullptr});
@@ -261,13 +315,13 @@ void print_error(const char* what) {
 
 void sleep_seconds(unsigned seconds) {
     Recording& played = recording();
-    played.world.uptime_microseconds += seconds * 1'000'000LL;
+    pass(played.world, seconds * 1'000'000LL);
     played.transcript.add("pause", format("%u s", seconds));
 }
 
 void sleep_microseconds(unsigned microseconds) {
     Recording& played = recording();
-    played.world.uptime_microseconds += microseconds;
+    pass(played.world, microseconds);
     if (microseconds >= 1000)
         played.transcript.add("pause", format("%u us", microseconds));
     else
@@ -287,6 +341,13 @@ InterfaceQuery interface_mac(const char* name, std::array<unsigned char, 6>& mac
     const World::Interface* found = nullptr;
     const InterfaceQuery answer = find_interface(name, found);
     if (answer == InterfaceQuery::Found) mac = found->mac;
+    return answer;
+}
+
+InterfaceQuery interface_mtu(const char* name, int& mtu) {
+    const World::Interface* found = nullptr;
+    const InterfaceQuery answer = find_interface(name, found);
+    if (answer == InterfaceQuery::Found) mtu = found->mtu;
     return answer;
 }
 

@@ -27,11 +27,14 @@ struct World {
     struct Interface {
         std::optional<std::string> address;  // dotted quad
         std::array<unsigned char, 6> mac = {};
+        int mtu = 1500;
     };
     std::map<std::string, Interface> interfaces;
     // Addresses by the names that a look-up finds.
     std::map<std::string, std::string> hosts;
     long long uptime_microseconds = 3600'000'000;
+    // Since 1970 in UTC: 2024-01-01 00:00:00.
+    long long clock_microseconds = 1'704'067'200'000'000;
     int pid = 1000;
 
     void put(const std::string& path, std::string content) {

@@ -43,19 +43,20 @@ says out 'total  commands 0, files written 0, settings stored 0, pauses 0 s'
 
 # A restart of the Internet side in each mode, the stop's clients and the nested runs included.
 while read -r mode total; do
-    expect 0 run --set "wan_mode=$mode" --set pptp_type=1 --set l2tp_type=1 --set ras_dod=1 wan restart
+    expect 0 run --set "wan_mode=$mode" --set pptp_type=1 --set l2tp_type=1 --set ras_dod=1 --set ap_mode=1 \
+        wan restart
     says out 'run    /usr/sbin/rc service stop'
     says out '    print  ap_name=(null) action=stop'
     says out "print  wan mode =$mode"
     says out "total  $total"
 done << 'END'
-dhcpc commands 9, files written 3, settings stored 1, pauses 2 s
-pppoe commands 17, files written 4, settings stored 2, pauses 6 s
-pptp commands 18, files written 3, settings stored 1, pauses 2 s
-bpa commands 7, files written 4, settings stored 1, pauses 3 s
-ras commands 9, files written 3, settings stored 1, pauses 5 s
-l2tp commands 12, files written 7, settings stored 1, pauses 2 s
-ip commands 21, files written 6, settings stored 2, pauses 2 s
+dhcpc commands 15, files written 3, settings stored 1, pauses 2 s
+pppoe commands 29, files written 5, settings stored 2, pauses 6 s
+pptp commands 24, files written 3, settings stored 1, pauses 2 s
+bpa commands 13, files written 4, settings stored 1, pauses 3 s
+ras commands 15, files written 3, settings stored 1, pauses 5 s
+l2tp commands 18, files written 7, settings stored 1, pauses 2 s
+ip commands 33, files written 7, settings stored 2, pauses 2 s
 END
 
 expect 2 run

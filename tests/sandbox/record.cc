@@ -12,6 +12,8 @@
 #include <string.h>
 #include <sys/auxv.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <linux/mii.h>
@@ -120,7 +122,14 @@ void record_closed(const OpenFile& file) {
     }
 }
 
-void advance_uptime(long long microseconds) {
+long long stated_clock() {
+    return strtoll(sealed::read_file(sealed::clock_file).c_str(), nullptr, 10);
+}
+
+// A pause moves the clock and the uptime on, as far as the case states one.
+void pass(long long microseconds) {
+    if (!sealed::write_file(sealed::clock_file, std::to_string(stated_clock() + microseconds)))
+        abort();
     const std::string text = sealed::read_file(sealed::uptime_file);
     if (text.empty()) return;
     const long long now = strtoll(text.c_str(), nullptr, 10) + microseconds;
@@ -207,6 +216,15 @@ INTERPOSED int remove(const char* path) noexcept {
     return remove_listened("remove", path);
 }
 
+INTERPOSED int chmod(const char* path, mode_t mode) noexcept {
+    if (listening()) {
+        char text[16];
+        snprintf(text, sizeof text, "%04o ", mode);
+        record("chmod", text + std::string(path));
+    }
+    return real<int(const char*, mode_t)>("chmod")(path, mode);
+}
+
 INTERPOSED void perror(const char* what) {
     if (recorder) record_unflushed("error", std::string(what) + ": " + strerror(errno));
 }
@@ -248,12 +266,19 @@ INTERPOSED FILE* popen(const char* line, const char* mode) {
     return stream;
 }
 
-// Pauses.
+// The clock, and pauses.
+
+INTERPOSED time_t time(time_t* result) noexcept {
+    if (!recorder) return real<time_t(time_t*)>("time")(result);
+    const auto now = static_cast<time_t>(stated_clock() / 1'000'000);
+    if (result) *result = now;
+    return now;
+}
 
 INTERPOSED unsigned sleep(unsigned seconds) {
     if (!recorder) return real<unsigned(unsigned)>("sleep")(seconds);
     record("pause", std::to_string(seconds) + " s");
-    advance_uptime(seconds * 1'000'000LL);
+    pass(seconds * 1'000'000LL);
     return 0;
 }
 
@@ -261,7 +286,7 @@ INTERPOSED int usleep(useconds_t microseconds) {
     if (!recorder) return real<int(useconds_t)>("usleep")(microseconds);
     // Shorter ones only yield the processor.
     if (microseconds >= 1000) record("pause", std::to_string(microseconds) + " us");
-    advance_uptime(microseconds);
+    pass(microseconds);
     return 0;
 }
 

@@ -44,7 +44,8 @@ std::string put_hidden_files(const std::string& root, const World& world) {
     std::string wrong = put(root, sealed::trace_file, "") + put(root, sealed::output_file, "") +
                         put(root, sealed::pid_file, std::to_string(world.pid)) +
                         put(root, sealed::denied_file, sealed::pack(denied)) +
-                        put(root, sealed::outputs_file, sealed::pack(outputs));
+                        put(root, sealed::outputs_file, sealed::pack(outputs)) +
+                        put(root, sealed::clock_file, std::to_string(world.clock_microseconds));
     if (world.get("/proc/uptime")) return wrong;
     wrong += put(root, sealed::uptime_file, std::to_string(world.uptime_microseconds));
     return wrong + put(root, "/proc/uptime", sealed::uptime_text(world.uptime_microseconds));

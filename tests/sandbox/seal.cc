@@ -75,6 +75,9 @@ bool make_interfaces(const World& world) {
         if (stated.address &&
             !run_ip({"ip", "address", "add", *stated.address + "/24", "dev", name}))
             return false;
+        if (stated.mtu != 1500 &&
+            !run_ip({"ip", "link", "set", name, "mtu", std::to_string(stated.mtu)}))
+            return false;
     }
     return true;
 }

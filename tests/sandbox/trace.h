@@ -19,6 +19,7 @@ inline constexpr const char* output_file = "/.sealed/output";
 inline constexpr const char* pid_file = "/.sealed/pid";
 // Microseconds since the kernel started; missing when the case states /proc/uptime itself.
 inline constexpr const char* uptime_file = "/.sealed/uptime";
+inline constexpr const char* clock_file = "/.sealed/clock";
 // Path and mode of each denied open; shell line and output of each pipe.
 inline constexpr const char* denied_file = "/.sealed/denied";
 inline constexpr const char* outputs_file = "/.sealed/outputs";

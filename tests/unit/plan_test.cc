@@ -196,14 +196,14 @@ TEST(NestedRuns, AreIndentedAndHaveTheNextPid) {
     Recording played;
     const Playing playing(played);
     played.world.put(working_copy, "");
-    SYSTEM("/usr/sbin/rc service stop");
+    SYSTEM("/usr/sbin/rc service");
     EXPECT_EQ(played.transcript.text(),
-              "run    /usr/sbin/rc service stop\n"
+              "run    /usr/sbin/rc service\n"
               "    write  /var/run/my_pid_service\n"
               "         \\ 1001\n"
-              "    print  ap_name=(null) action=stop\n"
-              "    remove /tmp/ntp_start\n"
-              "    remove /var/run/my_pid_service\n"
+              "    print\n"
+              "    print  Usage: rc [wan|service|ap name] [start|stop|restart|create]\n"
+              "    print\n"
               "    exit   0\n");
     EXPECT_EQ(played.world.pid, 1000);
 }

@@ -1,0 +1,87 @@
+// Access control: what the LAN may not use of the WAN. Chains BLOCK, ACL_BLOCK and OUT_FILTER.
+
+#include <algorithm>
+
+#include "core/nvram.h"
+#include "core/text.h"
+#include "firewall/firewall.h"
+#include "firewall/rules.h"
+#include "firewall/services.h"
+
+namespace {
+
+constexpr size_t service_name_limit = 14;
+
+// The list's first characters are not part of it.
+constexpr size_t list_start = 4;
+constexpr size_t blocked_capacity = 100;
+constexpr size_t blocked_name_limit = 29;
+
+bool find_service(std::string_view name, Service& service) {
+    return search_serv(nvram_text("fw_services_def").view(), service, name) == 0 ||
+           search_serv(nvram_text("fw_services").view(), service, name) == 0;
+}
+
+void block_service(const Setting& lan_if, const Service& service) {
+    if (service.protocol == "both" || service.protocol == "any") {
+        for (const char* protocol : {"tcp", "udp"})
+            fw_rule("-A OUT_FILTER   -i %s -p %s --dport %d:%d -j ACL_BLOCK", lan_if.text(),
+                    protocol, service.first_port, service.last_port);
+        return;
+    }
+    fw_rule("-A OUT_FILTER   -i %s -p %s --dport %d:%d -j ACL_BLOCK", lan_if.text(),
+            service.protocol.c_str(), service.first_port, service.last_port);
+}
+
+// The names after an unknown one are left alone.
+void block_listed(const Setting& lan_if, std::string_view list) {
+    list.remove_prefix(std::min(list.size(), list_start));
+    for (size_t count = 0; !list.empty() && count < blocked_capacity;) {
+        const std::string_view name = list.substr(0, list.find_first_of("\x01 "));
+        list.remove_prefix(std::min(list.size(), name.size() + 1));
+        if (name.empty()) continue;
+        count++;
+        Service service;
+        if (!find_service(cut(name, blocked_name_limit), service)) return;
+        block_service(lan_if, service);
+    }
+}
+
+}  // namespace
+
+int search_serv(std::string_view table, Service& service, std::string_view name) {
+    while (!table.empty()) {
+        std::string_view record = take_field(table, '\x01');
+        const std::string_view record_name = cut(take_field(record, ':'), service_name_limit);
+        const std::string_view protocol = take_field(record, ':');
+        Service found = {.name = std::string(record_name), .protocol = std::string(protocol)};
+        if (record_name.empty() || protocol.empty() || record_name != name) continue;
+        const std::string ports(record);
+        const char* text = ports.c_str();
+        if (!scan_int(text, '-', found.first_port) || !scan_int(text, '\0', found.last_port))
+            continue;
+        service = found;
+        return 0;
+    }
+    return -1;
+}
+
+int get_serv(std::string_view name, Service& service) {
+    if (search_serv(nvram_text("fw_services").view(), service, name) == 0) return -1;
+    return search_serv(nvram_text("fw_services_def").view(), service, name);
+}
+
+void fw_access_control() {
+    fw_rule("-A BLOCK -j DROP");
+    fw_rule("-A ACL_BLOCK -j DROP");
+    fw_rule("-A OUT_FILTER -s %s  -p all -j ACCEPT", nvram_text("lan_ipaddr").text());
+
+    const char schedule = schedule_character();
+    const bool in_force = schedule >= '1' && schedule <= '9';
+    if (!in_force && nvram_text("ac_sch").number() == 1) return;
+
+    const int control = nvram_text("ac_control").number();
+    const Setting lan_if = nvram_text("lan_if");
+    if (control == 1) fw_rule("-A OUT_FILTER  -i %s -p all -j ACL_BLOCK", lan_if.text());
+    if (control == 2) block_listed(lan_if, nvram_text("access_control").view());
+}

@@ -1,0 +1,162 @@
+// Port forwarding, single ports and ranges: chains PF, POSTROUTING and FORWARD.
+
+#include "firewall/port_forward.h"
+
+#include <arpa/inet.h>
+
+#include "core/nvram.h"
+#include "core/text.h"
+#include "firewall/firewall.h"
+#include "firewall/rules.h"
+
+namespace {
+
+// PPTP's control connection; its data goes as GRE, which needs rules of its own.
+constexpr int pptp_port = 1723;
+
+// An address holds at most this many characters up to its last dot.
+constexpr size_t prefix_limit = 12;
+
+// What all forwards share.
+struct Network {
+    Setting lan_address = nvram_text("lan_ipaddr");
+    std::string prefix = lan_prefix(lan_address.view());
+    std::string wan_address = address_of(nvram_text("wan_ifname").text());
+    int mask_bits = prefix_length(nvram_text("lan_netmask").text());
+};
+
+void write_gre(const Network& net, const std::string& host) {
+    fw_rule("-t nat -A PF -p gre --dst %s -j DNAT --to-destination %s", net.wan_address.c_str(),
+            host.c_str());
+    fw_rule("-t nat -A POSTROUTING -p gre --dst %s -j SNAT --to-source %s", host.c_str(),
+            net.lan_address.text());
+    fw_rule("-A FORWARD -p gre -d %s -j ACCEPT", host.c_str());
+}
+
+std::string host_of(const Network& net, const Forward& forward) {
+    return net.prefix + "." + forward.host;
+}
+
+void write_forward(const Network& net, const Forward& forward) {
+    const std::string host = host_of(net, forward);
+    const char* protocol = forward.protocol.c_str();
+    const char* outside = forward.first.c_str();
+    const char* inside = forward.second.c_str();
+    fw_rule("-t nat -A PF -p %s --dport %s --dst %s -j DNAT --to-destination %s:%s", protocol,
+            outside, net.wan_address.c_str(), host.c_str(), inside);
+    // LAN hosts that use the WAN address are answered through the router, too.
+    fw_rule("-t nat -A POSTROUTING -p %s -s %s/%d --dst %s --dport %s -j SNAT --to-source %s",
+            protocol, net.lan_address.text(), net.mask_bits, host.c_str(), inside,
+            net.lan_address.text());
+    fw_rule(
+        "-A FORWARD -p %s -d %s --dport %s  -j LOG --log-level 4 --log-prefix \"[PORT FORWARD]\"",
+        protocol, host.c_str(), inside);
+    fw_rule("-A FORWARD -p %s -d %s --dport %s -j ACCEPT", protocol, host.c_str(), inside);
+    if (leading_int(outside) == pptp_port) write_gre(net, host);
+}
+
+void write_range_of_one(const Network& net, const Forward& forward) {
+    const std::string host = host_of(net, forward);
+    const char* protocol = forward.protocol.c_str();
+    const char* start = forward.first.c_str();
+    const char* end = forward.second.c_str();
+    fw_rule("-t nat -A PF -p %s --dport %s:%s --dst %s -j DNAT --to-destination %s", protocol,
+            start, end, net.wan_address.c_str(), host.c_str());
+    fw_rule("-t nat -A POSTROUTING -p %s -s %s/%d --dst %s -j SNAT --to-source %s", protocol,
+            net.lan_address.text(), net.mask_bits, host.c_str(), net.lan_address.text());
+    fw_rule(
+        "-A FORWARD  -p %s -d %s --dport %s:%s -j LOG --log-level 4 --log-prefix"
+        " \"[PORT RANGE FORWARD]\"",
+        protocol, host.c_str(), start, end);
+    fw_rule("-A FORWARD  -p %s -d %s --dport %s:%s -j ACCEPT", protocol, host.c_str(), start, end);
+}
+
+void write_range_of_both(const Network& net, const Forward& forward) {
+    const std::string host = host_of(net, forward);
+    const char* start = forward.first.c_str();
+    const char* end = forward.second.c_str();
+    for (const char* protocol : {"tcp", "udp"})
+        fw_rule("-t nat -A PF -p %s --dport %s:%s --dst %s -j DNAT --to-destination %s", protocol,
+                start, end, net.wan_address.c_str(), host.c_str());
+    fw_rule("-t nat -A POSTROUTING -p ! icmp -s %s/%d --dst %s -j SNAT --to-source %s",
+            net.lan_address.text(), net.mask_bits, host.c_str(), net.lan_address.text());
+    for (const char* protocol : {"tcp", "udp"})
+        fw_rule(
+            "-A FORWARD -p %s -d %s --dport %s:%s -j LOG --log-level 4 --log-prefix"
+            " \"[PORT RANGE FORWARD]\"",
+            protocol, host.c_str(), start, end);
+    for (const char* protocol : {"tcp", "udp"})
+        fw_rule("-A FORWARD -p %s -d %s --dport %s:%s -j ACCEPT", protocol, host.c_str(), start,
+                end);
+}
+
+// Reads as scanf's "%[^:]:%[^:]:%[^:]:%s" does: an empty field ends it, and what follows stays
+// empty.
+Forward parse_forward(std::string_view record, const ForwardStore& store) {
+    struct Field {
+        std::string Forward::*text;
+        size_t width;
+    };
+    const Field fields[] = {{&Forward::first, store.port_width},
+                            {&Forward::second, store.port_width},
+                            {&Forward::protocol, store.protocol_width}};
+    Forward forward;
+    for (const Field& field : fields) {
+        const std::string_view text = take_field(record, ':');
+        if (text.empty()) return forward;
+        forward.*field.text = cut(text, field.width);
+    }
+    forward.host = cut(record, store.host_width);
+    return forward;
+}
+
+void write_range(const Network& net, const Forward& forward) {
+    const bool both = forward.protocol == "both";
+    if (both)
+        write_range_of_both(net, forward);
+    else
+        write_range_of_one(net, forward);
+    const bool has_pptp = leading_int(forward.first.c_str()) <= pptp_port &&
+                          pptp_port <= leading_int(forward.second.c_str());
+    if (has_pptp && (both || forward.protocol == "tcp")) write_gre(net, host_of(net, forward));
+}
+
+}  // namespace
+
+std::vector<Forward> parse_forwards(std::string_view list, const ForwardStore& store) {
+    std::vector<Forward> forwards;
+    while (!list.empty() && forwards.size() < store.capacity) {
+        std::string_view record = take_field(list, '\x01');
+        take_field(record, ':');  // the name
+        if (take_field(record, ':') != "1") continue;
+        if (!contains(record, ":")) continue;
+        take_field(record, ':');
+        forwards.push_back(parse_forward(record, store));
+    }
+    return forwards;
+}
+
+std::string lan_prefix(std::string_view address) {
+    const std::string_view start = cut(address, prefix_limit);
+    return std::string(start.substr(0, start.rfind('.')));
+}
+
+int prefix_length(const char* netmask) {
+    in_addr mask = {};
+    if (inet_aton(netmask, &mask) == 0) return 0;
+    int bits = 0;
+    for (uint32_t rest = ntohl(mask.s_addr); rest & 0x80000000u; rest <<= 1) bits++;
+    return bits;
+}
+
+void fw_port_forward() {
+    const Network net;
+    for (const Forward& forward : parse_forwards(nvram_text("fw_in_rules").view(), in_rules))
+        write_forward(net, forward);
+}
+
+void fw_port_range_forward() {
+    const Network net;
+    for (const Forward& forward : parse_forwards(nvram_text("fw_out_rules").view(), out_rules))
+        write_range(net, forward);
+}

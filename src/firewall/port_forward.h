@@ -1,0 +1,39 @@
+// Port forwarding: the settings' records, and where they lead.
+#ifndef RC_FIREWALL_PORT_FORWARD_H
+#define RC_FIREWALL_PORT_FORWARD_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+// One forward. The texts stand in the rules as they are.
+struct Forward {
+    std::string first;   // outside port, or first port of a range
+    std::string second;  // inside port, or last port of a range
+    std::string protocol;
+    std::string host;  // last octet of the LAN host
+};
+
+// A kind of forward: how many records count, and the widths of their fields.
+struct ForwardStore {
+    size_t capacity;
+    size_t port_width;
+    size_t protocol_width;
+    size_t host_width;
+};
+constexpr ForwardStore in_rules = {
+    .capacity = 15, .port_width = 5, .protocol_width = 3, .host_width = 3};
+constexpr ForwardStore out_rules = {
+    .capacity = 10, .port_width = 5, .protocol_width = 4, .host_width = 3};
+
+// The records that are on, name:1:third:first:second:protocol:host each. Records that end before
+// the host are left out.
+std::vector<Forward> parse_forwards(std::string_view list, const ForwardStore& store);
+
+// The first three octets of an address; all of it when it has no dot.
+std::string lan_prefix(std::string_view address);
+
+// The leading one bits of a netmask.
+int prefix_length(const char* netmask);
+
+#endif

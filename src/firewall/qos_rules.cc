@@ -1,0 +1,60 @@
+// QoS rules: the records of the setting "qos".
+
+#include "firewall/qos_rules.h"
+
+#include "core/nvram.h"
+#include "core/text.h"
+
+namespace {
+
+// The widths of a rule's fields.
+constexpr size_t name_width = 20;
+constexpr size_t port_width = 5;
+constexpr size_t protocol_width = 4;
+constexpr size_t address_width = 15;
+constexpr size_t octet_width = 3;
+constexpr size_t rate_width = 7;
+// A range's end is made of at most so many characters of its start.
+constexpr size_t range_start_width = 20;
+
+int take_small_integer(std::string_view& record) {
+    return static_cast<signed char>(leading_int(std::string(take_field(record, '\x02')).c_str()));
+}
+
+std::string take_text(std::string_view& record, size_t width) {
+    return std::string(cut(take_field(record, '\x02'), width));
+}
+
+QosRule parse_rule(std::string_view record) {
+    QosRule rule;
+    rule.enabled = take_small_integer(record);
+    rule.direction = take_small_integer(record);
+    rule.name = take_text(record, name_width);
+    rule.first_port = take_text(record, port_width);
+    rule.last_port = take_text(record, port_width);
+    rule.protocol = take_text(record, protocol_width);
+    rule.first_address = take_text(record, address_width);
+    rule.last_octet = take_text(record, octet_width);
+    rule.rate = take_text(record, rate_width);
+    rule.priority = take_small_integer(record);
+    return rule;
+}
+
+}  // namespace
+
+int read_qos_rules(QosTable& table) {
+    const Setting setting = nvram_text("qos");
+    if (setting.empty()) return -1;
+    size_t count = 0;
+    for (std::string_view list = setting.view(); !list.empty() && count < table.size(); count++)
+        table[count] = parse_rule(take_field(list, '\x01'));
+    return static_cast<int>(count);
+}
+
+std::string make_range_end(std::string_view first_address, std::string_view last_octet) {
+    const std::string_view start = cut(first_address, range_start_width);
+    std::string end(start.substr(0, start.rfind('.')));
+    end += '.';
+    end += last_octet;
+    return end;
+}

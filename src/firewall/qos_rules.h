@@ -1,0 +1,34 @@
+// QoS rules: the records of the setting "qos".
+#ifndef RC_FIREWALL_QOS_RULES_H
+#define RC_FIREWALL_QOS_RULES_H
+
+#include <array>
+#include <string>
+#include <string_view>
+
+constexpr size_t qos_capacity = 20;
+// The class of a rule with a rate of its own.
+constexpr int bandwidth_class = 9;
+
+struct QosRule {
+    int enabled = 0;
+    int direction = 0;  // 0: entering from the LAN, else from the WAN
+    std::string name;   // an empty one ends the rules
+    std::string first_port;
+    std::string last_port;
+    std::string protocol;
+    std::string first_address;
+    std::string last_octet;
+    std::string rate;  // kbit/s
+    int priority = 0;  // class 0, 1, 2, or bandwidth_class
+};
+
+using QosTable = std::array<QosRule, qos_capacity>;
+
+// Fills a cleared table from "qos". The number of records read, -1 when there are none.
+int read_qos_rules(QosTable& table);
+
+// The end of an address range: the first address with another last octet.
+std::string make_range_end(std::string_view first_address, std::string_view last_octet);
+
+#endif

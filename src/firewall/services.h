@@ -1,0 +1,23 @@
+// The tables of services that access control knows by name.
+#ifndef RC_FIREWALL_SERVICES_H
+#define RC_FIREWALL_SERVICES_H
+
+#include <string>
+#include <string_view>
+
+struct Service {
+    std::string name;
+    std::string protocol;  // "tcp", "udp", "both" or "any"
+    int first_port = 0;
+    int last_port = 0;
+};
+
+// Looks a name up in a table of name:protocol:first-last records. 0 with the record filled, -1 when
+// it is not there.
+int search_serv(std::string_view table, Service& service, std::string_view name);
+
+// Looks a name up in the user's table, then in the predefined one. -1 when the user's has it, else
+// what the second search returns.
+int get_serv(std::string_view name, Service& service);
+
+#endif

@@ -1,0 +1,137 @@
+// Daylight saving: whether it is in force now.
+
+#include <time.h>
+
+#include "core/command.h"
+#include "core/nvram.h"
+#include "core/platform.h"
+#include "core/text.h"
+#include "sched/sched.h"
+#include "sched/time_zones.h"
+
+namespace {
+
+// Minutes that the word behind an offset adds. A number only tells zones with the same offset
+// apart.
+struct ZoneSuffix {
+    const char* word;
+    int minutes;
+};
+constexpr ZoneSuffix zone_suffixes[] = {
+    {"a", 30}, {"b", 45}, {"a1", 30}, {"a2", 30}, {"b1", 30}, {"b2", 30},
+};
+
+// An offset's hours and minutes have no more characters than this.
+constexpr size_t offset_limit = 7;
+
+// Indexed as the formula counts months: March is 3, the next year's January and February 13 and 14.
+constexpr int month_days[] = {0, 0, 0, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31, 31, 28};
+
+constexpr int last_week = 4;
+
+bool leap_year(int year) {
+    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+}
+
+// 1 for Monday to 7 for Sunday.
+int weekday_of(int days) {
+    const int weekday = (days % 7 + 7) % 7;
+    return weekday == 0 ? 7 : weekday;
+}
+
+int suffix_minutes(std::string_view suffix) {
+    for (const ZoneSuffix& known : zone_suffixes)
+        if (suffix == known.word) return known.minutes;
+    return 0;
+}
+
+const int32_t* find_rule(std::string_view zone_key) {
+    for (const TimeZone& zone : aTimeZoneTable) {
+        if (zone_key != zone.key) continue;
+        if (zone.rule == no_dst) return nullptr;
+        for (const auto& rule : aDstTable)
+            if (rule[dst_rule] == zone.rule) return rule;
+        return nullptr;
+    }
+    return nullptr;
+}
+
+// The moment of one edge in a year, as mktime(3) gives it; -1 when there is none.
+long long edge_time(const int32_t* edge, int year) {
+    const int week = edge[edge_week];
+    if (week < 1 || week > last_week) return -1;
+    tm point = {};
+    point.tm_min = edge[edge_minute];
+    point.tm_hour = edge[edge_hour];
+    point.tm_year = year;
+    point.tm_mday = dst_day_of_month(year, edge[edge_month], edge[edge_weekday], week,
+                                     week == last_week ? 1 : 0);
+    point.tm_mon = edge[edge_month] - 1;
+    debug_show("TimePoint day: %d\n\n", point.tm_mday);
+    return platform::time_of_local(point);
+}
+
+}  // namespace
+
+int time_adjust_new(const char* offset) {
+    std::string_view rest = offset;
+    const char sign = rest.size() > 3 ? rest[3] : '\0';
+    if (sign != '-' && sign != '+') {
+        print_line("TimeZone string Error");
+        return 0;
+    }
+    rest.remove_prefix(4);
+    const std::string hours(cut(take_field(rest, ' '), offset_limit));
+    const std::string suffix(rest);
+
+    int minutes = leading_int(hours.c_str()) * 60;
+    if (leading_int(suffix.c_str()) == 0) minutes += suffix_minutes(suffix);
+    return sign == '-' ? -minutes : minutes;
+}
+
+// A form of Zeller's congruence for one century, in which a year begins in March.
+int dst_day_of_month(int year, int month, int weekday, int week, int last) {
+    if (month <= 2) {
+        month += 12;
+        year--;
+    }
+    const int m13 = (26 * month + 26) / 10;
+    const int in_century = year - 100 * (year / 100);
+    const int first = in_century + in_century / 4 - 35 + m13;
+
+    if (last == 0) {
+        const int first_weekday = weekday_of(first);
+        debug_show("1st day of %d-%d : %d\n\n", month, in_century, first_weekday);
+        const int behind = weekday < first_weekday ? 1 : -6;
+        return weekday - first_weekday + 7 * week + behind;
+    }
+    int days = month_days[month];
+    // The leap year is looked for a century later, which only 2000 notices.
+    if (month == 14 && leap_year(year + 2000 + 1)) days++;
+    const int last_weekday = weekday_of(first + days - 1);
+    debug_show("%dst day of %d-%d : %d\n\n", days, month, in_century, last_weekday);
+    return days + weekday - last_weekday - (last_weekday < weekday ? 7 : 0);
+}
+
+int daylight_saving_new() {
+    const Setting zone = nvram_text("fw_time_zone");
+    const Setting offset = nvram_text("time_zone");
+    const long long now = platform::current_time() + time_adjust_new(offset.text()) * 60LL;
+    debug_show("TimeNow : %lld", now);
+
+    const int32_t* rule = find_rule(zone.view());
+    if (!rule) return 0;
+    const int year = platform::local_time(now).tm_year;
+    const long long start = edge_time(rule + dst_start, year);
+    if (start == -1) return 0;
+    const long long end = edge_time(rule + dst_end, year);
+    if (end == -1) return 0;
+    debug_show("iStart GMT : %lld\n", start);
+    debug_show("iTimeNow   : %lld\n", now);
+    debug_show("iEnd GMT   : %lld\n", end);
+    if (start < 0 || end < 0 || start == end) return 0;
+
+    const bool in_force = start < end ? start <= now && now <= end : now <= end || now >= start;
+    debug_show("\niDstFlag : %d\n", in_force);
+    return in_force ? 1 : 0;
+}
