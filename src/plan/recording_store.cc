@@ -14,10 +14,21 @@ namespace {
 // What nvram_zel_get and __nvram_get_fun hand out lives here until the next call.
 std::string handed_out;
 
+// What an image holds. The last one that was asked for is kept: rc asks for many settings of one.
+const Settings& settings_of(const std::string& image) {
+    static std::string known_image;
+    static Settings known;
+    if (image != known_image) {
+        known = read_settings(image);
+        known_image = image;
+    }
+    return known;
+}
+
 std::optional<std::string> find(const char* key, const std::string& path) {
     const std::string* text = recording().world.get(path);
     if (!key || !text) return std::nullopt;
-    const Settings settings = read_settings(*text);
+    const Settings& settings = settings_of(*text);
     const auto found = settings.find(key);
     if (found == settings.end()) return std::nullopt;
     return found->second;
