@@ -150,6 +150,13 @@ TEST(DaylightSaving, DaysOfTheMonthAgreeWithTheCalendar) {
     }
 }
 
+// The formula counts January and February to the year before, which for 2000 is of another century:
+// the last Sunday of February 2000 was the 27th.
+TEST(DaylightSaving, FebruaryOf2000IsTheFormulasOwn) {
+    EXPECT_EQ(dst_day_of_month(100, 2, 7, 4, 1), 28);
+    EXPECT_EQ(day_by_calendar(2000, 2, 7, 4, true), 27);
+}
+
 TEST(DaylightSaving, EveryWeekdayOfEveryMonthAgrees) {
     for (int year = 2000; year <= 2099; year++)
         for (int month = 1; month <= 12; month++) {
