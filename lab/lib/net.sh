@@ -1,12 +1,13 @@
 # The lab's network: namespaces, kept as files under $world/net, and the cables between them.
 # shellcheck shell=bash
 #
-#   pc1 eth0 --- port1 |        |
-#   pc2 eth0 --- port2 | switch | portr --- eth2.1 router eth2.2 --- isp (the end of a line with nobody behind it)
-#                      |        | portt --- eth2   router ra0    --- air (the same for the radio)
+#   pc1 eth0 - port_pc1 |        |
+#   pc2 eth0 - port_pc2 | switch | port_lan   - eth2.1 router eth2.2 - port_wan | line | port_provider - eth0 provider
+#                       |        | port_trunk - eth2   router ra0    - air (an end with nobody behind it)
 #
-# The switch is a bridge of the box itself. eth2 is the whole switch, eth2.1 its LAN ports: the router uses one of the
-# two, eth2 as an access point and eth2.1 as a router.
+# The switch and the line are bridges of the box itself; where a scenario needs no provider, the line ends nowhere.
+# eth2 is the whole switch, eth2.1 its LAN ports: the router uses one of the two, eth2 as an access point and eth2.1 as
+# a router.
 
 in_net() {
     local name=$1
@@ -45,6 +46,11 @@ start_switch() {
     ip link set switch up
 }
 
+start_line() {
+    ip link add line type bridge
+    ip link set line up
+}
+
 declare -A pc_mac
 
 # new_pc NAME MAC: a computer on the LAN.
@@ -60,16 +66,17 @@ plug_router() {
     new_net router
     cable port_lan eth2.1 router
     cable port_trunk eth2 router
-    cable isp eth2.2 router
+    cable port_wan eth2.2 router
     cable air ra0 router
     switch_port port_lan
     switch_port port_trunk
+    ip link set port_wan master line
 }
 
 # The kernel removes a namespace's interfaces some time after its last process; the next router needs the names now.
 unplug_router() {
     local port
-    for port in port_lan port_trunk isp air; do
+    for port in port_lan port_trunk port_wan air; do
         ip link del "$port"
     done
     drop_net router

@@ -18,7 +18,32 @@ setting() {
 }
 
 lan_address() {
-    router ip -4 addr show dev br0 | sed -nE 's/.*inet ([^ ]+) .*/\1/p'
+    address_of br0
+}
+
+address_of() {
+    router ip -4 addr show dev "$1" | sed -nE 's/.*inet ([^ ]+) .*/\1/p'
+}
+
+mtu_of() {
+    router ip link show dev "$1" | sed -nE 's/.* mtu ([0-9]+) .*/\1/p'
+}
+
+on_router() {
+    [ -e "$root$1" ]
+}
+
+gone() {
+    [ ! -e "$root$1" ]
+}
+
+# A file's lines as one, parted by "; ".
+lines_of() {
+    [ ! -e "$root$1" ] || awk '{ printf "%s%s", (NR > 1 ? "; " : ""), $0 }' "$root$1"
+}
+
+lines_are() {
+    [ "$(lines_of "$1")" = "$2" ]
 }
 
 mac_of() {
@@ -46,4 +71,8 @@ bridge_ports() {
 
 default_route() {
     router ip route | sed -nE 's/^default via ([^ ]+) dev ([^ ]+).*/\1 \2/p'
+}
+
+route_to() {
+    router ip route get "$1" | head -n 1
 }

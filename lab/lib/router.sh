@@ -9,6 +9,7 @@ router_pid=
 
 # The board's factory data.
 board_mac=00:11:22:33:44:54
+board_wan_mac=00:11:22:33:44:55
 board_pin=12345670
 board_version=0207
 
@@ -110,10 +111,12 @@ router() {
         env -i PATH=/bin:/sbin:/usr/sbin:/usr/bin HOME=/ LAB_BOX="$LAB_BOX" "$@" 9>&-
 }
 
-# console COMMAND...: the same, shown with what it prints. Daemons keep their standard output open, hence the file.
+# console COMMAND...: the same, shown with what it prints. Daemons keep their standard output open, hence the file;
+# what they say later shows below the next command, as on any console.
 console() {
     printf 'router# %s\n' "$(display "$@")"
-    router "$@" > "$world/output" 2>&1
+    : > "$world/output"
+    router "$@" >> "$world/output" 2>&1
     local status=$?
     sed 's/^/      | /' "$world/output"
     return "$status"
@@ -124,7 +127,8 @@ display() {
     local word line=
     for word; do
         case $word in
-        *[\ \;\'\"]*) word="'$word'" ;;
+        *\'*) printf -v word %q "$word" ;;
+        *[\ \;\"]*) word="'$word'" ;;
         esac
         line+="${line:+ }${word//$'\x01'/\\x01}"
     done

@@ -1,0 +1,62 @@
+# Debian's pppd in the router, and what it says of the options that it is given.
+# shellcheck shell=bash
+
+pppd=/usr/sbin/pppd
+pppd_plugin=$(echo /usr/lib/pppd/*/pppoe.so)
+
+# Readable is enough: only root may run the program where it is, but anybody its copy in the box.
+pppd_there() {
+    [ -r "$pppd" ] && [ -r "$pppd_plugin" ]
+}
+
+# install_pppd: to be done after power_on. pppd ends before its dry run when it cannot open the kernel's PPP device; an
+# empty file is enough for it to go on, as long as no link is set up.
+install_pppd() {
+    install -D -m 755 "$pppd" "$root/usr/lab/pppd"
+    install -D -m 644 "$pppd_plugin" "$root$pppd_plugin"
+    install_libraries "$root/usr/lab/pppd"
+    install_libraries "$root$pppd_plugin"
+    : > "$root/dev/ppp"
+}
+
+forget_pppd() {
+    rm -f "$root"/var/lab/pppd.*
+}
+
+# The options in effect as pppd lists them, parted by "; ", without those of the adapter. What a plug-in has seen is
+# listed twice; passwords are never shown.
+options_in_effect() {
+    awk '/^pppd options in effect/ { listed = 1; next }
+        { sub(/[ \t]+(#.*)?$/, "") }
+        !listed || /^(dryrun|dump|noipv6)$/ || seen[$0]++ { next }
+        { printf "%s%s", separator, $0; separator = "; " }' "$root/var/lab/pppd.output"
+}
+
+# pppd_takes OPTIONS: pppd has come to a verdict, it is yes, and these are the options in effect.
+pppd_takes() {
+    comes "pppd has read its options" on_router /var/lab/pppd.status || return
+    same "its verdict" 0 "$(cat "$root/var/lab/pppd.status")"
+    same "the options in effect" "$1" "$(options_in_effect)"
+}
+
+# pppd_word OPTION: the word that came behind an option on pppd's command line.
+pppd_word() {
+    sed -n "/^$1\$/{n;p;q}" "$root/var/lab/pppd.words"
+}
+
+# secret_word FILE: the password of a secrets file as pppd reads it. The word goes through an option file, whose
+# quoting is the same; pppd shows it with a backslash before each backslash and double quote.
+secret_word() {
+    printf 'ipparam %s\n' "$(awk -F '\t' 'END { print $3 }' "$root$1")" > "$root/var/lab/word"
+    router /usr/lab/pppd pty true file /var/lab/word dryrun dump 2>&1 |
+        sed -nE '/^ipparam /{ s/^ipparam //; s/[ \t]+(#.*)?$//; s/\\(.)/\1/g; p; }'
+}
+
+# secret_found pap|chap NAME: whether pppd finds a secret for the name, as it does when a peer is to prove who it is.
+secret_found() {
+    if router /usr/lab/pppd pty true auth "require-$1" name router remotename "$2" dryrun >/dev/null 2>&1; then
+        echo yes
+    else
+        echo no
+    fi
+}
