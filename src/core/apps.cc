@@ -9,16 +9,27 @@
 #include "lan/lan.h"
 #include "sched/sched.h"
 #include "wan/wan.h"
+#include "wireless/wireless.h"
 
 // The order of the rows is the order in which a whole group is started, stopped or created.
 
 constexpr rc_app rc_apps[] = {
     {.name = "lan", .start = start_lan, .stop = nullptr, .create = nullptr},
+    {.name = "printk", .start = start_printk, .stop = stop_printk, .create = nullptr},
+    {.name = "wlan", .start = start_wifi, .stop = stop_wifi, .create = save_wifi},
+    {.name = "syslogd", .start = start_syslog, .stop = stop_syslog, .create = create_syslog},
     {.name = "httpd", .start = start_httpd, .stop = stop_httpd, .create = create_httpd_cfg},
     {.name = "dhcpd",
      .start = start_dhcp_server,
      .stop = stop_dhcp_server,
      .create = create_dhcp_server_cfg},
+    {.name = "ntp", .start = start_ntp, .stop = stop_ntp, .create = nullptr},
+    {.name = "route", .start = start_static_route, .stop = stop_static_route, .create = nullptr},
+    {.name = "ripd",
+     .start = start_rip_daemon,
+     .stop = stop_rip_daemon,
+     .create = create_rip_daemon_cfg},
+    {.name = "upnp", .start = start_upnp, .stop = stop_upnp, .create = nullptr},
     {},
 };
 
@@ -28,6 +39,7 @@ constexpr rc_app rc_services[] = {
      .start = start_firewall,
      .stop = stop_firewall,
      .create = create_firewall_cfg},
+    {.name = "igmp", .start = start_igmp, .stop = stop_igmp, .create = nullptr},
     {.name = "schedule", .start = start_schedule, .stop = nullptr, .create = create_crontab},
     {.name = "ddns", .start = start_ddns_update, .stop = nullptr, .create = nullptr},
     {},

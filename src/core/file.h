@@ -14,6 +14,9 @@ class File {
     explicit File(FILE* stream) : stream_(stream) {}
     explicit operator bool() const { return stream_ != nullptr; }
 
+    // Closes it before its owner goes, where the order of closing counts.
+    void close() { stream_.reset(); }
+
     // Writing. Errors are not reported: a full disk leaves a short file, as it does for the shell's
     // echo.
     // print returns what vfprintf(3) returns.

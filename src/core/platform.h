@@ -66,6 +66,9 @@ struct HostAddress {
 };
 bool look_up_host(const char* name, HostAddress& host);
 
+// The kernel's log control call (syslog(2)): its result, or -1 with errno.
+int kernel_log(int action);
+
 // A character device's requests (ioctl(2)). open_device returns a handle, or -1 with errno;
 // device_request 0 or more, or -1 with errno.
 int open_device(const char* path);

@@ -8,6 +8,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/ioctl.h>
+#include <sys/klog.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -145,6 +146,10 @@ bool look_up_host(const char* name, HostAddress& host) {
     const auto length = static_cast<size_t>(found->h_length);
     memcpy(host.bytes.data(), found->h_addr_list[0], length < 16 ? length : 16);
     return true;
+}
+
+int kernel_log(int action) {
+    return klogctl(action, nullptr, 0);
 }
 
 int open_device(const char* path) {

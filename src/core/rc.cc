@@ -8,6 +8,7 @@
 #include "core/command.h"
 #include "core/platform.h"
 #include "core/run_markers.h"
+#include "core/run_state.h"
 #include "wan/wan.h"
 
 namespace {
@@ -82,6 +83,7 @@ int rc_usage() {
 
 int rc_main(int argc, char** argv) {
     if (argc <= 1) return rc_usage();
+    const FreshRunState state;
 
     char** words = argv + command_word(argc, argv);
     platform::set_environment("PATH", "/bin:/sbin:/usr/sbin:/usr/bin");

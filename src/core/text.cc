@@ -7,6 +7,16 @@
 #include <stdio.h>
 #include <stdlib.h>
 
+namespace {
+
+int within_int(long long number) {
+    if (number > INT_MAX) return INT_MAX;
+    if (number < INT_MIN) return INT_MIN;
+    return static_cast<int>(number);
+}
+
+}  // namespace
+
 std::string format_list(const char* text, va_list arguments) {
     va_list measured;
     va_copy(measured, arguments);
@@ -38,10 +48,7 @@ std::string percent_collapsed(std::string_view text) {
 }
 
 int leading_int(const char* text) {
-    const long long number = strtoll(text, nullptr, 10);
-    if (number > INT_MAX) return INT_MAX;
-    if (number < INT_MIN) return INT_MIN;
-    return static_cast<int>(number);
+    return within_int(strtoll(text, nullptr, 10));
 }
 
 std::optional<long long> scan_number(const char* text) {
@@ -54,10 +61,9 @@ std::optional<long long> scan_number(const char* text) {
 
 bool scan_int(const char*& text, char follower, int& number) {
     char* end = nullptr;
-    errno = 0;
     const long long read = strtoll(text, &end, 10);
-    if (end == text || errno == ERANGE || read < INT_MIN || read > INT_MAX) return false;
-    number = static_cast<int>(read);
+    if (end == text) return false;
+    number = within_int(read);
     text = end;
     if (follower == '\0') return true;
     return *text++ == follower;

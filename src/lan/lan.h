@@ -16,4 +16,34 @@ int start_dhcp_server();
 int stop_dhcp_server();
 int create_dhcp_server_cfg();
 
+// syslogd.cc: the log daemon's settings.
+int start_syslog();
+int stop_syslog();
+int create_syslog();
+
+// printk.cc: kernel messages on the console. They return what the kernel's call returns.
+int start_printk();
+int stop_printk();
+
+// ntp.cc: the time client.
+int start_ntp();
+int stop_ntp();
+
+// igmp.cc: the multicast proxy.
+int start_igmp();
+int stop_igmp();
+
+// static_route.cc: the user's routes.
+int start_static_route();
+int stop_static_route();
+
+// ripd.cc: the routing daemon.
+int start_rip_daemon();
+int stop_rip_daemon();
+int create_rip_daemon_cfg();
+
+// upnp.cc: the UPnP daemon and its multicast route.
+int start_upnp();
+int stop_upnp();
+
 #endif

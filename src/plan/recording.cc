@@ -361,6 +361,11 @@ bool look_up_host(const char* name, HostAddress& host) {
     return inet_pton(AF_INET6, found->second.c_str(), host.bytes.data()) == 1;
 }
 
+int kernel_log(int action) {
+    recording().transcript.add("kernel-log", std::to_string(action));
+    return 0;
+}
+
 int open_device(const char* path) {
     Recording& played = recording();
     if (!played.world.get(path)) {

@@ -50,13 +50,13 @@ while read -r mode total; do
     says out "print  wan mode =$mode"
     says out "total  $total"
 done << 'END'
-dhcpc commands 15, files written 3, settings stored 1, pauses 2 s
-pppoe commands 29, files written 5, settings stored 2, pauses 6 s
-pptp commands 24, files written 3, settings stored 1, pauses 2 s
-bpa commands 13, files written 4, settings stored 1, pauses 3 s
-ras commands 15, files written 3, settings stored 1, pauses 5 s
-l2tp commands 18, files written 7, settings stored 1, pauses 2 s
-ip commands 33, files written 7, settings stored 2, pauses 2 s
+dhcpc commands 17, files written 3, settings stored 1, pauses 3 s
+pppoe commands 33, files written 5, settings stored 2, pauses 8 s
+pptp commands 26, files written 3, settings stored 1, pauses 3 s
+bpa commands 15, files written 4, settings stored 1, pauses 4 s
+ras commands 17, files written 3, settings stored 1, pauses 6 s
+l2tp commands 20, files written 7, settings stored 1, pauses 3 s
+ip commands 37, files written 7, settings stored 2, pauses 4 s
 END
 
 expect 2 run

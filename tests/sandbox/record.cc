@@ -11,6 +11,7 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/auxv.h>
+#include <sys/klog.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -291,6 +292,13 @@ INTERPOSED int usleep(useconds_t microseconds) {
 }
 
 // Devices and sockets.
+
+// The kernel's log is this machine's.
+INTERPOSED int klogctl(int action, char* buffer, int length) noexcept {
+    if (!recorder) return real<int(int, char*, int)>("klogctl")(action, buffer, length);
+    record("kernel-log", std::to_string(action));
+    return 0;
+}
 
 // A device's path is part of each request to it.
 INTERPOSED int open(const char* path, int flags, ...) {
