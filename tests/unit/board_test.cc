@@ -1,23 +1,16 @@
 // Boot and board functions that no action of rc reaches by itself.
 
 #include <errno.h>
-#include <gtest/gtest.h>
 
 #include "core/boot.h"
 #include "core/factory_data.h"
-#include "plan/recording.h"
+#include "recorded.h"
 
 namespace {
 
 constexpr const char* environment = "/proc/ticfg/env";
 
-class BoardTest : public testing::Test {
-  protected:
-    Recording played_;
-    Playing playing_{played_};
-
-    std::string transcript() const { return played_.transcript.text(); }
-};
+using BoardTest = RecordedTest;
 
 TEST_F(BoardTest, WithoutABootEnvironmentNothingIsStored) {
     EXPECT_EQ(set_boot_environment("bootdelay", "3"), 1);

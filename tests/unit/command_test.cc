@@ -2,21 +2,13 @@
 
 #include "core/command.h"
 
-#include <gtest/gtest.h>
-
 #include "core/file.h"
 #include "core/platform.h"
-#include "plan/recording.h"
+#include "recorded.h"
 
 namespace {
 
-class CommandTest : public testing::Test {
-  protected:
-    Recording played_;
-    Playing playing_{played_};
-
-    std::string transcript() const { return played_.transcript.text(); }
-};
+using CommandTest = RecordedTest;
 
 TEST_F(CommandTest, SystemRunsTheComposedLineAndYieldsOnce) {
     EXPECT_EQ(SYSTEM("/sbin/ifconfig %s mtu %d", "eth2.2", 1492), 0);

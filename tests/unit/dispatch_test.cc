@@ -1,15 +1,13 @@
 // Walking a list of applications: order, absent handlers, failures, and how the halves of a restart
 // are combined.
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 #include "core/apps.h"
 #include "core/command.h"
 #include "core/rc.h"
 #include "core/run_markers.h"
-#include "plan/recording.h"
+#include "recorded.h"
 
 namespace {
 
@@ -43,13 +41,7 @@ constexpr rc_app failing_both[] = {
 
 constexpr rc_app nothing[] = {{}};
 
-class DispatchTest : public testing::Test {
-  protected:
-    Recording played_;
-    Playing playing_{played_};
-
-    std::string transcript() const { return played_.transcript.text(); }
-};
+using DispatchTest = RecordedTest;
 
 TEST_F(DispatchTest, AWholeListIsWalkedInOrderWithAYieldAfterEach) {
     EXPECT_EQ(rc_start(list, nullptr), 0);

@@ -1,28 +1,16 @@
 // The firewall's parsers and its emitter.
 
-#include <gtest/gtest.h>
-
 #include "firewall/firewall.h"
 #include "firewall/port_forward.h"
 #include "firewall/qos_rules.h"
 #include "firewall/rules.h"
 #include "firewall/services.h"
 #include "firewall/special_apps.h"
-#include "plan/recording.h"
-#include "plan/settings.h"
+#include "recorded.h"
 
 namespace {
 
-class FirewallTest : public testing::Test {
-  protected:
-    Recording played_;
-    Playing playing_{played_};
-
-    void set(const Settings& settings) {
-        played_.world.put(working_copy, settings_image(settings));
-    }
-    std::string transcript() const { return played_.transcript.text(); }
-};
+using FirewallTest = RecordedTest;
 
 TEST_F(FirewallTest, RulesGoToTheOpenScriptOnly) {
     EXPECT_LT(fw_rule("-F"), 0);

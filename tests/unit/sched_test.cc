@@ -1,14 +1,12 @@
 // Time zones, daylight saving and schedules.
 
-#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <string.h>
 #include <time.h>
 
 #include <algorithm>
 
-#include "plan/recording.h"
-#include "plan/settings.h"
+#include "recorded.h"
 #include "sched/sched.h"
 #include "sched/time_zones.h"
 
@@ -34,16 +32,9 @@ constexpr KeyedRule zone_rules[] = {
     {"+12a", 10},  {"+12 2", 17}, {"+13", 17},
 };
 
-class SchedTest : public testing::Test {
+class SchedTest : public RecordedTest {
   protected:
-    Recording played_;
-    Playing playing_{played_};
-
-    void set(const Settings& settings) {
-        played_.world.put(working_copy, settings_image(settings));
-    }
     void set_clock(long long seconds) { played_.world.clock_microseconds = seconds * 1'000'000; }
-    std::string transcript() const { return played_.transcript.text(); }
 };
 
 long long utc(int year, int month, int day, int hour, int minute) {

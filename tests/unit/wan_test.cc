@@ -1,29 +1,18 @@
 // The Internet side's own operations: those that nothing calls, escaping, and what reaches pppd.
 
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <fstream>
 #include <iterator>
 
 #include "core/command.h"
-#include "plan/recording.h"
-#include "plan/settings.h"
+#include "recorded.h"
 #include "wan/ppp.h"
 #include "wan/wan.h"
 
 namespace {
 
-class WanTest : public testing::Test {
-  protected:
-    Recording played_;
-    Playing playing_{played_};
-
-    void set(const Settings& settings) {
-        played_.world.put(working_copy, settings_image(settings));
-    }
-    std::string transcript() const { return played_.transcript.text(); }
-};
+using WanTest = RecordedTest;
 
 TEST_F(WanTest, WaitingTellsWhetherTheWanIsUp) {
     EXPECT_EQ(wan_wait_up(0), -1);

@@ -1,24 +1,14 @@
 // The radio's lists, escapes, and the files that nothing in rc calls.
 
-#include <gtest/gtest.h>
-
-#include "core/run_state.h"
-#include "plan/recording.h"
-#include "plan/settings.h"
 #include "wireless/wireless.h"
+#include "core/run_state.h"
+#include "recorded.h"
 
 namespace {
 
-class WirelessTest : public testing::Test {
+class WirelessTest : public RecordedTest {
   protected:
-    Recording played_;
-    Playing playing_{played_};
     FreshRunState state_;
-
-    void set(const Settings& settings) {
-        played_.world.put(working_copy, settings_image(settings));
-    }
-    std::string transcript() const { return played_.transcript.text(); }
 };
 
 constexpr const char* mac1 = "00:11:22:33:44:01";

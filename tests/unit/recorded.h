@@ -1,0 +1,22 @@
+// A test over the recording platform: a router of its own, and the transcript of what was done to
+// it.
+#ifndef RC_TESTS_UNIT_RECORDED_H
+#define RC_TESTS_UNIT_RECORDED_H
+
+#include <gtest/gtest.h>
+
+#include "plan/recording.h"
+#include "plan/settings.h"
+
+class RecordedTest : public testing::Test {
+  protected:
+    Recording played_;
+    Playing playing_{played_};
+
+    void set(const Settings& settings) {
+        played_.world.put(working_copy, settings_image(settings));
+    }
+    std::string transcript() const { return played_.transcript.text(); }
+};
+
+#endif
