@@ -67,7 +67,7 @@ int check_sche() {
     platform::set_environment("TZ", nvram_text("time_zone").text());
 
     long long now = platform::current_time();
-    if (summer_time.on()) now += daylight_saving_new() * 3600;
+    if (summer_time.on()) now += daylight_saving_new() * 3600LL;
     const tm local = platform::local_time(now);
     const int minute = local.tm_hour * 60 + local.tm_min;
     return open_in_first(first.view(), local.tm_wday, minute) ||
