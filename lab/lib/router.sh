@@ -122,7 +122,7 @@ console() {
     return "$status"
 }
 
-# A command as one would type it; the byte that parts list records is shown as \x01.
+# A command as one would type it; the bytes that part list records and fields are shown as \x01 and \x02.
 display() {
     local word line=
     for word; do
@@ -130,6 +130,7 @@ display() {
         *\'*) printf -v word %q "$word" ;;
         *[\ \;\"]*) word="'$word'" ;;
         esac
+        word=${word//$'\x02'/\\x02}
         line+="${line:+ }${word//$'\x01'/\\x01}"
     done
     printf '%s' "$line"
