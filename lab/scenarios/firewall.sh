@@ -165,13 +165,19 @@ allowed=$(packets filter DOS '--limit 5/sec')
 began=$(date +%s)
 new_pings provider 120 "$wan"
 limit=$((60 + 5 * ($(date +%s) - began + 1)))
-if [ "$answers" -ge 60 ] && [ "$answers" -le "$limit" ]; then
-    passed "answered: $answers of 120, 60 to $limit expected"
+through=$(($(packets filter DOS '--limit 5/sec') - allowed))
+if [ "$through" -ge 60 ] && [ "$through" -le "$limit" ]; then
+    passed "let through by the rule: $through of 120, 60 to $limit expected"
 else
-    failed "answered: $answers of 120, 60 to $limit expected"
+    failed "let through by the rule: $through of 120, 60 to $limit expected"
 fi
-same "let through by the rule" "$answers" "$(($(packets filter DOS '--limit 5/sec') - allowed))"
-same "dropped by the last one" "$((120 - answers))" "$(packets filter DOS '-j DROP')"
+same "dropped by the last one" "$((120 - through))" "$(packets filter DOS '-j DROP')"
+# A busy machine may take longer for an answer than ping waits.
+if [ "$answers" -gt 0 ] && [ "$answers" -le "$through" ]; then
+    passed "answered: $answers"
+else
+    failed "answered: $answers, up to $through expected"
+fi
 counted "logged" filter DOS '[DOS] '
 
 step "The owner lifts the block, sets a DMZ host, lets more addresses manage, turns QoS on, and puts the clock back"
