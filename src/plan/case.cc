@@ -10,6 +10,9 @@
 
 namespace {
 
+// Every IPv4 link carries 68 bytes (RFC 791).
+constexpr int least_mtu = 68;
+
 constexpr unsigned long most_zeros = 16u << 20;
 
 // Reads the lines above "expect".
@@ -102,6 +105,7 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
         World::Interface& stated = result_.world.interfaces[words[0]];
         if (words[1] != "-") stated.address = words[1];
         if (words.size() == 3) stated.mtu = leading_int(words[2].c_str());
+        if (stated.mtu < least_mtu) return "no interface has an MTU below 68";
         return "";
     }
     if (word == "host") {

@@ -119,6 +119,7 @@ TEST(Cases, WhatIsWrongIsNamed) {
              Row{"# t\n     | x\n", "line 2: a body line belongs under a file or an output"},
              Row{"# t\nfile /x\n     x 0g\n", "line 3: '0g' is no byte of two hexadecimal digits"},
              Row{"# t\nfile /x\n     z 0\n", "line 3: a 'z' line takes a number of zero bytes"},
+             Row{"# t\ninterface a - 67\n", "line 2: no interface has an MTU below 68"},
              Row{"# t\ndeny /x\n", "line 2: deny takes a path and a mode"},
              Row{"# t\ncommand rc\npower-on\nsetting a=1\nexpect\n",
                  "after power-on there is no working copy that could hold settings"},
