@@ -1,0 +1,118 @@
+# The remaining services: a reader of /tmp/syslog.conf, and what a whole group has changed.
+# shellcheck shell=bash
+
+# read_syslog_conf FILE: a reader as small as a log daemon's, "name=value" line by line. Leaves the names, in order, in
+# $syslog_names, and the values in $syslog_values; fails at a line that is none.
+declare -A syslog_values
+read_syslog_conf() {
+    local line
+    syslog_names=
+    syslog_values=()
+    [ -s "$1" ] && [ -z "$(tail -c 1 "$1")" ] || return 1
+    while IFS= read -r line; do
+        [[ $line =~ ^[A-Za-z0-9_]+= ]] || return 1
+        [ ! -v "syslog_values[${line%%=*}]" ] || return 1
+        syslog_names+="${syslog_names:+ }${line%%=*}"
+        syslog_values[${line%%=*}]=${line#*=}
+    done < "$1"
+}
+
+# syslog_is FILE: every field is as in the lines of standard input, in their order, and there is no other.
+syslog_is() {
+    local line names=
+    if ! read_syslog_conf "$1"; then
+        failed "${1#"$root"} does not consist of lines \"name=value\""
+        return
+    fi
+    while IFS= read -r line; do
+        names+="${names:+ }${line%%=*}"
+        same "syslogd's field ${line%%=*}" "${line#*=}" "${syslog_values[${line%%=*}]-(none)}"
+    done
+    same "the fields in order" "$names" "$syslog_names"
+}
+
+# calls [PATTERN]: the command lines of the stand-ins, those that match, parted by "; ".
+calls() {
+    grep -E -- "${1-.}" "$root/tmp/calls" 2>/dev/null | awk '{ printf "%s%s", (NR > 1 ? "; " : ""), $0 }'
+}
+
+# called DAEMON LINE: a stand-in for a daemon was started with that command line, and runs.
+called() {
+    comes "$1 was started" in_file "^/usr/sbin/$1 " /tmp/calls
+    same "its command line" "$2" "$(calls "^/usr/sbin/$1 ")"
+    comes "it runs" running "$1"
+}
+
+# The router's interfaces by name.
+interfaces_of_router() {
+    in_net router ip -o link | sed -E 's/^[0-9]+: ([^@:]+).*/\1/' | sort
+}
+
+# interface_state NAME: whether it is up, its bridge, MTU, MAC address and address.
+interface_state() {
+    in_net router ip -o link show dev "$1" | awk '{
+        state = $3 ~ /[<,]UP[,>]/ ? "up" : "down"
+        for (i = 4; i < NF; i++) {
+            if ($i == "mtu") mtu = $(i + 1)
+            if ($i == "master") master = " in " $(i + 1)
+            if ($i ~ /^link\//) mac = $(i + 1)
+        }
+        printf "%s%s, MTU %s, MAC %s", state, master, mtu, mac
+    }'
+    in_net router ip -o -4 addr show dev "$1" | awk '{ printf ", %s", $4 }'
+}
+
+# The routes, parted by "; ".
+routes() {
+    in_net router ip -4 route show table main | sed -E 's/ linkdown//; s/ +$//' | sort |
+        awk '{ printf "%s%s", (NR > 1 ? "; " : ""), $0 }'
+}
+
+# route_for DESTINATION: that route, if any.
+route_for() {
+    in_net router ip -4 route show table main exact "$1" | sed -E 's/ linkdown//; s/ +$//'
+}
+
+# The router's processes but the one that asks, each with its number.
+processes() {
+    # shellcheck disable=SC2016  # The inner shell's own number, which ps keeps.
+    router sh -c 'echo $$; exec busybox ps -o pid,comm' |
+        awk 'NR == 1 { own = $1 } NR > 2 && $1 != own { print $1, $2 }' | sort -n | xargs
+}
+
+processes_are() {
+    [ "$(processes)" = "$1" ]
+}
+
+# group_started: `rc service restart` runs beside what started it and takes seconds; the last of the group is ddns.
+group_started() {
+    local tries=0
+    until in_file ez-ipupdate /tmp/calls && gone /var/run/my_pid_service; do
+        tries=$((tries + 1))
+        if [ "$tries" -ge 200 ]; then
+            failed "the services were started: not within 20 s"
+            return 1
+        fi
+        sleep 0.1
+    done
+    passed "the services were started, all of the group"
+}
+
+# The IGMP version that the kernel was told to keep to on the WAN port; 0 leaves it to the network.
+igmp_version() {
+    router cat /proc/sys/net/ipv4/conf/eth2.2/force_igmp_version
+}
+
+# console_control ERROR COMMAND...: as `console`, but the kernel's console control answers with that error number, 0
+# being success, without having been asked.
+console_control() {
+    local error=$1 status
+    shift
+    printf 'router# %s\n' "$(display "$@")"
+    : > "$world/output"
+    "$lab/kernel_log" "$error" nsenter --target "$router_pid" --mount --net --pid --root --wd \
+        env -i PATH=/bin:/sbin:/usr/sbin:/usr/bin HOME=/ LAB_BOX="$LAB_BOX" "$@" 9>&- >> "$world/output" 2>&1
+    status=$?
+    sed 's/^/      | /' "$world/output"
+    return "$status"
+}
