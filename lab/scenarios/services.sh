@@ -81,6 +81,8 @@ same "br0's address" 192.168.1.1/24 "$(lan_address)"
 must_hold
 
 step "The log: syslogd is told to read its settings again"
+# Editors take blanks off the end of a line.
+blank=' '
 console rc syslogd start
 comes "it has read them, whole" cmp -s "$root/tmp/syslog.conf" "$root/var/lab/syslogd.conf"
 syslog_is "$root/tmp/syslog.conf" << END
@@ -102,7 +104,7 @@ log_remote_ip=192.168.1.9
 log_auth=1
 log_syslog=0
 log_local0=1
-log_keyword=[DOS] [PORT SCAN] 
+log_keyword=[DOS] [PORT SCAN]$blank
 END
 
 step "The log goes to the whole LAN instead, without alerts, and without a title"
@@ -126,7 +128,7 @@ mail_login=attic
 mail_password=$password
 mail_subject=Security Log
 mail_subject_alert=Alert! Security Log
-mail_keyword=  
+mail_keyword=$blank$blank
 TZ=MET-1
 daylight=0
 log_remote_ip=192.168.1.255

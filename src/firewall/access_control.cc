@@ -1,9 +1,8 @@
 // Access control: what the LAN may not use of the WAN. Chains BLOCK, ACL_BLOCK and OUT_FILTER.
 
-#include <algorithm>
-
 #include "core/nvram.h"
 #include "core/text.h"
+#include "firewall/block_lists.h"
 #include "firewall/firewall.h"
 #include "firewall/rules.h"
 #include "firewall/services.h"
@@ -11,11 +10,6 @@
 namespace {
 
 constexpr size_t service_name_limit = 14;
-
-// The list's first characters are not part of it.
-constexpr size_t list_start = 4;
-constexpr size_t blocked_capacity = 100;
-constexpr size_t blocked_name_limit = 29;
 
 bool find_service(std::string_view name, Service& service) {
     return search_serv(nvram_text("fw_services_def").view(), service, name) == 0 ||
@@ -34,15 +28,10 @@ void block_service(const Setting& lan_if, const Service& service) {
 }
 
 // The names after an unknown one are left alone.
-void block_listed(const Setting& lan_if, std::string_view list) {
-    list.remove_prefix(std::min(list.size(), list_start));
-    for (size_t count = 0; !list.empty() && count < blocked_capacity;) {
-        const std::string_view name = list.substr(0, list.find_first_of("\x01 "));
-        list.remove_prefix(std::min(list.size(), name.size() + 1));
-        if (name.empty()) continue;
-        count++;
+void block_services(const Setting& lan_if, const std::vector<std::string_view>& names) {
+    for (const std::string_view name : names) {
         Service service;
-        if (!find_service(cut(name, blocked_name_limit), service)) return;
+        if (!find_service(name, service)) return;
         block_service(lan_if, service);
     }
 }
@@ -83,5 +72,6 @@ void fw_access_control() {
     const int control = nvram_text("ac_control").number();
     const Setting lan_if = nvram_text("lan_if");
     if (control == 1) fw_rule("-A OUT_FILTER  -i %s -p all -j ACL_BLOCK", lan_if.text());
-    if (control == 2) block_listed(lan_if, nvram_text("access_control").view());
+    const Setting list = nvram_text("access_control");
+    if (control == 2) block_services(lan_if, parse_blocked_services(list.view()));
 }

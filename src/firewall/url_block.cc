@@ -1,40 +1,23 @@
 // URL blocking: keywords in web requests, trusted hosts, the log of what is blocked. Chains BLOCK,
 // ACL_BLOCK, OUT_FILTER, HTTP and CFILTER.
 
+#include <string>
+
 #include "core/nvram.h"
-#include "core/text.h"
+#include "firewall/block_lists.h"
 #include "firewall/firewall.h"
 #include "firewall/rules.h"
 
 namespace {
 
-constexpr size_t mac_length = 17;
-constexpr size_t keyword_limit = 127;
-
-// Trusted computers, by MAC addresses one behind the other with bytes 0x01 between them.
-void write_trusted(std::string_view group) {
-    for (;;) {
-        if (group.starts_with('\n') || group.size() < mac_length) return;
-        group.remove_prefix(std::min(group.find_first_not_of('\x01'), group.size()));
-        const std::string mac(cut(group, mac_length));
-        fw_rule("-A OUT_FILTER -m mac --mac-source %s -j ACCEPT", mac.c_str());
-        group.remove_prefix(mac.size());
-        const size_t separator = group.find('\x01');
-        if (separator == std::string_view::npos) return;
-        group.remove_prefix(separator);
-    }
+void write_trusted(const std::vector<std::string_view>& macs) {
+    for (const std::string_view mac : macs)
+        fw_rule("-A OUT_FILTER -m mac --mac-source %s -j ACCEPT", std::string(mac).c_str());
 }
 
-void write_keywords(std::string_view list) {
-    if (list.empty()) return;
-    // Only data segments are searched.
-    fw_rule("-A CFILTER -i %s -p tcp --dport 80 --tcp-flags ALL PSH,ACK -j HTTP",
-            nvram_text("lan_if").text());
-    while (!list.empty()) {
-        const std::string keyword(cut(take_field(list, '\x01'), keyword_limit));
-        if (!keyword.empty())
-            fw_rule("-A HTTP -m string --string %s --algo kmp -j BLOCK", keyword.c_str());
-    }
+void write_keywords(const std::vector<std::string_view>& keywords) {
+    for (const std::string_view keyword : keywords)
+        fw_rule("-A HTTP -m string --string %s --algo kmp -j BLOCK", std::string(keyword).c_str());
 }
 
 }  // namespace
@@ -45,7 +28,8 @@ void fw_url_block() {
     fw_rule("-A BLOCK -p tcp --dport 80 -j REJECT --reject-with http-block");
     if (nvram_text("log_access").on())
         fw_rule("-A ACL_BLOCK -j LOG --log-level 4 --log-prefix \"[ACCESS BLOCK]\"");
-    if (nvram_text("fw_trustenable").on()) write_trusted(nvram_text("access_group").view());
+    const Setting group = nvram_text("access_group");
+    if (nvram_text("fw_trustenable").on()) write_trusted(parse_trusted_macs(group.view()));
 
     const Setting trusted = nvram_text("fw_block_trust");
     if (nvram_text("fw_block_trust_enable").on() && !trusted.empty())
@@ -53,5 +37,10 @@ void fw_url_block() {
 
     const Setting filtering = nvram_text("fw_block");
     const bool by_schedule = filtering.view().starts_with('2') && schedule_character() == '1';
-    if (filtering.on() || by_schedule) write_keywords(nvram_text("fw_block_keyword").view());
+    const Setting keywords = nvram_text("fw_block_keyword");
+    if ((!filtering.on() && !by_schedule) || keywords.empty()) return;
+    // Only data segments are searched.
+    fw_rule("-A CFILTER -i %s -p tcp --dport 80 --tcp-flags ALL PSH,ACK -j HTTP",
+            nvram_text("lan_if").text());
+    write_keywords(parse_keywords(keywords.view()));
 }

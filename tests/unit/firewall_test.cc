@@ -1,6 +1,7 @@
 // The firewall's parsers and its emitter.
 
 #include "firewall/firewall.h"
+#include "firewall/block_lists.h"
 #include "firewall/port_forward.h"
 #include "firewall/qos_rules.h"
 #include "firewall/rules.h"
@@ -171,6 +172,56 @@ TEST(SpecialApps, AnEntryFitsWholeOrNotAtAll) {
     EXPECT_TRUE(more.outport.ends_with(",1,1,2"));
     EXPECT_TRUE(more.inport.ends_with(",2,3,4"));
     EXPECT_LE(more.outport.size(), 511u);
+}
+
+using Parts = std::vector<std::string_view>;
+
+TEST(BlockLists, TrustedMacs) {
+    constexpr const char* a = "00:11:22:33:44:0a";
+    const std::string one = a;
+    const std::string two = "00:11:22:33:44:0b";
+    struct Row {
+        std::string group;
+        Parts macs;
+    };
+    for (const Row& row : {
+             Row{"", {}},
+             Row{"00:11:22:33:44:0", {}},
+             Row{one, {one}},
+             Row{one + "\x01", {one}},
+             Row{one + "\x01" + two, {one, two}},
+             Row{"\x01\x01" + one + "\x01\x01" + two, {one, two}},
+             Row{one + " attic\x01" + two, {one, two}},
+             Row{one + two, {one}},
+             Row{"\n" + one, {}},
+             Row{one + "\x01\n" + two, {one, "\n00:11:22:33:44:0"}},
+         })
+        EXPECT_EQ(parse_trusted_macs(row.group), row.macs) << row.group;
+}
+
+TEST(BlockLists, Keywords) {
+    EXPECT_EQ(parse_keywords(""), Parts{});
+    EXPECT_EQ(parse_keywords("a b\x01"
+                             "c"),
+              (Parts{"a b", "c"}));
+    EXPECT_EQ(parse_keywords("\x01\x01"
+                             "a\x01\x01"),
+              Parts{"a"});
+    const std::string long_word(300, 'w');
+    EXPECT_EQ(parse_keywords(long_word), Parts{long_word.substr(0, 127)});
+}
+
+TEST(BlockLists, BlockedServices) {
+    for (const char* list : {"", "abc", "abcd"}) EXPECT_EQ(parse_blocked_services(list), Parts{});
+    EXPECT_EQ(parse_blocked_services("0000FTP HTTP\x01"
+                                     "DNS"),
+              (Parts{"FTP", "HTTP", "DNS"}));
+    EXPECT_EQ(parse_blocked_services("0000  \x01 FTP\x01\x01"), Parts{"FTP"});
+    const std::string long_name(40, 'n');
+    EXPECT_EQ(parse_blocked_services("0000" + long_name), Parts{long_name.substr(0, 29)});
+    std::string many = "0000";
+    for (int i = 0; i < 150; i++) many += "n ";
+    EXPECT_EQ(parse_blocked_services(many).size(), 100u);
 }
 
 constexpr const char* services =
