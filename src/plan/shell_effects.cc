@@ -101,9 +101,9 @@ void apply_file_effects(World& world, const std::string& line) {
     if (words[0].ends_with("busybox") && words.size() > 1) words.erase(words.begin());
 
     const std::string name = words[0].substr(words[0].rfind('/') + 1);
-    // What echo makes of options differs between shells.
-    if (name == "echo" && (words.size() < 2 || !words[1].starts_with('-'))) {
-        echo(world, *command);
+    if (name == "echo") {
+        // What echo makes of options differs between shells.
+        if (words.size() < 2 || !words[1].starts_with('-')) echo(world, *command);
     } else if (name == "cp") {
         if (words.size() == 4 && words[1] == "-f") words.erase(words.begin() + 1);
         if (words.size() == 3) copy(world, words[1], words[2]);

@@ -162,6 +162,7 @@ TEST(ShellEffects, PlainLinesChangeFiles) {
 TEST(ShellEffects, WhatAShellWouldExpandIsOnlyRecorded) {
     World world;
     for (const char* line : {
+             "echo -n a >/x",
              "echo $(reboot) >/x",
              "echo `id` >/x",
              "echo a; echo b >/x",
