@@ -56,10 +56,10 @@ const int32_t* find_rule(std::string_view zone_key) {
     return nullptr;
 }
 
-// The moment of one edge in a year, as mktime(3) gives it; -1 when there is none.
-long long edge_time(const int32_t* edge, int year) {
+// The moment of one edge in a year; nothing when its week is none.
+std::optional<tm> edge_point(const int32_t* edge, int year) {
     const int week = edge[edge_week];
-    if (week < 1 || week > last_week) return -1;
+    if (week < 1 || week > last_week) return std::nullopt;
     tm point = {};
     point.tm_min = edge[edge_minute];
     point.tm_hour = edge[edge_hour];
@@ -67,8 +67,7 @@ long long edge_time(const int32_t* edge, int year) {
     point.tm_mday = dst_day_of_month(year, edge[edge_month], edge[edge_weekday], week,
                                      week == last_week ? 1 : 0);
     point.tm_mon = edge[edge_month] - 1;
-    debug_show("TimePoint day: %d\n\n", point.tm_mday);
-    return platform::time_of_local(point);
+    return point;
 }
 
 }  // namespace
@@ -117,14 +116,20 @@ int daylight_saving_new() {
     const Setting zone = nvram_text("fw_time_zone");
     const Setting offset = nvram_text("time_zone");
     const long long now = platform::current_time() + time_adjust_new(offset.text()) * 60LL;
-    debug_show("TimeNow : %lld", now);
 
     const int32_t* rule = find_rule(zone.view());
     if (!rule) return 0;
     const int year = platform::local_time(now).tm_year;
-    const long long start = edge_time(rule + dst_start, year);
+    const std::optional<tm> start_point = edge_point(rule + dst_start, year);
+    if (!start_point) return 0;
+    debug_show("StartTimePoint day: %d\n\n", start_point->tm_mday);
+    const long long start = platform::time_of_local(*start_point);
     if (start == -1) return 0;
-    const long long end = edge_time(rule + dst_end, year);
+
+    const std::optional<tm> end_point = edge_point(rule + dst_end, year);
+    if (!end_point) return 0;
+    debug_show("EndTimePoint day: %d\n\n", end_point->tm_mday);
+    const long long end = platform::time_of_local(*end_point);
     if (end == -1) return 0;
     debug_show("iStart GMT : %lld\n", start);
     debug_show("iTimeNow   : %lld\n", now);
