@@ -48,20 +48,24 @@ in_pool() {
     fi
 }
 
-# comes WHAT COMMAND...: the command succeeds within 5 s. Daemons are started in the background, so a check that
-# follows at once would race with them.
-comes() {
-    local what=$1 tries=0
-    shift
+# comes_within SECONDS WHAT COMMAND...: the command succeeds before the time is up. Daemons are started in the
+# background, so a check that follows at once would race with them.
+comes_within() {
+    local seconds=$1 what=$2 tries=0
+    shift 2
     until "$@" >/dev/null 2>&1; do
         tries=$((tries + 1))
-        if [ "$tries" -ge 100 ]; then
-            failed "$what: not within 5 s"
+        if [ "$tries" -ge $((seconds * 20)) ]; then
+            failed "$what: not within $seconds s"
             return 1
         fi
         sleep 0.05
     done
     passed "$what"
+}
+
+comes() {
+    comes_within 5 "$@"
 }
 
 # For the end of a step that all others build on: without it, they would only wait for what cannot come.

@@ -87,18 +87,13 @@ noted() {
     cat "$root/var/lab/$1.$2" 2>/dev/null
 }
 
-# services_started: the services run beside what started them, and pause 4 s for the firewall alone.
+services_are_up() {
+    [ -e "$root/tmp/ntp_start" ] && gone /var/run/my_pid_service && ! router pidof rc
+}
+
+# The services run beside what started them, and pause 4 s for the firewall alone.
 services_started() {
-    local tries=0
-    until [ -e "$root/tmp/ntp_start" ] && gone /var/run/my_pid_service && ! router pidof rc >/dev/null; do
-        tries=$((tries + 1))
-        if [ "$tries" -ge 200 ]; then
-            failed "the services were started: not within 20 s"
-            return 1
-        fi
-        sleep 0.1
-    done
-    passed "the services were started"
+    comes_within 20 "the services were started" services_are_up
 }
 
 # rules TABLE CHAIN [TEXT]: the rules of the chain, or of all for an empty name, as "iptables -v -S" has them with their

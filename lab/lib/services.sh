@@ -84,18 +84,13 @@ processes_are() {
     [ "$(processes)" = "$1" ]
 }
 
-# group_started: `rc service restart` runs beside what started it and takes seconds; the last of the group is ddns.
+group_is_up() {
+    in_file ez-ipupdate /tmp/calls && gone /var/run/my_pid_service
+}
+
+# `rc service restart` runs beside what started it and takes seconds; the last of the group is ddns.
 group_started() {
-    local tries=0
-    until in_file ez-ipupdate /tmp/calls && gone /var/run/my_pid_service; do
-        tries=$((tries + 1))
-        if [ "$tries" -ge 200 ]; then
-            failed "the services were started: not within 20 s"
-            return 1
-        fi
-        sleep 0.1
-    done
-    passed "the services were started, all of the group"
+    comes_within 20 "the services were started, all of the group" group_is_up
 }
 
 # The IGMP version that the kernel was told to keep to on the WAN port; 0 leaves it to the network.
