@@ -1,0 +1,61 @@
+// The packet filter that a run of rc leaves behind: its rules in the order in which iptables(8) gets
+// them, each with the place in the transcript where it stands.
+#ifndef RC_PLAN_NETFILTER_H
+#define RC_PLAN_NETFILTER_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "plan/transcript.h"
+
+// A line of a transcript: line 0 is an event's own text, 1 and more are the lines of its body.
+struct Origin {
+    size_t event = 0;
+    size_t line = 0;
+
+    friend auto operator<=>(const Origin&, const Origin&) = default;
+};
+
+struct Rule {
+    // The words behind "iptables", as the shell hands them over.
+    std::vector<std::string> words;
+    // What stands behind -j: a chain or a built-in target; empty when nothing does.
+    std::string target;
+    // The target's own options, as words.
+    std::vector<std::string> target_options;
+    Origin origin;
+
+    // One line, as the script has it, without the table, the command and the chain.
+    std::string text() const;
+};
+
+struct Chain {
+    std::string table;  // "filter", "nat", "mangle"
+    std::string name;
+    // Only built-in chains have one; ACCEPT unless a rule set it.
+    std::optional<std::string> policy;
+    std::vector<Rule> rules;
+};
+
+struct Netfilter {
+    // Tables and chains in the kernel's order for the built-in ones, the others as they were made.
+    std::vector<Chain> chains;
+    // Lines for iptables that could not be carried out, each with the reason: a missing chain, an
+    // unknown command. rc's own scripts leave some on a first start, as they do on the router.
+    struct Refused {
+        std::string line;
+        std::string reason;
+        Origin origin;
+    };
+    std::vector<Refused> refused;
+
+    const Chain* find(std::string_view table, std::string_view name) const;
+};
+
+// Carries out the iptables lines of a transcript over empty tables: those that run directly, and
+// those of scripts that "/bin/sh [-x] FILE" runs, with the content that the file had by then.
+Netfilter netfilter_of(const Transcript& transcript);
+
+#endif
