@@ -1,5 +1,5 @@
-// The packet filter that a run of rc leaves behind: its rules in the order in which iptables(8) gets
-// them, each with the place in the transcript where it stands.
+// The packet filter that a run of rc leaves behind: its rules in the order in which iptables(8)
+// gets them, each with the place in the transcript where it stands.
 #ifndef RC_PLAN_NETFILTER_H
 #define RC_PLAN_NETFILTER_H
 
@@ -8,15 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "plan/transcript.h"
-
-// A line of a transcript: line 0 is an event's own text, 1 and more are the lines of its body.
-struct Origin {
-    size_t event = 0;
-    size_t line = 0;
-
-    friend auto operator<=>(const Origin&, const Origin&) = default;
-};
+#include "plan/lines.h"
 
 struct Rule {
     // The words behind "iptables", as the shell hands them over.
