@@ -379,11 +379,13 @@ void Follower::carry_out(const ScriptCommand& command, Origin origin) {
     };
     const bool is_call = !command.words.empty() && is_program(command.words[0], "iptables");
     if (!is_call || !command.unread.empty()) {
-        const bool concerns = std::ranges::any_of(
+        const bool named = std::ranges::any_of(
             command.words, [](const std::string& word) { return is_program(word, "iptables"); });
-        if (!concerns) return;
-        const std::string& unread = command.unread;
-        return refuse({unread.empty() ? "the line is more than a call of iptables" : unread, true});
+        if (!command.unread.empty() && contains(command.text, "iptables"))
+            refuse({command.unread, true});
+        else if (named && !is_program(command.words[0], "echo"))
+            refuse({"the line is more than a call of iptables", true});
+        return;
     }
     Call call;
     const std::vector<std::string> words(command.words.begin() + 1, command.words.end());

@@ -3,13 +3,19 @@
 
 #include "plan/script.h"
 
-#include "core/text.h"
+#include <algorithm>
 
 namespace {
 
 bool one_of(std::string_view characters, char c) {
     return characters.find(c) != std::string_view::npos;
 }
+
+constexpr const char* composed = "the shell composes it with other commands";
+
+// Words that begin and end what the shell may do once, never, or more often.
+constexpr std::string_view openings[] = {"if", "while", "until", "for", "case", "{"};
+constexpr std::string_view closings[] = {"fi", "done", "esac", "}"};
 
 class ScriptReader {
   public:
@@ -50,18 +56,22 @@ ScriptCommand ScriptReader::read_command() {
     size_t length = 0;
     for (skip_blanks(); !at_end(); skip_blanks()) {
         const char c = rest_.front();
-        if (one_of("\n;&", c)) {
+        if (rest_.starts_with("\\\n")) {
             take();
-            if (c == '&' && rest_.starts_with('&'))
-                leave_unread(command, "the shell composes it with another command");
+            take();
+        } else if (rest_.starts_with("&&")) {
+            leave_unread(command, composed);
+            take();
+            take();
+        } else if (one_of("\n;&", c)) {
+            take();
             break;
-        }
-        if (c == '#') {
+        } else if (c == '#') {
             rest_.remove_prefix(std::min(rest_.find('\n'), rest_.size()));
         } else if (one_of("<>", c)) {
             skip_redirection(command);
         } else if (one_of("|()", c)) {
-            leave_unread(command, "the shell composes it with another command");
+            leave_unread(command, composed);
             take();
         } else {
             const std::string_view before = rest_;
@@ -135,10 +145,14 @@ void ScriptReader::read_single_quoted(ScriptCommand& command, std::string& word)
 std::vector<ScriptCommand> script_commands(std::string_view script) {
     std::vector<ScriptCommand> commands;
     ScriptReader reader(script);
+    long depth = 0;
     while (!reader.at_end()) {
         ScriptCommand command = reader.read_command();
-        if (!command.words.empty() || !command.unread.empty())
-            commands.push_back(std::move(command));
+        if (command.words.empty() && command.unread.empty()) continue;
+        for (const std::string& word : command.words)
+            depth += std::ranges::count(openings, word) - std::ranges::count(closings, word);
+        if (depth > 0) leave_unread(command, composed);
+        commands.push_back(std::move(command));
     }
     return commands;
 }
