@@ -9,17 +9,21 @@
 #include <vector>
 
 #include "plan/lines.h"
+#include "plan/world.h"
 
 struct Rule {
     // The words behind "iptables", as the shell hands them over.
     std::vector<std::string> words;
+    // Those of them that say what matches and what is done then: without the table, the command and
+    // the chain.
+    std::vector<std::string> specification;
     // What stands behind -j: a chain or a built-in target; empty when nothing does.
     std::string target;
     // The target's own options, as words.
     std::vector<std::string> target_options;
     Origin origin;
 
-    // One line, as the script has it, without the table, the command and the chain.
+    // The specification as one line, quoted where the script must quote, with single blanks.
     std::string text() const;
 };
 
@@ -40,6 +44,8 @@ struct Netfilter {
         std::string line;
         std::string reason;
         Origin origin;
+        // The router may well carry it out: it is only here that the line is not understood.
+        bool unread = false;
     };
     std::vector<Refused> refused;
 
@@ -47,7 +53,8 @@ struct Netfilter {
 };
 
 // Carries out the iptables lines of a transcript over empty tables: those that run directly, and
-// those of scripts that "/bin/sh [-x] FILE" runs, with the content that the file had by then.
-Netfilter netfilter_of(const Transcript& transcript);
+// those of scripts that "/bin/sh [-x] FILE" or the file's own path runs, with the content that the
+// file had by then. What files held before the run is in the world.
+Netfilter netfilter_of(const Transcript& transcript, const World& before = {});
 
 #endif
