@@ -25,6 +25,12 @@ enum class Form : std::uint8_t {
     Record,     // one record or a list of records
 };
 
+// What parts the words of a Choice: a blank, or '|' where a word holds a blank ("USA|South
+// America").
+constexpr char choice_separator(std::string_view choices) {
+    return choices.find('|') == std::string_view::npos ? ' ' : '|';
+}
+
 // One field of a record. Its form is not Record.
 struct Field {
     const char* name;
@@ -64,7 +70,7 @@ struct KnownSetting {
     // Number: the range. Text: high is the most characters that are kept. Hex: how many digits.
     std::int32_t low = 0;
     std::int32_t high = 0;
-    // Choice: the words, parted by blanks.
+    // Choice: the words, parted as choice_separator says.
     const char* choices = "";
     const Record* record = nullptr;
     // The factory settings' value.
