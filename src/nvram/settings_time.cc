@@ -14,13 +14,19 @@ static constexpr Record period_record = {.between = '\x01',
                                          .shape = "day:from_hour:from_minute-to_hour:to_minute",
                                          .fields = period_fields};
 
+// The zones of sched/time_zones.cc, in its order.
+static constexpr const char* zone_keys =
+    "-12|-11|-10|-9|-8|-7a|-7 2|-7b|-6 1|-6a|-6b|-6c|-5a|-5b|-5c|-4a|-4b|-4c|-3:30|-3b|-3c|"
+    "-3 3|-2|-1|-1 2|GMTa|GMTb|+1a|+1b|+1c|+1d|+1e|+2a|+2b|+2c|+2d|+2e|+2f|+3a|+3 2|+3b|"
+    "+3c|+3:30|+4a|+4b|+4:30|+5a|+5b|+5 a1|+5 a2|+5 b|+6a|+6 2|+6 a|+7|+7 2|+8a|+8 2|+8c|"
+    "+8b|+8d|+9a|+9b|+9c|+9:30a|+9:30b|+10a|+10b|+10c|+10d|+10e|+11|+12a|+12 2|+13";
+
 static constexpr KnownSetting time_rows[] = {
     {.key = "time_zone",
      .form = Form::Text,
      .factory = "GMT-0",
      .when_empty = "the clock shows UTC; the time client gets no zone and fails",
-     .help =
-         "zone for TZ: three letters, sign, hours; the C library takes GMT-1 for east of GMT"},
+     .help = "zone for TZ: three letters, sign, hours; the C library takes GMT-1 for east of GMT"},
     {.key = "time_daylight",
      .form = Form::Flag,
      .may_be_empty = true,
@@ -28,8 +34,9 @@ static constexpr KnownSetting time_rows[] = {
      .when_empty = "it is off",
      .help = "daylight saving by the rule of fw_time_zone (1)"},
     {.key = "fw_time_zone",
-     .form = Form::Text,
+     .form = Form::Choice,
      .may_be_empty = true,
+     .choices = zone_keys,
      .factory = "GMTb",
      .when_empty = "there is no daylight saving",
      .help = "zone of the daylight-saving rule, by its key in the table of zones, such as +1a"},
@@ -48,8 +55,7 @@ static constexpr KnownSetting time_rows[] = {
      .may_be_empty = true,
      .record = &period_record,
      .when_empty = "this list opens no period",
-     .help =
-         "when rules by schedule apply; of a period past midnight only the part after it"},
+     .help = "when rules by schedule apply; of a period past midnight only the part after it"},
     {.key = "fw_schedule2",
      .form = Form::Record,
      .may_be_empty = true,
