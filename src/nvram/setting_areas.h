@@ -35,6 +35,8 @@ extern const std::span<const KnownSetting> time_settings;
 extern const std::span<const KnownSetting> firewall_settings;
 extern const std::span<const KnownSetting> forward_settings;
 extern const std::span<const KnownSetting> block_settings;
+
+// settings_qos.cc
 extern const std::span<const KnownSetting> qos_settings;
 
 // settings_radio.cc, settings_radio_security.cc, settings_wireless_client.cc
