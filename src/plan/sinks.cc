@@ -11,9 +11,9 @@
 
 namespace {
 
-// Letters only, in both cases and with a digit in none: no handler takes it for a number, and no
-// other text of rc's holds it.
-constexpr std::string_view marker = "Zqv";
+// Letters only, so that no handler takes it for a number; no other text of rc's holds it; short,
+// since some fields of records are.
+constexpr std::string_view marker = "Zq";
 // A list's longer values are marked in their first parts; the rest is more of the same.
 constexpr size_t most_parts = 40;
 
@@ -51,7 +51,7 @@ std::string use_of(const FoundSink& sink) {
 // Lines in which other settings are filled in make the better examples.
 auto rank(const FoundSink& sink) {
     size_t gaps = 0;
-    for (const std::string_view gap : {"  ", "\"\"", "''", "::", "\t\t\t"})
+    for (const std::string_view gap : {"  ", "\"\"", "''", "::", "\t\t\t", "xx", ";x"})
         for (size_t at = sink.line.find(gap); at != std::string::npos;
              at = sink.line.find(gap, at + 1))
             gaps++;
@@ -89,7 +89,8 @@ World plain_router(const World& router) {
         for (auto& [key, value] : settings) {
             value.resize(std::min(value.size(), long_value));
             for (char& c : value)
-                if (contains("'\"`$\\%(){}[]*?|&<>!#~^\n\t", {&c, 1})) c = 'x';
+                if (contains("'\"`$\\%(){}[]*?|&<>!#~^\n\t", {&c, 1}) || c > '~' || c < 0)
+                    c = 'x';
         }
         world.put(path, settings_image(settings));
     }
@@ -107,6 +108,8 @@ Plan play_with(const World& router, const std::vector<std::string>& words, const
 
 nvram::Quoting quoting_at(std::string_view line, size_t place) {
     char quote = '\0';
+    // pppd gives what is quoted behind this option to a shell of its own, where it is bare.
+    bool of_pppd = false;
     for (size_t i = 0; i < std::min(place, line.size()); i++) {
         const char c = line[i];
         if (c == '\\' && quote != '\'') {
@@ -115,12 +118,11 @@ nvram::Quoting quoting_at(std::string_view line, size_t place) {
             quote = '\0';
         } else if (quote == '\0' && (c == '"' || c == '\'')) {
             quote = c;
-            // pppd gives the program behind this option to a shell of its own.
-            if (line.substr(0, i).ends_with("pty ")) quote = '\0';
+            of_pppd = line.substr(0, i).ends_with("pty ");
         }
     }
-    if (quote == '"') return nvram::Quoting::DoubleQuoted;
-    return quote == '\'' ? nvram::Quoting::SingleQuoted : nvram::Quoting::Bare;
+    if (quote == '\0' || of_pppd) return nvram::Quoting::Bare;
+    return quote == '"' ? nvram::Quoting::DoubleQuoted : nvram::Quoting::SingleQuoted;
 }
 
 void SinkSearch::play_plain(const World& router, const std::vector<std::string>& words) {
@@ -191,20 +193,18 @@ void SinkSearch::note_line(const Trial& trial, const std::string& place, std::st
         Place{.sink = sink, .router = *trial.router, .words = *trial.words, .mark = trial.mark});
 }
 
-// Which characters come through: each stands between two markers once, and is looked for there.
+// Which characters come through: each stands between the two letters of the marker once, and is
+// looked for there. A newline ends the line itself.
 static std::string passing_characters(const std::function<Plan(const std::string&)>& play_text,
                                       const std::string& place) {
     std::string passes;
     for (const char c : special_characters) {
-        const std::string through = std::string(marker) + c + std::string(marker);
+        const std::string through = {marker[0], c, marker[1]};
         bool arrived = false;
-        // A newline ends the line itself.
-        const std::string_view wanted =
-            std::string_view(through).substr(0, c == '\n' ? marker.size() : through.size());
         for_each_output(play_text(through), [&](const std::string& where, std::string_view line) {
             if (where != place) return;
-            arrived = arrived || (c == '\n' && where != "command" ? line.ends_with(wanted)
-                                                                  : contains(line, through));
+            const bool ended = c == '\n' && place != "command" && line.ends_with(marker[0]);
+            arrived = arrived || ended || contains(line, through);
         });
         if (arrived) passes += c;
     }
