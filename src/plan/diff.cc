@@ -166,12 +166,6 @@ bool join_reasons(Units& a, Units& b) {
     return true;
 }
 
-bool one_reason(const Units& a, const Units& b) {
-    const Keys& first = a.empty() ? b.front().because : a.front().because;
-    const auto same = [&](const Unit& unit) { return unit.because == first; };
-    return std::ranges::all_of(a, same) && std::ranges::all_of(b, same);
-}
-
 // One place of the difference as changes, a new one wherever the reason is another.
 void add_changes(std::vector<EffectChange>& changes, std::optional<SharedEvent> within, Units a,
                  Units b) {
@@ -190,9 +184,7 @@ void add_changes(std::vector<EffectChange>& changes, std::optional<SharedEvent> 
         }
         return;
     }
-    const bool together = one_reason(a, b);
     for (const Unit& unit : a) add(unit, &EffectChange::a);
-    if (!together && !b.empty()) changes.push_back(change_of(within, b.front().because));
     for (const Unit& unit : b) add(unit, &EffectChange::b);
 }
 

@@ -82,7 +82,7 @@ int run(const Options& options) {
     }
     const Advice advice = needed_restarts(input->a, input->b, input->world, progress_line());
     clear_progress_line();
-    std::cout << settings << (options.json ? advice_json(advice) : advice_text(advice, style));
+    std::cout << settings << (options.json ? advice_json(advice) : advice_text(advice));
     return differs(advice) ? status_differs : status_done;
 }
 

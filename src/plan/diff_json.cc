@@ -6,9 +6,12 @@
 
 namespace {
 
-Json value_or_null(const std::optional<std::string>& value, bool secret) {
-    if (!value) return nullptr;
-    return secret && !value->empty() ? "********" : escape_line(*value);
+void put_value(Json& object, const char* name, const std::optional<std::string>& value,
+               bool secret) {
+    if (value)
+        put_text(object, name, secret && !value->empty() ? "********" : *value);
+    else
+        object[name] = nullptr;
 }
 
 Json event_objects(const Transcript& transcript, const std::vector<Origin>& places) {
@@ -71,6 +74,17 @@ void put_effects(Json& object, const ChangedEffects& effects) {
     object["commands"] = effects.commands;
 }
 
+Json before_object(const StopBefore& stop) {
+    Json object;
+    object["type"] = "before";
+    object["words"] = stop.words;
+    object["because"] = stop.because;
+    object["only_with_a"] = Json::array();
+    for (const std::string& line : stop.only_with_a)
+        object["only_with_a"].push_back(escape_line(line));
+    return object;
+}
+
 Json action_object(const Restart& restart) {
     Json object;
     object["type"] = "action";
@@ -107,8 +121,8 @@ std::string settings_json(const std::vector<SettingChange>& changes) {
         Json object;
         object["type"] = "setting";
         object["key"] = change.key;
-        object["a"] = value_or_null(change.a, secret);
-        object["b"] = value_or_null(change.b, secret);
+        put_value(object, "a", change.a, secret);
+        put_value(object, "b", change.b, secret);
         object["secret"] = secret;
         out += json_line(object);
     }
@@ -129,6 +143,7 @@ std::string difference_json(const Difference& difference) {
 
 std::string advice_json(const Advice& advice) {
     std::string out;
+    for (const StopBefore& stop : advice.before) out += json_line(before_object(stop));
     for (const Restart& restart : advice.fewest) out += json_line(action_object(restart));
     if (!advice.gentlest.empty()) out += json_line(sum_object("gentler", advice.gentlest));
     if (!advice.at_boot.because.empty()) {

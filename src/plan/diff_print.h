@@ -23,8 +23,9 @@ std::string difference_text(const Difference& difference, const std::vector<std:
 std::string difference_json(const Difference& difference);
 
 // The actions to be run, in order, and what they do not reach.
-std::string advice_text(const Advice& advice, TimelineStyle style);
-// Objects of the types "action", "gentler", "boot" and "unused", then one of the type "total".
+std::string advice_text(const Advice& advice);
+// Objects of the types "before", "action", "gentler", "boot" and "unused", then one of the type
+// "total".
 std::string advice_json(const Advice& advice);
 
 bool differs(const Advice& advice);

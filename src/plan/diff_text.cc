@@ -4,7 +4,6 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <map>
 #include <ranges>
 
 #include "nvram/secret.h"
@@ -40,9 +39,7 @@ class Writer {
         : difference_(difference),
           style_(style),
           elapsed_a_(elapsed_microseconds(difference.a)),
-          elapsed_b_(elapsed_microseconds(difference.b)) {
-        for (const SharedEvent& event : difference.shared) a_of_b_[event.b] = event.a;
-    }
+          elapsed_b_(elapsed_microseconds(difference.b)) {}
 
     std::string whole();
 
@@ -51,8 +48,7 @@ class Writer {
     TimelineStyle style_;
     std::vector<long long> elapsed_a_;
     std::vector<long long> elapsed_b_;
-    std::map<size_t, size_t> a_of_b_;  // of events that both have
-    std::set<size_t> told_;            // those of A that have been shown
+    std::set<size_t> told_;  // events of A
     std::string out_;
 
     const std::vector<Event>& events(bool of_b) const {
@@ -61,7 +57,6 @@ class Writer {
     void line(char sign, const std::string& left, const std::string& text) {
         out_ += coloured(fmt::format("{}{:>8}  {}", sign, left, text), colour_of(sign), style_);
     }
-    std::optional<size_t> shared(bool of_b, size_t event) const;
     void surroundings(bool of_b, size_t event);
     void context(bool of_b, size_t event);
     void place(const EffectChange& change);
@@ -69,13 +64,6 @@ class Writer {
     void change(const EffectChange& change);
     void totals();
 };
-
-// A's number of an event that both have.
-std::optional<size_t> Writer::shared(bool of_b, size_t event) const {
-    for (const auto& [b, a] : a_of_b_)
-        if (event == (of_b ? b : a)) return a;
-    return std::nullopt;
-}
 
 // The runs of rc that an event belongs to, as far as they have not been shown.
 void Writer::surroundings(bool of_b, size_t event) {
@@ -89,14 +77,19 @@ void Writer::surroundings(bool of_b, size_t event) {
     for (const size_t i : std::views::reverse(outer)) context(of_b, i);
 }
 
-// An event that both have, once.
+// The first line of an event that both have, once; the last one of a print, if both have that.
 void Writer::context(bool of_b, size_t event) {
-    const std::optional<size_t> known = shared(of_b, event);
-    if (!known || !told_.insert(*known).second) return;
+    const auto found = std::ranges::find_if(difference_.shared, [&](const SharedEvent& both) {
+        return event == (of_b ? both.b : both.a);
+    });
+    if (found == difference_.shared.end() || told_.contains(found->a)) return;
+    told_.insert(found->a);
     surroundings(of_b, event);
-    const Event& told = events(of_b)[event];
-    const std::vector<std::string> all = event_lines(told);
-    line(' ', "", told.verb == "print" ? all.back() : all.front());
+    const std::vector<std::string> a = event_lines(events(false)[found->a]);
+    const std::vector<std::string> b = event_lines(events(true)[found->b]);
+    const bool print = events(of_b)[event].verb == "print";
+    if (print && a.back() == b.back()) line(' ', "", a.back());
+    if (!print) line(' ', "", a.front());
 }
 
 // What stands in front of a change: the file whose lines differ, or the event before.
@@ -184,6 +177,17 @@ std::string restart_lines(const std::vector<Restart>& restarts) {
     return text;
 }
 
+std::string before_lines(const std::vector<StopBefore>& stops) {
+    if (stops.empty()) return "";
+    std::string text = "\nto be run before the settings change, since afterwards it does less:\n";
+    for (const StopBefore& stop : stops) {
+        text += fmt::format("{:<20} because of {}:\n",
+                            fmt::format("rc {}", fmt::join(stop.words, " ")), listed(stop.because));
+        for (const std::string& line : stop.only_with_a) text += "    " + escape_line(line) + "\n";
+    }
+    return text;
+}
+
 struct Cost {
     int commands = 0;
     long long microseconds = 0;
@@ -235,9 +239,12 @@ std::string difference_text(const Difference& difference, const std::vector<std:
     return call + "differs\n" + Writer(difference, style).whole();
 }
 
-std::string advice_text(const Advice& advice, TimelineStyle) {
-    std::string text = "\nto be run, in this order:\n" + restart_lines(advice.fewest);
-    if (advice.fewest.empty()) text = "\nnothing needs to be run\n";
+std::string advice_text(const Advice& advice) {
+    std::string text = before_lines(advice.before);
+    if (advice.fewest.empty())
+        text += "\nnothing needs to be run\n";
+    else
+        text += "\nto be run, in this order:\n" + restart_lines(advice.fewest);
     text += gentler(advice) + boot_lines(advice);
     if (!advice.unused.empty())
         text += fmt::format("\nno action uses it: {}\n", fmt::join(advice.unused, ", "));

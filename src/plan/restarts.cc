@@ -48,10 +48,12 @@ bool leaves_nothing(const Event& event) {
            event.text.find("/var/run/my_pid") != std::string::npos;
 }
 
-Transcript lasting(const Transcript& transcript) {
+enum class Nested { Too, Not };
+
+Transcript lasting(const Transcript& transcript, Nested nested = Nested::Too) {
     Transcript left;
     for (const Event& event : transcript.events()) {
-        if (leaves_nothing(event)) continue;
+        if (leaves_nothing(event) || (event.depth > 0 && nested == Nested::Not)) continue;
         left.depth = event.depth;
         if (event.has_body)
             left.add_with_body(event.verb, event.text, event.body);
@@ -98,6 +100,22 @@ void add_all(ChangedEffects& effects, const ChangedEffects& more) {
     effects.commands |= more.commands;
 }
 
+std::optional<std::string> setting_in(const World& world, const std::string& key) {
+    return answer_of(world, {.kind = Question::Kind::Setting, .name = key});
+}
+
+// Keeps the files and settings that really are otherwise on a router with B. Where none is, the
+// commands that write them stand for the change: they run at another place, or not at all.
+void keep_what_changes(ChangedEffects& effects, const World& a, const World& b) {
+    if (effects.because.empty()) return;
+    std::erase_if(effects.files, [&](const std::string& path) {
+        return file_content(a, path) == file_content(b, path);
+    });
+    std::erase_if(effects.stored,
+                  [&](const std::string& key) { return setting_in(a, key) == setting_in(b, key); });
+    effects.commands |= effects.files.empty() && effects.stored.empty();
+}
+
 // Whether a run stores this setting.
 bool stores(const Transcript& transcript, const std::string& key) {
     return std::ranges::any_of(transcript.events(), [&](const Event& event) {
@@ -108,7 +126,7 @@ bool stores(const Transcript& transcript, const std::string& key) {
 class Adviser {
   public:
     Adviser(const Settings& a, const Settings& b, const std::optional<World>& stated)
-        : a_(a), b_(b), stated_(stated) {}
+        : a_(a), b_(b), stated_(stated), boot_a_(boot(world(a), a)), boot_b_(boot(world(b), b)) {}
 
     Advice advise(const Progress& progress);
 
@@ -117,6 +135,7 @@ class Adviser {
     const Settings& b_;
     const std::optional<World>& stated_;
     const std::vector<Candidate> candidates_ = all_candidates();
+    Boot boot_a_;
     Boot boot_b_;
     // By candidate. Groups have no effects of their own.
     std::vector<Run> runs_;
@@ -128,10 +147,13 @@ class Adviser {
     World world(const Settings& settings) const {
         return stated_ ? *stated_ : world_in_use(settings);
     }
+    World changed_to(const Settings& settings) const;
     Played play(const Settings& settings) const;
+    Played play_stops(const Settings& settings) const;
     void compare(const Progress& progress);
     void add_overwritten();
     void find_covers();
+    std::vector<StopBefore> stops_before() const;
     uint32_t nested(size_t candidate) const;
     std::vector<Restart> restarts(Prefer prefer) const;
     Restart restart(size_t candidate) const;
@@ -151,24 +173,68 @@ Played Adviser::play(const Settings& settings) const {
     return played;
 }
 
+// The router that runs with A, once it has been given other settings.
+World Adviser::changed_to(const Settings& settings) const {
+    World router = copy_of(boot_a_.router);
+    for (const SettingChange& change : changed_settings(a_, settings))
+        change_setting(router, change.key, change.b);
+    return router;
+}
+
+Played Adviser::play_stops(const Settings& settings) const {
+    const World router = changed_to(settings);
+    Played played;
+    for (const Candidate& candidate : candidates_) {
+        if (candidate.group) continue;
+        Run run = run_on(router, {"rc", candidate.words[0], "stop"});
+        // What runs within is the stop of other applications, which have their own part.
+        played.parts.push_back(lasting(run.transcript, Nested::Not));
+        played.asked.merge(run.asked);
+    }
+    return played;
+}
+
+// A restart takes away what is there as B knows it.
+std::vector<StopBefore> Adviser::stops_before() const {
+    const std::vector<Difference> parts =
+        differences(a_, b_, [this](const Settings& settings) { return play_stops(settings); });
+    std::vector<StopBefore> stops;
+    size_t part = 0;
+    for (const Candidate& candidate : candidates_) {
+        if (candidate.group) continue;
+        const Difference& difference = parts[part++];
+        StopBefore stop = {.words = {candidate.words[0], "stop"}, .because = {}, .only_with_a = {}};
+        for (const EffectChange& change : difference.changes) {
+            if (change.within || change.a.empty()) continue;
+            stop.because.insert(change.because.begin(), change.because.end());
+            for (const Origin& place : change.a)
+                if (place.line == 0)
+                    stop.only_with_a.push_back(difference.a.events()[place.event].text);
+        }
+        if (!stop.because.empty()) stops.push_back(std::move(stop));
+    }
+    return stops;
+}
+
 void Adviser::compare(const Progress& progress) {
     const std::vector<Difference> parts = differences(
         a_, b_, [this](const Settings& settings) { return play(settings); }, progress);
     at_boot_ = effects_of(parts[0]);
+    keep_what_changes(at_boot_, boot_a_.router, boot_b_.router);
     size_t part = 1;
-    for (const Candidate& candidate : candidates_)
+    for (const Candidate& candidate : candidates_) {
+        const Words call = call_of(candidate.words);
+        runs_.push_back(run_on(boot_b_.router, call));
         effects_.push_back(candidate.group ? ChangedEffects{} : effects_of(parts[part++]));
-    boot_b_ = boot(world(b_), b_);
-    for (const Candidate& candidate : candidates_)
-        runs_.push_back(run_on(boot_b_.router, call_of(candidate.words)));
+        keep_what_changes(effects_.back(), run_on(boot_a_.router, call).after, runs_.back().after);
+    }
 }
 
 // A changed setting that the boot stores anew: B's own value stands in the settings until what
 // stores it has run.
 void Adviser::add_overwritten() {
     for (const SettingChange& change : changed_settings(a_, b_)) {
-        const Question question = {.kind = Question::Kind::Setting, .name = change.key};
-        if (answer_of(boot_b_.router, question) == change.b) continue;
+        if (setting_in(boot_b_.router, change.key) == change.b) continue;
         const ChangedEffects stored = {
             .because = {change.key}, .files = {}, .stored = {change.key}};
         if (stores(boot_b_.init, change.key)) add_all(at_boot_, stored);
@@ -225,9 +291,7 @@ Restart Adviser::restart(size_t candidate) const {
 // servers, the interface's name. Such a one runs behind them.
 void Adviser::put_late_ones_last(std::vector<size_t>& chosen) const {
     const World start = world(b_);
-    World early = boot(world(a_), a_).router;
-    for (const SettingChange& change : changed_settings(a_, b_))
-        change_setting(early, change.key, change.b);
+    World early = changed_to(b_);
     early.interfaces = start.interfaces;
     early.hosts = start.hosts;
     early.outputs = start.outputs;
@@ -258,7 +322,8 @@ Advice Adviser::advise(const Progress& progress) {
     compare(progress);
     add_overwritten();
     find_covers();
-    Advice advice = {.fewest = restarts(Prefer::FewestChoices),
+    Advice advice = {.before = stops_before(),
+                     .fewest = restarts(Prefer::FewestChoices),
                      .gentlest = restarts(Prefer::FewestCommands),
                      .at_boot = at_boot_,
                      .unused = {}};

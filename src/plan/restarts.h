@@ -29,7 +29,17 @@ struct Restart {
     Totals totals;
 };
 
+// A stop that takes away with A what it no longer knows of with B, such as a route.
+struct StopBefore {
+    std::vector<std::string> words;
+    std::set<std::string> because;
+    // What it does with A's settings only, each as one line.
+    std::vector<std::string> only_with_a;
+};
+
 struct Advice {
+    // To be run while A's settings still stand; the rest, once they are B's.
+    std::vector<StopBefore> before;
     // As few as possible, in the order in which to run them: that of the boot; but an application
     // that reads what the Internet side leaves comes behind it.
     std::vector<Restart> fewest;
