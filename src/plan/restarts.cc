@@ -290,16 +290,13 @@ Restart Adviser::restart(size_t candidate) const {
 // What an application does may depend on what the Internet side or its services leave: name
 // servers, the interface's name. Such a one runs behind them.
 void Adviser::put_late_ones_last(std::vector<size_t>& chosen) const {
-    const World start = world(b_);
-    World early = changed_to(b_);
-    early.interfaces = start.interfaces;
-    early.hosts = start.hosts;
-    early.outputs = start.outputs;
+    const World early = changed_to(b_);
     World late = early;
     for (const size_t candidate : chosen)
         if (!candidates_[candidate].before_wan)
             late = run_on(late, call_of(candidates_[candidate].words)).after;
     // The link comes up again.
+    const World start = world(b_);
     for (const auto& [path, content] : start.files)
         if (!late.get(path)) late.put(path, *content);
     std::ranges::stable_partition(chosen, [&](size_t candidate) {

@@ -145,6 +145,17 @@ TEST(Differences, ASwitchCountsAndSoDoesTheValueBehindIt) {
     EXPECT_THAT(changes({{"port", "1"}}, {{"enable", "0"}, {"port", "2"}}, play), IsEmpty());
 }
 
+// One brings it about, another one is in the way in B, and a third one makes up for that.
+TEST(Differences, WhatUndoesItOnItsOwnWayBackCountsToo) {
+    const PlayWith play =
+        play_of({"cure", "cause", "bar"}, [](const Settings& settings, Transcript& transcript) {
+            if (on(settings, "cause") && (!on(settings, "bar") || on(settings, "cure")))
+                transcript.add("run", "daemon");
+        });
+    EXPECT_THAT(changes({}, {{"bar", "1"}, {"cause", "1"}, {"cure", "1"}}, play),
+                ElementsAre("+run    daemon\n<cause<cure"));
+}
+
 // No single one of three brings the line about, nor undoes it: two of them do.
 TEST(Differences, ASmallestGroupWhereNoSettingAloneMatters) {
     const PlayWith play =

@@ -74,7 +74,7 @@ TEST(Restarts, TheOneApplicationWithItsReasonsAndWhatNothingUses) {
                                       {"lan_lease_time", "2"},
                                       {"no_such_key", "1"},
                                       {"pppoe_username", "not in this mode"}});
-    EXPECT_THAT(words_of(advice.fewest), ElementsAre("rc dhcpd restart"));
+    ASSERT_THAT(words_of(advice.fewest), ElementsAre("rc dhcpd restart"));
     EXPECT_THAT(advice.fewest[0].covers, ElementsAre("dhcpd"));
     EXPECT_THAT(advice.fewest[0].effects.because, ElementsAre("dhcp_start_ip", "lan_lease_time"));
     EXPECT_THAT(advice.fewest[0].effects.files, ElementsAre("/etc/udhcpd.conf"));
@@ -93,6 +93,8 @@ TEST(Restarts, EveryApplicationThatReadsASetting) {
              Row{{{"http_timeout", "9"}}, {"rc httpd restart"}},
              Row{{{"http_password", ""}}, {"rc httpd restart"}},
              Row{{{"lan_bipaddr", "192.168.1.255"}}, {"rc lan restart"}},
+             // Its own name server takes the place of the provider's, which is known.
+             Row{{{"dhcp_dns_ip", "192.0.2.9"}}, {"rc dhcpd restart"}},
              Row{{{"wifi_ssid", "attic"}}, {"rc wlan restart"}},
              Row{{{"mail_sender", "a@b"}}, {"rc syslogd restart"}},
              Row{{{"ntp_custom", "1"}, {"ntp_server", "192.0.2.4"}}, {"rc ntp restart"}},
@@ -114,17 +116,17 @@ TEST(Restarts, EveryApplicationThatReadsASetting) {
 // and the firewall the crontab as well.
 TEST(Restarts, TheFirewallAlsoDoesWhatTheScheduleDoes) {
     const Advice advice = advice_for({{"fw_schedule", "1:0:0-23:59"}});
-    EXPECT_THAT(words_of(advice.fewest), ElementsAre("rc firewall restart"));
+    ASSERT_THAT(words_of(advice.fewest), ElementsAre("rc firewall restart"));
     EXPECT_THAT(advice.fewest[0].covers, ElementsAre("firewall", "schedule"));
     EXPECT_THAT(advice.fewest[0].effects.files, ElementsAre("/tmp/cron_schedule", "/var/crontab"));
 }
 
 TEST(Restarts, AGroupInPlaceOfItsApplicationsAndTheOtherWay) {
     const Advice advice = advice_for({{"dhcp_start_ip", "192.168.1.40"}, {"http_timeout", "9"}});
-    EXPECT_THAT(words_of(advice.fewest), ElementsAre("rc restart"));
+    ASSERT_THAT(words_of(advice.fewest), ElementsAre("rc restart"));
     EXPECT_THAT(advice.fewest[0].covers, ElementsAre("httpd", "dhcpd"));
     EXPECT_THAT(advice.fewest[0].effects.because, ElementsAre("dhcp_start_ip", "http_timeout"));
-    EXPECT_THAT(words_of(advice.gentlest), ElementsAre("rc httpd restart", "rc dhcpd restart"));
+    ASSERT_THAT(words_of(advice.gentlest), ElementsAre("rc httpd restart", "rc dhcpd restart"));
     EXPECT_THAT(advice.gentlest[0].effects.because, ElementsAre("http_timeout"));
     EXPECT_THAT(advice.gentlest[1].effects.because, ElementsAre("dhcp_start_ip"));
 }
@@ -132,19 +134,19 @@ TEST(Restarts, AGroupInPlaceOfItsApplicationsAndTheOtherWay) {
 // Two of the services: their group is one action.
 TEST(Restarts, TheGroupOfTheServices) {
     const Advice advice = advice_for({{"ddns_enable", "1"}, {"fw_response_ping", "1"}});
-    EXPECT_THAT(words_of(advice.fewest), ElementsAre("rc service restart"));
+    ASSERT_THAT(words_of(advice.fewest), ElementsAre("rc service restart"));
     EXPECT_THAT(advice.fewest[0].covers, ElementsAre("firewall", "ddns"));
-    EXPECT_THAT(words_of(advice.gentlest), ElementsAre("rc firewall restart", "rc ddns restart"));
+    ASSERT_THAT(words_of(advice.gentlest), ElementsAre("rc firewall restart", "rc ddns restart"));
 }
 
 // A start over PPPoE runs "rc service restart" itself; one that leases its address does not.
 TEST(Restarts, ANestedRunCoversWhatItRuns) {
     const Advice to_pppoe = advice_for({{"wan_mode", "pppoe"}});
-    EXPECT_THAT(words_of(to_pppoe.fewest), ElementsAre("rc wan restart"));
+    ASSERT_THAT(words_of(to_pppoe.fewest), ElementsAre("rc wan restart"));
     EXPECT_THAT(to_pppoe.fewest[0].covers, ElementsAre("wan", "wan_basic", "firewall", "igmp"));
     EXPECT_THAT(to_pppoe.fewest[0].effects.stored, ElementsAre("wan_ifname"));
     const Advice back = needed_restarts(with({{"wan_mode", "pppoe"}}), plain, {});
-    EXPECT_THAT(words_of(back.fewest), ElementsAre("rc wan restart", "rc service restart"));
+    ASSERT_THAT(words_of(back.fewest), ElementsAre("rc wan restart", "rc service restart"));
 }
 
 TEST(Restarts, WhatIsDecidedAtBootIsSaid) {
@@ -152,9 +154,14 @@ TEST(Restarts, WhatIsDecidedAtBootIsSaid) {
     EXPECT_THAT(only.fewest, IsEmpty());
     EXPECT_THAT(only.at_boot.because, ElementsAre("restore_default"));
     EXPECT_THAT(only.unused, IsEmpty());
+    // The services' definitions are stored as they were.
+    const Settings defined = with({{"fw_services_def", "web:tcp:80-80"}});
+    EXPECT_THAT(
+        needed_restarts(defined, with({{"upgrade_default", "1"}}, defined), {}).at_boot.stored,
+        ElementsAre("upgrade_default"));
     // The relay starts at boot only; the firewall and the port follow a restart.
     const Advice also = advice_for({{"wan_line", "wisp"}});
-    EXPECT_THAT(words_of(also.fewest), ElementsAre("rc wan restart", "rc firewall restart"));
+    ASSERT_THAT(words_of(also.fewest), ElementsAre("rc wan restart", "rc firewall restart"));
     EXPECT_THAT(also.at_boot.because, ElementsAre("wan_line"));
     EXPECT_TRUE(also.at_boot.commands);
 }
@@ -164,18 +171,21 @@ TEST(Restarts, WhatIsDecidedAtBootIsSaid) {
 TEST(Restarts, WhoReadsWhatTheServicesLeaveComesBehindThem) {
     const Settings own = with({{"wan_dns1", "192.0.2.54"}, {"wan_fix_dns", "1"}});
     const Advice advice = needed_restarts(own, with({{"wan_dns1", "192.0.2.55"}}, own), {});
-    EXPECT_THAT(words_of(advice.fewest), ElementsAre("rc service restart", "rc dhcpd restart"));
+    ASSERT_THAT(words_of(advice.fewest), ElementsAre("rc service restart", "rc dhcpd restart"));
+    // A link that goes down and comes up again is no such tie.
+    const Advice link = advice_for({{"ntp_custom", "1"}, {"wan_account", "host"}});
+    ASSERT_THAT(words_of(link.fewest), ElementsAre("rc ntp restart", "rc wan restart"));
     // Without such a tie it is the order of the boot.
     const Advice apart = needed_restarts(
         own, with({{"dhcp_start_ip", "192.168.1.40"}, {"fw_response_ping", "1"}}, own), {});
-    EXPECT_THAT(words_of(apart.fewest), ElementsAre("rc dhcpd restart", "rc firewall restart"));
+    ASSERT_THAT(words_of(apart.fewest), ElementsAre("rc dhcpd restart", "rc firewall restart"));
 }
 
 // rc stores wan_ifname itself; a file with another value in it needs that to happen again.
 TEST(Restarts, ASettingThatTheBootWouldStoreAnew) {
     const Advice advice =
         needed_restarts(with({{"wan_ifname", "eth2.2"}}), with({{"wan_ifname", "ppp0"}}), {});
-    EXPECT_THAT(words_of(advice.fewest), ElementsAre("rc wan restart"));
+    ASSERT_THAT(words_of(advice.fewest), ElementsAre("rc wan restart"));
     EXPECT_THAT(advice.fewest[0].effects.because, ElementsAre("wan_ifname"));
     EXPECT_THAT(advice.fewest[0].effects.stored, ElementsAre("wan_ifname"));
 }
@@ -185,7 +195,7 @@ TEST(Restarts, AStopThatIsDueBeforeTheChange) {
     const Settings routed =
         with({{"rt_static_route", "office:10.1.0.0:255.255.0.0:192.168.1.254:2:1:1"}});
     const Advice away = needed_restarts(routed, with({{"rt_static_route", ""}}), {});
-    EXPECT_THAT(words_of(away.fewest), ElementsAre("rc route restart"));
+    ASSERT_THAT(words_of(away.fewest), ElementsAre("rc route restart"));
     ASSERT_EQ(away.before.size(), 1U);
     EXPECT_THAT(away.before[0].words, ElementsAre("route", "stop"));
     EXPECT_THAT(away.before[0].because, ElementsAre("rt_static_route"));
@@ -206,11 +216,41 @@ TEST(Restarts, AStopThatIsDueBeforeTheChange) {
     EXPECT_THAT(advice_for({{"wan_mode", "pppoe"}}).before, IsEmpty());
 }
 
+// An unknown mode starts nothing; its name is printed and no more.
+TEST(Restarts, WhatIsOnlyPrintedIsNoEffect) {
+    const Advice advice =
+        needed_restarts(with({{"wan_mode", "foo"}}), with({{"wan_mode", "fox"}}), {});
+    EXPECT_THAT(advice.fewest, IsEmpty());
+    EXPECT_THAT(advice.unused, ElementsAre("wan_mode"));
+}
+
+// The schedule's own environment ends with its run; the crontab and the clients keep the zone.
+TEST(Restarts, ARunsOwnEnvironmentIsNoEffect) {
+    const Advice advice = advice_for({{"time_zone", "GMT-1"}});
+    ASSERT_THAT(words_of(advice.gentlest),
+                ElementsAre("rc syslogd restart", "rc ntp restart", "rc firewall restart"));
+    EXPECT_THAT(advice.gentlest[2].covers, ElementsAre("firewall"));
+    EXPECT_THAT(advice.gentlest[2].effects.files, ElementsAre("/var/crontab"));
+}
+
+// A router in use has an address, a way out and found names, as the tunnel needs them.
+TEST(Restarts, ATunnelDials) {
+    const Settings a = with({{"wan_mode", "pptp"},
+                             {"pptp_server_domain", "one.example"},
+                             {"pptp_server_type", "d"},
+                             {"pptp_username", "one"}});
+    for (const char* key : {"pptp_server_domain", "pptp_username"}) {
+        const Advice advice = needed_restarts(a, with({{key, "two.example"}}, a), {});
+        ASSERT_THAT(words_of(advice.fewest), ElementsAre("rc wan restart"));
+        EXPECT_THAT(advice.fewest[0].effects.because, ElementsAre(key));
+    }
+}
+
 // Only a WAN that is up has a multicast proxy: a stated router counts as it stands.
 TEST(Restarts, AStatedRouterIsTakenAsItIs) {
     const Settings a = with({{"igmp_enable", "1"}, {"igmp_version", "2"}});
     const Settings b = with({{"igmp_version", "3"}}, a);
-    EXPECT_THAT(words_of(needed_restarts(a, b, {}).fewest), ElementsAre("rc igmp restart"));
+    ASSERT_THAT(words_of(needed_restarts(a, b, {}).fewest), ElementsAre("rc igmp restart"));
     const Advice down = needed_restarts(a, b, World{});
     EXPECT_THAT(down.fewest, IsEmpty());
     EXPECT_THAT(down.unused, ElementsAre("igmp_version"));
