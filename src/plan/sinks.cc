@@ -89,8 +89,7 @@ World plain_router(const World& router) {
         for (auto& [key, value] : settings) {
             value.resize(std::min(value.size(), long_value));
             for (char& c : value)
-                if (contains("'\"`$\\%(){}[]*?|&<>!#~^\n\t", {&c, 1}) || c > '~' || c < 0)
-                    c = 'x';
+                if (contains("'\"`$\\%(){}[]*?|&<>!#~^\n\t", {&c, 1}) || c > '~' || c < 0) c = 'x';
         }
         world.put(path, settings_image(settings));
     }
