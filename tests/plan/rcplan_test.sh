@@ -1,6 +1,6 @@
 #!/bin/sh
 # The command rcplan itself: statuses, messages, and what --update writes.
-#   rcplan_test.sh RCPLAN
+#   rcplan_test.sh RCPLAN VERSION WORLDS
 rcplan=$1
 folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT
@@ -139,6 +139,9 @@ echo 'setting lan_if=br0' > wrong.world
 expect 2 run --world wrong.world lan start
 says err "rcplan: wrong.world: line 1: 'setting' does not belong into a world"
 expect 2 run --world missing.world lan start
+for sample in "$3"/*.world; do
+    expect 0 run --world "$sample" --set wan_ifname=eth2.2 firewall create
+done
 
 # JSON: each line an object; the last one the total.
 expect 0 run --json --why --set dhcp_server_enable=1 --set lan_if=br0 dhcpd start
