@@ -71,6 +71,12 @@ std::string quoted(std::string_view text) {
     return words;
 }
 
+static constexpr void (*relations[])(Check&) = {
+    check_needs,    check_lan,         check_services,   check_wan,
+    check_firewall, check_forwards,    check_qos,        check_schedules,
+    check_wireless, check_wds_and_wps, check_duplicates,
+};
+
 std::vector<Finding> check_settings(const Image& image, std::span<const Sink> sinks) {
     Check check = {.image = image, .sinks = sinks, .findings = {}};
     for (const SettingGroup& group : setting_groups()) {
@@ -86,10 +92,7 @@ std::vector<Finding> check_settings(const Image& image, std::span<const Sink> si
     }
     for (const Entry& entry : image.entries())
         if (find_known(entry.key) == nullptr) check_unknown(check, entry.key);
-    for (void (*const relation)(Check&) :
-         {check_needs, check_lan, check_wan, check_firewall, check_forwards, check_qos,
-          check_schedules, check_wireless})
-        relation(check);
+    for (void (*const relation)(Check&) : relations) relation(check);
     return std::move(check.findings);
 }
 

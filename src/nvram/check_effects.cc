@@ -14,19 +14,21 @@ struct Effect {
 
 // Settings whose wrong value changes what rc does; of the others, what the form or the lines tell.
 constexpr Effect effects[] = {
-    {"ac_control", "blocks nothing"},
+    {"ac_control", "takes a number of 1 or 2, and anything else for off"},
     {"access_control", "stops at the first name that it does not know"},
+    {"access_group", "takes 17 characters from the start of each record, whatever they are"},
+    {"bpa_login", "takes it as not logged in, unless its number is 1"},
     {"ddns_enable", "takes it as on: only a value that begins with 0 is off"},
     {"ddns_use_wildcards", "takes it as on: only a value that begins with 0 is off"},
     {"dhcp_server_enable", "neither starts the DHCP server nor deletes its leases"},
     {"dhcp_server_extended_option", "takes it as off: only enable is on"},
-    {"fw_block", "takes it as off"},
+    {"fw_block", "looks at its first character: 1 is always, 2 by schedule, any other off"},
     {"fw_in_rules", "writes the field into the rules as it stands, and iptables refuses them"},
     {"fw_nat", "rewrites addresses, and leaves FORWARD open: hosts of the WAN reach the LAN"},
     {"fw_out_rules", "writes the field into the rules as it stands, and iptables refuses them"},
     {"fw_remote_type", "opens the web interface's port, and redirects nothing to it"},
-    {"fw_schedule", "passes over a record that it cannot read"},
-    {"fw_schedule2", "passes over a record that it cannot read"},
+    {"fw_schedule", "never opens a period that it cannot read, or whose day or hour there is not"},
+    {"fw_schedule2", "never opens a period that it cannot read, or whose day or hour there is not"},
     {"fw_services", "does not find the service, or blocks other ports than are meant"},
     {"fw_services_def", "does not find the service, or blocks other ports than are meant"},
     {"fw_spapp",
@@ -35,22 +37,29 @@ constexpr Effect effects[] = {
     {"fw_time_zone", "finds no rule, and never applies daylight saving"},
     {"fw_ttl", "leaves the TTL alone"},
     {"h_wsc_enable", "turns WPS off at the start, and leaves it running at the stop"},
+    {"igmp_port", "makes the name wan_ifname with its first character"},
     {"l2tp_dod", "neither dials on demand nor redials"},
-    {"log_type", "sends the log to no other host"},
+    {"l2tp_type", "takes a number of 1 for fixed, anything else for leased"},
+    {"log_type",
+     "sends the log to the LAN when it begins with 1, to log_remote_ip with 2, else nowhere"},
     {"mail_sendlog", "mails no log"},
     {"ntp_custom", "takes it as on, and asks the server of ntp_server"},
     {"pcdb_list", "leaves the reservation out"},
     {"pptp_server_type", "takes pptp_server, as if it were i"},
+    {"pptp_type", "takes a number of 1 for fixed, anything else for leased"},
     {"qos",
      "copies the field into /tmp/qos.conf as it stands, and tc or iptables refuses its line"},
     {"qos_ds", "takes it as on: only disable is off"},
     {"qos_type", "takes a word that begins with p for priority, any other for bandwidth"},
+    {"ras_login", "takes it as not logged in, unless its number is 1"},
     {"rt_rip_direction", "receives and sends"},
     {"rt_static_route", "adds no route, or hands route what it refuses"},
     {"time_zone", "prints TimeZone string Error, and counts no offset"},
-    {"wan_fix_dns", "takes it as off: the provider's name servers stay"},
+    {"wan_dod", "takes any number but 0 for dialling on demand, and a text for 0"},
+    {"wan_fix_dns",
+     "looks for exactly 1, for a number but 0, or for a first character of 1, by the mode"},
     {"wan_iptype_pppoe", "takes a word that begins with F for Fixed, any other for Dynamic"},
-    {"wan_line", "takes the wired port"},
+    {"wan_line", "takes some of it for the radio when it holds wisp, and the wired port else"},
     {"wan_mode", "starts no connection at all"},
     {"wifi_BasicRate", "takes the rates of 0"},
     {"wifi_access_control", "lets everybody in"},
@@ -60,17 +69,21 @@ constexpr Effect effects[] = {
     {"wifi_auth_type3", "lets the driver find out (WEPAUTO)"},
     {"wifi_auth_type5", "lets the driver find out (WEPAUTO)"},
     {"wifi_bandwidth", "takes 40 MHz: only a value that begins with 2 is 20 MHz"},
-    {"wifi_dot11_mode", "takes 802.11b, g and n"},
+    {"wifi_dot11_mode",
+     "looks at its first character, and takes 802.11b, g and n for what it does not know"},
+    {"wifi_key_len", "takes the WEP keys for hexadecimal"},
+    {"wifi_key_len2", "takes the WEP keys for hexadecimal"},
     {"wifi_region", "takes Taiwan's country code"},
     {"wifi_sta_region", "takes the channels of all regions but USA and Canada"},
-    {"wifi_wep_on", "takes WPA and WPA2 with a pass phrase, as if it were 4"},
-    {"wifi_wep_on2", "takes WPA and WPA2 with a pass phrase, as if it were 4"},
+    {"wifi_wep_on", "takes its number: of a text that is 0, an open network; above 6 it is as 4"},
+    {"wifi_wep_on2", "takes its number: of a text that is 0, an open network; above 6 it is as 4"},
     {"wifi_wep_on3", "gives the station neither network nor security"},
     {"wifi_wep_on5", "takes WPA2 with a pass phrase, as if it were 3"},
     {"wifi_wmm_ap", "takes 0 for the numbers that it cannot read"},
     {"wifi_wmm_sta", "takes 0 for the numbers that it cannot read"},
+    {"wifi_wsc_configured", "hands the driver its number plus one"},
     {"wireless_sch_en", "takes it as off: only enable is on"},
-    {"wl_schedule", "passes over a record that it cannot read"},
+    {"wl_schedule", "passes over a record that it cannot read, and gives cron any number"},
 };
 
 // Programs that refuse a line with a number, an address or a name that is none.
@@ -103,7 +116,7 @@ std::string effect_by_form(const KnownSetting& known, std::string_view piece) {
         case Form::Number:
             return "reads it as " + std::to_string(leading_int(std::string(piece).c_str()));
         case Form::Choice:
-            return "knows no such word";
+            return "hands it on as it stands";
         default:
             return "uses it as it stands";
     }

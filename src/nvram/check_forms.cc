@@ -1,4 +1,7 @@
 // Values by themselves: their forms, and the shapes of their records.
+#include <algorithm>
+#include <iterator>
+
 #include "nvram/check_parts.h"
 #include "nvram/records.h"
 #include "nvram/secret.h"
@@ -30,16 +33,23 @@ std::string cure_of(const KnownSetting& known, std::string_view value) {
     return known.may_be_empty ? assignment(known.key, "") : wanted(limits_of(known));
 }
 
+// Texts that rc cuts; longer ones of other settings go on as they are, to a driver that refuses
+// them.
+constexpr std::string_view cut_by_rc[] = {"device_name", "http_realm", "mail_title"};
+
 void check_length(Check& check, const KnownSetting& known, std::string_view value) {
     const auto limit = static_cast<std::size_t>(known.high);
     if (known.form != Form::Text || limit == 0 || value.size() <= limit) return;
+    const bool cut =
+        std::find(std::begin(cut_by_rc), std::end(cut_by_rc), known.key) != std::end(cut_by_rc);
+    const std::string most = std::to_string(limit);
     const std::string_view kept = value.substr(0, limit);
-    const std::string_view shown = shown_piece(known, kept);
-    add(check, Level::Warning, known.key,
-        {.problem = "has " + std::to_string(value.size()) + " characters, and the most is " +
-                    std::to_string(limit),
-         .effect = "keeps the first " + std::to_string(limit) + ": " + quoted(shown),
-         .cure = is_secret(known.key) ? "at most " + std::to_string(limit) + " characters"
+    const std::string kept_text = "keeps the first " + most + ": " + quoted(kept);
+    add(check, cut ? Level::Warning : Level::Error, known.key,
+        {.problem = "has " + std::to_string(value.size()) + " characters, and the most is " + most,
+         .effect =
+             cut ? kept_text : "hands all of it on, to a driver that takes no more than " + most,
+         .cure = is_secret(known.key) ? "at most " + most + " characters"
                                       : assignment(known.key, kept)});
 }
 
@@ -52,7 +62,9 @@ void check_flag(Check& check, const KnownSetting& known, std::string_view value)
 }
 
 void check_field(Check& check, const KnownSetting& known, const Piece& piece, const Field& field) {
-    const Limits limits = limits_of(field);
+    Limits limits = limits_of(field);
+    // Of a record's flag every character counts.
+    if (field.form == Form::Flag) limits = {.form = Form::Choice, .choices = "0 1"};
     const std::string place = place_text(piece.entry, field.name);
     if (piece.text.empty()) {
         if (field.may_be_empty) return;
@@ -151,6 +163,8 @@ bool is_made_up_by_rc(std::string_view key) {
 }  // namespace
 
 void check_form(Check& check, const KnownSetting& known, std::string_view value) {
+    // Its names are parted by blanks, too; check_firewall.cc reads it as rc does.
+    if (known.key == std::string_view("access_control")) return;
     if (known.record != nullptr) return check_records(check, known, value);
     const std::string problem = form_problem(limits_of(known), value);
     if (!problem.empty()) {

@@ -69,12 +69,15 @@ void check_sinks(Check& check, const KnownSetting& known, std::string_view value
 // Settings against each other, an area a file.
 void check_needs(Check& check);
 void check_lan(Check& check);
+void check_services(Check& check);
 void check_wan(Check& check);
 void check_firewall(Check& check);
 void check_forwards(Check& check);
 void check_qos(Check& check);
 void check_schedules(Check& check);
 void check_wireless(Check& check);
+void check_wds_and_wps(Check& check);
+void check_duplicates(Check& check);
 
 }  // namespace nvram
 

@@ -14,8 +14,10 @@ constexpr std::string_view special_when_bare = ";&|<>()$`\\\"'\n*?[";
 // At the start of a word only: a comment, a home folder.
 constexpr std::string_view special_at_word_start = "#~";
 constexpr std::string_view special_in_double_quotes = "\"$`\\";
+constexpr std::string_view all_special = "\n\t !\"#$%&'()*;<>?[\\]^`{|}~";
 
-// Characters that rc puts a backslash before.
+// Characters that rc puts a backslash before. What is escaped where is told by each sink; this is
+// for showing the line as it comes out.
 struct Escaped {
     const char* key;
     std::string_view characters;
@@ -32,17 +34,6 @@ constexpr Escaped escaped_keys[] = {
     {"wifi_psk_pwd3", of_station},
 };
 
-// Fields of records that are for people only, and stand in no line.
-struct UnusedField {
-    const char* key;
-    const char* field;
-};
-constexpr UnusedField unused_fields[] = {
-    {"fw_in_rules", "name"}, {"fw_out_rules", "name"},    {"fw_services", "name"},
-    {"fw_spapp", "name"},    {"fw_services_def", "name"}, {"pcdb_list", "name"},
-    {"qos", "name"},         {"rt_static_route", "name"},
-};
-
 // What a text does that it should not do.
 struct Danger {
     Level level;
@@ -55,7 +46,6 @@ using Dangers = std::vector<Danger>;
 struct Place {
     std::string_view before;
     std::string_view behind;
-    std::string_view escaped;  // characters that stand behind a backslash of rc's
 };
 
 bool holds(std::string_view characters, char c) {
@@ -78,13 +68,20 @@ void add_danger(Dangers& dangers, Level level, const std::string& characters,
     if (!characters.empty()) dangers.push_back({level, characters, reason});
 }
 
+// Without the characters that rc does not let through; the table tells of special ones only.
+std::string passing(std::string_view text, std::string_view passes) {
+    std::string rest;
+    for (const char c : text)
+        if (!holds(all_special, c) || holds(passes, c)) rest += c;
+    return rest;
+}
+
 void find_bare(Dangers& dangers, std::string_view text, const Place& place) {
     std::string special;
     char before = place.before.empty() ? ' ' : place.before.back();
     for (const char c : text) {
         const bool at_start = holds(white_space, before) && holds(special_at_word_start, c);
-        const bool bare = holds(special_when_bare, c) && !holds(place.escaped, c);
-        if (at_start || bare) note_character(special, c);
+        if (at_start || holds(special_when_bare, c)) note_character(special, c);
         before = c;
     }
     add_danger(dangers, Level::Error, special, "outside quotes a shell reads more into it");
@@ -100,30 +97,13 @@ void find_bare(Dangers& dangers, std::string_view text, const Place& place) {
                    "before this character a shell takes a number for a file's");
 }
 
-void find_in_double_quotes(Dangers& dangers, std::string_view text, const Place& place) {
-    std::string special;
-    for (const char c : text)
-        if (holds(special_in_double_quotes, c) && !holds(place.escaped, c))
-            note_character(special, c);
-    add_danger(dangers, Level::Error, special, "between double quotes a shell reads more into it");
-    // A backslash stays where it protects nothing.
-    if (holds(place.escaped, '\''))
-        add_danger(dangers, Level::Warning, found_in(text, "'"),
-                   "it arrives with a backslash before it");
+void find_in_double_quotes(Dangers& dangers, std::string_view text) {
+    add_danger(dangers, Level::Error, found_in(text, special_in_double_quotes),
+               "between double quotes a shell reads more into it");
 }
 
-// A command between single quotes is one for another shell.
-void find_in_single_quotes(Dangers& dangers, std::string_view text, const Place& place) {
+void find_in_single_quotes(Dangers& dangers, std::string_view text) {
     add_danger(dangers, Level::Error, found_in(text, "'"), "it ends the single quotes");
-    constexpr std::string_view command = "pty '";
-    const std::size_t inner = place.before.find(command);
-    if (inner == std::string_view::npos) return;
-    Place inside = place;
-    inside.before.remove_prefix(inner + command.size());
-    inside.escaped = {};
-    std::string without(text);
-    without.erase(std::remove(without.begin(), without.end(), '\''), without.end());
-    find_bare(dangers, without, inside);
 }
 
 // What quotes are open at the end of the start of a shell line.
@@ -143,8 +123,8 @@ Quoting quoting_behind(std::string_view start) {
 
 void find_in_shell(Dangers& dangers, Quoting quoting, std::string_view text, const Place& place) {
     if (quoting == Quoting::Bare) find_bare(dangers, text, place);
-    if (quoting == Quoting::DoubleQuoted) find_in_double_quotes(dangers, text, place);
-    if (quoting == Quoting::SingleQuoted) find_in_single_quotes(dangers, text, place);
+    if (quoting == Quoting::DoubleQuoted) find_in_double_quotes(dangers, text);
+    if (quoting == Quoting::SingleQuoted) find_in_single_quotes(dangers, text);
 }
 
 // Where the command of a system crontab's line begins, behind five fields of time and the user;
@@ -180,32 +160,28 @@ void find_in_crontab(Dangers& dangers, std::string_view text, const Place& place
     find_in_shell(dangers, quoting_behind(inside.before), text, inside);
 }
 
-Dangers dangers_in(const Sink& sink, std::string_view text, std::string_view escaped) {
-    const std::string_view line = sink.line;
-    const std::size_t at = std::min(line.find('\x01'), line.size());
-    const Place place = {.before = line.substr(0, at),
-                         .behind = line.substr(std::min(line.size(), at + 1)),
-                         .escaped = escaped};
-    Dangers dangers;
-    if (sink.quoting == Quoting::File)
-        add_danger(dangers, Level::Error, found_in(text, "\n"), "it begins a line of its own");
-    if (sink.quoting == Quoting::Crontab) find_in_crontab(dangers, text, place);
-    find_in_shell(dangers, sink.quoting, text, place);
-    return dangers;
-}
-
 std::string_view escaped_in(std::string_view key) {
     for (const Escaped& escaped : escaped_keys)
         if (key == escaped.key) return escaped.characters;
     return {};
 }
 
-bool stands_in_lines(const KnownSetting& known, const char* field) {
-    if (field == nullptr) return true;
-    for (const UnusedField& unused : unused_fields)
-        if (unused.key == std::string_view(known.key) && unused.field == std::string_view(field))
-            return false;
-    return true;
+Dangers dangers_in(const Sink& sink, std::string_view whole) {
+    const std::string text = passing(whole, sink.passes);
+    const std::string_view line = sink.line;
+    const std::size_t at = std::min(line.find('\x01'), line.size());
+    const Place place = {.before = line.substr(0, at),
+                         .behind = line.substr(std::min(line.size(), at + 1))};
+    Dangers dangers;
+    if (sink.quoting == Quoting::File)
+        add_danger(dangers, Level::Error, found_in(text, "\n"), "it begins a line of its own");
+    if (sink.quoting == Quoting::Crontab) find_in_crontab(dangers, text, place);
+    find_in_shell(dangers, sink.quoting, text, place);
+    // Between double quotes a backslash protects no single quote, and stays.
+    if (sink.quoting == Quoting::DoubleQuoted && holds(escaped_in(sink.key), '\''))
+        add_danger(dangers, Level::Warning, found_in(whole, "'"),
+                   "it arrives with a backslash before it");
+    return dangers;
 }
 
 std::string characters_in_words(const std::string& characters) {
@@ -251,7 +227,8 @@ void add_harm(Check& check, const KnownSetting& known, const Piece& piece, const
     // Of a secret it is not told which character it is.
     const std::string characters = secret ? "a character that does not stay text"
                                           : characters_in_words(harm.danger.characters);
-    const std::string place = place_text(piece.entry, piece.field);
+    const bool has_field = piece.field != nullptr && *piece.field != '\0';
+    const std::string place = place_text(piece.entry, has_field ? piece.field : nullptr);
     const std::string text = escaped_text(piece.text, escaped_in(known.key));
     const std::string_view where = harm.first->place;
     std::string effect = where == "command" ? "runs: " : "writes into " + std::string(where) + ": ";
@@ -264,19 +241,27 @@ void add_harm(Check& check, const KnownSetting& known, const Piece& piece, const
          .cure = secret ? "letters and digits" : "a text without " + characters});
 }
 
+// Whether a piece of a value stands in a sink's line; the table may not tell which field it is.
+bool stands_in(const Sink& sink, const Piece& piece) {
+    return sink.field == nullptr || piece.field == nullptr ||
+           sink.field == std::string_view(piece.field);
+}
+
+void check_piece(Check& check, const KnownSetting& known, const Piece& piece) {
+    std::vector<Harm> harms;
+    for (const Sink& sink : check.sinks) {
+        if (sink.key != std::string_view(known.key) || !stands_in(sink, piece)) continue;
+        for (const Danger& danger : dangers_in(sink, piece.text)) note_harm(harms, danger, sink);
+    }
+    for (const Harm& harm : harms) add_harm(check, known, piece, harm);
+}
+
 }  // namespace
 
 void check_sinks(Check& check, const KnownSetting& known, std::string_view value) {
-    for (const Piece& piece : pieces_of(known, value)) {
-        if (!stands_in_lines(known, piece.field)) continue;
-        std::vector<Harm> harms;
-        for (const Sink& sink : check.sinks) {
-            if (sink.key != std::string_view(known.key)) continue;
-            for (const Danger& danger : dangers_in(sink, piece.text, escaped_in(known.key)))
-                note_harm(harms, danger, sink);
-        }
-        for (const Harm& harm : harms) add_harm(check, known, piece, harm);
-    }
+    for (const Piece& piece : pieces_of(known, value)) check_piece(check, known, piece);
+    // A list that stands in a line as a whole, its separators included.
+    if (known.record != nullptr) check_piece(check, known, {.text = value, .field = ""});
 }
 
 }  // namespace nvram

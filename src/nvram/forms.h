@@ -15,9 +15,9 @@ namespace nvram {
 // A form with its limits, of a setting or of a record's field.
 struct Limits {
     Form form;
-    std::int32_t low;
-    std::int32_t high;
-    const char* choices;
+    std::int32_t low = 0;
+    std::int32_t high = 0;
+    const char* choices = "";
 };
 
 Limits limits_of(const KnownSetting& known);

@@ -8,7 +8,7 @@ namespace nvram {
 static constexpr Sink sinks[] = {
 #include "nvram/sinks.inc"
     // An array needs a row; this one is not shown.
-    {nullptr, Quoting::Bare, nullptr, nullptr},
+    {},
 };
 
 std::span<const Sink> setting_sinks() {
