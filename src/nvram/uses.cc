@@ -5,13 +5,13 @@
 
 namespace nvram {
 
-static constexpr Use uses[] = {
+static constexpr Use use_rows[] = {
 #include "nvram/uses.inc"
     {},  // A table has at least one row.
 };
 
 std::span<const Use> setting_uses() {
-    return std::span(uses).first(std::size(uses) - 1);
+    return std::span(use_rows).first(std::size(use_rows) - 1);
 }
 
 std::string_view actions_of(std::span<const Use> uses, std::string_view key) {
