@@ -122,7 +122,7 @@ std::string form_item(std::string_view name, std::string_view form, std::string_
 std::string record_items(const Reference& reference, const KnownSetting& setting) {
     std::string text = ".It each record\n.Ql " + word(escaped(setting.record->shape)) + "\n";
     for (const nvram::Field& field : setting.record->fields)
-        text += form_item(".Em " + word(field.name), form_in_words(field), field.choices,
+        text += form_item("Em " + word(field.name), form_in_words(field), field.choices,
                           field.may_be_empty);
     const std::string_view example = example_of(reference.examples, setting.key);
     if (!example.empty()) text += ".It example\n.Ql " + word(escaped(example)) + "\n";
