@@ -7,6 +7,8 @@
 #include <time.h>
 
 #include "core/text.h"
+#include "plan/lines.h"
+#include "plan/plan.h"
 
 namespace {
 
@@ -20,6 +22,8 @@ class CaseReader {
   public:
     // Takes one line; what is wrong with it, or nothing.
     std::string take(std::string_view line);
+    // The same for a world file.
+    std::string take_of_world(std::string_view line);
     Case finish() { return std::move(result_); }
 
   private:
@@ -46,6 +50,14 @@ std::string CaseReader::take(std::string_view line) {
     const std::string_view word = take_field(rest, ' ');
     rest.remove_prefix(std::min(rest.find_first_not_of(' '), rest.size()));
     return take_directive(word, unescape_line(rest));
+}
+
+std::string CaseReader::take_of_world(std::string_view line) {
+    std::string_view rest = line;
+    const std::string word(take_field(rest, ' '));
+    for (const char* other : {"command", "setting", "flash", "factory", "power-on", "expect"})
+        if (word == other) return format("'%s' does not belong into a world", word.c_str());
+    return take(line);
 }
 
 std::string CaseReader::take_directive(std::string_view word, const std::string& rest) {
@@ -179,9 +191,17 @@ std::variant<Case, CaseError> parse_case(std::string_view text) {
     return CaseError{"there is no line 'expect'"};
 }
 
+std::variant<World, CaseError> parse_world(std::string_view text) {
+    CaseReader reader;
+    for (int number = 1; !text.empty(); number++) {
+        const std::string wrong = reader.take_of_world(take_field(text, '\n'));
+        if (!wrong.empty()) return CaseError{format("line %d: %s", number, wrong.c_str())};
+    }
+    return reader.finish().world;
+}
+
 World case_world(const Case& stated) {
-    World world = stated.world;
-    for (auto& [path, content] : world.files) content = std::make_shared<std::string>(*content);
+    World world = copy_of(stated.world);
     if (!stated.power_on) world.put(working_copy, settings_image(stated.settings));
     if (stated.factory) world.put(factory_image, settings_image(*stated.factory));
     if (stated.flash) world.put(flash_image, settings_image(*stated.flash));
@@ -215,35 +235,23 @@ std::optional<std::pair<std::string, std::string>> split_assignment(std::string_
 
 std::string transcript_difference(std::string_view expected, std::string_view actual) {
     if (expected == actual) return "";
-    std::vector<std::string_view> a;
-    std::vector<std::string_view> b;
-    while (!expected.empty()) a.push_back(take_field(expected, '\n'));
-    while (!actual.empty()) b.push_back(take_field(actual, '\n'));
+    std::vector<std::string> a;
+    std::vector<std::string> b;
+    while (!expected.empty()) a.emplace_back(take_field(expected, '\n'));
+    while (!actual.empty()) b.emplace_back(take_field(actual, '\n'));
 
-    // Longest common subsequence: what both have stays, the rest is marked.
-    std::vector<std::vector<size_t>> common(a.size() + 1, std::vector<size_t>(b.size() + 1));
-    for (size_t i = a.size(); i-- > 0;)
-        for (size_t k = b.size(); k-- > 0;)
-            common[i][k] = a[i] == b[k] ? common[i + 1][k + 1] + 1
-                                        : std::max(common[i + 1][k], common[i][k + 1]);
     std::string out;
-    const auto mark = [&](char sign, std::string_view line) {
-        out += sign;
-        out += ' ';
-        out += line;
-        out += '\n';
+    const auto mark = [&](const char* sign, std::span<const std::string> lines) {
+        for (const std::string& line : lines) out += sign + line + "\n";
     };
-    size_t i = 0;
-    size_t k = 0;
-    while (i < a.size() || k < b.size()) {
-        if (i < a.size() && k < b.size() && a[i] == b[k]) {
-            mark(' ', a[i]);
-            i++, k++;
-        } else if (k == b.size() || (i < a.size() && common[i + 1][k] >= common[i][k + 1])) {
-            mark('-', a[i++]);
-        } else {
-            mark('+', b[k++]);
-        }
+    const std::span<const std::string> all = a;
+    size_t at = 0;
+    for (const LineChange& change : compare_lines(a, b)) {
+        mark("  ", all.subspan(at, change.from - at));
+        mark("- ", all.subspan(change.from, change.to - change.from));
+        mark("+ ", std::span(b).subspan(change.other_from, change.other_to - change.other_from));
+        at = change.to;
     }
+    if (!out.empty()) mark("  ", all.subspan(at));
     return out.empty() ? "the texts differ in their last newline\n" : out;
 }

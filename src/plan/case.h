@@ -32,6 +32,10 @@ struct CaseError {
 
 std::variant<Case, CaseError> parse_case(std::string_view text);
 
+// A world file: the lines of a case that state the router, but not its settings, its command or its
+// transcript.
+std::variant<World, CaseError> parse_world(std::string_view text);
+
 // The router as the case states it, settings included.
 World case_world(const Case& stated);
 

@@ -1,5 +1,5 @@
-// The packet filter that a run of rc leaves behind: its rules in the order in which iptables(8) gets
-// them, each with the place in the transcript where it stands.
+// The packet filter that a run of rc leaves behind: its rules in the order in which iptables(8)
+// gets them, each with the place in the transcript where it stands.
 #ifndef RC_PLAN_NETFILTER_H
 #define RC_PLAN_NETFILTER_H
 
@@ -8,26 +8,22 @@
 #include <string_view>
 #include <vector>
 
-#include "plan/transcript.h"
-
-// A line of a transcript: line 0 is an event's own text, 1 and more are the lines of its body.
-struct Origin {
-    size_t event = 0;
-    size_t line = 0;
-
-    friend auto operator<=>(const Origin&, const Origin&) = default;
-};
+#include "plan/lines.h"
+#include "plan/world.h"
 
 struct Rule {
     // The words behind "iptables", as the shell hands them over.
     std::vector<std::string> words;
+    // Those of them that say what matches and what is done then: without the table, the command and
+    // the chain.
+    std::vector<std::string> specification;
     // What stands behind -j: a chain or a built-in target; empty when nothing does.
     std::string target;
     // The target's own options, as words.
     std::vector<std::string> target_options;
     Origin origin;
 
-    // One line, as the script has it, without the table, the command and the chain.
+    // The specification as one line, quoted where the script must quote, with single blanks.
     std::string text() const;
 };
 
@@ -48,6 +44,8 @@ struct Netfilter {
         std::string line;
         std::string reason;
         Origin origin;
+        // The router may well carry it out: it is only here that the line is not understood.
+        bool unread = false;
     };
     std::vector<Refused> refused;
 
@@ -55,7 +53,8 @@ struct Netfilter {
 };
 
 // Carries out the iptables lines of a transcript over empty tables: those that run directly, and
-// those of scripts that "/bin/sh [-x] FILE" runs, with the content that the file had by then.
-Netfilter netfilter_of(const Transcript& transcript);
+// those of scripts that "/bin/sh [-x] FILE" or the file's own path runs, with the content that the
+// file had by then. What files held before the run is in the world.
+Netfilter netfilter_of(const Transcript& transcript, const World& before = {});
 
 #endif

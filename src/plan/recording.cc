@@ -77,6 +77,18 @@ int close_stream(void* cookie) {
     return 0;
 }
 
+void ask(Question::Kind kind, std::string_view name = "") {
+    recording().asked.insert({.kind = kind, .name = std::string(name)});
+}
+
+void ask_file(const char* path) {
+    // Settings are asked for one by one.
+    if (strcmp(path, working_copy) == 0) return;
+    const World& world = recording().world;
+    const bool clock = strcmp(path, "/proc/uptime") == 0 && !world.get(path);
+    ask(clock ? Question::Kind::Uptime : Question::Kind::File, clock ? "" : path);
+}
+
 ssize_t write_output(void*, const char* buffer, size_t size) {
     recording().transcript.print({buffer, size});
     return static_cast<ssize_t>(size);
@@ -217,6 +229,7 @@ int run_shell(const char* line) {
 FILE* open_pipe(const char* line) {
     Recording& played = recording();
     played.transcript.add("pipe", line);
+    ask(Question::Kind::Output, line);
     if (played.world.denied.contains({line, "pipe"})) {
         errno = EMFILE;
         return nullptr;
@@ -235,6 +248,7 @@ int close_pipe(FILE* stream) {
 }
 
 int own_pid() {
+    ask(Question::Kind::Pid);
     return recording().world.pid;
 }
 
@@ -261,6 +275,7 @@ FILE* open_file(const char* path, const char* mode) {
         errno = ENAMETOOLONG;
         return nullptr;
     }
+    if (mode[0] == 'r') ask_file(path);
     std::shared_ptr<std::string> content = find_content(world, path, mode[0] != 'r');
     if (!content) return nullptr;
     if (mode[0] == 'w') content->clear();
@@ -269,6 +284,7 @@ FILE* open_file(const char* path, const char* mode) {
 }
 
 bool file_exists(const char* path) {
+    ask_file(path);
     return path_fits(path) && file_content(recording().world, path);
 }
 
@@ -283,8 +299,8 @@ void set_mode(const char* path, unsigned mode) {
 }
 
 long long current_time() {
-    const World& world = recording().world;
-    return (world.clock_microseconds) / 1'000'000;
+    ask(Question::Kind::Clock);
+    return recording().world.clock_microseconds / 1'000'000;
 }
 
 tm local_time(long long seconds) {
@@ -329,6 +345,7 @@ void sleep_microseconds(unsigned microseconds) {
 }
 
 InterfaceQuery interface_address(const char* name, in_addr& address) {
+    ask(Question::Kind::Address, name);
     const World::Interface* found = nullptr;
     const InterfaceQuery answer = find_interface(name, found);
     if (answer != InterfaceQuery::Found) return answer;
@@ -338,6 +355,7 @@ InterfaceQuery interface_address(const char* name, in_addr& address) {
 }
 
 InterfaceQuery interface_mac(const char* name, std::array<unsigned char, 6>& mac) {
+    ask(Question::Kind::Mac, name);
     const World::Interface* found = nullptr;
     const InterfaceQuery answer = find_interface(name, found);
     if (answer == InterfaceQuery::Found) mac = found->mac;
@@ -345,6 +363,7 @@ InterfaceQuery interface_mac(const char* name, std::array<unsigned char, 6>& mac
 }
 
 InterfaceQuery interface_mtu(const char* name, int& mtu) {
+    ask(Question::Kind::Mtu, name);
     const World::Interface* found = nullptr;
     const InterfaceQuery answer = find_interface(name, found);
     if (answer == InterfaceQuery::Found) mtu = found->mtu;
@@ -352,6 +371,7 @@ InterfaceQuery interface_mtu(const char* name, int& mtu) {
 }
 
 bool look_up_host(const char* name, HostAddress& host) {
+    ask(Question::Kind::Host, name);
     const World& world = recording().world;
     const auto found = world.hosts.find(name);
     if (found == world.hosts.end()) return false;

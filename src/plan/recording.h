@@ -4,15 +4,19 @@
 #define RC_PLAN_RECORDING_H
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "plan/question.h"
 #include "plan/transcript.h"
 #include "plan/world.h"
 
 struct Recording {
     World world;
     Transcript transcript;
+    // What rc asked of its surroundings.
+    std::set<Question> asked;
     // Yields are too short to be shown; they are counted.
     int yields = 0;
     // The pids that nested runs get.

@@ -28,6 +28,7 @@ const Settings& settings_of(const std::string& image) {
 std::optional<std::string> find(const char* key, const std::string& path) {
     const std::string* text = recording().world.get(path);
     if (!key || !text) return std::nullopt;
+    recording().asked.insert({.kind = Question::Kind::Setting, .name = key});
     const Settings& settings = settings_of(*text);
     const auto found = settings.find(key);
     if (found == settings.end()) return std::nullopt;
@@ -47,6 +48,7 @@ int nvram_zel_load() {
     World& world = played.world;
     const std::string* image = world.get(flash_image);
     if (!image) image = world.get(factory_image);
+    played.asked.insert({.kind = Question::Kind::Flash, .name = ""});
     played.transcript.add("load", image ? "" : "failed");
     if (!image) return -1;
     world.put(working_copy, settings_image(read_settings(*image)));

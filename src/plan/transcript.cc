@@ -35,42 +35,27 @@ void for_each_line(std::string_view text, Use use) {
 
 std::string entry(int depth, std::string_view verb, std::string_view text) {
     std::string line = indent(depth) + std::string(verb);
-    if (!text.empty()) {
-        line.resize(std::max(line.size() + 1, indent(depth).size() + 7), ' ');
-        line += escape_line(text);
-    }
-    return line + "\n";
+    if (text.empty()) return line;
+    line.resize(std::max(line.size() + 1, indent(depth).size() + 7), ' ');
+    return line + escape_line(text);
 }
 
-std::string hex_body(int depth, std::string_view body) {
-    std::string out;
-    for (size_t at = 0; at < body.size(); at += 8) {
-        out += indent(depth) + "     x";
-        for (const char byte : body.substr(at, 8)) {
-            out += ' ';
-            append_hex(out, byte);
+void add_hex_body(std::vector<std::string>& lines, const Event& event) {
+    for (size_t at = 0; at < event.body.size(); at += 8) {
+        std::string line = indent(event.depth) + "     x";
+        for (const char byte : std::string_view(event.body).substr(at, 8)) {
+            line += ' ';
+            append_hex(line, byte);
         }
-        out += '\n';
+        lines.push_back(line);
     }
-    return out;
 }
 
-std::string body_lines(int depth, std::string_view body) {
-    if (body.find('\0') != std::string_view::npos) return hex_body(depth, body);
-    std::string out;
-    for_each_line(body, [&](std::string_view line, bool ended) {
-        out += indent(depth) + (ended ? "     |" : "     \\");
-        out += (line.empty() ? "" : " " + escape_line(line)) + "\n";
-    });
-    return out;
-}
-
-std::string printed_lines(const Event& event) {
-    std::string out;
+void add_body(std::vector<std::string>& lines, const Event& event) {
     for_each_line(event.body, [&](std::string_view line, bool ended) {
-        out += entry(event.depth, ended ? "print" : "begin", line);
+        lines.push_back(indent(event.depth) + (ended ? "     |" : "     \\") +
+                        (line.empty() ? "" : " " + escape_line(line)));
     });
-    return out;
 }
 
 }  // namespace
@@ -98,32 +83,49 @@ void Transcript::print(std::string_view output) {
 
 std::string Transcript::text() const {
     std::string out;
-    for (const Event& event : events_) {
-        if (event.verb == "print") {
-            out += printed_lines(event);
-            continue;
-        }
-        out += entry(event.depth, event.verb, event.text);
-        if (event.has_body) out += body_lines(event.depth, event.body);
-    }
+    for (const Event& event : events_)
+        for (const std::string& line : event_lines(event)) out += line + "\n";
     return out;
 }
 
-std::string Transcript::summary() const {
-    int commands = 0;
-    int files = 0;
-    int settings = 0;
-    long long microseconds = 0;
+Totals Transcript::totals() const {
+    Totals totals;
     for (const Event& event : events_) {
-        if (event.verb == "run" || event.verb == "pipe") commands++;
-        if (event.verb == "write" || event.verb == "append") files++;
-        if (event.verb == "set") settings++;
-        if (event.verb == "pause")
-            microseconds +=
-                atoll(event.text.c_str()) * (event.text.ends_with(" s") ? 1'000'000 : 1);
+        if (event.verb == "run" || event.verb == "pipe") totals.commands++;
+        if (event.verb == "write" || event.verb == "append") totals.files++;
+        if (event.verb == "set") totals.settings++;
+        totals.microseconds += pause_microseconds(event);
     }
+    return totals;
+}
+
+std::string Transcript::summary() const {
+    const Totals all = totals();
     return format("total  commands %d, files written %d, settings stored %d, pauses %.6g s\n",
-                  commands, files, settings, static_cast<double>(microseconds) / 1e6);
+                  all.commands, all.files, all.settings,
+                  static_cast<double>(all.microseconds) / 1e6);
+}
+
+std::vector<std::string> event_lines(const Event& event) {
+    std::vector<std::string> lines;
+    if (event.verb == "print") {
+        for_each_line(event.body, [&](std::string_view line, bool ended) {
+            lines.push_back(entry(event.depth, ended ? "print" : "begin", line));
+        });
+        return lines;
+    }
+    lines.push_back(entry(event.depth, event.verb, event.text));
+    if (!event.has_body) return lines;
+    if (event.body.find('\0') != std::string::npos)
+        add_hex_body(lines, event);
+    else
+        add_body(lines, event);
+    return lines;
+}
+
+long long pause_microseconds(const Event& event) {
+    if (event.verb != "pause") return 0;
+    return atoll(event.text.c_str()) * (event.text.ends_with(" s") ? 1'000'000 : 1);
 }
 
 std::string escape_line(std::string_view line) {

@@ -15,6 +15,14 @@ struct Event {
     int depth = 0;  // nested runs of rc
 };
 
+// What a run adds up to.
+struct Totals {
+    int commands = 0;
+    int files = 0;
+    int settings = 0;
+    long long microseconds = 0;  // of pauses
+};
+
 class Transcript {
   public:
     // The depth that the following events get.
@@ -28,12 +36,19 @@ class Transcript {
     const std::vector<Event>& events() const { return events_; }
     // The form that docs/cases.md describes.
     std::string text() const;
+    Totals totals() const;
     // One line: how many commands, files and settings, and how long all pauses are together.
     std::string summary() const;
 
   private:
     std::vector<Event> events_;
 };
+
+// An event in that form: its own line and those of its body. A print has no line of its own.
+std::vector<std::string> event_lines(const Event& event);
+
+// How long an event pauses; 0 when it is no pause.
+long long pause_microseconds(const Event& event);
 
 // Escapes as in cases: one line of text, the newline not included.
 std::string escape_line(std::string_view line);

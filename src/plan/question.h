@@ -1,0 +1,50 @@
+// What rc asks of its surroundings during a run: settings, and facts of the router.
+#ifndef RC_PLAN_QUESTION_H
+#define RC_PLAN_QUESTION_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "plan/world.h"
+
+struct Question {
+    enum class Kind {
+        Setting,
+        Flash,  // whether there are settings in flash
+        Address,
+        Mac,
+        Mtu,
+        Output,  // what a program prints
+        File,    // whether it is there, and what it holds
+        Host,
+        Clock,
+        Uptime,
+        Pid,
+    };
+    Kind kind;
+    // A key, an interface, a command line, a path or a host; empty for flash and the last three.
+    std::string name;
+
+    friend auto operator<=>(const Question&, const Question&) = default;
+};
+
+// "setting", "address", ...: one word, for programs.
+const char* kind_name(Question::Kind kind);
+
+// The answer that a world holds; nothing when there is no such thing. Addresses and the clock as
+// people write them, the uptime in seconds.
+std::optional<std::string> answer_of(const World& world, const Question& question);
+
+// The question and its answer for people: "lan_if=br0", "br0 has the address 192.168.1.1",
+// "there is no file /tmp/ras_ip".
+std::string statement(const Question& question, const std::optional<std::string>& answer);
+
+// Gives a setting another value, or removes it, wherever the world keeps settings.
+void change_setting(World& world, const std::string& key, const std::optional<std::string>& value);
+
+// Other values for a text: each number and each word of it changed to its neighbour, one at a time
+// and all at once.
+std::vector<std::string> neighbours(const std::string& value);
+
+#endif

@@ -1,0 +1,116 @@
+// rcplan run: shows every command, pause, file and setting of one call of rc.
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+
+#include "plan/commands.h"
+#include "plan/timeline.h"
+
+namespace {
+
+struct Options {
+    RouterOptions router;
+    std::vector<std::string> words;
+    bool why = false;
+    bool json = false;
+    bool as_case = false;
+    std::string files;
+    std::string colour = "auto";
+};
+
+bool wants_colour(const std::string& choice) {
+    if (choice != "auto") return choice == "always";
+    const char* refused = getenv("NO_COLOR");
+    const char* terminal = getenv("TERM");
+    return (!refused || !*refused) && isatty(STDOUT_FILENO) == 1 &&
+           (!terminal || std::string_view(terminal) != "dumb");
+}
+
+// Writes the produced files below a folder. A path with ".." could leave it, so it is not written.
+bool write_files(const Plan& plan, const std::filesystem::path& folder) {
+    size_t written = 0;
+    for (const std::string& path : produced_files(plan)) {
+        const std::filesystem::path place =
+            (folder / path.substr(path.find_first_not_of('/'))).lexically_normal();
+        if (!path.starts_with('/') || path.find("..") != std::string::npos) {
+            complain("'" + path + "' is not written: it might leave " + folder.string());
+            continue;
+        }
+        std::error_code failure;
+        std::filesystem::create_directories(place.parent_path(), failure);
+        if (!write_file(place.string(), *plan.after.world.get(path))) return false;
+        written++;
+    }
+    std::cerr << "rcplan: " << written << " files below " << folder.string() << "\n";
+    return true;
+}
+
+// A case file with this router above and this transcript below, its title still to be written.
+std::string case_text(const Plan& plan, const RouterOptions& options) {
+    std::string text = "# \ncommand ";
+    for (const std::string& word : plan.words) {
+        const bool quoted = word.empty() || word.find(' ') != std::string::npos;
+        text += quoted ? " \"" + word + "\"" : " " + word;
+    }
+    text += "\n";
+    const char* line = plan.before.get(working_copy) ? "setting  " : "factory  ";
+    if (line[0] == 'f') text += "power-on\n";
+    for (const auto& [key, value] : stated_settings(options).value_or(Settings{}))
+        text += line + escape_line(key + "=" + value) + "\n";
+    if (!options.world_file.empty()) text += read_file(options.world_file).value_or("");
+    return text + "expect\n" + plan.after.transcript.text();
+}
+
+Provenance traced(const Plan& plan) {
+    const bool told = isatty(STDERR_FILENO) == 1;
+    const auto progress = [](size_t done, size_t all) {
+        std::cerr << "\rtracing: " << done << " of " << all << " questions" << std::flush;
+    };
+    Provenance provenance = trace(plan, told ? Progress(progress) : Progress());
+    if (told) std::cerr << "\r\033[K";
+    return provenance;
+}
+
+int run(const Options& options) {
+    const std::vector<std::string> words = rc_words(options.words);
+    const std::optional<World> router = stated_router(options.router, words);
+    if (!router) return status_wrong_use;
+    const Plan plan = make_plan(*router, words);
+    if (options.as_case) {
+        std::cout << case_text(plan, options.router);
+    } else {
+        std::optional<Provenance> provenance;
+        if (options.why) provenance = traced(plan);
+        const Provenance* why = provenance ? &*provenance : nullptr;
+        if (options.json)
+            std::cout << json_lines(plan, why);
+        else
+            std::cout << timeline(plan, why, {.colour = wants_colour(options.colour)});
+    }
+    if (!options.files.empty() && !write_files(plan, options.files)) return status_wrong_use;
+    return status_done;
+}
+
+}  // namespace
+
+void add_run(CLI::App& app, int& status) {
+    CLI::App* command = app.add_subcommand(
+        "run", "prints every command, pause, file and setting of a call of rc, in order");
+    const auto options = std::make_shared<Options>();
+    add_router_options(*command, options->router);
+    command->add_flag("--why", options->why,
+                      "behind each line, the settings and facts of the router that it comes from");
+    CLI::Option* json = command->add_flag("--json", options->json, "one JSON object a line");
+    command->add_flag("--case", options->as_case, "as a case file, ready for the tests")
+        ->excludes(json);
+    command->add_option("--files", options->files, "writes the produced files below a folder")
+        ->type_name("DIR");
+    command->add_option("--color", options->colour, "auto, always or never")
+        ->check(CLI::IsMember({"auto", "always", "never"}));
+    add_words(*command, options->words);
+    command->callback([options, &status] { status = run(*options); });
+}
