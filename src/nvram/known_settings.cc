@@ -11,7 +11,10 @@ std::span<const SettingGroup> setting_groups() {
     static const SettingGroup groups[] = {
         {.title = "Boot and board", .settings = boot_settings},
         {.title = "WAN", .settings = wan_settings},
-        {.title = "WAN logins", .settings = wan_login_settings},
+        {.title = "PPPoE", .settings = pppoe_settings},
+        {.title = "PPTP", .settings = pptp_settings},
+        {.title = "L2TP", .settings = l2tp_settings},
+        {.title = "BigPond and RAS login", .settings = login_client_settings},
         {.title = "Dynamic DNS", .settings = ddns_settings},
         {.title = "LAN", .settings = lan_settings},
         {.title = "DHCP server", .settings = dhcp_server_settings},
@@ -25,8 +28,11 @@ std::span<const SettingGroup> setting_groups() {
         {.title = "Access control and URL blocking", .settings = block_settings},
         {.title = "QoS", .settings = qos_settings},
         {.title = "Radio", .settings = radio_settings},
-        {.title = "Radio security", .settings = radio_security_settings},
-        {.title = "The router as a wireless client", .settings = wireless_client_settings},
+        {.title = "Wireless network 1", .settings = network_settings},
+        {.title = "Wireless network 2, for guests", .settings = guest_network_settings},
+        {.title = "Wireless access list, WPS and WDS", .settings = radio_access_settings},
+        {.title = "The router as a wireless station", .settings = station_settings},
+        {.title = "The router as a wireless repeater", .settings = repeater_settings},
     };
     return groups;
 }

@@ -14,7 +14,10 @@ extern const std::span<const KnownSetting> boot_settings;
 
 // settings_wan.cc, settings_wan_login.cc, settings_ddns.cc
 extern const std::span<const KnownSetting> wan_settings;
-extern const std::span<const KnownSetting> wan_login_settings;
+extern const std::span<const KnownSetting> pppoe_settings;
+extern const std::span<const KnownSetting> pptp_settings;
+extern const std::span<const KnownSetting> l2tp_settings;
+extern const std::span<const KnownSetting> login_client_settings;
 extern const std::span<const KnownSetting> ddns_settings;
 
 // settings_lan.cc, settings_services.cc
@@ -32,12 +35,17 @@ extern const std::span<const KnownSetting> time_settings;
 extern const std::span<const KnownSetting> firewall_settings;
 extern const std::span<const KnownSetting> forward_settings;
 extern const std::span<const KnownSetting> block_settings;
+
+// settings_qos.cc
 extern const std::span<const KnownSetting> qos_settings;
 
 // settings_radio.cc, settings_radio_security.cc, settings_wireless_client.cc
 extern const std::span<const KnownSetting> radio_settings;
-extern const std::span<const KnownSetting> radio_security_settings;
-extern const std::span<const KnownSetting> wireless_client_settings;
+extern const std::span<const KnownSetting> network_settings;
+extern const std::span<const KnownSetting> guest_network_settings;
+extern const std::span<const KnownSetting> radio_access_settings;
+extern const std::span<const KnownSetting> station_settings;
+extern const std::span<const KnownSetting> repeater_settings;
 
 }  // namespace nvram
 
