@@ -14,7 +14,7 @@ using nvram::KnownSetting;
 
 namespace {
 
-// Lists whose words the shell only ever splits at blanks.
+// Lists whose words are split by read, not by the shell's rules.
 std::string quoted(std::string_view text) {
     if (text.find('\'') != std::string_view::npos)
         throw std::invalid_argument(fmt::format("{}: has a quote", text));

@@ -5,13 +5,17 @@
 #include "reference/completion_functions.h"
 
 const char* const completion_functions = R"bash(
-# Offers the words of a list that begin with what has been typed, each with a suffix.
+# Offers the words of a list that begin with what has been typed, each with a suffix. Blanks part the
+# words, or '|' where one of them holds a blank.
 #   _rc_offer TYPED LIST [SUFFIX]
 _rc_offer() {
-    local words word
+    local IFS=$' \t\n' words word
+    if [[ $2 == *'|'* ]]; then IFS=$'|\n'; fi
     read -rd '' -a words <<< "$2"
     for word in "${words[@]}"; do
-        if [[ $word == "$1"* ]]; then COMPREPLY+=("$word${3-}"); fi
+        [[ $word == "$1"* ]] || continue
+        printf -v word %q "$word"
+        COMPREPLY+=("$word${3-}")
     done
 }
 

@@ -98,32 +98,28 @@ std::string word(std::string_view text) {
     return argument;
 }
 
-std::string literals(std::string_view words) {
-    std::string text;
-    for (const std::string_view one : split_words(words)) {
-        if (!text.empty()) text += " ,\n";
-        text += ".Ql " + word(one);
-    }
-    return text + "\n";
-}
-
 std::string item(std::string_view name, std::string_view text) {
     return fmt::format(".It {}\n{}", name, line(text));
 }
 
-std::string form_item(std::string_view name, std::string_view form, std::string_view choices,
-                      bool may_be_empty) {
-    std::string text = item(name, form);
-    if (!choices.empty()) text += literals(choices);
-    if (may_be_empty) text += "or empty\n";
-    return text;
+// Lines; the words of a choice stand on some of their own.
+std::string form_lines(const FormInWords& parts, std::string_view help) {
+    std::string text = roff(parts.form) + parts.before_words;
+    const char* between = "\n";
+    for (const std::string_view one : parts.words) {
+        text += fmt::format("{}.Ql {}", between, word(one));
+        between = " ,\n";
+    }
+    if (parts.or_empty) text += parts.words.empty() ? ", or empty" : " ,\nor empty";
+    text += "\n";
+    return help.empty() ? text : text + "\\(en " + roff(help) + "\n";
 }
 
 std::string record_items(const Reference& reference, const KnownSetting& setting) {
     std::string text = ".It each record\n.Ql " + word(escaped(setting.record->shape)) + "\n";
     for (const nvram::Field& field : setting.record->fields)
-        text += form_item("Em " + word(field.name), form_in_words(field), field.choices,
-                          field.may_be_empty);
+        text +=
+            fmt::format(".It Em {}\n{}", word(field.name), form_lines(in_words(field), field.help));
     const std::string_view example = example_of(reference.examples, setting.key);
     if (!example.empty()) text += ".It example\n.Ql " + word(escaped(example)) + "\n";
     return text;
@@ -147,7 +143,7 @@ std::string actions_item(std::string_view actions) {
 std::string entry(const Reference& reference, const KnownSetting& setting) {
     std::string text = fmt::format(".It Va {}\n", word(setting.key)) + line(sentence(setting.help));
     text += ".Bl -tag -width \"factory value\" -compact\n";
-    text += form_item("form", form_in_words(setting), setting.choices, setting.may_be_empty);
+    text += ".It form\n" + form_lines(in_words(setting), "");
     if (setting.record != nullptr) text += record_items(reference, setting);
     text += factory_item(setting);
     if (*setting.when_empty != '\0') text += item("empty", setting.when_empty);

@@ -65,25 +65,19 @@ std::string cell(std::string_view text) {
     return escaped_text;
 }
 
-std::string words_as_code(std::string_view words) {
-    std::vector<std::string> list;
-    for (const std::string_view word : split_words(words)) list.push_back(code(word));
-    return fmt::format("{}", fmt::join(list, ", "));
-}
-
-std::string form_line(std::string_view form, std::string_view choices, bool may_be_empty) {
-    std::string text = plain(form);
-    if (!choices.empty()) text += " " + words_as_code(choices);
-    if (may_be_empty) text += ", or empty";
-    return text;
+std::string marked_up(const FormInWords& parts) {
+    std::vector<std::string> words;
+    for (const std::string_view word : parts.words) words.push_back(code(word));
+    std::string text = plain(parts.form);
+    if (!words.empty()) text += fmt::format("{} {}", parts.before_words, fmt::join(words, ", "));
+    return parts.or_empty ? text + ", or empty" : text;
 }
 
 std::string fields_table(const nvram::Record& record) {
-    std::string text = "\n  | field | form |\n  |---|---|\n";
+    std::string text = "\n  | field | form | meaning |\n  |---|---|---|\n";
     for (const nvram::Field& field : record.fields)
-        text +=
-            fmt::format("  | {} | {} |\n", code(field.name),
-                        cell(form_line(form_in_words(field), field.choices, field.may_be_empty)));
+        text += fmt::format("  | {} | {} | {} |\n", code(field.name),
+                            cell(marked_up(in_words(field))), plain(field.help));
     return text + "\n";
 }
 
@@ -107,8 +101,7 @@ std::string record_lines(const Reference& reference, const KnownSetting& setting
 std::string entry(const Reference& reference, const KnownSetting& setting) {
     std::string text =
         fmt::format("\n### {}\n\n{}\n\n", plain(setting.key), plain(sentence(setting.help)));
-    text += fmt::format("- Form: {}\n",
-                        form_line(form_in_words(setting), setting.choices, setting.may_be_empty));
+    text += fmt::format("- Form: {}\n", marked_up(in_words(setting)));
     if (setting.record != nullptr) text += record_lines(reference, setting);
     text += fmt::format("- Factory value: {}\n", value(setting.factory));
     if (*setting.when_empty != '\0')

@@ -57,7 +57,13 @@ std::string natural_pattern(std::int64_t low, std::int64_t high) {
         patterns.push_back(digits_pattern(std::to_string(low), std::to_string(end)));
         low = end + 1;
     }
-    return "0*" + alternatives(patterns);
+    return alternatives(patterns);
+}
+
+// Zeros may stand before a number, but not before a port: iptables would take it for octal.
+std::string padded_pattern(std::int64_t low, std::int64_t high) {
+    constexpr std::int64_t last_port = 65535;
+    return (high == last_port ? "" : "0*") + natural_pattern(low, high);
 }
 
 std::string address_pattern() {
@@ -71,10 +77,12 @@ std::string netmask_pattern() {
         "(?:(?:255\\.){{3}}{0}|(?:255\\.){{2}}{0}\\.0|255\\.{0}\\.0\\.0|{0}\\.0\\.0\\.0)", last);
 }
 
-// A last part of digits only would make it an address, and a wrong one (RFC 1123, 2.1).
+// What is made of digits and points alone is an address or nothing (RFC 1123, 2.1).
 std::string host_pattern() {
     constexpr const char* label = "[A-Za-z0-9](?:[A-Za-z0-9\\-]{0,61}[A-Za-z0-9])?";
-    return fmt::format("(?:{}|(?:{}\\.)*(?![0-9]+(?![A-Za-z0-9\\-])){})", address_pattern(), label,
+    constexpr const char* no_address = "(?![0-9.]+(?![A-Za-z0-9.\\-]))";
+    constexpr const char* not_too_long = "(?![A-Za-z0-9.\\-]{254})";
+    return fmt::format("(?:{0}|{1}{2}{3}(?:\\.{3})*)", address_pattern(), no_address, not_too_long,
                        label);
 }
 
@@ -82,13 +90,6 @@ std::string count_pattern(int low, int high) {
     if (high == 0) return low == 0 ? "+" : fmt::format("{{{},}}", low);
     if (low == high) return fmt::format("{{{}}}", low);
     return fmt::format("{{{},{}}}", low, high);
-}
-
-std::string choice_pattern(std::string_view choices) {
-    std::vector<std::string> patterns;
-    for (const std::string_view word : split_words(choices))
-        patterns.push_back(literal_pattern(word));
-    return alternatives(patterns);
 }
 
 // Any character but these. Within a class a '-' does not stand for itself.
@@ -107,14 +108,12 @@ std::string text_pattern(const nvram::Field& field, std::string_view stops) {
     return any + (low == 0 ? "*" : "+");
 }
 
-std::string form_pattern(Form form, int low, int high, std::string_view choices) {
+std::string form_pattern(Form form, int low, int high) {
     switch (form) {
         case Form::Flag:
             return "[01]";
         case Form::Number:
             return number_pattern(low, high);
-        case Form::Choice:
-            return choice_pattern(choices);
         case Form::Address:
             return address_pattern();
         case Form::Netmask:
@@ -122,11 +121,12 @@ std::string form_pattern(Form form, int low, int high, std::string_view choices)
         case Form::Mac:
             return "[0-9A-Fa-f]{2}(?::[0-9A-Fa-f]{2}){5}";
         case Form::Interface:
-            return "(?!\\.{1,2}(?![^\\s\\/:]))[^\\s\\/:]{1,15}";
+            return "(?!\\.{1,2}(?![!-.0-~]))[!-.0-~]{1,15}";
         case Form::Host:
             return host_pattern();
         case Form::Hex:
             return "[0-9A-Fa-f]" + count_pattern(low, high);
+        case Form::Choice:
         case Form::Text:
         case Form::Record:
             break;
@@ -134,9 +134,20 @@ std::string form_pattern(Form form, int low, int high, std::string_view choices)
     return "";
 }
 
+// A value of the form, or one of the words.
+template <typename Row>
+std::string row_pattern(const Row& row) {
+    std::vector<std::string> patterns;
+    const std::string form = form_pattern(row.form, row.low, row.high);
+    if (!form.empty()) patterns.push_back(form);
+    for (const std::string_view word : split_words(row.choices))
+        patterns.push_back(literal_pattern(word));
+    return alternatives(patterns);
+}
+
 std::string field_pattern(const nvram::Field& field, std::string_view stops) {
     if (field.form == Form::Text) return text_pattern(field, stops);
-    const std::string pattern = form_pattern(field.form, field.low, field.high, field.choices);
+    const std::string pattern = row_pattern(field);
     return field.may_be_empty ? fmt::format("(?:{})?", pattern) : pattern;
 }
 
@@ -155,21 +166,31 @@ std::string one_record_pattern(const nvram::Record& record) {
     return pattern + literal_pattern(shape.end);
 }
 
-std::string record_pattern(const nvram::Record& record) {
+// Of records that only count when they are on there may be any number. A separator behind the last
+// begins no further one.
+std::string list_pattern(const nvram::Record& record) {
     const std::string one = one_record_pattern(record);
-    if (record.between == '\0' || record.most == 1) return one;
-    const std::string more = literal_pattern({&record.between, 1}) + one;
-    if (record.most == 0) return fmt::format("{}(?:{})*", one, more);
-    return fmt::format("{}(?:{}){{0,{}}}", one, more, record.most - 1);
+    if (record.between == '\0') return one;
+    const std::string separator = literal_pattern({&record.between, 1});
+    const bool limited = record.most > 0 && *record.counted == '\0';
+    const std::string times = limited ? fmt::format("{{0,{}}}", record.most - 1) : "*";
+    return fmt::format("{0}(?:{1}{0}){2}{1}?", one, separator, times);
+}
+
+std::string record_pattern(const nvram::Record& record) {
+    const std::string list = list_pattern(record);
+    if (record.passed_over == 0) return list;
+    return fmt::format("[\\s\\S]{{{}}}(?:{})?", record.passed_over, list);
 }
 
 }  // namespace
 
 std::string number_pattern(std::int64_t low, std::int64_t high) {
-    if (low >= 0) return natural_pattern(low, high);
-    const std::string negative = "-" + natural_pattern(high < 0 ? -high : 1, -low);
+    if (low == 0 && high == 0) return "-?[0-9]{1,18}";
+    if (low >= 0) return padded_pattern(low, high);
+    const std::string negative = "-" + padded_pattern(high < 0 ? -high : 1, -low);
     if (high < 0) return negative;
-    return alternatives({negative, natural_pattern(0, high)});
+    return alternatives({negative, padded_pattern(0, high)});
 }
 
 std::string literal_pattern(std::string_view text) {
@@ -187,5 +208,5 @@ std::string literal_pattern(std::string_view text) {
 
 std::string value_pattern(const nvram::KnownSetting& setting) {
     if (setting.record != nullptr) return record_pattern(*setting.record);
-    return form_pattern(setting.form, setting.low, setting.high, setting.choices);
+    return row_pattern(setting);
 }

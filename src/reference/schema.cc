@@ -1,4 +1,6 @@
 // docs/settings.schema.json: what a web form has to know of each setting.
+#include <fmt/format.h>
+
 #include <nlohmann/json.hpp>
 
 #include "reference/patterns.h"
@@ -11,26 +13,33 @@ using nvram::KnownSetting;
 
 namespace {
 
-// The label of a field: the help up to where it goes into detail.
+// The help, as the label of a form's field has it.
 std::string title_of(const KnownSetting& setting) {
-    const std::string_view help = setting.help;
-    std::string title = sentence(help.substr(0, std::min(help.find_first_of(",;:("), help.size())));
-    while (title.back() == '.' || title.back() == ' ') title.pop_back();
+    std::string title = sentence(setting.help);
+    title.pop_back();
     return title;
 }
 
+// The form with its fields, and what no value at all means.
 std::string description_of(const KnownSetting& setting) {
-    std::string text = sentence(setting.help);
-    if (*setting.when_empty != '\0')
-        text += " " + sentence("When empty: " + std::string(setting.when_empty));
+    std::string text = joined(in_words(setting));
+    if (setting.record != nullptr) {
+        text += "; each " + escaped(setting.record->shape);
+        for (const nvram::Field& field : setting.record->fields) {
+            text += fmt::format("; {}: {}", field.name, joined(in_words(field)));
+            if (*field.help != '\0') text += fmt::format(" ({})", field.help);
+        }
+    }
+    text = sentence(text);
+    if (*setting.when_empty != '\0') text += fmt::format(" When empty: {}.", setting.when_empty);
     return text;
 }
 
 void add_words(ordered_json& property, const KnownSetting& setting) {
     ordered_json words = ordered_json::array();
     if (setting.may_be_empty) words.push_back("");
-    const std::string_view choices = setting.form == Form::Flag ? "0 1" : setting.choices;
-    for (const std::string_view word : split_words(choices)) words.push_back(word);
+    if (setting.form == Form::Flag) words.insert(words.end(), {"0", "1"});
+    for (const std::string_view word : split_words(setting.choices)) words.push_back(word);
     property["enum"] = words;
 }
 

@@ -11,24 +11,20 @@ using nvram::Form;
 
 namespace {
 
-std::string text_in_words(int high) {
-    if (high == 0) return "text";
-    return fmt::format("text, of which {} characters are kept", high);
-}
-
 std::string hex_in_words(int low, int high) {
-    if (low == high) return fmt::format("{} hexadecimal digits", low);
+    if (low == high && high > 0) return fmt::format("{} hexadecimal digits", low);
     if (high == 0) return "hexadecimal digits";
     return fmt::format("{} to {} hexadecimal digits", low, high);
 }
 
-std::string in_words(Form form, int low, int high) {
+std::string form_in_words(Form form, int low, int high) {
     switch (form) {
         case Form::Text:
-            return text_in_words(high);
+            return high == 0 ? "text" : fmt::format("text, at most {} characters", high);
         case Form::Flag:
             return "a flag: 1 is on, 0 is off";
         case Form::Number:
+            if (low == 0 && high == 0) return "a number";
             return fmt::format("a number from {} to {}", low, high);
         case Form::Choice:
             return "one of the words";
@@ -45,9 +41,9 @@ std::string in_words(Form form, int low, int high) {
         case Form::Hex:
             return hex_in_words(low, high);
         case Form::Record:
-            return "a record";
+            break;
     }
-    return "";
+    return "a record";
 }
 
 std::string separator_in_words(char separator) {
@@ -57,32 +53,57 @@ std::string separator_in_words(char separator) {
     return fmt::format("the byte {}", escaped({&separator, 1}));
 }
 
+// Which records, how many of them are of use, and what parts them.
+std::string list_in_words(const nvram::Record& record) {
+    if (record.between == '\0') return "one record";
+    std::string text = "records parted by " + separator_in_words(record.between);
+    if (record.passed_over > 0)
+        text += fmt::format(", behind {} characters that are not read", record.passed_over);
+    if (record.most == 1) return text + "; the first is used";
+    if (record.most > 1) text += fmt::format("; the first {}", record.most);
+    if (record.most > 1 && *record.counted != '\0')
+        text += fmt::format(" whose field {} is 1", record.counted);
+    return record.most > 1 ? text + " are used" : text;
+}
+
+// The row is a setting's or a field's.
+template <typename Row>
+FormInWords parts_of(const Row& row) {
+    return {.form = form_in_words(row.form, row.low, row.high),
+            .before_words = row.form == Form::Choice || *row.choices == '\0' ? "" : ", or",
+            .words = split_words(row.choices),
+            .or_empty = row.may_be_empty};
+}
+
 }  // namespace
 
 std::vector<std::string_view> split_words(std::string_view text) {
+    const char separator = nvram::choice_separator(text);
     std::vector<std::string_view> words;
     while (!text.empty()) {
-        const size_t end = std::min(text.find(' '), text.size());
+        const size_t end = std::min(text.find(separator), text.size());
         if (end > 0) words.push_back(text.substr(0, end));
         text.remove_prefix(std::min(end + 1, text.size()));
     }
     return words;
 }
 
-std::string form_in_words(const nvram::KnownSetting& setting) {
-    if (setting.record != nullptr) return list_in_words(*setting.record);
-    return in_words(setting.form, setting.low, setting.high);
+FormInWords in_words(const nvram::KnownSetting& setting) {
+    FormInWords parts = parts_of(setting);
+    if (setting.record != nullptr) parts.form = list_in_words(*setting.record);
+    return parts;
 }
 
-std::string form_in_words(const nvram::Field& field) {
-    return in_words(field.form, field.low, field.high);
+FormInWords in_words(const nvram::Field& field) {
+    return parts_of(field);
 }
 
-std::string list_in_words(const nvram::Record& record) {
-    if (record.between == '\0') return "one record";
-    const std::string parted = "parted by " + separator_in_words(record.between);
-    if (record.most == 0) return "records " + parted;
-    return fmt::format("up to {} records {}", record.most, parted);
+std::string joined(const FormInWords& parts) {
+    std::string text = parts.form;
+    if (!parts.words.empty())
+        text += fmt::format("{} {}", parts.before_words, fmt::join(parts.words, ", "));
+    if (parts.or_empty) text += ", or empty";
+    return text;
 }
 
 std::string escaped(std::string_view value) {

@@ -8,15 +8,22 @@
 
 #include "nvram/known_settings.h"
 
-// The words of a list that blanks part.
+// The words of a list that blanks part, or '|' where one of them holds a blank.
 std::vector<std::string_view> split_words(std::string_view text);
 
-// "a number from 1 to 65535". The words of a choice are not named.
-std::string form_in_words(const nvram::KnownSetting& setting);
-std::string form_in_words(const nvram::Field& field);
+// What a value looks like, in parts, since words that stand for themselves are marked up.
+struct FormInWords {
+    std::string form;                     // "a number from 1 to 65535"
+    const char* before_words = "";        // ", or": words that are legal besides the form
+    std::vector<std::string_view> words;  // of a choice, or legal besides
+    bool or_empty = false;
+};
 
-// Which records, how many, and what parts them.
-std::string list_in_words(const nvram::Record& record);
+FormInWords in_words(const nvram::KnownSetting& setting);
+FormInWords in_words(const nvram::Field& field);
+
+// The parts as one text.
+std::string joined(const FormInWords& parts);
 
 // A value as a text image holds it: bytes below 0x20, 0x7f and the backslash escaped.
 std::string escaped(std::string_view value);

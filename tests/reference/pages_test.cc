@@ -26,20 +26,26 @@ std::string man(const std::string& key) {
 
 TEST(Words, AreOfTheForm) {
     const std::pair<const char*, const char*> rows[] = {
-        {"house_name", "text, of which 12 characters are kept"},
+        {"house_name", "text, at most 12 characters"},
         {"light", "a flag: 1 is on, 0 is off"},
         {"floors", "a number from 1 to 300"},
-        {"colour", "one of the words"},
-        {"address", "an IPv4 address"},
+        {"colour", "one of the words red, light-blue, or empty"},
+        {"town", "one of the words Rome, New York"},
+        {"address", "an IPv4 address, or empty"},
         {"netmask", "an IPv4 netmask"},
         {"mac", "a MAC address"},
         {"port", "the name of a network interface"},
         {"server", "a host name or an IPv4 address"},
         {"wep", "10 hexadecimal digits"},
-        {"open", "records parted by the byte \\x01"},
-        {"doors", "up to 3 records parted by blanks"},
+        {"open", "records parted by the byte \\x01, or empty"},
+        {"doors", "records parted by blanks; the first 3 are used"},
+        {"guests",
+         "records parted by ';', behind 4 characters that are not read; the first 2 whose field on "
+         "is 1 are used, or empty"},
     };
-    for (const auto& [key, words] : rows) EXPECT_EQ(form_in_words(planted::row(key)), words) << key;
+    for (const auto& [key, words] : rows)
+        EXPECT_EQ(joined(in_words(planted::row(key))), words) << key;
+    EXPECT_EQ(joined(in_words(planted::guest_fields[1])), "an IPv4 address, or 0, any");
 }
 
 TEST(Words, OfClausesMakeSentences) {
@@ -82,16 +88,20 @@ TEST(Markdown, RecordsAreToldFieldByField) {
               "\n"
               "Its doors.\n"
               "\n"
-              "- Form: up to 3 records parted by blanks\n"
+              "- Form: records parted by blanks; the first 3 are used\n"
               "- Each record: `name\\x02protocol|port`\n"
               "\n"
-              "  | field | form |\n"
-              "  |---|---|\n"
-              "  | `name` | text, of which 8 characters are kept, or empty |\n"
-              "  | `protocol` | one of the words `tcp`, `udp` |\n"
-              "  | `port` | a number from 1 to 65535 |\n"
+              "  | field | form | meaning |\n"
+              "  |---|---|---|\n"
+              "  | `name` | text, at most 8 characters, or empty |  |\n"
+              "  | `protocol` | one of the words `tcp`, `udp` |  |\n"
+              "  | `port` | a number from 1 to 65535 |  |\n"
               "\n"
               "- Factory value: `\\x02tcp|80`\n");
+    EXPECT_NE(markdown("open").find("  | `to_hour` | a number from 0 to 24 | 24 ends the day |\n"),
+              std::string::npos);
+    EXPECT_NE(markdown("guests").find("  | `address` | an IPv4 address, or `0`, `any` |  |\n"),
+              std::string::npos);
     EXPECT_NE(markdown("open").find("- Example: `open=1:8:30-17:0\\x012:8:30-17:0`\n"),
               std::string::npos);
 }
@@ -110,6 +120,7 @@ TEST(Markdown, ContentsLeadToEachEntry) {
               "- [House](#house): [house_name](#house_name),\n"
               "  [light](#light),\n"
               "  [floors](#floors),\n"
+              "  [town](#town),\n"
               "  [colour](#colour)\n"
               "- [Net & port](#net--port): [address](#address),\n"
               "  [netmask](#netmask),\n"
@@ -118,7 +129,8 @@ TEST(Markdown, ContentsLeadToEachEntry) {
               "  [server](#server),\n"
               "  [wep](#wep),\n"
               "  [open](#open),\n"
-              "  [doors](#doors)\n");
+              "  [doors](#doors),\n"
+              "  [guests](#guests)\n");
 }
 
 TEST(Markdown, ASecondHeadingOfTheSameNameIsNumbered) {
@@ -156,12 +168,11 @@ TEST(ManPage, RecordsAreToldFieldByField) {
               "Its doors.\n"
               ".Bl -tag -width \"factory value\" -compact\n"
               ".It form\n"
-              "up to 3 records parted by blanks\n"
+              "records parted by blanks; the first 3 are used\n"
               ".It each record\n"
               ".Ql \\&name\\ex02protocol|port\n"
               ".It Em \\&name\n"
-              "text, of which 8 characters are kept\n"
-              "or empty\n"
+              "text, at most 8 characters, or empty\n"
               ".It Em \\&protocol\n"
               "one of the words\n"
               ".Ql \\&tcp ,\n"
@@ -170,18 +181,18 @@ TEST(ManPage, RecordsAreToldFieldByField) {
               "a number from 1 to 65535\n"
               ".It factory value\n"
               ".Ql \\&\\ex02tcp|80\n"
-              ".El\n"
-              ".El\n"
-              ".Sh FILES\n"
-              ".Bl -tag -width /etc/default -compact\n"
-              ".It Pa /tmp/nvram\n"
-              "the working copy of the settings\n"
-              ".It Pa /etc/default\n"
-              "the factory settings\n"
-              ".El\n"
-              ".Sh SEE ALSO\n"
-              ".Xr nvram 8 ,\n"
-              ".Xr rc 8\n");
+              ".El");
+}
+
+TEST(ManPage, WordsAreLiterals) {
+    EXPECT_NE(
+        man("colour").find("one of the words\n.Ql \\&red ,\n.Ql \\&light\\-blue ,\nor empty\n"),
+        std::string::npos);
+    EXPECT_NE(man("town").find(".Ql \\&Rome ,\n.Ql \\&New\\ York\n"), std::string::npos);
+    EXPECT_NE(man("open").find("a number from 0 to 24\n\\(en 24 ends the day\n"),
+              std::string::npos);
+    EXPECT_NE(man("guests").find("an IPv4 address, or\n.Ql \\&0 ,\n.Ql \\&any\n"),
+              std::string::npos);
 }
 
 TEST(ManPage, NoCharacterOfAHelpIsARequest) {
@@ -204,8 +215,8 @@ nlohmann::json property(const std::string& key) {
 TEST(Schema, TextHasALength) {
     const nlohmann::json expected = {
         {"type", "string"},
-        {"title", "What the house is called"},
-        {"description", "What the house is called: on the door, and on letters."},
+        {"title", "What the house is called: on the door, and on letters"},
+        {"description", "Text, at most 12 characters."},
         {"minLength", 1},
         {"maxLength", 12},
         {"default", "Home"}};
@@ -214,9 +225,10 @@ TEST(Schema, TextHasALength) {
 
 TEST(Schema, FlagsAndChoicesAreListed) {
     EXPECT_EQ(property("light").at("enum"), nlohmann::json({"0", "1"}));
-    EXPECT_EQ(property("light").at("title"), "The light is on");
+    EXPECT_EQ(property("light").at("title"), "The light is on (1)");
     EXPECT_EQ(property("light").at("description"),
-              "The light is on (1). When empty: the light is off.");
+              "A flag: 1 is on, 0 is off. When empty: the light is off.");
+    EXPECT_EQ(property("town").at("enum"), nlohmann::json({"Rome", "New York"}));
     EXPECT_EQ(property("colour").at("enum"), nlohmann::json({"", "red", "light-blue"}));
 }
 
@@ -224,6 +236,13 @@ TEST(Schema, TheRestHasAPatternForTheWholeValue) {
     EXPECT_EQ(property("mac").at("pattern"), "^(?:[0-9A-Fa-f]{2}(?::[0-9A-Fa-f]{2}){5})$(?!\\n)");
     const std::string optional = property("address").at("pattern");
     EXPECT_TRUE(optional.ends_with(")?$(?!\\n)")) << optional;
+}
+
+TEST(Schema, RecordsAreDescribedFieldByField) {
+    EXPECT_EQ(property("doors").at("description"),
+              "Records parted by blanks; the first 3 are used; each name\\x02protocol|port; "
+              "name: text, at most 8 characters, or empty; protocol: one of the words tcp, udp; "
+              "port: a number from 1 to 65535.");
 }
 
 TEST(Schema, SecretsAreOnlyWritten) {
@@ -234,7 +253,7 @@ TEST(Schema, SecretsAreOnlyWritten) {
 TEST(Schema, OtherSettingsAreTexts) {
     const nlohmann::json schema = nlohmann::json::parse(settings_schema(planted::reference));
     EXPECT_EQ(schema.at("$schema"), "https://json-schema.org/draft/2020-12/schema");
-    EXPECT_EQ(schema.at("properties").size(), 12U);
+    EXPECT_EQ(schema.at("properties").size(), 14U);
     EXPECT_EQ(schema.at("additionalProperties").at("type"), "string");
 }
 

@@ -26,10 +26,10 @@ struct Range {
 };
 
 TEST(NumberPattern, TakesJustTheNumbersOfItsRange) {
-    constexpr Range ranges[] = {{0, 0},     {0, 5},     {0, 59},      {1, 12},    {5, 5},
-                                {7, 300},   {1, 1000},  {68, 1500},   {95, 120},  {99, 101},
-                                {100, 199}, {0, 65535}, {1024, 4095}, {155, 157}, {-3, 12},
-                                {-120, -7}, {-1, 0}};
+    constexpr Range ranges[] = {{0, 1},     {0, 5},        {0, 59},      {1, 12},    {5, 5},
+                                {7, 300},   {1, 1000},     {68, 1500},   {95, 120},  {99, 101},
+                                {100, 199}, {0, 65535},    {1024, 4095}, {155, 157}, {-3, 12},
+                                {-120, -7}, {1000, 65535}, {-1, 0}};
     for (const Range& range : ranges) {
         const std::regex pattern(number_pattern(range.low, range.high));
         for (std::int64_t number = -1100; number <= 5000; number++)
@@ -48,6 +48,19 @@ TEST(NumberPattern, LeadingZerosAreNoMatter) {
     EXPECT_TRUE(takes(number_pattern(0, 59), "00"));
     EXPECT_TRUE(takes(number_pattern(1, 300), "0300"));
     EXPECT_FALSE(takes(number_pattern(1, 300), "000"));
+}
+
+TEST(NumberPattern, APortHasNone) {
+    EXPECT_TRUE(takes(number_pattern(1, 65535), "80"));
+    EXPECT_FALSE(takes(number_pattern(1, 65535), "080"));
+    EXPECT_TRUE(takes(number_pattern(0, 65535), "0"));
+    EXPECT_FALSE(takes(number_pattern(0, 65535), "00"));
+}
+
+TEST(NumberPattern, NoRangeIsAnyNumber) {
+    EXPECT_TRUE(takes(number_pattern(0, 0), "4000000000"));
+    EXPECT_TRUE(takes(number_pattern(0, 0), "-1"));
+    EXPECT_FALSE(takes(number_pattern(0, 0), ""));
 }
 
 TEST(NumberPattern, WhatIsNoNumberIsNot) {
@@ -89,12 +102,15 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"port", "..", false}, Row{"port", "...", true},
                     Row{"server", "time.example.net", true}, Row{"server", "router", true},
                     Row{"server", "10.0.0.1", true}, Row{"server", "3com.example", true},
-                    Row{"server", "10.0.0.256", false}, Row{"server", "10.0.0", false},
-                    Row{"server", "-a.example", false}, Row{"server", "a-.example", false},
-                    Row{"server", "a..example", false}, Row{"server", "a_b.example", false},
-                    Row{"server", "a b", false}, Row{"wep", "0123456789", true},
-                    Row{"wep", "abcdefABCD", true}, Row{"wep", "012345678", false},
-                    Row{"wep", "0123456789a", false}, Row{"wep", "012345678x", false}));
+                    Row{"server", "10.0.0.256", false}, Row{"server", "10.example", true},
+                    Row{"server", "10.0.0", false}, Row{"server", "-a.example", false},
+                    Row{"server", "a-.example", false}, Row{"server", "a..example", false},
+                    Row{"server", "a_b.example", false}, Row{"server", "a b", false},
+                    Row{"port", "a:b", true}, Row{"port", "a\tb", false},
+                    Row{"town", "New York", true}, Row{"town", "New", false},
+                    Row{"wep", "0123456789", true}, Row{"wep", "abcdefABCD", true},
+                    Row{"wep", "012345678", false}, Row{"wep", "0123456789a", false},
+                    Row{"wep", "012345678x", false}));
 
 INSTANTIATE_TEST_SUITE_P(
     Records, ValuePattern,
@@ -105,10 +121,15 @@ INSTANTIATE_TEST_SUITE_P(
                         "2:8:30-17:0",
                         true},
                     Row{"open", "1:8:30-17:0 2:8:30-17:0", false},
-                    Row{"open", "1:8:30-17:0\x01", false}, Row{"open", "7:8:30-17:0", false},
+                    Row{"open", "1:8:30-17:0\x01", true}, Row{"open", "7:8:30-17:0", false},
                     Row{"open", "1:24:0-24:0", false}, Row{"open", "1:8:30:17:0", false},
-                    Row{"open", "1:8:30-17", false}, Row{"doors", "front\x02tcp|80", true},
-                    Row{"doors", "\x02tcp|80", true}, Row{"doors", "front\x02tcp|0", false},
+                    Row{"open", "1:8:30-17", false}, Row{"open", "\x01", false},
+                    Row{"open", "1:8:30-17:0\x01\x01", false}, Row{"guests", "....", true},
+                    Row{"guests", "...", false}, Row{"guests", "....1=10.0.0.1", true},
+                    Row{"guests", "....1=0;0=any;1=1.2.3.4;1=any;", true},
+                    Row{"guests", "....1=some", false}, Row{"guests", "1=any", false},
+                    Row{"doors", "front\x02tcp|80", true}, Row{"doors", "\x02tcp|80", true},
+                    Row{"doors", "front\x02tcp|0", false},
                     Row{"doors", "frontdoor\x02tcp|80", false},
                     Row{"doors", "front\x02icmp|80", false}, Row{"doors", "front tcp|80", false},
                     Row{"doors", "a\x02tcp|1 b\x02udp|2", true},

@@ -14,7 +14,7 @@ inline constexpr nvram::Field period_fields[] = {
     {.name = "day", .form = Form::Number, .low = 0, .high = 6},
     {.name = "from_hour", .form = Form::Number, .low = 0, .high = 23},
     {.name = "from_minute", .form = Form::Number, .low = 0, .high = 59},
-    {.name = "to_hour", .form = Form::Number, .low = 0, .high = 24},
+    {.name = "to_hour", .form = Form::Number, .low = 0, .high = 24, .help = "24 ends the day"},
     {.name = "to_minute", .form = Form::Number, .low = 0, .high = 59},
 };
 inline constexpr nvram::Record periods = {
@@ -35,6 +35,19 @@ inline constexpr nvram::Record doors = {
     .most = 3,
 };
 
+inline constexpr nvram::Field guest_fields[] = {
+    {.name = "on", .form = Form::Flag},
+    {.name = "address", .form = Form::Address, .choices = "0 any"},
+};
+inline constexpr nvram::Record guests = {
+    .between = ';',
+    .shape = "on=address",
+    .fields = guest_fields,
+    .most = 2,
+    .counted = "on",
+    .passed_over = 4,
+};
+
 inline constexpr nvram::KnownSetting house_rows[] = {
     {.key = "house_name",
      .form = Form::Text,
@@ -53,6 +66,11 @@ inline constexpr nvram::KnownSetting house_rows[] = {
      .high = 300,
      .factory = "2",
      .help = "rc counts them"},
+    {.key = "town",
+     .form = Form::Choice,
+     .choices = "Rome|New York",
+     .factory = "Rome",
+     .help = "of the house"},
     {.key = "colour",
      .form = Form::Choice,
      .may_be_empty = true,
@@ -87,6 +105,11 @@ inline constexpr nvram::KnownSetting net_rows[] = {
      .record = &doors,
      .factory = "\x02tcp|80",
      .help = "its doors"},
+    {.key = "guests",
+     .form = Form::Record,
+     .may_be_empty = true,
+     .record = &guests,
+     .help = "who may come"},
 };
 
 inline constexpr nvram::SettingGroup groups[] = {
