@@ -171,7 +171,7 @@ declare -gA _rc_values=(
 # Verbs by program; options by program, and by program and verb.
 declare -gA _rc_verbs=(
     ['nvram']='get set unset show commit load default export import diff check describe keys'
-    ['rcplan']=''
+    ['rcplan']='run sinks check'
 )
 declare -gA _rc_options=(
     ['nvram']='--root --help --version'
@@ -179,11 +179,15 @@ declare -gA _rc_options=(
     ['nvram diff']='--show-secrets'
     ['nvram import']='--replace'
     ['nvram show']='--show-secrets'
+    ['rcplan']='--help --version'
+    ['rcplan check']='--help --update'
+    ['rcplan run']='--help --settings --set --world --why --json --case --files --color'
+    ['rcplan sinks']='--help --settings --set --world --case --table'
 )
 
-# What follows an option, or a verb.
+# What follows a verb, or an option that takes a word.
 declare -gA _rc_kinds=(
-    ['--root']='folder'
+    ['nvram --root']='folder'
     ['nvram check']='place'
     ['nvram describe']='key'
     ['nvram diff']='place'
@@ -194,6 +198,19 @@ declare -gA _rc_kinds=(
     ['nvram set']='assignment'
     ['nvram show']='key'
     ['nvram unset']='key'
+    ['rcplan check']='file'
+    ['rcplan run']='action'
+    ['rcplan run --color']='words auto always never'
+    ['rcplan run --files']='folder'
+    ['rcplan run --set']='assignment'
+    ['rcplan run --settings']='file'
+    ['rcplan run --world']='file'
+    ['rcplan sinks']='key'
+    ['rcplan sinks --case']='file'
+    ['rcplan sinks --set']='assignment'
+    ['rcplan sinks --settings']='file'
+    ['rcplan sinks --table']='words sinks uses'
+    ['rcplan sinks --world']='file'
 )
 
 # Offers the words of a list that begin with what has been typed, each with a suffix. Blanks part the
@@ -258,9 +275,9 @@ _rc_program() {
         if [[ -z $options_end && $word == -- ]]; then
             options_end=1
         elif [[ -z $options_end && $word == -* ]]; then
-            [[ -n ${_rc_kinds[$word]+set} ]] || continue
+            [[ -n ${_rc_kinds[$program${verb:+ $verb} $word]+set} ]] || continue
             if (($# == 1)); then
-                _rc_of_kind "${_rc_kinds[$word]}" "$1"
+                _rc_of_kind "${_rc_kinds[$program${verb:+ $verb} $word]}" "$1"
                 return
             fi
             shift

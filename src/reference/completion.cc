@@ -97,23 +97,19 @@ Table values_of_keys(const Reference& reference) {
 }
 
 // The tables of programs: verbs by program; options by program, and by program and verb; kinds of
-// words by the option that they follow, or by program and verb.
+// words by what they follow: program and option, program and verb, or all three.
 struct ProgramTables {
     Table verbs;
     Table options;
     Table kinds;
 };
 
-// The same option is followed by the same everywhere, since it is looked up by its name alone.
 void add_options(ProgramTables& tables, const std::string& where,
                  const std::vector<Option>& options) {
     for (const Option& option : options) {
         std::string& names = tables.options[where];
         names += (names.empty() ? "" : " ") + option.name;
-        if (!option.takes_word) continue;
-        const auto [kind, is_new] = tables.kinds.emplace(option.name, option.word);
-        if (!is_new && kind->second != option.word)
-            throw std::invalid_argument(option.name + ": is followed by different things");
+        if (option.takes_word) tables.kinds[where + " " + option.name] = option.word;
     }
 }
 
@@ -152,7 +148,7 @@ std::string bash_completion(const Reference& reference, std::span<const Program>
     text += "\n# Verbs by program; options by program, and by program and verb.\n";
     text += shell_table("_rc_verbs", tables.verbs);
     text += shell_table("_rc_options", tables.options);
-    text += "\n# What follows an option, or a verb.\n";
+    text += "\n# What follows a verb, or an option that takes a word.\n";
     text += shell_table("_rc_kinds", tables.kinds);
     return text + completion_functions;
 }

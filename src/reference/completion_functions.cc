@@ -67,9 +67,9 @@ _rc_program() {
         if [[ -z $options_end && $word == -- ]]; then
             options_end=1
         elif [[ -z $options_end && $word == -* ]]; then
-            [[ -n ${_rc_kinds[$word]+set} ]] || continue
+            [[ -n ${_rc_kinds[$program${verb:+ $verb} $word]+set} ]] || continue
             if (($# == 1)); then
-                _rc_of_kind "${_rc_kinds[$word]}" "$1"
+                _rc_of_kind "${_rc_kinds[$program${verb:+ $verb} $word]}" "$1"
                 return
             fi
             shift

@@ -91,10 +91,16 @@ std::string line(std::string_view text) {
     return (text.starts_with('.') ? "\\&" : "") + roff(text) + "\n";
 }
 
-// One argument of a macro, never another macro's name or a closing point.
+// One argument of a macro, never another macro's name or a closing point. A long one may be broken
+// at the separators in it.
 std::string word(std::string_view text) {
+    constexpr size_t is_long = 30;
     std::string argument = "\\&";
-    for (const char c : text) argument += c == ' ' ? "\\ " : roff({&c, 1});
+    for (const char c : text) {
+        if (c == '\\' && text.size() > is_long) argument += "\\:";
+        argument += c == ' ' ? "\\ " : roff({&c, 1});
+        if ((c == ':' || c == '_') && text.size() > is_long) argument += "\\:";
+    }
     return argument;
 }
 
@@ -111,7 +117,7 @@ std::string form_lines(const FormInWords& parts, std::string_view help) {
         between = " ,\n";
     }
     if (parts.or_empty) text += parts.words.empty() ? ", or empty" : " ,\nor empty";
-    text += "\n";
+    text += parts.limit + "\n";
     return help.empty() ? text : text + "\\(en " + roff(help) + "\n";
 }
 

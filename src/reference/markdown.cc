@@ -70,7 +70,8 @@ std::string marked_up(const FormInWords& parts) {
     for (const std::string_view word : parts.words) words.push_back(code(word));
     std::string text = plain(parts.form);
     if (!words.empty()) text += fmt::format("{} {}", parts.before_words, fmt::join(words, ", "));
-    return parts.or_empty ? text + ", or empty" : text;
+    if (parts.or_empty) text += ", or empty";
+    return text + parts.limit;
 }
 
 std::string fields_table(const nvram::Record& record) {

@@ -25,7 +25,3 @@ Program nvram_program() {
             },
     };
 }
-
-Program rcplan_program() {
-    return {.name = "rcplan", .options = {}, .verbs = {}};
-}

@@ -53,17 +53,19 @@ std::string separator_in_words(char separator) {
     return fmt::format("the byte {}", escaped({&separator, 1}));
 }
 
-// Which records, how many of them are of use, and what parts them.
 std::string list_in_words(const nvram::Record& record) {
     if (record.between == '\0') return "one record";
     std::string text = "records parted by " + separator_in_words(record.between);
     if (record.passed_over > 0)
         text += fmt::format(", behind {} characters that are not read", record.passed_over);
-    if (record.most == 1) return text + "; the first is used";
-    if (record.most > 1) text += fmt::format("; the first {}", record.most);
-    if (record.most > 1 && *record.counted != '\0')
-        text += fmt::format(" whose field {} is 1", record.counted);
-    return record.most > 1 ? text + " are used" : text;
+    return text;
+}
+
+std::string limit_in_words(const nvram::Record& record) {
+    if (record.most == 0) return "";
+    if (record.most == 1) return "; the first is used";
+    if (*record.counted == '\0') return fmt::format("; the first {} are used", record.most);
+    return fmt::format("; the first {} whose field {} is 1 are used", record.most, record.counted);
 }
 
 // The row is a setting's or a field's.
@@ -90,7 +92,10 @@ std::vector<std::string_view> split_words(std::string_view text) {
 
 FormInWords in_words(const nvram::KnownSetting& setting) {
     FormInWords parts = parts_of(setting);
-    if (setting.record != nullptr) parts.form = list_in_words(*setting.record);
+    if (setting.record != nullptr) {
+        parts.form = list_in_words(*setting.record);
+        parts.limit = limit_in_words(*setting.record);
+    }
     return parts;
 }
 
@@ -103,7 +108,7 @@ std::string joined(const FormInWords& parts) {
     if (!parts.words.empty())
         text += fmt::format("{} {}", parts.before_words, fmt::join(parts.words, ", "));
     if (parts.or_empty) text += ", or empty";
-    return text;
+    return text + parts.limit;
 }
 
 std::string escaped(std::string_view value) {

@@ -40,8 +40,8 @@ TEST(Words, AreOfTheForm) {
         {"open", "records parted by the byte \\x01, or empty"},
         {"doors", "records parted by blanks; the first 3 are used"},
         {"guests",
-         "records parted by ';', behind 4 characters that are not read; the first 2 whose field on "
-         "is 1 are used, or empty"},
+         "records parted by ';', behind 4 characters that are not read, or empty; the first 2 whose "
+         "field on is 1 are used"},
     };
     for (const auto& [key, words] : rows)
         EXPECT_EQ(joined(in_words(planted::row(key))), words) << key;
@@ -257,14 +257,14 @@ TEST(Schema, OtherSettingsAreTexts) {
     EXPECT_EQ(schema.at("additionalProperties").at("type"), "string");
 }
 
-TEST(Completion, AnOptionMeansTheSameEverywhere) {
-    const Program programs[] = {
-        {.name = "p",
-         .options = {},
-         .verbs = {
-             {.name = "a", .options = {{.name = "--to", .takes_word = true, .word = "file"}}},
-             {.name = "b", .options = {{.name = "--to", .takes_word = true, .word = "key"}}}}}};
-    EXPECT_THROW(bash_completion(planted::reference, programs), std::invalid_argument);
+TEST(ManPage, LongLiteralsMayBeBroken) {
+    const std::string value =
+        "a_b:c\x01"
+        "d012345678901234567890123456789";
+    const Example examples[] = {{.key = "open", .value = value.c_str()}};
+    const std::string page =
+        settings_man_page({.groups = planted::groups, .uses = {}, .examples = examples});
+    EXPECT_NE(page.find(".Ql \\&a_\\:b:\\:c\\:\\ex01d0123"), std::string::npos);
 }
 
 }  // namespace
