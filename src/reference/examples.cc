@@ -5,6 +5,10 @@ namespace {
 
 constexpr Example examples[] = {
     {.key = "access_control", .value = "0000FTP\x01HTTP"},
+    {.key = "access_group",
+     .value = "00:11:22:aa:bb:cc\x01"
+              "00:11:22:aa:bb:dd"},
+    {.key = "fw_block_keyword", .value = "casino\x01lottery"},
     {.key = "fw_in_rules", .value = "web:1:0:8080:80:tcp:10"},
     {.key = "fw_out_rules", .value = "games:1:0:27000:27050:both:20"},
     {.key = "fw_schedule",
@@ -12,6 +16,7 @@ constexpr Example examples[] = {
               "2:8:30-17:0"},
     {.key = "fw_schedule2", .value = "5:22:0-6:0"},
     {.key = "fw_services", .value = "Printer:tcp:9100-9102"},
+    {.key = "fw_services_def", .value = "FTP:tcp:20-21\x01HTTP:tcp:80-80"},
     {.key = "fw_spapp", .value = "0:1:calls:tcp:6000-6010:udp:7000-7010\x01"},
     {.key = "pcdb_list", .value = "pc1;192.168.1.20;00:11:22:aa:bb:cc"},
     {.key = "qos",
@@ -26,6 +31,9 @@ constexpr Example examples[] = {
               "0\x02"
               "0\x01"},
     {.key = "rt_static_route", .value = "office:10.1.0.0:255.255.0.0:192.168.1.254:2:1:1"},
+    {.key = "wifi_access_list",
+     .value = "00:11:22:aa:bb:cc\x01"
+              "00:11:22:aa:bb:dd"},
     {.key = "wl_schedule",
      .value = "1:8:0-22:0\x01"
               "0:0:0-0:0"},

@@ -137,6 +137,7 @@ std::string form_pattern(Form form, int low, int high) {
 // A value of the form, or one of the words.
 template <typename Row>
 std::string row_pattern(const Row& row) {
+    if (row.form == Form::Text) return "";
     std::vector<std::string> patterns;
     const std::string form = form_pattern(row.form, row.low, row.high);
     if (!form.empty()) patterns.push_back(form);
