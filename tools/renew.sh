@@ -1,21 +1,32 @@
 #!/bin/sh
-# Writes anew what is generated from the table of settings: reference, man page, schema, completion.
+# Writes anew what is generated: from every action and every case, where settings end up and which actions use them; from
+# the table of settings, reference, man page, schema and completion.
 #   renew.sh [BUILD_DIR]
 set -eu
 cd "$(dirname "$0")/.."
 build=${1-build/release}
 [ -f "$build/CMakeCache.txt" ] || cmake --preset "${build##*/}" > /dev/null
-cmake --build "$build" --target rc_reference > /dev/null
 
-# By way of a second file, so that what is there stays when the program fails.
+# By way of a second file, so that what is there stays when a program fails.
 new=$(mktemp)
 trap 'rm -f "$new"' EXIT
+put() {
+    cmp -s "$new" "$1" && return
+    mkdir -p "${1%/*}"
+    cat "$new" > "$1"
+    echo "written: $1"
+}
+
+cmake --build "$build" --target rcplan > /dev/null
+for table in sinks uses; do
+    "$build/src/plan/rcplan" sinks --table "$table" --settings lab/root/etc/default --case tests/cases/*/*.case > "$new"
+    put "src/nvram/$table.inc"
+done
+
+cmake --build "$build" --target rc_reference > /dev/null
 while read -r page file; do
     "$build/src/reference/rc_reference" "$page" > "$new"
-    cmp -s "$new" "$file" && continue
-    mkdir -p "${file%/*}"
-    cat "$new" > "$file"
-    echo "written: $file"
+    put "$file"
 done << 'END'
 settings.md docs/settings.md
 settings.5 docs/man/nvram-settings.5

@@ -53,7 +53,8 @@ std::string use_of(const FoundSink& sink) {
 // Lines in which other settings are filled in make the better examples.
 auto rank(const FoundSink& sink) {
     size_t gaps = 0;
-    for (const std::string_view gap : {"  ", "\"\"", "''", "::", "\t\t\t", "xx", ";x"})
+    for (const std::string_view gap :
+         {"  ", "\"\"", "''", "::", "\t\t\t", "xx", ";x", "-.", ": ", marker})
         for (size_t at = sink.line.find(gap); at != std::string::npos;
              at = sink.line.find(gap, at + 1))
             gaps++;
