@@ -10,6 +10,12 @@ build=${1-build/release}
 # By way of a second file, so that what is there stays when a program fails.
 new=$(mktemp)
 trap 'rm -f "$new"' EXIT
+build() {
+    cmake --build "$build" --target "$1" > "$new" || {
+        cat "$new"
+        exit 1
+    }
+}
 put() {
     cmp -s "$new" "$1" && return
     mkdir -p "${1%/*}"
@@ -17,13 +23,13 @@ put() {
     echo "written: $1"
 }
 
-cmake --build "$build" --target rcplan > /dev/null
+build rcplan
 for table in sinks uses; do
     "$build/src/plan/rcplan" sinks --table "$table" --settings lab/root/etc/default --case tests/cases/*/*.case > "$new"
     put "src/nvram/$table.inc"
 done
 
-cmake --build "$build" --target rc_reference > /dev/null
+build rc_reference
 while read -r page file; do
     "$build/src/reference/rc_reference" "$page" > "$new"
     put "$file"
