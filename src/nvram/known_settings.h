@@ -55,7 +55,8 @@ struct Record {
     std::span<const Field> fields;
     // Records beyond these are not used; 0 without a limit.
     std::uint32_t most = 0;
-    // The name of the flag that a record needs to be counted towards most; "" when all are.
+    // The name of the field that has to be 1 for a record to be counted towards most; "" when all
+    // records are.
     const char* counted = "";
     // So many characters stand before the first record, and nobody reads them.
     std::uint32_t passed_over = 0;

@@ -77,7 +77,7 @@ constexpr std::span<const KnownSetting> firewall_settings = firewall_rows;
 
 static constexpr Field single_fields[] = {
     {.name = "name", .form = Form::Text, .may_be_empty = true, .help = "not used"},
-    {.name = "on", .form = Form::Flag, .help = "1, and nothing else, puts it to use"},
+    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
     {.name = "any", .form = Form::Text, .may_be_empty = true, .help = "not used"},
     {.name = "outside", .form = Form::Number, .low = 1, .high = last_port, .help = "WAN port"},
     {.name = "inside", .form = Form::Number, .low = 1, .high = last_port, .help = "host's port"},
@@ -96,7 +96,7 @@ static constexpr Record single_record = {.between = '\x01',
 
 static constexpr Field range_fields[] = {
     {.name = "name", .form = Form::Text, .may_be_empty = true, .help = "not used"},
-    {.name = "on", .form = Form::Flag, .help = "1, and nothing else, puts it to use"},
+    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
     {.name = "any", .form = Form::Text, .may_be_empty = true, .help = "not used"},
     {.name = "first", .form = Form::Number, .low = 1, .high = last_port, .help = "first port"},
     {.name = "last", .form = Form::Number, .low = 1, .high = last_port, .help = "last port"},
@@ -115,7 +115,7 @@ static constexpr Record range_record = {.between = '\x01',
 
 static constexpr Field trigger_fields[] = {
     {.name = "index", .form = Form::Number, .high = 9999, .help = "not used"},
-    {.name = "on", .form = Form::Flag, .help = "0 leaves it out"},
+    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
     {.name = "name", .form = Form::Text, .may_be_empty = true, .help = "not used"},
     {.name = "trigger_protocol", .form = Form::Choice, .choices = "tcp udp both"},
     {.name = "trigger_first", .form = Form::Number, .low = 1, .high = last_port},
@@ -202,8 +202,9 @@ static constexpr KnownSetting block_rows[] = {
      .when_empty = "as 0",
      .help = "access control: off (0), nothing of the LAN passes (1), listed services do not (2)"},
     {.key = "ac_sch",
-     .form = Form::Flag,
+     .form = Form::Choice,
      .may_be_empty = true,
+     .choices = "0 1",
      .factory = "0",
      .when_empty = "always",
      .help = "access control always (0) or only while a schedule is open (1)"},

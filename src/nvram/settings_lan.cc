@@ -116,8 +116,8 @@ static constexpr Field route_fields[] = {
     {.name = "gateway", .form = Form::Address},
     // RIP takes 16 for infinity.
     {.name = "metric", .form = Form::Number, .high = 15},
-    {.name = "listed", .form = Form::Flag, .help = "1: stands in /tmp/sroute"},
-    {.name = "active", .form = Form::Flag, .help = "1: the route is in use"},
+    {.name = "listed", .form = Form::Choice, .choices = "0 1", .help = "1: stands in /tmp/sroute"},
+    {.name = "active", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
 };
 static constexpr Record route_record = {
     .between = ' ',

@@ -8,7 +8,7 @@ static constexpr std::int32_t last_port = 65535;
 static constexpr std::int32_t highest_rate = 1000000;
 
 static constexpr Field qos_fields[] = {
-    {.name = "on", .form = Form::Flag, .help = "not used: every rule of the list is in force"},
+    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "not used: all rules count"},
     {.name = "direction",
      .form = Form::Choice,
      .choices = "0 1",

@@ -35,5 +35,5 @@ notices 'in the table, not in the sources' src/wireless/station.cc 's/"wifi_key%
 notices 'in the table, not in lab/root/etc/default' lab/root/etc/default '/^lan_bipaddr=/d'
 notices 'in lab/root/etc/default, not in the table' lab/root/etc/default 's/^lan_bipaddr=.*/&\nlan_other=1/'
 notices 'twice in lab/root/etc/default' lab/root/etc/default 's/^lan_bipaddr=.*/&\n&/'
-notices 'lan_bipaddr' lab/root/etc/default 's/^lan_bipaddr=.*/&\\q/'
+notices 'line 1 is not KEY=VALUE' lab/root/etc/default '1i\no sign between'
 echo "ok: the guard notices what is missing, what is surplus, and what the store would not take"
