@@ -124,6 +124,16 @@ std::string effect_by_form(const KnownSetting& known, std::string_view piece) {
     }
 }
 
+// A backslash stays one, as a shell sees it.
+void append_visible(std::string& out, std::string_view text) {
+    for (const char c : text) {
+        if (c == '\\')
+            out += c;
+        else
+            append_escaped(out, {&c, 1});
+    }
+}
+
 }  // namespace
 
 std::string_view shown_piece(const KnownSetting& known, std::string_view piece) {
@@ -145,7 +155,7 @@ std::string line_with(const Sink& sink, std::string_view text) {
     std::string whole;
     for (const char c : line) {
         if (c == '\x01') {
-            append_escaped(whole, text);
+            append_visible(whole, text);
         } else {
             whole += c;
         }
