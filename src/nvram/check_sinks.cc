@@ -245,7 +245,8 @@ void add_harm(Check& check, const KnownSetting& known, const Piece& piece, const
     const std::string_view where = harm.first->place;
     std::string effect = where == "command" ? "runs: " : "writes into " + std::string(where) + ": ";
     effect += line_with(*harm.first, shown_piece(known, text));
-    if (harm.more > 0) effect += " (and " + std::to_string(harm.more) + " more such lines)";
+    if (harm.more == 1) effect += " (and another such line)";
+    if (harm.more > 1) effect += " (and " + std::to_string(harm.more) + " more such lines)";
     add(check, harm.danger.level, known.key,
         {.problem = (place.empty() ? "" : place + ": ") + problem_of(harm.danger, secret),
          .effect = effect,

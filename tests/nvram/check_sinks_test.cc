@@ -244,13 +244,17 @@ TEST(CheckSinks, CountsLinesOfOneKind) {
     const Sink sinks[] = {
         {"wan_account", Quoting::Bare, "command", "first x\x01y", all, ""},
         {"wan_account", Quoting::Bare, "command", "second \x01", all, ""},
+        {"wan_domain", Quoting::Bare, "command", "a \x01", all, ""},
+        {"wan_domain", Quoting::Bare, "command", "b \x01", all, ""},
+        {"wan_domain", Quoting::Bare, "command", "c \x01", all, ""},
         {"wan_account", Quoting::DoubleQuoted, "command", "third \"\x01\"", all, ""},
     };
     for (const Finding& finding : findings({"wan_account=a b"}, sinks)) {
         if (finding.level == Level::Error) continue;  // its form
-        EXPECT_EQ(finding.effect, "runs: second a b (and 1 more such lines)");
+        EXPECT_EQ(finding.effect, "runs: second a b (and another such line)");
     }
     EXPECT_EQ(findings({"wan_account=a b"}, sinks).size(), 2U);
+    EXPECT_EQ(findings({"wan_domain=a b"}, sinks)[1].effect, "runs: a a b (and 2 more such lines)");
 }
 
 // The effect of a wrong form shows a line, too.
