@@ -21,6 +21,8 @@ struct Rule {
     std::string target;
     // The target's own options, as words.
     std::vector<std::string> target_options;
+    // A word is a pattern that the shell would replace by files' names, if there were such files.
+    bool pattern = false;
     Origin origin;
 
     // The specification as one line, quoted where the script must quote, with single blanks.
