@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
     int status = status_done;
     add_run(app, status);
     add_sinks(app, status);
+    add_packet(app, status);
     add_check(app, status);
     try {
         app.parse(argc, argv);

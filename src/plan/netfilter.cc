@@ -169,8 +169,7 @@ Tables::Tables() {
     for (const BuiltIn& chain : built_in_chains)
         result.chains.push_back({.table = std::string(chain.table),
                                  .name = std::string(chain.chain),
-                                 .policy = "ACCEPT",
-                                 .rules = {}});
+                                 .policy = "ACCEPT"});
 }
 
 Chain* Tables::find(const std::string& table, const std::string& name) {
@@ -210,9 +209,8 @@ std::optional<Refusal> Tables::make(const Call& call) {
     const auto behind =
         std::ranges::find_if(result.chains.rbegin(), result.chains.rend(),
                              [&](const Chain& chain) { return chain.table == call.table; });
-    result.chains.insert(
-        behind.base(),
-        Chain{.table = call.table, .name = call.chain, .policy = std::nullopt, .rules = {}});
+    result.chains.insert(behind.base(),
+                         Chain{.table = call.table, .name = call.chain, .policy = std::nullopt});
     return std::nullopt;
 }
 
@@ -238,6 +236,7 @@ std::optional<Refusal> Tables::set_policy(const Call& call, Chain& chain) {
     if (call.policy != "ACCEPT" && call.policy != "DROP")
         return Refusal{"'" + call.policy + "' is no policy"};
     chain.policy = call.policy;
+    chain.policy_origin = call.rule.origin;
     return std::nullopt;
 }
 

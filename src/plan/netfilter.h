@@ -32,9 +32,11 @@ struct Rule {
 struct Chain {
     std::string table;  // "filter", "nat", "mangle"
     std::string name;
-    // Only built-in chains have one; ACCEPT unless a rule set it.
+    // Only built-in chains have one; ACCEPT unless a line set it.
     std::optional<std::string> policy;
-    std::vector<Rule> rules;
+    std::vector<Rule> rules = {};
+    // The line that set the policy.
+    std::optional<Origin> policy_origin = {};
 };
 
 struct Netfilter {

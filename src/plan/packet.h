@@ -23,8 +23,8 @@ struct Packet {
     std::string in;   // empty: the router itself sends it
     std::string out;  // empty: it is routed
     unsigned protocol = 0;
-    std::optional<Address> source;
-    std::optional<Address> destination;
+    std::optional<Ipv4> source;
+    std::optional<Ipv4> destination;
     std::optional<unsigned> source_port;
     std::optional<unsigned> destination_port;
     ConnectionState state = ConnectionState::New;
@@ -54,13 +54,16 @@ struct Surroundings {
     std::optional<Network> lan;
     std::string wan_if;
     // The router's own addresses by interface.
-    std::map<std::string, Address> addresses;
+    std::map<std::string, Ipv4> addresses;
 
     // Addresses that the router takes for itself: its own, loopback, broadcasts.
-    bool is_own(Address address) const;
+    bool is_own(Ipv4 address) const;
     // The interface that leads there.
-    const std::string& way_to(Address address) const;
+    const std::string& way_to(Ipv4 address) const;
 };
+
+// As the settings of the working copy and the stated interfaces say.
+Surroundings surroundings_of(const World& world);
 
 struct WalkStep {
     enum class Kind { Chain, Rule, Policy, Note };
@@ -83,7 +86,9 @@ struct Decision {
     std::string table;
     std::string chain;
     size_t number = 0;
-    std::optional<Rule> rule;
+    std::optional<Rule> rule = {};
+    // The line of the transcript; a policy that nothing has set has none.
+    std::optional<Origin> origin = {};
 
     // "rule 3 of IN_FILTER", "FORWARD's policy"; chains of the same name are told apart.
     std::string text() const;
@@ -106,6 +111,9 @@ struct Walk {
     // One line: "ACCEPT by rule 3 of IN_FILTER, to 192.168.1.5:80 (DNAT by rule 1 of VS)".
     std::string verdict_text() const;
 };
+
+// The names of iptables: "NEW".
+const char* state_name(ConnectionState state);
 
 Walk walk_packet(const Netfilter& tables, const Surroundings& surroundings, const Packet& packet);
 

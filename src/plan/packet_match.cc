@@ -22,7 +22,7 @@ bool is_interface(std::string_view asked, std::string_view name) {
     return asked == name;
 }
 
-MatchAnswer match_network(const std::string& asked, std::optional<Address> address,
+MatchAnswer match_network(const std::string& asked, std::optional<Ipv4> address,
                           const char* missing) {
     const std::optional<Network> network = read_network(asked);
     if (network && network->mask == 0) return yes_or_no(true);
@@ -30,7 +30,7 @@ MatchAnswer match_network(const std::string& asked, std::optional<Address> addre
     return yes_or_no(network && network->holds(*address));
 }
 
-MatchAnswer match_range(const std::string& asked, std::optional<Address> address,
+MatchAnswer match_range(const std::string& asked, std::optional<Ipv4> address,
                         const char* missing) {
     if (!address) return unknown(missing);
     const std::optional<AddressRange> range = read_address_range(asked);
@@ -49,6 +49,8 @@ MatchAnswer match_flags(const Packet& packet, unsigned mask, unsigned wanted) {
     return yes_or_no((*packet.tcp_flags & mask) == wanted);
 }
 
+}  // namespace
+
 const char* state_name(ConnectionState state) {
     switch (state) {
         case ConnectionState::New:
@@ -62,8 +64,6 @@ const char* state_name(ConnectionState state) {
     }
     return "INVALID";
 }
-
-}  // namespace
 
 MatchAnswer match_in(OptionWords words, const Packet& packet) {
     return yes_or_no(is_interface(words[0], packet.in));

@@ -10,18 +10,18 @@
 #include <string_view>
 
 // An IPv4 address as a number: 192.168.1.1 is 0xc0a80101.
-using Address = uint32_t;
+using Ipv4 = uint32_t;
 
 struct Network {
-    Address address = 0;
-    Address mask = 0xffffffff;
+    Ipv4 address = 0;
+    Ipv4 mask = 0xffffffff;
 
-    bool holds(Address other) const { return (other & mask) == (address & mask); }
+    bool holds(Ipv4 other) const { return (other & mask) == (address & mask); }
 };
 
 struct AddressRange {
-    Address first = 0;
-    Address last = 0;
+    Ipv4 first = 0;
+    Ipv4 last = 0;
 };
 
 struct NumberRange {
@@ -33,7 +33,7 @@ struct NumberRange {
 
 // Where NAT leads: an address and a port, either of which may be missing.
 struct Endpoint {
-    std::optional<Address> address;
+    std::optional<Ipv4> address;
     std::optional<unsigned> port;
 };
 
@@ -43,7 +43,7 @@ enum TcpFlag : unsigned { Fin = 1, Syn = 2, Rst = 4, Psh = 8, Ack = 16, Urg = 32
 // A whole number as iptables reads it: decimal, octal behind "0", hexadecimal behind "0x".
 std::optional<unsigned> read_number(std::string_view text, unsigned least, unsigned most);
 // Four decimal numbers with dots.
-std::optional<Address> read_address(std::string_view text);
+std::optional<Ipv4> read_address(std::string_view text);
 // ADDRESS, ADDRESS/BITS or ADDRESS/MASK.
 std::optional<Network> read_network(std::string_view text);
 // ADDRESS or ADDRESS-ADDRESS.
@@ -61,9 +61,9 @@ std::optional<unsigned> read_tcp_flags(std::string_view text);
 // A number, or the name of an ICMP type; 255 is any.
 std::optional<unsigned> read_icmp_type(std::string_view text);
 
-std::string address_text(Address address);
+std::string address_text(Ipv4 address);
 // "192.168.1.5:80"; without a port the address alone.
-std::string endpoint_text(std::optional<Address> address, std::optional<unsigned> port);
+std::string endpoint_text(std::optional<Ipv4> address, std::optional<unsigned> port);
 std::string protocol_text(unsigned protocol);
 std::string tcp_flags_text(unsigned flags);
 std::string icmp_type_text(unsigned type);

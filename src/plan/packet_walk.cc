@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr Address limited_broadcast = 0xffffffff;
-constexpr Network loopback = {.address = 0x7f000000, .mask = 0xff000000};
 constexpr Network multicasts = {.address = 0xe0000000, .mask = 0xf0000000};
 
 // The kernel refuses chains that lead in a circle; rc's are three deep.
@@ -77,7 +75,7 @@ void Walker::walk_tables() {
         return;
     }
     if (!arrive()) return;
-    const Address destination = packet().destination.value_or(0);
+    const Ipv4 destination = packet().destination.value_or(0);
     const bool routed_multicast = multicasts.holds(destination) && !packet().out.empty();
     if (surroundings_.is_own(destination) && !routed_multicast) {
         packet().out.clear();
@@ -131,7 +129,7 @@ bool Walker::pass(const char* table, const char* name, bool decides) {
     bool accepted = outcome == Outcome::Accept;
     if (outcome == Outcome::Return) {
         accepted = chain->policy == "ACCEPT";
-        walk_.decision = Decision{.table = table, .chain = name, .number = 0, .rule = {}};
+        walk_.decision = Decision{.table = table, .chain = name, .origin = chain->policy_origin};
         walk_.steps.push_back({.kind = WalkStep::Kind::Policy,
                                .depth = 1,
                                .table = table,
@@ -150,7 +148,8 @@ Outcome Walker::traverse(const Chain& chain, int depth) {
         const Decision where = {.table = chain.table,
                                 .chain = chain.name,
                                 .number = place + 1,
-                                .rule = chain.rules[place]};
+                                .rule = chain.rules[place],
+                                .origin = chain.rules[place].origin};
         const Outcome outcome = meet(where, depth);
         if (outcome != Outcome::Continue) return outcome;
     }
@@ -286,17 +285,6 @@ std::string Walker::set_mark(const Rule& rule) {
 }
 
 }  // namespace
-
-bool Surroundings::is_own(Address address) const {
-    if (address == limited_broadcast || loopback.holds(address) || multicasts.holds(address))
-        return true;
-    if (lan && lan->holds(address) && (address | lan->mask) == limited_broadcast) return true;
-    return std::ranges::any_of(addresses, [&](const auto& own) { return own.second == address; });
-}
-
-const std::string& Surroundings::way_to(Address address) const {
-    return lan && lan->holds(address) ? lan_if : wan_if;
-}
 
 std::string Decision::text() const {
     // Only the filter's own need no table.
