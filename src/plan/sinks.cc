@@ -7,13 +7,15 @@
 #include <tuple>
 
 #include "core/text.h"
+#include "nvram/known_settings.h"
+#include "nvram/records.h"
 #include "plan/lines.h"
 
 namespace {
 
-// Letters only, in both cases and with a digit in none: no handler takes it for a number, and no
-// other text of rc's holds it.
-constexpr std::string_view marker = "Zqv";
+// Letters only, so that no handler takes it for a number; no other text of rc's holds it; short,
+// since some fields of records are.
+constexpr std::string_view marker = "Zq";
 // A list's longer values are marked in their first parts; the rest is more of the same.
 constexpr size_t most_parts = 40;
 
@@ -51,7 +53,7 @@ std::string use_of(const FoundSink& sink) {
 // Lines in which other settings are filled in make the better examples.
 auto rank(const FoundSink& sink) {
     size_t gaps = 0;
-    for (const std::string_view gap : {"  ", "\"\"", "''", "::", "\t\t\t"})
+    for (const std::string_view gap : {"  ", "\"\"", "''", "::", "\t\t\t", "xx", ";x"})
         for (size_t at = sink.line.find(gap); at != std::string::npos;
              at = sink.line.find(gap, at + 1))
             gaps++;
@@ -89,7 +91,7 @@ World plain_router(const World& router) {
         for (auto& [key, value] : settings) {
             value.resize(std::min(value.size(), long_value));
             for (char& c : value)
-                if (contains("'\"`$\\%(){}[]*?|&<>!#~^\n\t", {&c, 1})) c = 'x';
+                if (contains("'\"`$\\%(){}[]*?|&<>!#~^\n\t", {&c, 1}) || c > '~' || c < 0) c = 'x';
         }
         world.put(path, settings_image(settings));
     }
@@ -107,6 +109,8 @@ Plan play_with(const World& router, const std::vector<std::string>& words, const
 
 nvram::Quoting quoting_at(std::string_view line, size_t place) {
     char quote = '\0';
+    // pppd gives what is quoted behind this option to a shell of its own, where it is bare.
+    bool of_pppd = false;
     for (size_t i = 0; i < std::min(place, line.size()); i++) {
         const char c = line[i];
         if (c == '\\' && quote != '\'') {
@@ -115,12 +119,11 @@ nvram::Quoting quoting_at(std::string_view line, size_t place) {
             quote = '\0';
         } else if (quote == '\0' && (c == '"' || c == '\'')) {
             quote = c;
-            // pppd gives the program behind this option to a shell of its own.
-            if (line.substr(0, i).ends_with("pty ")) quote = '\0';
+            of_pppd = line.substr(0, i).ends_with("pty ");
         }
     }
-    if (quote == '"') return nvram::Quoting::DoubleQuoted;
-    return quote == '\'' ? nvram::Quoting::SingleQuoted : nvram::Quoting::Bare;
+    if (quote == '\0' || of_pppd) return nvram::Quoting::Bare;
+    return quote == '"' ? nvram::Quoting::DoubleQuoted : nvram::Quoting::SingleQuoted;
 }
 
 void SinkSearch::play_plain(const World& router, const std::vector<std::string>& words) {
@@ -132,24 +135,45 @@ void SinkSearch::play_plain(const World& router, const std::vector<std::string>&
 void SinkSearch::play_marked(const World& stated, const std::vector<std::string>& words) {
     const World router = plain_router(stated);
     const Plan plan = make_plan(router, words);
-    const std::string mark(marker);
     for (const Question& question : plan.after.asked) {
         if (question.kind != Question::Kind::Setting) continue;
-        Trial trial = {
-            .router = &router, .words = &words, .key = question.name, .mark = {"", mark, ""}};
-        try_mark(trial);
+        Trial trial = {.router = &router,
+                       .words = &words,
+                       .key = question.name,
+                       .mark = {"", std::string(marker), "", ""},
+                       .field = ""};
         const std::string value = answer_of(plan.before, question).value_or("");
-        const auto parts = tokens_of(value);
-        for (size_t i = 0; i < std::min(parts.size(), most_parts); i++) {
-            trial.mark.before = value.substr(0, parts[i].first);
-            const std::string part = value.substr(parts[i].first, parts[i].second);
-            trial.mark.behind = value.substr(parts[i].first + parts[i].second);
-            // Instead of the part, behind it and in front of it: what is compared or read as a
-            // number may pass with one of them.
-            for (const std::string& text : {mark, part + mark, mark + part}) {
-                trial.mark.text = text;
-                try_mark(trial);
-            }
+        const nvram::KnownSetting* known = nvram::find_known(question.name);
+        if (!known || !known->record) {
+            try_mark(trial);
+            mark_parts(trial, value, 0, value.size());
+            continue;
+        }
+        for (const nvram::Piece& piece : nvram::pieces_of(*known, value)) {
+            trial.field = piece.field;
+            mark_parts(trial, value, static_cast<size_t>(piece.text.data() - value.data()),
+                       piece.text.size());
+        }
+    }
+}
+
+// Marks the numbers and words of one part of a value, each in turn.
+void SinkSearch::mark_parts(Trial trial, const std::string& value, size_t from, size_t size) {
+    const std::string mark(marker);
+    auto parts = tokens_of(value.substr(from, size));
+    if (parts.empty() && !trial.field.empty()) parts.emplace_back(0, 0);
+    parts.resize(std::min(parts.size(), most_parts));
+    for (const auto& [at, length] : parts) {
+        const std::string part = value.substr(from + at, length);
+        trial.mark.before = value.substr(0, from + at);
+        trial.mark.behind = value.substr(from + at + length);
+        // Instead of the part, behind it and in front of it: what is compared or read as a number
+        // may pass with one of them.
+        for (const std::string& text : {mark, part + mark, mark + part}) {
+            trial.mark.text = text;
+            trial.mark.field = value.substr(from, at) + text +
+                               value.substr(from + at + length, size - at - length);
+            try_mark(trial);
         }
     }
 }
@@ -165,9 +189,10 @@ void SinkSearch::note_line(const Trial& trial, const std::string& place, std::st
     // What parts the records of lists does not arrive in lines.
     for (char& c : line)
         if (c == '\x01') c = ' ';
-    // The whole value where it came out whole.
-    const std::string whole = trial.mark.value();
-    const std::string& text = contains(line, whole) ? whole : trial.mark.text;
+    // The whole value where it came out whole, or the whole field.
+    std::string text = trial.mark.text;
+    for (const std::string& wider : {trial.mark.field, trial.mark.value()})
+        if (contains(wider, marker) && contains(line, wider)) text = wider;
     const size_t at = line.find(text);
     if (at == std::string::npos) return;
     for (size_t next = at; next != std::string::npos; next = line.find(text, next))
@@ -176,14 +201,15 @@ void SinkSearch::note_line(const Trial& trial, const std::string& place, std::st
                       .quoting = nvram::Quoting::File,
                       .place = place,
                       .line = line,
-                      .passes = ""};
+                      .passes = "",
+                      .field = trial.field};
     if (contains(place, "crontab"))
         sink.quoting = nvram::Quoting::Crontab;
     else if (place == "command" || scripts_.contains(place))
         sink.quoting = quoting_at(line, at);
     const std::string same =
-        format("%s\n%d\n%s\n%s", sink.key.c_str(), static_cast<int>(sink.quoting), place.c_str(),
-               use_of(sink).c_str());
+        format("%s\n%s\n%d\n%s\n%s", sink.key.c_str(), sink.field.c_str(),
+               static_cast<int>(sink.quoting), place.c_str(), use_of(sink).c_str());
     const auto found = places_.find(same);
     if (found != places_.end() && rank(found->second.sink) <= rank(sink)) return;
     places_.insert_or_assign(
@@ -191,20 +217,18 @@ void SinkSearch::note_line(const Trial& trial, const std::string& place, std::st
         Place{.sink = sink, .router = *trial.router, .words = *trial.words, .mark = trial.mark});
 }
 
-// Which characters come through: each stands between two markers once, and is looked for there.
+// Which characters come through: each stands between the two letters of the marker once, and is
+// looked for there. A newline ends the line itself.
 static std::string passing_characters(const std::function<Plan(const std::string&)>& play_text,
                                       const std::string& place) {
     std::string passes;
     for (const char c : special_characters) {
-        const std::string through = std::string(marker) + c + std::string(marker);
+        const std::string through = {marker[0], c, marker[1]};
         bool arrived = false;
-        // A newline ends the line itself.
-        const std::string_view wanted =
-            std::string_view(through).substr(0, c == '\n' ? marker.size() : through.size());
         for_each_output(play_text(through), [&](const std::string& where, std::string_view line) {
             if (where != place) return;
-            arrived = arrived || (c == '\n' && where != "command" ? line.ends_with(wanted)
-                                                                  : contains(line, through));
+            const bool ended = c == '\n' && place != "command" && line.ends_with(marker[0]);
+            arrived = arrived || ended || contains(line, through);
         });
         if (arrived) passes += c;
     }

@@ -72,7 +72,7 @@ void print_sinks(const std::vector<FoundSink>& sinks, const std::vector<std::str
         key = sink.key;
         std::string line = sink.line;
         for (size_t at = line.find('\x01'); at != std::string::npos; at = line.find('\x01', at))
-            line.replace(at, 1, "{" + key + "}");
+            line.replace(at, 1, "{" + (sink.field.empty() ? key : sink.field) + "}");
         std::cout << "    " << (sink.place == "command" ? "runs" : sink.place) << ", "
                   << quoting_words(sink.quoting) << ":\n        " << escape_line(line) << "\n";
     }
@@ -84,9 +84,9 @@ constexpr const char* renewed =
 void print_sink_table(const std::vector<FoundSink>& sinks) {
     std::cout << fmt::format(renewed, "sinks --table sinks");
     for (const FoundSink& sink : sinks)
-        std::cout << fmt::format("{{{}, Quoting::{}, {},\n {},\n {}}},\n", literal(sink.key),
+        std::cout << fmt::format("{{{}, Quoting::{}, {},\n {},\n {}, {}}},\n", literal(sink.key),
                                  quoting_name(sink.quoting), literal(sink.place),
-                                 literal(sink.line), literal(sink.passes));
+                                 literal(sink.line), literal(sink.passes), literal(sink.field));
 }
 
 void print_use_table(const SinkSearch& search) {
