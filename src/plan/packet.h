@@ -102,9 +102,10 @@ struct Walk {
     std::optional<Decision> decision;
     // Why the verdict is unknown.
     std::string open;
-    // What changed the destination and the source.
+    // What changed the destination and the source, and what marked it.
     std::optional<Decision> destination_nat;
     std::optional<Decision> source_nat;
+    std::optional<Decision> marked;
     // The packet as it goes on.
     Packet packet;
 

@@ -199,6 +199,7 @@ std::string packet_text(const PacketReport& report) {
     text += decision_lines(report, "to", walk.destination_nat);
     if (walk.verdict != Verdict::Unknown) text += decision_lines(report, "verdict", walk.decision);
     text += decision_lines(report, "from", walk.source_nat);
+    text += decision_lines(report, "mark", walk.marked);
     return text + escape_line(walk.verdict_text()) + "\n";
 }
 
@@ -208,6 +209,7 @@ std::string packet_json(const PacketReport& report) {
     object["decision"] = decision_json(report, walk.decision);
     object["destination_nat"] = decision_json(report, walk.destination_nat);
     object["source_nat"] = decision_json(report, walk.source_nat);
+    object["marked"] = decision_json(report, walk.marked);
     object["packet"] = packet_object(report.packet);
     object["packet_after"] = packet_object(walk.packet);
     object["assumed"] = all_assumptions(report);

@@ -49,7 +49,7 @@ class Walker {
     Outcome enter(const Decision& where, int depth);
     std::string change_destination(const Decision& where);
     std::string change_source(const Decision& where);
-    std::string set_mark(const Rule& rule);
+    std::string set_mark(const Decision& where);
 
     void note(const std::string& text) { walk_.steps.push_back({.effect = text}); }
     void assume(const std::string& what) {
@@ -232,7 +232,7 @@ Outcome Walker::act(const Decision& where, int depth, std::string& effect) {
 
     if (rule.target.empty()) effect = "counted";
     if (rule.target == "LOG") effect = "logged as \"" + option("--log-prefix") + "\"";
-    if (rule.target == "MARK") effect = set_mark(rule);
+    if (rule.target == "MARK") effect = set_mark(where);
     if (rule.target == "TTL")
         effect = option("--ttl-set").empty() ? "TTL more by " + option("--ttl-inc")
                                              : "TTL " + option("--ttl-set");
@@ -279,8 +279,10 @@ std::string Walker::change_source(const Decision& where) {
                            : "from the address of " + packet().out;
 }
 
-std::string Walker::set_mark(const Rule& rule) {
-    packet().mark = read_number(*target_option(rule, "--set-mark"), 0, 0xffffffff).value_or(0);
+std::string Walker::set_mark(const Decision& where) {
+    const std::string& mark = *target_option(*where.rule, "--set-mark");
+    packet().mark = read_number(mark, 0, 0xffffffff).value_or(0);
+    walk_.marked = where;
     return "mark " + std::to_string(packet().mark);
 }
 
@@ -299,14 +301,13 @@ std::string Walk::verdict_text() const {
     std::string text = verdict == Verdict::Accept ? "ACCEPT" : "DROP";
     if (decision && decision->rule) text = decision->rule->target;
     if (decision) text += " by " + decision->text();
-    if (destination_nat)
-        text += ", to " + endpoint_text(packet.destination, packet.destination_port) + " (" +
-                destination_nat->rule->target + " by " + destination_nat->text() + ")";
-    if (source_nat)
-        text += ", from " +
-                (packet.source ? address_text(*packet.source) : "the address of " + packet.out) +
-                " (" + source_nat->rule->target + " by " + source_nat->text() + ")";
-    if (packet.mark != 0) text += ", mark " + std::to_string(packet.mark);
+    const auto add = [&](const std::string& what, const std::optional<Decision>& by) {
+        if (by) text += ", " + what + " (" + by->rule->target + " by " + by->text() + ")";
+    };
+    add("to " + endpoint_text(packet.destination, packet.destination_port), destination_nat);
+    add("from " + (packet.source ? address_text(*packet.source) : "the address of " + packet.out),
+        source_nat);
+    add("mark " + std::to_string(packet.mark), marked);
     return text;
 }
 

@@ -28,7 +28,8 @@ bool may_be_name(std::string_view word) {
 template <typename Value>
 Validity fine_or_name(const std::optional<Value>& value, std::string_view word) {
     if (value) return Validity::Fine;
-    return may_be_name(word) ? Validity::Unread : Validity::Refused;
+    const bool number = word.find_first_not_of("0123456789") == std::string_view::npos;
+    return may_be_name(word) && !number ? Validity::Unread : Validity::Refused;
 }
 
 Validity check_interface(OptionWords words) {
@@ -42,8 +43,12 @@ Validity check_protocol(OptionWords words) {
 }
 
 Validity check_network(OptionWords words) {
+    if (read_network(words[0])) return Validity::Fine;
     const std::string_view host = std::string_view(words[0]).substr(0, words[0].find('/'));
-    return fine_or_name(read_network(words[0]), host);
+    // Short forms of an address are completed; with four numbers nothing is left to complete.
+    const bool digits = host.find_first_not_of("0123456789.") == std::string_view::npos;
+    if (digits && std::ranges::count(host, '.') >= 3) return Validity::Refused;
+    return may_be_name(host) ? Validity::Unread : Validity::Refused;
 }
 
 Validity check_address_range(OptionWords words) {
