@@ -50,11 +50,11 @@ struct MatchAnswer {
 
 // The router's place in its networks.
 struct Surroundings {
-    std::string lan_if;
-    std::optional<Network> lan;
-    std::string wan_if;
+    std::string lan_if = {};
+    std::optional<Network> lan = {};
+    std::string wan_if = {};
     // The router's own addresses by interface.
-    std::map<std::string, Ipv4> addresses;
+    std::map<std::string, Ipv4> addresses = {};
 
     // Addresses that the router takes for itself: its own, loopback, broadcasts.
     bool is_own(Ipv4 address) const;

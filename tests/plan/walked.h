@@ -7,6 +7,7 @@
 #include "core/text.h"
 #include "plan/packet_options.h"
 #include "plan/plan.h"
+#include "plan/settings.h"
 
 // "in=br0 proto=tcp dst=10.0.0.2 dport=80 over-limit"; in a payload "+" stands for a blank.
 inline PacketOptions options_of(std::string_view text) {
@@ -64,6 +65,48 @@ inline Netfilter tables_after(const std::string& script) {
     transcript.add_with_body("write", "/tmp/rules", script);
     transcript.add("run", "/bin/sh /tmp/rules");
     return netfilter_of(transcript);
+}
+
+inline const Settings usual = {{"fw_nat", "1"},
+                               {"lan_if", "br0"},
+                               {"lan_ipaddr", "192.168.1.1"},
+                               {"lan_netmask", "255.255.255.0"},
+                               {"wan_ifname", "eth2.2"},
+                               {"wan_mode", "ip"},
+                               {"wan_mtu", "1500"}};
+
+// A firewall over the usual settings and its own ones.
+class Router {
+  public:
+    explicit Router(const Settings& own = {},
+                    const std::vector<std::string>& action = {"firewall", "start"}) {
+        Settings settings = own;
+        settings.insert(usual.begin(), usual.end());
+        world_.put(working_copy, settings_image(settings));
+        world_.interfaces["eth2.2"].address = "10.0.0.2";
+        words_.insert(words_.end(), action.begin(), action.end());
+    }
+    World& world() { return world_; }
+
+    Walk walk(std::string_view packet) const {
+        const Plan plan = make_plan(world_, words_);
+        return walk_of(netfilter_of(plan.after.transcript, plan.before),
+                       surroundings_of(plan.after.world), packet);
+    }
+    std::string verdict(std::string_view packet) const { return walk(packet).verdict_text(); }
+
+  private:
+    World world_;
+    std::vector<std::string> words_ = {"rc"};
+};
+
+// The effects of the rules that matched and have one, in order.
+inline std::string effects(const Walk& walk) {
+    std::string text;
+    for (const WalkStep& step : walk.steps)
+        if (step.kind == WalkStep::Kind::Rule && !step.effect.empty())
+            text += (text.empty() ? "" : "; ") + step.table + ": " + step.effect;
+    return text;
 }
 
 #endif
