@@ -102,6 +102,8 @@ struct Walk {
     std::optional<Decision> decision;
     // Why the verdict is unknown.
     std::string open;
+    // Why the kernel drops the packet before the filter sees it.
+    std::string misrouted;
     // What changed the destination and the source, and what marked it.
     std::optional<Decision> destination_nat;
     std::optional<Decision> source_nat;

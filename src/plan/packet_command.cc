@@ -18,6 +18,7 @@ struct Options {
     std::string wan_address;
     std::vector<std::string> words;
     bool json = false;
+    bool no_why = false;
 };
 
 // The router that the rules are made on.
@@ -50,7 +51,7 @@ int walk(const Options& options) {
     const auto& [packet, assumptions] = std::get<StatedPacket>(stated);
     PacketReport report = {.plan = plan,
                            .tables = tables,
-                           .provenance = trace(plan),
+                           .provenance = options.no_why ? Provenance() : trace(plan),
                            .packet = packet,
                            .assumptions = assumptions,
                            .walk = walk_packet(tables, surroundings, packet)};

@@ -35,6 +35,7 @@ class Walker {
     void walk_tables();
     // Each is false when the packet goes no further.
     bool arrive();
+    bool is_routed();
     bool filter(const char* chain);
     bool leave();
     bool pass(const char* table, const char* chain, bool decides = false);
@@ -74,12 +75,14 @@ void Walker::walk_tables() {
         if (pass("mangle", "OUTPUT") && translate("OUTPUT") && filter("OUTPUT")) leave();
         return;
     }
-    if (!arrive()) return;
+    if (!arrive() || !is_routed()) return;
     const Ipv4 destination = packet().destination.value_or(0);
     const bool routed_multicast = multicasts.holds(destination) && !packet().out.empty();
     if (surroundings_.is_own(destination) && !routed_multicast) {
         packet().out.clear();
         note("for the router itself");
+        if (multicasts.holds(destination))
+            assume("the router listens to that group (otherwise: --out)");
         if (pass("mangle", "INPUT")) filter("INPUT");
         return;
     }
@@ -90,6 +93,17 @@ void Walker::walk_tables() {
 
 bool Walker::arrive() {
     return pass("mangle", "PREROUTING") && translate("PREROUTING");
+}
+
+// The kernel routes nothing that claims to come from the router itself, from everybody or from a
+// group.
+bool Walker::is_routed() {
+    const bool own = packet().source && surroundings_.is_own(*packet().source);
+    if (!own || packet().in == "lo") return true;
+    walk_.verdict = Verdict::Drop;
+    walk_.misrouted = address_text(*packet().source) + " cannot come in by " + packet().in;
+    note(walk_.misrouted);
+    return false;
 }
 
 bool Walker::filter(const char* chain) {
@@ -298,6 +312,7 @@ std::string Decision::text() const {
 
 std::string Walk::verdict_text() const {
     if (verdict == Verdict::Unknown) return "UNKNOWN: " + open;
+    if (!misrouted.empty()) return "DROP by the kernel's routing: " + misrouted;
     std::string text = verdict == Verdict::Accept ? "ACCEPT" : "DROP";
     if (decision && decision->rule) text = decision->rule->target;
     if (decision) text += " by " + decision->text();

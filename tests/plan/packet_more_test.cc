@@ -232,6 +232,20 @@ TEST(Packet, ChainsThatLeadInACircleAreLeft) {
     EXPECT_NE(walk.open.find("the chains lead in a circle"), std::string::npos);
 }
 
+TEST(Packet, TheKernelRoutesNoFalseSources) {
+    const Router router;
+    for (const char* source :
+         {"10.0.0.2", "192.168.1.1", "127.0.0.1", "224.0.0.1", "192.168.1.255"})
+        EXPECT_EQ(
+            router.verdict(std::string("proto=gre in=eth2.2 dst=10.0.0.2 src=") + source),
+            std::string("DROP by the kernel's routing: ") + source + " cannot come in by eth2.2");
+    EXPECT_EQ(router.verdict("proto=gre in=lo dst=10.0.0.2 src=10.0.0.2"),
+              "ACCEPT by rule 2 of INPUT");
+    // NAT comes first.
+    EXPECT_EQ(router.verdict("proto=gre in=eth2.2 dst=10.0.0.3 src=10.0.0.2"),
+              "DROP by rule 1 of PRE_BASIC");
+}
+
 TEST(Packet, RulesThatOnlyCountAndReturn) {
     const Netfilter tables = tables_after(
         "iptables -N A\niptables -A A -p gre\niptables -A A -j RETURN\niptables -A A -j DROP\n"
