@@ -4,6 +4,7 @@
 #define RC_PLAN_COMMANDS_H
 
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,6 +15,9 @@
 inline constexpr int status_done = 0;
 inline constexpr int status_differs = 1;
 inline constexpr int status_wrong_use = 2;
+
+// The whole command line: all commands, help and version.
+std::unique_ptr<CLI::App> command_line(int& status);
 
 void add_run(CLI::App& app, int& status);
 void add_sinks(CLI::App& app, int& status);
