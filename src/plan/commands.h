@@ -22,6 +22,7 @@ std::unique_ptr<CLI::App> command_line(int& status);
 void add_run(CLI::App& app, int& status);
 void add_diff(CLI::App& app, int& status);
 void add_sinks(CLI::App& app, int& status);
+void add_packet(CLI::App& app, int& status);
 void add_check(CLI::App& app, int& status);
 
 // The router that a plan begins with, as options tell it.
