@@ -17,6 +17,7 @@ inline constexpr int status_wrong_use = 2;
 
 void add_run(CLI::App& app, int& status);
 void add_check(CLI::App& app, int& status);
+void add_report(CLI::App& app, int& status);
 
 // The router that a plan begins with, as options tell it.
 struct RouterOptions {

@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
     int status = status_done;
     add_run(app, status);
     add_check(app, status);
+    add_report(app, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
