@@ -25,6 +25,12 @@ enum class Form : std::uint8_t {
     Record,     // one record or a list of records
 };
 
+// What parts the words of a Choice: a blank, or '|' where a word holds a blank ("USA|South
+// America").
+constexpr char choice_separator(std::string_view choices) {
+    return choices.find('|') == std::string_view::npos ? ' ' : '|';
+}
+
 // One field of a record. Its form is not Record.
 struct Field {
     const char* name;
@@ -32,7 +38,10 @@ struct Field {
     bool may_be_empty = false;
     std::int32_t low = 0;
     std::int32_t high = 0;
+    // Choice: the words, parted by blanks. Of another form: words that are legal besides.
     const char* choices = "";
+    // What the field's name does not tell: the unit, what the words mean.
+    const char* help = "";
 };
 
 // A setting made of fields.
@@ -46,6 +55,11 @@ struct Record {
     std::span<const Field> fields;
     // Records beyond these are not used; 0 without a limit.
     std::uint32_t most = 0;
+    // The name of the field that has to be 1 for a record to be counted towards most; "" when all
+    // records are.
+    const char* counted = "";
+    // So many characters stand before the first record, and nobody reads them.
+    std::uint32_t passed_over = 0;
 };
 
 struct KnownSetting {
@@ -57,7 +71,7 @@ struct KnownSetting {
     // Number: the range. Text: high is the most characters that are kept. Hex: how many digits.
     std::int32_t low = 0;
     std::int32_t high = 0;
-    // Choice: the words, parted by blanks.
+    // Choice: the words, parted as choice_separator says.
     const char* choices = "";
     const Record* record = nullptr;
     // The factory settings' value.

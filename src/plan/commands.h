@@ -16,6 +16,7 @@ inline constexpr int status_differs = 1;
 inline constexpr int status_wrong_use = 2;
 
 void add_run(CLI::App& app, int& status);
+void add_sinks(CLI::App& app, int& status);
 void add_check(CLI::App& app, int& status);
 void add_report(CLI::App& app, int& status);
 

@@ -34,14 +34,15 @@ std::vector<Change> interface_changes(const World& world, const Question& questi
     const auto found = world.interfaces.find(name);
     if (found == world.interfaces.end())
         return {[name](World& w) { w.interfaces[name].address = "192.0.2.7"; }};
-    std::vector<Change> changes = {[name](World& w) { w.interfaces.erase(name); }};
     if (question.kind == Question::Kind::Mtu)
-        changes.emplace_back([name](World& w) { w.interfaces[name].mtu -= 1; });
+        return {[name](World& w) { w.interfaces[name].mtu -= 1; }};
     if (question.kind == Question::Kind::Mac)
-        changes.emplace_back([name](World& w) { w.interfaces[name].mac[5] ^= 1; });
-    if (question.kind == Question::Kind::Address)
-        for (const std::string& other : neighbours(found->second.address.value_or("192.0.2.7")))
-            changes.emplace_back([name, other](World& w) { w.interfaces[name].address = other; });
+        return {[name](World& w) { w.interfaces[name].mac[5] ^= 1; }};
+    if (!found->second.address)
+        return {[name](World& w) { w.interfaces[name].address = "192.0.2.7"; }};
+    std::vector<Change> changes = {[name](World& w) { w.interfaces[name].address.reset(); }};
+    for (const std::string& other : neighbours(*found->second.address))
+        changes.emplace_back([name, other](World& w) { w.interfaces[name].address = other; });
     return changes;
 }
 

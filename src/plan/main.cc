@@ -13,6 +13,7 @@ int main(int argc, char** argv) {
         "rcplan COMMAND --help tells a command's options; rcplan(1) tells the rest.");
     int status = status_done;
     add_run(app, status);
+    add_sinks(app, status);
     add_check(app, status);
     add_report(app, status);
     try {

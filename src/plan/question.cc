@@ -27,19 +27,6 @@ bool is_letter(char c) {
     return isalpha(static_cast<unsigned char>(c)) != 0;
 }
 
-// Where the numbers and words of a value stand.
-std::vector<std::pair<size_t, size_t>> tokens_of(const std::string& value) {
-    std::vector<std::pair<size_t, size_t>> tokens;
-    for (size_t at = 0; at < value.size();) {
-        const auto same = is_digit(value[at]) ? is_digit : is_letter;
-        size_t end = at;
-        while (end < value.size() && same(value[end])) end++;
-        if (end > at) tokens.emplace_back(at, end - at);
-        at = std::max(end, at + 1);
-    }
-    return tokens;
-}
-
 // A number one less, so that octets, ports and minutes stay in their ranges; a word with another
 // last letter. As long as before wherever that can be had.
 std::string neighbour_of(const std::string& token) {
@@ -200,6 +187,18 @@ void change_setting(World& world, const std::string& key, const std::optional<st
             settings.erase(key);
         world.put(path, settings_image(settings));
     }
+}
+
+std::vector<std::pair<size_t, size_t>> tokens_of(const std::string& value) {
+    std::vector<std::pair<size_t, size_t>> tokens;
+    for (size_t at = 0; at < value.size();) {
+        const auto same = is_digit(value[at]) ? is_digit : is_letter;
+        size_t end = at;
+        while (end < value.size() && same(value[end])) end++;
+        if (end > at) tokens.emplace_back(at, end - at);
+        at = std::max(end, at + 1);
+    }
+    return tokens;
 }
 
 std::vector<std::string> neighbours(const std::string& value) {

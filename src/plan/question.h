@@ -43,6 +43,9 @@ std::string statement(const Question& question, const std::optional<std::string>
 // Gives a setting another value, or removes it, wherever the world keeps settings.
 void change_setting(World& world, const std::string& key, const std::optional<std::string>& value);
 
+// Where the numbers and words of a value stand: offset and size.
+std::vector<std::pair<size_t, size_t>> tokens_of(const std::string& value);
+
 // Other values for a text: each number and each word of it changed to its neighbour, one at a time
 // and all at once.
 std::vector<std::string> neighbours(const std::string& value);

@@ -17,6 +17,8 @@ struct Recording {
     Transcript transcript;
     // What rc asked of its surroundings.
     std::set<Question> asked;
+    // The settings that the run itself read or wrote, nested runs left out.
+    std::set<std::string> settings_of_its_own;
     // Yields are too short to be shown; they are counted.
     int yields = 0;
     // The pids that nested runs get.

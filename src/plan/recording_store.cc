@@ -25,10 +25,16 @@ const Settings& settings_of(const std::string& image) {
     return known;
 }
 
+void note_asked(const char* key) {
+    Recording& played = recording();
+    played.asked.insert({.kind = Question::Kind::Setting, .name = key});
+    if (played.transcript.depth == 0) played.settings_of_its_own.insert(key);
+}
+
 std::optional<std::string> find(const char* key, const std::string& path) {
     const std::string* text = recording().world.get(path);
     if (!key || !text) return std::nullopt;
-    recording().asked.insert({.kind = Question::Kind::Setting, .name = key});
+    note_asked(key);
     const Settings& settings = settings_of(*text);
     const auto found = settings.find(key);
     if (found == settings.end()) return std::nullopt;
@@ -66,6 +72,7 @@ char* nvram_zel_safe_get(const char* key) {
 int nvram_zel_set(const char* key, const char* value) {
     Recording& played = recording();
     played.transcript.add("set", format("%s=%s", key, value));
+    if (played.transcript.depth == 0) played.settings_of_its_own.insert(key);
     const std::string* text = played.world.get(working_copy);
     if (!text) return -1;
     Settings settings = read_settings(*text);

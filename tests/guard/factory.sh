@@ -1,29 +1,46 @@
 #!/bin/sh
-# Fails when the lab's factory settings lack a key that the sources name, name one twice, or hold a line that the
-# store would not take.
-#   factory.sh SOURCE_DIR NVRAM
+# Fails when the table of all settings, the sources and the lab's factory settings do not know the same keys, or when
+# the store would not take the factory settings. (That their values are the table's is a unit test of the table.)
+#   factory.sh SOURCE_DIR NVRAM KNOWN_KEYS
 cd "$1" || exit 2
 nvram=$2
+known_keys=$3
 factory=lab/root/etc/default
 folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT
 
-# Keys stand in quotes behind a getter or a setter, or in the lists that such calls walk.
+# Every word in quotes, and the keys that are put together: numbered WEP keys, and the WAN's further connections, of
+# which the settings hold the first.
 {
-    grep -ohE 'nvram_(text|value|image_text|zel_set)\("[A-Za-z0-9_]+"' src/*/*.cc
-    grep -ohE 'for \(const char\* key : \{[^}]*' src/*/*.cc
-    grep -ohE '(when|write_login_block)\("[^)]*' src/*/*.cc
-    grep -ohE '"wifi_[A-Za-z0-9_]+"' src/wireless/*.cc
-} | grep -oE '"[A-Za-z0-9_]+"' | tr -d '"' | grep -vE '^(bpa|ras)$' | sort -u > "$folder/named"
+    grep -ohE '"[A-Za-z][A-Za-z0-9_]*"' src/core/*.cc src/lan/*.cc src/wan/*.cc src/sched/*.cc src/firewall/*.cc \
+        src/wireless/*.cc
+    grep -ohE '"wifi_key%s[0-9]"' src/wireless/*.cc | sed 's/\(.*\)%s\(.*\)/\11\2\n\12\2\n\13\2\n\14\2/'
+    grep -ohE '\("wan_ifname" \+ ' src/lan/igmp.cc | sed 's/.*/"wan_ifname1"/'
+} | tr -d '"' | sort -u > "$folder/words"
+
+# Words that can be nothing but keys: they stand behind a getter or a setter, or have a '_' in them.
+{
+    grep -ohE 'nvram_(text|value|image_text|zel_set)\("[A-Za-z0-9_]+"' src/*/*.cc | grep -oE '"[A-Za-z0-9_]+"' | tr -d '"'
+    grep -E '^[a-z][A-Za-z0-9]*_' "$folder/words" | grep -vxE 'wan_basic'
+} | sort -u > "$folder/named"
 [ "$(wc -l < "$folder/named")" -gt 200 ] || { echo 'hardly any keys found in the sources'; exit 2; }
 
+"$known_keys" | sort > "$folder/known"
 sed -n 's/^\([A-Za-z0-9_.-]*\)=.*/\1/p' "$factory" | sort > "$folder/given"
-missing=$(sort -u "$folder/given" | comm -23 "$folder/named" -)
-[ -z "$missing" ] || { echo "not in $factory:"; echo "$missing"; exit 1; }
-twice=$(uniq -d "$folder/given")
-[ -z "$twice" ] || { echo "twice in $factory: $twice"; exit 1; }
+
+status=0
+complain() {
+    [ -z "$2" ] || { echo "$1"; echo "$2"; status=1; }
+}
+complain 'in the sources, not in the table (src/nvram/settings_*.cc):' "$(comm -23 "$folder/named" "$folder/known")"
+complain 'in the table, not in the sources:' "$(comm -13 "$folder/words" "$folder/known")"
+complain "in the table, not in $factory:" "$(sort -u "$folder/given" | comm -13 - "$folder/known")"
+complain "in $factory, not in the table:" "$(sort -u "$folder/given" | comm -23 - "$folder/known")"
+complain "twice in $factory:" "$(uniq -d "$folder/given")"
+complain 'twice in the table:' "$(uniq -d "$folder/known")"
+[ "$status" -eq 0 ] || exit 1
 
 mkdir -p "$folder/tmp" "$folder/etc"
 cp "$factory" "$folder/etc/default"
 "$nvram" --root "$folder" default && "$nvram" --root "$folder" import "$factory" || exit 1
-echo "ok: $(wc -l < "$folder/named") keys named, all in the factory settings"
+echo "ok: $(wc -l < "$folder/known") settings in the table, all in the sources and in the factory settings"

@@ -1,6 +1,6 @@
 #!/bin/sh
 # The command rcplan itself: statuses, messages, and what --update writes.
-#   rcplan_test.sh RCPLAN
+#   rcplan_test.sh RCPLAN VERSION WORLDS
 rcplan=$1
 folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT
@@ -19,8 +19,9 @@ expect() {
     failures=$((failures + 1))
 }
 
-# says FILE TEXT: the whole line stands in the file.
+# says FILE TEXT: the whole line stands in the file, behind the time on its left.
 says() {
+    cut -c 11- "$1" | grep -qxF -- "$2" && return
     grep -qxF -- "$2" "$1" && return
     echo "missing in $1: $2"
     cat "$1"
@@ -71,7 +72,9 @@ expect 2 run --bogus x lan start
 expect 2 bogus
 expect 2
 expect 0 --help
-grep -q 'rcplan check' out || failures=$((failures + 1))
+grep -q 'check' out || failures=$((failures + 1))
+expect 0 run --help
+grep -q -- '--why' out || failures=$((failures + 1))
 expect 0 --version
 says out "rcplan $2"
 
@@ -104,6 +107,77 @@ expect 2 check
 expect 0 check --update other.case
 says out 'updated  other.case'
 cmp -s good.case other.case || { echo 'an updated case is not what came out'; failures=$((failures + 1)); }
+
+# The time-line: what the pauses come to so far stands on the left where it changes.
+expect 0 run --set fw_nat=1 firewall start
+grep -qx '     0 s  print  ap_name=firewall action=start' out || { cat out; failures=$((failures + 1)); }
+grep -qx '     1 s  run    /bin/sh /tmp/rules' out || { cat out; failures=$((failures + 1)); }
+grep -qx '     3 s  run    /bin/sh /tmp/rule2' out || { cat out; failures=$((failures + 1)); }
+grep -qx '          run    echo 1 > /proc/sys/net/ipv4/ip_forward' out || { cat out; failures=$((failures + 1)); }
+grep -q "$(printf '\033')" out && { echo 'colour without a terminal'; failures=$((failures + 1)); }
+expect 0 run --color always firewall stop
+grep -q "$(printf '\033')" out || { echo 'no colour'; failures=$((failures + 1)); }
+expect 0 run --color never firewall stop
+grep -q "$(printf '\033')" out && { echo 'colour'; failures=$((failures + 1)); }
+expect 2 run --color pink firewall stop
+
+# Where lines come from; what was assumed.
+expect 0 run --why --set http_timeout=5 --set device_name=R httpd start
+says out '     <- device_name=R; http_realm is not set; http_timeout=5; there is no file /etc/version-ft'
+expect 0 run --set wan_ifname=ppp0 --set wan_mtu=1492 firewall create
+says out '       there is no interface ppp0'
+
+# A world: what it states is found; what does not belong there is refused.
+cat > world << 'END'
+# the Internet side is dialled
+interface ppp0 203.0.113.9 1480
+END
+expect 0 run --world world --set wan_ifname=ppp0 --set wan_mtu=1492 firewall create
+says out '       ppp0 has the MTU 1480'
+says out 'print  wan_ifname:ppp0,mss:1480'
+echo 'setting lan_if=br0' > wrong.world
+expect 2 run --world wrong.world lan start
+says err "rcplan: wrong.world: line 1: 'setting' does not belong into a world"
+expect 2 run --world missing.world lan start
+for sample in "$3"/*.world; do
+    expect 0 run --world "$sample" --set wan_ifname=eth2.2 firewall create
+done
+
+# JSON: each line an object; the last one the total.
+expect 0 run --json --why --set dhcp_server_enable=1 --set lan_if=br0 dhcpd start
+/usr/bin/python3 - << 'END' || { cat out; failures=$((failures + 1)); }
+import json
+objects = [json.loads(line) for line in open("out")]
+assert objects[0] == {"type": "print", "depth": 0, "body": "ap_name=dhcpd action=start\n", "why": [],
+                      "body_why": [[]], "elapsed_us": 0}, objects[0]
+conf = next(o for o in objects if o.get("text") == "/etc/udhcpd.conf")
+line = conf["body"].split("\n").index("interface\tbr0")
+assert conf["body_why"][line] == [
+    {"kind": "setting", "name": "dhcp_server_enable", "answer": "1", "decides": True},
+    {"kind": "setting", "name": "lan_if", "answer": "br0", "decides": False}], conf
+total = objects[-1]
+assert total["type"] == "total" and total["status"] == 0 and total["commands"] == 2, total
+assert total["files_written"] == 2 and total["settings_stored"] == 0 and total["pauses_us"] == 0, total
+END
+expect 0 run --json --set "device_name=$(printf 'caf\351')" httpd start
+grep -q '"text_hex":"' out || { cat out; failures=$((failures + 1)); }
+
+# The produced files, below a folder.
+expect 0 run --files made --set lan_if=br0 --set dhcp_server_enable=1 dhcpd start
+grep -qx "$(printf 'interface\tbr0')" made/etc/udhcpd.conf || { cat made/etc/udhcpd.conf; failures=$((failures + 1)); }
+[ -e made/var/udhcpd.leases ] || failures=$((failures + 1))
+[ ! -e made/tmp/nvram ] || { echo 'the settings are no product'; failures=$((failures + 1)); }
+
+# A plan as a case, which then holds.
+expect 0 run --case --settings settings httpd start
+sed 's/^# $/# written by rcplan/' out > made.case
+expect 0 check made.case
+expect 2 run --case --json httpd start
+
+# Where a setting ends up.
+expect 0 sinks --set device_name=R device_name
+says out '    runs, in double quotes:'
+expect 2 sinks --table other
 
 [ "$failures" = 0 ] || exit 1
 echo 'ok: rcplan'

@@ -1,0 +1,10 @@
+// Prints the keys of the table of all settings, one a line.
+#include <cstdio>
+
+#include "nvram/known_settings.h"
+
+int main() {
+    for (const nvram::SettingGroup& group : nvram::setting_groups())
+        for (const nvram::KnownSetting& setting : group.settings) std::puts(setting.key);
+    return 0;
+}

@@ -1,0 +1,142 @@
+// The search for sinks, over a program of our own in rc's place: one sink of each kind, and texts
+// that must not be taken for one.
+
+#include "plan/sinks.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "core/command.h"
+#include "core/file.h"
+#include "core/nvram.h"
+#include "core/platform.h"
+#include "core/rc.h"
+#include "core/text.h"
+
+namespace {
+
+// A backslash in front of each double quote, as for an account's password.
+std::string escaped(const Setting& setting) {
+    std::string out;
+    for (const char c : setting.view()) {
+        if (c == '"') out += '\\';
+        out += c;
+    }
+    return out;
+}
+
+void write_files() {
+    if (File script = open_file("/tmp/rules", "w")) {
+        script.print("iptables -A IN -s %s -j DROP\n", nvram_text("in_script").text());
+    }
+    platform::run_shell("/bin/sh -x /tmp/rules");
+    if (File table = open_file("/var/crontab", "w"))
+        table.print("%d * * * root echo %s\n", nvram_text("as_number").number(),
+                    nvram_text("in_crontab").text());
+    if (File conf = open_file("/etc/daemon.conf", "w"))
+        conf.print("name=%s\n", nvram_text("in_file").text());
+}
+
+}  // namespace
+
+int rc_main(int, char**) {
+    SYSTEM("/bin/prog -a %s -b", nvram_text("bare").text());
+    SYSTEM("/bin/prog \"%s\" 'x'", nvram_text("in_double_quotes").text());
+    SYSTEM("/bin/prog \"y\" '%s'", nvram_text("in_single_quotes").text());
+    SYSTEM("/bin/prog \"%s\"", escaped(nvram_text("escaped")).c_str());
+    SYSTEM("echo server %s > /etc/resolv.conf", nvram_text("by_echo").text());
+    write_files();
+    // Compared and counted, but nowhere written.
+    if (nvram_text("compared").is("yes")) print_line("yes");
+    // The second field of a record, behind a check of the first.
+    const Setting record = nvram_text("record");
+    std::string_view rest = record.view();
+    if (take_field(rest, ':') == "on")
+        SYSTEM("/bin/prog -r %s", std::string(take_field(rest, ':')).c_str());
+    return 0;
+}
+
+namespace {
+
+using testing::UnorderedElementsAre;
+
+constexpr nvram::Quoting bare = nvram::Quoting::Bare;
+// All but none: the text arrives as it is.
+const std::string everything(special_characters);
+
+std::string without(std::string text, char gone) {
+    std::erase(text, gone);
+    return text;
+}
+
+TEST(Sinks, OneOfEachKindIsFoundAndNothingElse) {
+    const std::vector<std::string> words = {"rc", "planted", "start"};
+    const World router =
+        router_with({}, {{"record", "on:value:7"}, {"compared", "yes"}, {"as_number", "5"}}, words);
+    SinkSearch search;
+    search.play_plain(router, words);
+    search.play_marked(router, words);
+    // A redirected echo is not followed when the shell would make something else of the text.
+    const std::string echoed = "\n\t !#%&'()*;<>?[]^{|}~";
+    std::vector<FoundSink> found = search.found();
+    const auto echo = std::ranges::find(found, "/etc/resolv.conf", &FoundSink::place);
+    ASSERT_NE(echo, found.end());
+    EXPECT_EQ(echo->key, "by_echo");
+    EXPECT_EQ(echo->quoting, nvram::Quoting::File);
+    EXPECT_EQ(echo->line, "server \x01");
+    found.erase(echo);
+    EXPECT_THAT(found,
+                UnorderedElementsAre(
+                    FoundSink{"bare", bare, "command", "/bin/prog -a \x01 -b", everything, ""},
+                    FoundSink{"in_double_quotes", nvram::Quoting::DoubleQuoted, "command",
+                              "/bin/prog \"\x01\" 'x'", everything, ""},
+                    FoundSink{"in_single_quotes", nvram::Quoting::SingleQuoted, "command",
+                              "/bin/prog \"y\" '\x01'", everything, ""},
+                    FoundSink{"escaped", nvram::Quoting::DoubleQuoted, "command",
+                              "/bin/prog \"\x01\"", without(everything, '"'), ""},
+                    FoundSink{"by_echo", bare, "command", "echo server \x01 > /etc/resolv.conf",
+                              everything, ""},
+                    FoundSink{"in_script", bare, "/tmp/rules", "iptables -A IN -s \x01 -j DROP",
+                              everything, ""},
+                    FoundSink{"in_crontab", nvram::Quoting::Crontab, "/var/crontab",
+                              "5 * * * root echo \x01", everything, ""},
+                    FoundSink{"in_file", nvram::Quoting::File, "/etc/daemon.conf", "name=\x01",
+                              everything, ""},
+                    FoundSink{"record", bare, "command", "/bin/prog -r \x01", everything, ""}));
+}
+
+TEST(Sinks, UsesAreTheSettingsThatWereAskedFor) {
+    const std::vector<std::string> words = {"rc", "planted", "start"};
+    SinkSearch search;
+    search.play_plain(router_with({}, {}, words), words);
+    EXPECT_EQ(search.uses().size(), 11U);
+    EXPECT_THAT(search.uses().at("compared"), UnorderedElementsAre("planted"));
+}
+
+struct QuotingRow {
+    const char* line;  // with @ at the place
+    nvram::Quoting quoting;
+};
+
+class QuotingTest : public testing::TestWithParam<QuotingRow> {};
+
+TEST_P(QuotingTest, IsThatOfTheShell) {
+    const std::string line = GetParam().line;
+    EXPECT_EQ(quoting_at(line, line.find('@')), GetParam().quoting) << line;
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, QuotingTest,
+                         testing::Values(QuotingRow{"a @", bare},
+                                         QuotingRow{"a \"@\"", nvram::Quoting::DoubleQuoted},
+                                         QuotingRow{"a '@'", nvram::Quoting::SingleQuoted},
+                                         QuotingRow{"a \"'\" @", bare},
+                                         QuotingRow{"a \"it's @\"", nvram::Quoting::DoubleQuoted},
+                                         QuotingRow{"a 'say \"@\"'", nvram::Quoting::SingleQuoted},
+                                         QuotingRow{"a \\\"@", bare},
+                                         QuotingRow{"a \"\\\"@\"", nvram::Quoting::DoubleQuoted},
+                                         QuotingRow{"a '\\' @", bare},
+                                         // pppd gives its pty option to a shell again.
+                                         QuotingRow{"pppd pty 'pptp @ x' user u", bare},
+                                         QuotingRow{"pppd pty 'pptp s' user @", bare}));
+
+}  // namespace
