@@ -53,7 +53,7 @@ Masks::Masks(const Plan& plan, const Provenance& provenance) {
         if (!nvram::is_secret(events[index].text.substr(0, equals))) continue;
         const std::string value = events[index].text.substr(equals + 1);
         secrets_[{index, 0}].push_back({.value = value, .carried = true});
-        if (value.size() >= shortest_stored) stored_.emplace_back(index, value);
+        if (value.size() >= shortest_stored) stored_.push_back(value);
     }
     // One value may begin another.
     for (auto& [line, secrets] : secrets_)
@@ -69,8 +69,7 @@ std::string Masks::line(const Origin& origin, std::string text) const {
             if (secret.carried && !secret.value.empty() && !seen) all_seen = false;
         }
     }
-    for (const auto& [event, value] : stored_)
-        if (event <= origin.event) replace_all(text, value);
+    for (const std::string& value : stored_) replace_all(text, value);
     return all_seen ? text : std::string(mask);
 }
 

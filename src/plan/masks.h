@@ -33,8 +33,9 @@ class Masks {
         bool carried = false;
     };
     std::map<Origin, std::vector<Secret>> secrets_;
-    // Values of secret settings that the run itself stores, with the event that does.
-    std::vector<std::pair<size_t, std::string>> stored_;
+    // Values of secret settings that the run itself stores; what it does with them before and after
+    // is no dependence on a setting.
+    std::vector<std::string> stored_;
 };
 
 inline constexpr std::string_view mask = "********";

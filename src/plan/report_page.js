@@ -42,8 +42,8 @@
 
     // What a line says and what it comes from, without the words on its buttons.
     function words(line) {
-        return all('code, .verb, .why li, .reasons, .place, p, .note', line).concat(line.matches('.head') ? line : [])
-            .map((part) => part.textContent).join('\n').toLowerCase();
+        const parts = all('code, .verb, .why li, .reasons, .place, .policy, .help, .note, p', line);
+        return parts.map((part) => part.textContent).join('\n').toLowerCase();
     }
 
     // Shows what matches. Returns how many lines do.

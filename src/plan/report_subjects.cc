@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "nvram/known_settings.h"
 #include "plan/html.h"
 #include "plan/report_parts.h"
 
@@ -76,6 +77,19 @@ std::string setting_value_html(const Report& report, const Influence& setting) {
     return "<code>" + shown_line(report.masks.answer(setting)) + "</code>";
 }
 
+// What the table of all settings says of it, and what an empty or missing value means.
+std::string help_html(const Influence& setting) {
+    const nvram::KnownSetting* known = nvram::find_known(setting.question.name);
+    if (!known) return "";
+    std::string help = escaped(known->help);
+    const std::string_view absent = *known->when_absent ? known->when_absent : known->when_empty;
+    if (!setting.answer && !absent.empty())
+        help += fmt::format(R"( <span class="note">Not set: {}.</span>)", escaped(absent));
+    if (setting.answer && setting.answer->empty() && *known->when_empty)
+        help += fmt::format(R"( <span class="note">Empty: {}.</span>)", escaped(known->when_empty));
+    return help;
+}
+
 }  // namespace
 
 void put_settings(std::string& out, const Report& report) {
@@ -83,16 +97,19 @@ void put_settings(std::string& out, const Report& report) {
     for (const auto& [question, subject] : report.subjects) {
         if (!is_setting(subject)) continue;
         rows += fmt::format(
-            R"(<tr class="line" id="{}"><th scope="row"><code>{}</code></th><td>{}</td><td>{}</td></tr>)"
+            R"(<tr class="line" id="{}"><th scope="row"><code>{}</code></th><td>{}</td>)"
+            R"(<td class="help">{}</td><td>{}</td></tr>)"
             "\n",
             subject_id(question), shown_line(question.name),
-            setting_value_html(report, subject.influence), uses_html(report, subject));
+            setting_value_html(report, subject.influence), help_html(subject.influence),
+            uses_html(report, subject));
     }
     if (rows.empty()) return;
-    out += R"(<section id="settings" class="group"><h2>Settings</h2>)"
-           R"(<p class="note">Those that any line depends on. Passwords and keys are masked.</p>)"
-           R"(<table><thead><tr><th scope="col">setting</th><th scope="col">value</th>)"
-           R"(<th scope="col">lines that depend on it</th></tr></thead><tbody>)";
+    out +=
+        R"(<section id="settings" class="group"><h2>Settings</h2>)"
+        R"(<p class="note">Those that any line depends on. Passwords and keys are masked.</p>)"
+        R"(<table><thead><tr><th scope="col">setting</th><th scope="col">value</th>)"
+        R"(<th scope="col">what it is</th><th scope="col">lines that depend on it</th></tr></thead><tbody>)";
     out += rows + "</tbody></table></section>\n";
 }
 
