@@ -7,7 +7,9 @@
 #include <graphviz/gvc.h>
 
 #include <algorithm>
+#include <charconv>
 #include <memory>
+#include <optional>
 #include <sstream>
 
 #include "plan/html.h"
@@ -92,43 +94,37 @@ Graph graph_of(const Netfilter& tables, std::string_view table) {
     return graph;
 }
 
-// Where packets enter, and whatever no rule leads to: the first column, from above.
-std::string first_column(const Graph& graph) {
-    std::string nodes;
-    for (size_t i = 0; i < graph.nodes.size(); i++) {
-        const bool reached =
-            std::ranges::any_of(graph.edges, [&](const Edge& edge) { return edge.to == i; });
-        if (!reached) nodes += fmt::format("{}n{}", nodes.empty() ? "" : " -> ", i);
-    }
-    return "{ rank=same; " + nodes + " [style=invis]; }\n";
-}
-
-// Nodes are called by their numbers, so no text of a router reaches Graphviz.
+// Nodes are called by their numbers, so no text of a router reaches Graphviz. What no rule leads to
+// hangs on a root that is not drawn, so that it stands in the first column, from above.
 std::string dot_text(const Graph& graph) {
     std::string text = fmt::format(
         "digraph {{ rankdir=LR; ordering=out; ranksep=0.9; nodesep=0.14;\n"
         "node [shape=box, fixedsize=true, label=\"\", width={:.3f}, height={:.3f}];\n"
-        "edge [arrowhead=none, tailport=e, headport=w];\n",
+        "edge [arrowhead=none, tailport=e, headport=w];\nroot [width=0.1, height=0.1];\n",
         graph.node_width / pixels_per_inch, node_height / pixels_per_inch);
-    for (size_t i = 0; i < graph.nodes.size(); i++) text += fmt::format("n{};\n", i);
-    text += first_column(graph);
+    for (size_t i = 0; i < graph.nodes.size(); i++) {
+        const bool reached =
+            std::ranges::any_of(graph.edges, [&](const Edge& edge) { return edge.to == i; });
+        text += reached ? fmt::format("n{};\n", i) : fmt::format("root -> n{};\n", i);
+    }
     for (const Edge& edge : graph.edges) text += fmt::format("n{} -> n{};\n", edge.from, edge.to);
     return text + "}\n";
 }
 
 // Graphviz' own text form of a layout ("plain"); empty when there is none.
 std::string plain_layout(const std::string& dot) {
-    const std::unique_ptr<GVC_t, int (*)(GVC_t*)> context(gvContext(), gvFreeContext);
+    // For the whole process: it finds Graphviz' plug-ins, and does not give back all it takes.
+    static GVC_t* const context = gvContext();
     if (!context) return "";
     const std::unique_ptr<graph_t, int (*)(graph_t*)> graph(agmemread(dot.c_str()), agclose);
-    if (!graph || gvLayout(context.get(), graph.get(), "dot") != 0) return "";
+    if (!graph || gvLayout(context, graph.get(), "dot") != 0) return "";
     char* data = nullptr;
     unsigned size = 0;
-    const int status = gvRenderData(context.get(), graph.get(), "plain", &data, &size);
+    const int status = gvRenderData(context, graph.get(), "plain", &data, &size);
     std::string layout;
     if (data) layout.assign(data, size);
     gvFreeRenderData(data);
-    gvFreeLayout(context.get(), graph.get());
+    gvFreeLayout(context, graph.get());
     return status == 0 ? layout : "";
 }
 
@@ -139,16 +135,19 @@ Point read_point(std::istream& in, const Graph& graph) {
     return {.x = point.x * pixels_per_inch, .y = graph.height - point.y * pixels_per_inch};
 }
 
-size_t read_node(std::istream& in) {
-    char n = 0;
+// The number of a node; none for the root.
+std::optional<size_t> read_node(std::istream& in, const Graph& graph) {
+    std::string name;
+    in >> name;
     size_t number = 0;
-    in >> n >> number;
-    return number;
+    if (!name.starts_with('n')) return std::nullopt;
+    std::from_chars(name.data() + 1, name.data() + name.size(), number);
+    return number < graph.nodes.size() ? std::optional(number) : std::nullopt;
 }
 
 void read_edge(std::istream& in, Graph& graph) {
-    const size_t from = read_node(in);
-    const size_t to = read_node(in);
+    const std::optional<size_t> from = read_node(in, graph);
+    const std::optional<size_t> to = read_node(in, graph);
     size_t points = 0;
     in >> points;
     for (Edge& edge : graph.edges) {
@@ -172,9 +171,9 @@ bool read_layout(const std::string& layout, Graph& graph) {
             graph.width *= pixels_per_inch;
             graph.height *= pixels_per_inch;
         } else if (kind == "node") {
-            const size_t node = read_node(line);
-            if (node >= graph.nodes.size()) return false;
-            graph.nodes[node].centre = read_point(line, graph);
+            const std::optional<size_t> node = read_node(line, graph);
+            const Point centre = read_point(line, graph);
+            if (node) graph.nodes[*node].centre = centre;
         } else if (kind == "edge") {
             read_edge(line, graph);
         }
@@ -238,11 +237,20 @@ std::string chain_id(std::string_view table, std::string_view name) {
 std::string chain_map(const Netfilter& tables, std::string_view table) {
     Graph graph = graph_of(tables, table);
     if (graph.nodes.empty() || !read_layout(plain_layout(dot_text(graph)), graph)) return "";
+    // The root's place is left out.
+    double left = graph.width;
+    for (const Node& node : graph.nodes)
+        left = std::min(left, node.centre.x - graph.node_width / 2);
+    const double width = graph.width - left + 2 * margin;
+    const double height = graph.height + 2 * margin;
     std::string out = fmt::format(
-        R"(<svg width="{0:.0f}" height="{1:.0f}" viewBox="{2:.0f} {2:.0f} {0:.0f} {1:.0f}" role="group" aria-label="chains of the table {3}">)"
-        R"(<defs><marker id="arrow-{4}" viewBox="0 0 8 8" refX="8" refY="4" markerWidth="8" markerHeight="8" orient="auto"><path d="M0 0L8 4L0 8z"/></marker></defs>)"
+        R"(<svg width="{0:.0f}" height="{1:.0f}" viewBox="{2:.0f} {3:.0f} {0:.0f} {1:.0f}")"
+        R"( role="group" aria-label="chains of the table {4}">)",
+        width, height, left - margin, -margin, escaped(table));
+    out += fmt::format(
+        R"(<defs><marker id="arrow-{}" viewBox="0 0 8 8" refX="8" refY="4" markerWidth="8")"
+        R"( markerHeight="8" orient="auto"><path d="M0 0L8 4L0 8z"/></marker></defs>)"
         "\n",
-        graph.width + 2 * margin, graph.height + 2 * margin, -margin, escaped(table),
         anchor(table));
     for (const Edge& edge : graph.edges) draw_edge(out, graph, edge, table);
     for (const Node& node : graph.nodes) draw_node(out, graph, node);
