@@ -27,12 +27,16 @@ std::string command_html(const Plan& plan) {
 
 std::string totals_html(const Plan& plan) {
     const Totals totals = plan.after.transcript.totals();
-    return fmt::format(
-        "<dl class=\"totals\"><div><dt>exit status</dt><dd>{}</dd></div>"
-        "<div><dt>commands</dt><dd>{}</dd></div><div><dt>files written</dt><dd>{}</dd></div>"
-        "<div><dt>settings stored</dt><dd>{}</dd></div><div><dt>pauses</dt><dd>{:.6g} s</dd></div></dl>\n",
-        plan.status, totals.commands, totals.files, totals.settings,
-        static_cast<double>(totals.microseconds) / 1e6);
+    std::string out = R"(<dl class="totals">)";
+    const auto add = [&](const char* name, const std::string& value) {
+        out += fmt::format("<div><dt>{}</dt><dd>{}</dd></div>", name, value);
+    };
+    add("exit status", std::to_string(plan.status));
+    add("commands", std::to_string(totals.commands));
+    add("files written", std::to_string(totals.files));
+    add("settings stored", std::to_string(totals.settings));
+    add("pauses", fmt::format("{:.6g} s", static_cast<double>(totals.microseconds) / 1e6));
+    return out + "</dl>\n";
 }
 
 struct Part {
@@ -69,8 +73,9 @@ std::string report_html(const Plan& plan, const Provenance& provenance) {
     out += fmt::format(
         "<header><p class=\"kind\">Plan of</p><h1><code>{}</code></h1>\n{}</header>\n"
         "<nav aria-label=\"sections\"><ul>{}</ul><div role=\"search\" hidden>"
-        "<output for=\"filter\"></output> <label for=\"filter\">Filter</label> <input type=\"search\" "
-        "id=\"filter\" autocomplete=\"off\" spellcheck=\"false\"></div></nav>\n",
+        "<output for=\"filter\"></output> <label for=\"filter\">Filter</label> "
+        "<input type=\"search\" id=\"filter\" autocomplete=\"off\" spellcheck=\"false\"></div>"
+        "</nav>\n",
         command, totals_html(plan), links);
     out += "<main>\n" + body + "</main>\n";
     out += "<footer><p>A plan tells what <code>rc</code> would do; nothing was done. ";

@@ -10,9 +10,9 @@ namespace {
 // The number of a line leads to where it was written.
 std::string number_html(const FileLine& line, size_t number) {
     if (line.origins.empty()) return fmt::format(R"(<span class="number">{}</span>)", number);
-    return fmt::format(
-        R"(<a class="number" href="#{}" title="where it is written" aria-label="line {}, where it is written">{}</a>)",
-        line_id(line.origins.front()), number, number);
+    return fmt::format(R"(<a class="number" href="#{}" title="where it is written")"
+                       R"( aria-label="line {}, where it is written">{}</a>)",
+                       line_id(line.origins.front()), number, number);
 }
 
 void put_lines(std::string& out, const Report& report, size_t index) {
@@ -59,7 +59,8 @@ void put_files(std::string& out, const Report& report) {
         const bool binary = file.binary();
         const size_t bytes = report.plan.after.world.get(file.path)->size();
         out += fmt::format(
-            R"(<details class="file group" id="{}"><summary class="head"><code>{}</code> <span class="note">{}</span></summary><ol class="content">)",
+            R"(<details class="file group" id="{}"><summary class="head"><code>{}</code>)"
+            R"( <span class="note">{}</span></summary><ol class="content">)",
             file_id(index), shown_line(file.path),
             bytes == 0 ? "empty"
             : binary   ? counted(bytes, "byte")

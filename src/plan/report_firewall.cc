@@ -89,13 +89,13 @@ std::string callers_html(const Report& report, const Chain& chain) {
 }
 
 void put_chain(std::string& out, const Report& report, const Chain& chain) {
-    out += fmt::format(
-        R"(<div class="chain group" id="{}"><h4 class="head"><code>{}</code>{}</h4><p class="note">{}</p>)",
-        chain_id(chain.table, chain.name), escaped(chain.name),
-        chain.policy
-            ? fmt::format(R"( <span class="policy {0}">policy {0}</span>)", escaped(*chain.policy))
-            : "",
-        callers_html(report, chain));
+    out += fmt::format(R"(<div class="chain group" id="{}"><h4 class="head"><code>{}</code>{}</h4>)"
+                       R"(<p class="note">{}</p>)",
+                       chain_id(chain.table, chain.name), escaped(chain.name),
+                       chain.policy ? fmt::format(R"( <span class="policy {0}">policy {0}</span>)",
+                                                  escaped(*chain.policy))
+                                    : "",
+                       callers_html(report, chain));
     if (chain.rules.empty())
         out += R"(<p class="note">no rules</p>)";
     else
@@ -108,8 +108,9 @@ void put_chain(std::string& out, const Report& report, const Chain& chain) {
 void put_table(std::string& out, const Report& report, const Table& table) {
     const std::string map = chain_map(report.tables, table.name);
     out += fmt::format(
-        R"(<div class="table group"><h3><code>{}</code> <span class="note">{}</span></h3><div class="sides">)"
-        R"(<div class="map" role="region" aria-label="map of the table {}" tabindex="0">{}</div><div class="chains">)",
+        R"(<div class="table group"><h3><code>{}</code> <span class="note">{}</span></h3>)"
+        R"(<div class="sides"><div class="map" role="region" aria-label="map of the table {}")"
+        R"( tabindex="0">{}</div><div class="chains">)",
         table.name, table.task, table.name,
         map.empty() ? R"(<p class="note">Graphviz could not draw this map.</p>)" : map);
     for (const Chain& chain : report.tables.chains)
@@ -131,7 +132,8 @@ void put_refused(std::string& out, const Report& report, bool unread) {
     }
     if (count == 0) return;
     out += fmt::format(
-        R"(<details class="refused group"><summary class="head">{} {}</summary><ul>{}</ul></details>)"
+        R"(<details class="refused group"><summary class="head"><span class="note">{} {}</span>)"
+        R"(</summary><ul>{}</ul></details>)"
         "\n",
         counted(count, "line"),
         unread ? "for iptables that this page cannot follow"
@@ -150,9 +152,9 @@ bool has_firewall(const Report& report) {
 
 void put_firewall(std::string& out, const Report& report) {
     if (!has_firewall(report)) return;
-    out +=
-        R"(<section id="firewall" class="group"><h2>Firewall</h2>)"
-        R"(<p class="note">The rules that the run leaves behind. A chain of a map leads to its rules; the number at an arrow is the rule that jumps.</p>)";
+    out += R"(<section id="firewall" class="group"><h2>Firewall</h2>)"
+           R"(<p class="note">The rules that the run leaves behind. A chain of a map leads to its)"
+           R"( rules; the number at an arrow is the rule that jumps.</p>)";
     for (const Table& table : shown_tables)
         if (is_used(report.tables, table.name)) put_table(out, report, table);
     put_refused(out, report, false);

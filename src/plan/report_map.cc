@@ -203,7 +203,8 @@ void draw_edge(std::string& out, const Graph& graph, const Edge& edge, std::stri
             fmt::format("{}{:.1f} {:.1f}", i == 1 ? "" : " ", edge.course[i].x, edge.course[i].y);
     const Point end = edge.course.back();
     out += fmt::format(
-        R"x(<g class="jump"><title>{} {} of {} to {}</title><path d="{}" marker-end="url(#arrow-{})"/><text x="{:.1f}" y="{:.1f}">{}</text></g>)x"
+        R"x(<g class="jump"><title>{} {} of {} to {}</title><path d="{}")x"
+        R"x( marker-end="url(#arrow-{})"/><text x="{:.1f}" y="{:.1f}">{}</text></g>)x"
         "\n",
         edge.rules.size() == 1 ? "rule" : "rules", numbers_text(edge.rules),
         escaped(graph.nodes[edge.from].chain->name), escaped(graph.nodes[edge.to].chain->name),
@@ -219,13 +220,14 @@ void draw_node(std::string& out, const Graph& graph, const Node& node) {
     const double top = node.centre.y - node_height / 2;
     const std::string note = node_note(chain);
     out += fmt::format(
-        R"(<a href="#{}" class="node {}" aria-label="chain {}, {}"><rect x="{:.1f}" y="{:.1f}" width="{:.1f}" height="{:.1f}" rx="5"/>)",
+        R"(<a href="#{}" class="node {}" aria-label="chain {}, {}"><rect x="{:.1f}" y="{:.1f}")"
+        R"( width="{:.1f}" height="{:.1f}" rx="5"/>)",
         chain_id(chain.table, chain.name), kind, escaped(chain.name), escaped(note), left, top,
         graph.node_width, node_height);
-    out += fmt::format(
-        R"(<text x="{0:.1f}" y="{1:.1f}" class="name">{2}</text><text x="{0:.1f}" y="{3:.1f}">{4}</text></a>)"
-        "\n",
-        left + 10, top + 18, escaped(node_name(chain)), top + 33, escaped(note));
+    out += fmt::format(R"(<text x="{0:.1f}" y="{1:.1f}" class="name">{2}</text>)"
+                       R"(<text x="{0:.1f}" y="{3:.1f}">{4}</text></a>)"
+                       "\n",
+                       left + 10, top + 18, escaped(node_name(chain)), top + 33, escaped(note));
 }
 
 }  // namespace

@@ -109,7 +109,8 @@ void put_settings(std::string& out, const Report& report) {
         R"(<section id="settings" class="group"><h2>Settings</h2>)"
         R"(<p class="note">Those that any line depends on. Passwords and keys are masked.</p>)"
         R"(<table><thead><tr><th scope="col">setting</th><th scope="col">value</th>)"
-        R"(<th scope="col">what it is</th><th scope="col">lines that depend on it</th></tr></thead><tbody>)";
+        R"(<th scope="col">what it is</th><th scope="col">lines that depend on it</th></tr>)"
+           R"(</thead><tbody>)";
     out += rows + "</tbody></table></section>\n";
 }
 
