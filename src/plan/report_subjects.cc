@@ -37,7 +37,7 @@ std::vector<Group> groups_of(const Report& report, const std::vector<Origin>& li
 
 std::string name_html(const Report& report, const Origin& origin, const std::string& text) {
     std::string name = escape_line(report.masks.line(origin, text));
-    if (name.size() > shown_name) name = name.substr(0, shown_name) + "...";
+    if (name.size() > shown_name) name.replace(shown_name, std::string::npos, "...");
     return escaped(name);
 }
 
@@ -105,11 +105,10 @@ void put_settings(std::string& out, const Report& report) {
             uses_html(report, subject));
     }
     if (rows.empty()) return;
-    out +=
-        R"(<section id="settings" class="group"><h2>Settings</h2>)"
-        R"(<p class="note">Those that any line depends on. Passwords and keys are masked.</p>)"
-        R"(<table><thead><tr><th scope="col">setting</th><th scope="col">value</th>)"
-        R"(<th scope="col">what it is</th><th scope="col">lines that depend on it</th></tr>)"
+    out += R"(<section id="settings" class="group"><h2>Settings</h2>)"
+           R"(<p class="note">Those that any line depends on. Passwords and keys are masked.</p>)"
+           R"(<table><thead><tr><th scope="col">setting</th><th scope="col">value</th>)"
+           R"(<th scope="col">what it is</th><th scope="col">lines that depend on it</th></tr>)"
            R"(</thead><tbody>)";
     out += rows + "</tbody></table></section>\n";
 }
