@@ -50,10 +50,15 @@ std::string use_of(const FoundSink& sink) {
     return use;
 }
 
+// What an example that is not whole shows: empty places, hostile values made harmless, other parts
+// of the marked value.
+constexpr std::string_view gaps_in_examples[] = {"  ", "\"\"", "''", "::", "\t\t\t",
+                                                 "xx", ";x",   "-.", ": ", marker};
+
 // Lines in which other settings are filled in make the better examples.
 auto rank(const FoundSink& sink) {
     size_t gaps = 0;
-    for (const std::string_view gap : {"  ", "\"\"", "''", "::", "\t\t\t", "xx", ";x"})
+    for (const std::string_view gap : gaps_in_examples)
         for (size_t at = sink.line.find(gap); at != std::string::npos;
              at = sink.line.find(gap, at + 1))
             gaps++;
