@@ -171,7 +171,7 @@ declare -gA _rc_values=(
 # Verbs by program; options by program, and by program and verb.
 declare -gA _rc_verbs=(
     ['nvram']='get set unset show commit load default export import diff check describe keys'
-    ['rcplan']='run diff sinks packet check'
+    ['rcplan']='run diff sinks report packet check'
 )
 declare -gA _rc_options=(
     ['nvram']='--root --help --version'
@@ -182,7 +182,8 @@ declare -gA _rc_options=(
     ['rcplan']='--help --version'
     ['rcplan check']='--help --update'
     ['rcplan diff']='--help --world --json --color'
-    ['rcplan packet']='--help --settings --set --world --wan-address --proto --src --dst --sport --dport --in --out --state --flags --mss --icmp-type --mac-source --mac-dest --mark --string --syn --from-router --over-limit --not-drawn --json'
+    ['rcplan packet']='--help --settings --set --world --wan-address --proto --src --dst --sport --dport --in --out --state --flags --mss --icmp-type --mac-source --mac-dest --mark --string --syn --from-router --over-limit --not-drawn --json --no-why'
+    ['rcplan report']='--help --settings --set --world'
     ['rcplan run']='--help --settings --set --world --why --json --case --files --color'
     ['rcplan sinks']='--help --settings --set --world --case --table'
 )
@@ -224,6 +225,10 @@ declare -gA _rc_kinds=(
     ['rcplan packet --string']=''
     ['rcplan packet --wan-address']=''
     ['rcplan packet --world']='file'
+    ['rcplan report']='other action'
+    ['rcplan report --set']='assignment'
+    ['rcplan report --settings']='file'
+    ['rcplan report --world']='file'
     ['rcplan run']='action'
     ['rcplan run --color']='words auto always never'
     ['rcplan run --files']='folder'
