@@ -15,7 +15,6 @@ std::unique_ptr<CLI::App> command_line(int& status) {
     add_sinks(*app, status);
     add_report(*app, status);
     add_packet(*app, status);
-    add_report(*app, status);
     add_check(*app, status);
     return app;
 }
