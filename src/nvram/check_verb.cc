@@ -96,6 +96,7 @@ static std::vector<Finding> check_text(std::string_view text) {
     std::vector<BadLine> bad_lines;
     const Image image(text, &bad_lines);
     std::vector<Finding> findings;
+    findings.reserve(bad_lines.size());
     for (const BadLine& line : bad_lines)
         findings.push_back({.level = Level::Error,
                             .key = "line " + std::to_string(line.number),
