@@ -85,8 +85,8 @@ static void print_text(const std::vector<Finding>& findings) {
         }
         heading = finding.key;
         std::printf("    %s: %s\n", name_of(finding.level), finding.problem.c_str());
-        std::printf("        rc: %s\n", finding.effect.c_str());
-        if (!finding.cure.empty()) std::printf("        write: %s\n", finding.cure.c_str());
+        std::printf("    rc: %s\n", finding.effect.c_str());
+        if (!finding.cure.empty()) std::printf("    write: %s\n", finding.cure.c_str());
     }
     std::printf("%zu finding%s\n", findings.size(), findings.size() == 1 ? "" : "s");
 }
