@@ -69,19 +69,21 @@ void Follower::write(size_t index, const Event& event) {
 void Follower::run(size_t index, const Event& event) {
     const World before = copy_of(world_);
     apply_file_effects(world_, event.text);
-    for (const auto& [path, content] : world_.files) {
+    for (const auto& file : world_.files) {
+        const std::string& path = file.first;
+        const std::string& content = *file.second;
         const std::string* old = before.get(path);
-        if (old && *old == *content) continue;
+        if (old && *old == content) continue;
         const auto source = std::ranges::find_if(before.files, [&](const auto& other) {
-            return *other.second == *content && event.text.find(other.first) != std::string::npos;
+            return *other.second == content && event.text.find(other.first) != std::string::npos;
         });
         if (source != before.files.end()) {
             copy(source->first, path, index);
             continue;
         }
-        const bool appended = old && content->starts_with(*old);
+        const bool appended = old && content.starts_with(*old);
         if (!appended) restart(path, "");
-        extend(files_[path], std::string_view(*content).substr(appended ? old->size() : 0), index,
+        extend(files_[path], std::string_view(content).substr(appended ? old->size() : 0), index,
                false);
     }
 }
