@@ -15,6 +15,7 @@ constexpr Kind kinds[] = {
     {.type = "A", .word = "file"},
     {.type = "B", .word = "file"},
     {.type = "CASE", .word = "file"},
+    {.type = "PAGE", .word = "file"},
     {.type = "DIR", .word = "folder"},
     {.type = "K=V", .word = "assignment"},
     {.type = "WORDS", .word = "action"},
