@@ -14,10 +14,10 @@ scripts=$(git ls-files | grep -v '^lab/' | while read -r file; do
     if head -c 64 "$file" | head -n 1 | grep -qaE '^#!.*\b(sh|bash)\b'; then echo "$file"; fi
 done)
 # shellcheck disable=SC2086
-shellcheck -x $scripts
-echo "shellcheck: $(echo "$scripts" | wc -l) scripts"
+shellcheck -x $scripts completion/rc.bash
+echo "shellcheck: $(echo "$scripts" | wc -l) scripts, and the completion"
 
-if git grep -nIE ' +$' -- '*.case' '*.cc' '*.h' '*.sh' '*.txt' '*.md'; then
+if git grep -nIE ' +$' -- '*.case' '*.cc' '*.h' '*.sh' '*.bash' '*.py' '*.txt' '*.md'; then
     echo "blanks at the end of these lines"
     exit 1
 fi

@@ -1,15 +1,12 @@
 // Access control: what the LAN may not use of the WAN. Chains BLOCK, ACL_BLOCK and OUT_FILTER.
 
 #include "core/nvram.h"
-#include "core/text.h"
 #include "firewall/block_lists.h"
 #include "firewall/firewall.h"
 #include "firewall/rules.h"
 #include "firewall/services.h"
 
 namespace {
-
-constexpr size_t service_name_limit = 14;
 
 bool find_service(std::string_view name, Service& service) {
     return search_serv(nvram_text("fw_services_def").view(), service, name) == 0 ||
@@ -37,23 +34,6 @@ void block_services(const Setting& lan_if, const std::vector<std::string_view>& 
 }
 
 }  // namespace
-
-int search_serv(std::string_view table, Service& service, std::string_view name) {
-    while (!table.empty()) {
-        std::string_view record = take_field(table, '\x01');
-        const std::string_view record_name = cut(take_field(record, ':'), service_name_limit);
-        const std::string_view protocol = take_field(record, ':');
-        Service found = {.name = std::string(record_name), .protocol = std::string(protocol)};
-        if (record_name.empty() || protocol.empty() || record_name != name) continue;
-        const std::string ports(record);
-        const char* text = ports.c_str();
-        if (!scan_int(text, '-', found.first_port) || !scan_int(text, '\0', found.last_port))
-            continue;
-        service = found;
-        return 0;
-    }
-    return -1;
-}
 
 int get_serv(std::string_view name, Service& service) {
     if (search_serv(nvram_text("fw_services").view(), service, name) == 0) return -1;

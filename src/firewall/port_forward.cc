@@ -2,8 +2,6 @@
 
 #include "firewall/port_forward.h"
 
-#include <arpa/inet.h>
-
 #include "core/nvram.h"
 #include "core/text.h"
 #include "firewall/firewall.h"
@@ -13,9 +11,6 @@ namespace {
 
 // PPTP's control connection; its data goes as GRE, which needs rules of its own.
 constexpr int pptp_port = 1723;
-
-// An address holds at most this many characters up to its last dot.
-constexpr size_t prefix_limit = 12;
 
 // What all forwards share.
 struct Network {
@@ -90,26 +85,6 @@ void write_range_of_both(const Network& net, const Forward& forward) {
                 end);
 }
 
-// Reads as scanf's "%[^:]:%[^:]:%[^:]:%s" does: an empty field ends it, and what follows stays
-// empty.
-Forward parse_forward(std::string_view record, const ForwardStore& store) {
-    struct Field {
-        std::string Forward::*text;
-        size_t width;
-    };
-    const Field fields[] = {{&Forward::first, store.port_width},
-                            {&Forward::second, store.port_width},
-                            {&Forward::protocol, store.protocol_width}};
-    Forward forward;
-    for (const Field& field : fields) {
-        const std::string_view text = take_field(record, ':');
-        if (text.empty()) return forward;
-        forward.*field.text = cut(text, field.width);
-    }
-    forward.host = cut(record, store.host_width);
-    return forward;
-}
-
 void write_range(const Network& net, const Forward& forward) {
     const bool both = forward.protocol == "both";
     if (both)
@@ -122,32 +97,6 @@ void write_range(const Network& net, const Forward& forward) {
 }
 
 }  // namespace
-
-std::vector<Forward> parse_forwards(std::string_view list, const ForwardStore& store) {
-    std::vector<Forward> forwards;
-    while (!list.empty() && forwards.size() < store.capacity) {
-        std::string_view record = take_field(list, '\x01');
-        take_field(record, ':');  // the name
-        if (take_field(record, ':') != "1") continue;
-        if (!contains(record, ":")) continue;
-        take_field(record, ':');
-        forwards.push_back(parse_forward(record, store));
-    }
-    return forwards;
-}
-
-std::string lan_prefix(std::string_view address) {
-    const std::string_view start = cut(address, prefix_limit);
-    return std::string(start.substr(0, start.rfind('.')));
-}
-
-int prefix_length(const char* netmask) {
-    in_addr mask = {};
-    if (inet_aton(netmask, &mask) == 0) return 0;
-    int bits = 0;
-    for (uint32_t rest = ntohl(mask.s_addr); rest & 0x80000000u; rest <<= 1) bits++;
-    return bits;
-}
 
 void fw_port_forward() {
     const Network net;

@@ -190,6 +190,10 @@ void write_script(File& script) {
 
 }  // namespace
 
+int read_qos_rules(QosTable& table) {
+    return parse_qos_rules(nvram_text("qos").view(), table);
+}
+
 void create_qos_cfg() {
     const Setting enabled = nvram_text("qos_enable");
     DEBUG("fw_qos enable =%s\n", enabled.text());

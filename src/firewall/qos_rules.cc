@@ -2,7 +2,6 @@
 
 #include "firewall/qos_rules.h"
 
-#include "core/nvram.h"
 #include "core/text.h"
 
 namespace {
@@ -42,11 +41,10 @@ QosRule parse_rule(std::string_view record) {
 
 }  // namespace
 
-int read_qos_rules(QosTable& table) {
-    const Setting setting = nvram_text("qos");
-    if (setting.empty()) return -1;
+int parse_qos_rules(std::string_view list, QosTable& table) {
+    if (list.empty()) return -1;
     size_t count = 0;
-    for (std::string_view list = setting.view(); !list.empty() && count < table.size(); count++)
+    for (; !list.empty() && count < table.size(); count++)
         table[count] = parse_rule(take_field(list, '\x01'));
     return static_cast<int>(count);
 }

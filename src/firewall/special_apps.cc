@@ -6,32 +6,9 @@
 
 #include "core/file.h"
 #include "core/nvram.h"
-#include "core/text.h"
 #include "firewall/firewall.h"
 
 namespace {
-
-// The module's code of a protocol; another text keeps what the record before had.
-int protocol_code(std::string_view text, int before) {
-    if (text == "tcp") return 1;
-    if (text == "udp") return 2;
-    if (text == "both") return 0;
-    return before;
-}
-
-struct PortRange {
-    std::string first;
-    std::string last;
-};
-
-PortRange take_range(std::string_view& record) {
-    const std::string_view first = take_field(record, '-');
-    return {.first = std::string(first), .last = std::string(take_field(record, ':'))};
-}
-
-std::string entry(int code, const PortRange& ports) {
-    return format("%d,%s,%s", code, ports.first.c_str(), ports.last.c_str());
-}
 
 // The number as the module expects it: network byte order, read in the processor's own.
 unsigned address_number(const Setting& text) {
@@ -41,33 +18,6 @@ unsigned address_number(const Setting& text) {
 }
 
 }  // namespace
-
-TriggerLists parse_triggers(std::string_view list) {
-    TriggerLists lists;
-    int trigger_code = 0;
-    int incoming_code = 0;
-    while (!list.empty()) {
-        std::string_view record = take_field(list, '\x01');
-        take_field(record, ':');  // the index
-        if (leading_int(std::string(take_field(record, ':')).c_str()) == 0) continue;
-        take_field(record, ':');  // the name
-        trigger_code = protocol_code(take_field(record, ':'), trigger_code);
-        const PortRange trigger = take_range(record);
-        incoming_code = protocol_code(take_field(record, ':'), incoming_code);
-        const PortRange incoming = take_range(record);
-
-        const char* comma = lists.entries > 0 ? "," : "";
-        const std::string out = comma + entry(trigger_code, trigger);
-        const std::string in = comma + entry(incoming_code, incoming);
-        if (lists.outport.size() + out.size() > trigger_list_limit ||
-            lists.inport.size() + in.size() > trigger_list_limit)
-            continue;
-        lists.outport += out;
-        lists.inport += in;
-        lists.entries++;
-    }
-    return lists;
-}
 
 void fw_special_apps() {
     const TriggerLists lists = parse_triggers(nvram_text("fw_spapp").view());

@@ -1,9 +1,5 @@
 // Static routes. Writes /etc/gateways for the RIP daemon, and /tmp/sroute; runs route.
 
-#include <arpa/inet.h>
-
-#include <array>
-
 #include "core/command.h"
 #include "core/file.h"
 #include "core/nvram.h"
@@ -13,15 +9,6 @@
 #include "lan/routes.h"
 
 namespace {
-
-constexpr size_t name_limit = 29;
-
-// The four numbers of a dotted quad; what is missing is 0.
-std::array<int, 4> quad_of(std::string_view text) {
-    std::array<int, 4> quad = {};
-    for (int& number : quad) number = leading_int(std::string(take_field(text, '.')).c_str());
-    return quad;
-}
 
 std::string route_command(const StaticRoute& route, int add) {
     const std::string network = network_text(route.destination, route.netmask);
@@ -35,43 +22,6 @@ std::string route_command(const StaticRoute& route, int add) {
 }
 
 }  // namespace
-
-std::optional<StaticRoute> parse_route(std::string_view record) {
-    StaticRoute route;
-    std::string* const texts[] = {&route.name, &route.destination, &route.netmask, &route.gateway};
-    for (std::string* text : texts) {
-        if (!contains(record, ":")) return std::nullopt;
-        *text = take_field(record, ':');
-        if (text->empty()) return std::nullopt;
-    }
-    route.name = cut(route.name, name_limit);
-
-    const std::string numbers(record);
-    const char* rest = numbers.c_str();
-    if (!scan_int(rest, ':', route.metric) || !scan_int(rest, ':', route.listed) ||
-        !scan_int(rest, '\0', route.active))
-        return std::nullopt;
-    return route;
-}
-
-std::string network_text(std::string_view destination, std::string_view netmask) {
-    const std::array<int, 4> d = quad_of(destination);
-    const std::array<int, 4> m = quad_of(netmask);
-    std::string text(destination);
-    int third = m[2];
-    int fourth = m[3];
-    if (m[1] == 0 && m[2] == 0 && m[3] == 0) {
-        text = format("%d.0.0.0", d[0]);
-        third = d[2];
-        fourth = d[3];
-    }
-    if (third == 0 && fourth == 0) {
-        text = format("%d.%d.0.0", d[0], d[1]);
-        fourth = d[3];
-    }
-    if (fourth == 0) text = format("%d.%d.%d.0", d[0], d[1], d[2]);
-    return text;
-}
 
 int handle_static_route(int add) {
     File list = open_file("/tmp/sroute", "w+");
@@ -130,11 +80,4 @@ int rt_listed(std::string_view name, int& listed) {
     if (rt_search(route, name) != 0) return 1;
     listed = route.listed;
     return 0;
-}
-
-int mask_length(const char* netmask) {
-    uint32_t rest = inet_network(netmask);
-    int length = 0;
-    for (; rest != 0 && length < 31; length++) rest <<= 1;
-    return rest == 0 ? length : 0;
 }

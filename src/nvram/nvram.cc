@@ -20,6 +20,12 @@ constexpr const char* usage =
     "  export FILE|-                write all settings, passwords included, to a file\n"
     "  import [--replace] FILE|-    take settings from a file; --replace: and no others\n"
     "  diff [--show-secrets] A B    compare files, @working, @factory or @flash; status 1 when they differ\n"
+#if RC_NVRAM_TABLE
+    "  check [--json] [FILE]        what is wrong with the settings, or with those of a file or @...;\n"
+    "                               status 1 when there is an error or a warning\n"
+    "  describe KEY                 what a setting is\n"
+    "  keys [PREFIX]                the settings that rc knows, with a line of help\n"
+#endif
     "  --help, --version\n"
     "Status: 0 done, 1 no, 2 wrong use or an error.\n";
 
@@ -43,7 +49,15 @@ constexpr std::array verbs = {
     Verb{.name = "export", .fewest_words = 1, .most_words = 1, .run = nvram::export_verb},
     Verb{.name = "import", .fewest_words = 1, .most_words = 1, .run = nvram::import_verb},
     Verb{.name = "diff", .fewest_words = 2, .most_words = 2, .run = nvram::diff_verb},
+#if RC_NVRAM_TABLE
+    Verb{.name = "check", .fewest_words = 0, .most_words = 1, .run = nvram::check_verb},
+    Verb{.name = "describe", .fewest_words = 1, .most_words = 1, .run = nvram::describe_verb},
+    Verb{.name = "keys", .fewest_words = 0, .most_words = 1, .run = nvram::keys_verb},
+#endif
 };
+
+// The verbs that need the table of all settings.
+constexpr std::array<std::string_view, 3> table_verbs = {"check", "describe", "keys"};
 
 int wrong_use(const char* what, const char* word) {
     std::fprintf(stderr, "nvram: %s%s (try 'nvram --help')\n", what, word);
@@ -66,11 +80,15 @@ int run_verb(std::string_view root, const nvram::Call& call) {
             return wrong_use("too many words after ", call.verb);
         if (call.show_secrets && verb.run != nvram::show_verb && verb.run != nvram::diff_verb)
             return wrong_use("--show-secrets does not belong to ", call.verb);
+        if (call.json && verb.name != "check")
+            return wrong_use("--json does not belong to ", call.verb);
         if (call.replace && verb.run != nvram::import_verb)
             return wrong_use("--replace does not belong to ", call.verb);
         nvram::Store store(nvram::places_below(root));
         return finish(verb.run(store, call));
     }
+    for (const std::string_view name : table_verbs)
+        if (name == call.verb) return wrong_use("this build leaves out ", call.verb);
     return wrong_use("no such verb: ", call.verb);
 }
 
@@ -106,6 +124,8 @@ int main(int argc, char** argv) {
             call.show_secrets = true;
         } else if (word == "--replace") {
             call.replace = true;
+        } else if (word == "--json") {
+            call.json = true;
         } else {
             return wrong_use("no such option: ", words[0]);
         }

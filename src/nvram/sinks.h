@@ -27,6 +27,8 @@ struct Sink {
     // Of the characters that mean something to a shell or end a line, those that rc writes there as
     // they are. It escapes the others, or drops a value that holds them.
     const char* passes;
+    // The field of the setting's records that stands there; empty for the value as a whole.
+    const char* field;
 };
 
 std::span<const Sink> setting_sinks();

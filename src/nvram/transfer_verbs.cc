@@ -59,8 +59,7 @@ int import_verb(Store& store, const Call& call) {
     return stored ? status_done : store_error(store, call);
 }
 
-// One side of a comparison: a file, or one of the store's own images by its name.
-static bool read_side(Store& store, const Call& call, std::string_view name, std::string& text) {
+bool read_image_text(Store& store, const Call& call, std::string_view name, std::string& text) {
     std::string path(name);
     if (name == "@flash") {
         std::optional<std::string> image = store.flash_image();
@@ -106,8 +105,8 @@ static bool print_difference(const Image& old_image, const Image& new_image, boo
 int diff_verb(Store& store, const Call& call) {
     std::string old_text;
     std::string new_text;
-    if (!read_side(store, call, call.words[0], old_text)) return status_error;
-    if (!read_side(store, call, call.words[1], new_text)) return status_error;
+    if (!read_image_text(store, call, call.words[0], old_text)) return status_error;
+    if (!read_image_text(store, call, call.words[1], new_text)) return status_error;
 
     std::vector<BadLine> old_bad;
     std::vector<BadLine> new_bad;

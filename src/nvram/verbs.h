@@ -20,6 +20,7 @@ struct Call {
     std::span<char* const> words;  // what follows the verb and its options
     bool show_secrets = false;
     bool replace = false;
+    bool json = false;
 };
 
 // Each returns the command's status and has said on standard error why it is status_error.
@@ -33,9 +34,15 @@ int default_verb(Store& store, const Call& call);
 int export_verb(Store& store, const Call& call);
 int import_verb(Store& store, const Call& call);
 int diff_verb(Store& store, const Call& call);
+int check_verb(Store& store, const Call& call);
+int describe_verb(Store& store, const Call& call);
+int keys_verb(Store& store, const Call& call);
 
 // Says what the store could not do, and the cure where there is one. Returns status_error.
 int store_error(const Store& store, const Call& call);
+
+// Reads a file, or one of the store's own images by its name; says why when it cannot be read.
+bool read_image_text(Store& store, const Call& call, std::string_view name, std::string& text);
 
 // Prints one key=value line after a prefix such as "+ ", a secret's value as stars unless asked
 // for.

@@ -4,6 +4,7 @@
 #define RC_PLAN_COMMANDS_H
 
 #include <CLI/CLI.hpp>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,10 +16,15 @@ inline constexpr int status_done = 0;
 inline constexpr int status_differs = 1;
 inline constexpr int status_wrong_use = 2;
 
+// The whole command line: all commands, help and version.
+std::unique_ptr<CLI::App> command_line(int& status);
+
 void add_run(CLI::App& app, int& status);
 void add_diff(CLI::App& app, int& status);
 void add_sinks(CLI::App& app, int& status);
+void add_packet(CLI::App& app, int& status);
 void add_check(CLI::App& app, int& status);
+void add_report(CLI::App& app, int& status);
 
 // The router that a plan begins with, as options tell it.
 struct RouterOptions {

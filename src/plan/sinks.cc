@@ -7,6 +7,8 @@
 #include <tuple>
 
 #include "core/text.h"
+#include "nvram/known_settings.h"
+#include "nvram/records.h"
 #include "plan/lines.h"
 
 namespace {
@@ -48,10 +50,15 @@ std::string use_of(const FoundSink& sink) {
     return use;
 }
 
+// What an example that is not whole shows: empty places, hostile values made harmless, other parts
+// of the marked value.
+constexpr std::string_view gaps_in_examples[] = {"  ", "\"\"", "''", "::", "\t\t\t",
+                                                 "xx", ";x",   "-.", ": ", marker};
+
 // Lines in which other settings are filled in make the better examples.
 auto rank(const FoundSink& sink) {
     size_t gaps = 0;
-    for (const std::string_view gap : {"  ", "\"\"", "''", "::", "\t\t\t", "xx", ";x"})
+    for (const std::string_view gap : gaps_in_examples)
         for (size_t at = sink.line.find(gap); at != std::string::npos;
              at = sink.line.find(gap, at + 1))
             gaps++;
@@ -89,8 +96,7 @@ World plain_router(const World& router) {
         for (auto& [key, value] : settings) {
             value.resize(std::min(value.size(), long_value));
             for (char& c : value)
-                if (contains("'\"`$\\%(){}[]*?|&<>!#~^\n\t", {&c, 1}) || c > '~' || c < 0)
-                    c = 'x';
+                if (contains("'\"`$\\%(){}[]*?|&<>!#~^\n\t", {&c, 1}) || c > '~' || c < 0) c = 'x';
         }
         world.put(path, settings_image(settings));
     }
@@ -134,24 +140,45 @@ void SinkSearch::play_plain(const World& router, const std::vector<std::string>&
 void SinkSearch::play_marked(const World& stated, const std::vector<std::string>& words) {
     const World router = plain_router(stated);
     const Plan plan = make_plan(router, words);
-    const std::string mark(marker);
     for (const Question& question : plan.after.asked) {
         if (question.kind != Question::Kind::Setting) continue;
-        Trial trial = {
-            .router = &router, .words = &words, .key = question.name, .mark = {"", mark, ""}};
-        try_mark(trial);
+        Trial trial = {.router = &router,
+                       .words = &words,
+                       .key = question.name,
+                       .mark = {"", std::string(marker), "", ""},
+                       .field = ""};
         const std::string value = answer_of(plan.before, question).value_or("");
-        const auto parts = tokens_of(value);
-        for (size_t i = 0; i < std::min(parts.size(), most_parts); i++) {
-            trial.mark.before = value.substr(0, parts[i].first);
-            const std::string part = value.substr(parts[i].first, parts[i].second);
-            trial.mark.behind = value.substr(parts[i].first + parts[i].second);
-            // Instead of the part, behind it and in front of it: what is compared or read as a
-            // number may pass with one of them.
-            for (const std::string& text : {mark, part + mark, mark + part}) {
-                trial.mark.text = text;
-                try_mark(trial);
-            }
+        const nvram::KnownSetting* known = nvram::find_known(question.name);
+        if (!known || !known->record) {
+            try_mark(trial);
+            mark_parts(trial, value, 0, value.size());
+            continue;
+        }
+        for (const nvram::Piece& piece : nvram::pieces_of(*known, value)) {
+            trial.field = piece.field;
+            mark_parts(trial, value, static_cast<size_t>(piece.text.data() - value.data()),
+                       piece.text.size());
+        }
+    }
+}
+
+// Marks the numbers and words of one part of a value, each in turn.
+void SinkSearch::mark_parts(Trial trial, const std::string& value, size_t from, size_t size) {
+    const std::string mark(marker);
+    auto parts = tokens_of(value.substr(from, size));
+    if (parts.empty() && !trial.field.empty()) parts.emplace_back(0, 0);
+    parts.resize(std::min(parts.size(), most_parts));
+    for (const auto& [at, length] : parts) {
+        const std::string part = value.substr(from + at, length);
+        trial.mark.before = value.substr(0, from + at);
+        trial.mark.behind = value.substr(from + at + length);
+        // Instead of the part, behind it and in front of it: what is compared or read as a number
+        // may pass with one of them.
+        for (const std::string& text : {mark, part + mark, mark + part}) {
+            trial.mark.text = text;
+            trial.mark.field = value.substr(from, at) + text +
+                               value.substr(from + at + length, size - at - length);
+            try_mark(trial);
         }
     }
 }
@@ -167,9 +194,10 @@ void SinkSearch::note_line(const Trial& trial, const std::string& place, std::st
     // What parts the records of lists does not arrive in lines.
     for (char& c : line)
         if (c == '\x01') c = ' ';
-    // The whole value where it came out whole.
-    const std::string whole = trial.mark.value();
-    const std::string& text = contains(line, whole) ? whole : trial.mark.text;
+    // The whole value where it came out whole, or the whole field.
+    std::string text = trial.mark.text;
+    for (const std::string& wider : {trial.mark.field, trial.mark.value()})
+        if (contains(wider, marker) && contains(line, wider)) text = wider;
     const size_t at = line.find(text);
     if (at == std::string::npos) return;
     for (size_t next = at; next != std::string::npos; next = line.find(text, next))
@@ -178,14 +206,15 @@ void SinkSearch::note_line(const Trial& trial, const std::string& place, std::st
                       .quoting = nvram::Quoting::File,
                       .place = place,
                       .line = line,
-                      .passes = ""};
+                      .passes = "",
+                      .field = trial.field};
     if (contains(place, "crontab"))
         sink.quoting = nvram::Quoting::Crontab;
     else if (place == "command" || scripts_.contains(place))
         sink.quoting = quoting_at(line, at);
     const std::string same =
-        format("%s\n%d\n%s\n%s", sink.key.c_str(), static_cast<int>(sink.quoting), place.c_str(),
-               use_of(sink).c_str());
+        format("%s\n%s\n%d\n%s\n%s", sink.key.c_str(), sink.field.c_str(),
+               static_cast<int>(sink.quoting), place.c_str(), use_of(sink).c_str());
     const auto found = places_.find(same);
     if (found != places_.end() && rank(found->second.sink) <= rank(sink)) return;
     places_.insert_or_assign(

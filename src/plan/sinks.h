@@ -22,7 +22,10 @@ struct FoundSink {
     std::string line;
     // Those of special_characters that arrive there as they are.
     std::string passes;
+    // The field of a record that stands there; empty for the value as a whole.
+    std::string field;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 takes the comparison's 0 for a pointer.
     friend auto operator<=>(const FoundSink&, const FoundSink&) = default;
 };
 
@@ -53,6 +56,8 @@ class SinkSearch {
         std::string before;
         std::string text;
         std::string behind;
+        // The field of a record that the text is a part of, marked.
+        std::string field;
 
         std::string value() const { return before + text + behind; }
     };
@@ -62,6 +67,7 @@ class SinkSearch {
         const std::vector<std::string>* words;
         std::string key;
         Mark mark;
+        std::string field;
     };
     struct Place {
         FoundSink sink;
@@ -76,6 +82,7 @@ class SinkSearch {
 
     void note_uses(const Plan& plan);
     void note_scripts(const Transcript& transcript);
+    void mark_parts(Trial trial, const std::string& value, size_t from, size_t size);
     void try_mark(const Trial& trial);
     void note_line(const Trial& trial, const std::string& place, std::string line);
 };

@@ -4,6 +4,7 @@
 
 #include <iostream>
 
+#include "nvram/known_settings.h"
 #include "plan/actions.h"
 #include "plan/case.h"
 #include "plan/commands.h"
@@ -72,7 +73,7 @@ void print_sinks(const std::vector<FoundSink>& sinks, const std::vector<std::str
         key = sink.key;
         std::string line = sink.line;
         for (size_t at = line.find('\x01'); at != std::string::npos; at = line.find('\x01', at))
-            line.replace(at, 1, "{" + key + "}");
+            line.replace(at, 1, "{" + (sink.field.empty() ? key : sink.field) + "}");
         std::cout << "    " << (sink.place == "command" ? "runs" : sink.place) << ", "
                   << quoting_words(sink.quoting) << ":\n        " << escape_line(line) << "\n";
     }
@@ -84,15 +85,25 @@ constexpr const char* renewed =
 void print_sink_table(const std::vector<FoundSink>& sinks) {
     std::cout << fmt::format(renewed, "sinks --table sinks");
     for (const FoundSink& sink : sinks)
-        std::cout << fmt::format("{{{}, Quoting::{}, {},\n {},\n {}}},\n", literal(sink.key),
-                                 quoting_name(sink.quoting), literal(sink.place),
-                                 literal(sink.line), literal(sink.passes));
+        if (nvram::find_known(sink.key))
+            std::cout << fmt::format("{{{}, Quoting::{}, {},\n {},\n {}, {}}},\n",
+                                     literal(sink.key), quoting_name(sink.quoting),
+                                     literal(sink.place), literal(sink.line), literal(sink.passes),
+                                     literal(sink.field));
 }
 
 void print_use_table(const SinkSearch& search) {
     std::cout << fmt::format(renewed, "sinks --table uses");
-    for (const auto& [key, actions] : search.uses())
+    // Groups run applications of the tables; cases call rc by words that are none.
+    std::set<std::string> names;
+    for (const std::vector<std::string>& words : all_actions()) names.insert(words[1]);
+    for (const auto& [key, callers] : search.uses()) {
+        // rc makes some names of numbers in other settings.
+        if (!nvram::find_known(key)) continue;
+        std::vector<std::string> actions;
+        std::ranges::set_intersection(callers, names, std::back_inserter(actions));
         std::cout << fmt::format("{{{}, \"{}\"}},\n", literal(key), fmt::join(actions, " "));
+    }
 }
 
 // A router and a call of rc.

@@ -5,24 +5,10 @@
 #include "core/command.h"
 #include "core/nvram.h"
 #include "core/platform.h"
-#include "core/text.h"
 #include "sched/sched.h"
 #include "sched/time_zones.h"
 
 namespace {
-
-// Minutes that the word behind an offset adds. A number only tells zones with the same offset
-// apart.
-struct ZoneSuffix {
-    const char* word;
-    int minutes;
-};
-constexpr ZoneSuffix zone_suffixes[] = {
-    {"a", 30}, {"b", 45}, {"a1", 30}, {"a2", 30}, {"b1", 30}, {"b2", 30},
-};
-
-// An offset's hours and minutes have no more characters than this.
-constexpr size_t offset_limit = 7;
 
 // Indexed as the formula counts months: March is 3, the next year's January and February 13 and 14.
 constexpr int month_days[] = {0, 0, 0, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31, 31, 28};
@@ -37,12 +23,6 @@ bool leap_year(int year) {
 int weekday_of(int days) {
     const int weekday = (days % 7 + 7) % 7;
     return weekday == 0 ? 7 : weekday;
-}
-
-int suffix_minutes(std::string_view suffix) {
-    for (const ZoneSuffix& known : zone_suffixes)
-        if (suffix == known.word) return known.minutes;
-    return 0;
 }
 
 const int32_t* find_rule(std::string_view zone_key) {
@@ -73,19 +53,9 @@ std::optional<tm> edge_point(const int32_t* edge, int year) {
 }  // namespace
 
 int time_adjust_new(const char* offset) {
-    std::string_view rest = offset;
-    const char sign = rest.size() > 3 ? rest[3] : '\0';
-    if (sign != '-' && sign != '+') {
-        print_line("TimeZone string Error");
-        return 0;
-    }
-    rest.remove_prefix(4);
-    const std::string hours(cut(take_field(rest, ' '), offset_limit));
-    const std::string suffix(rest);
-
-    int minutes = leading_int(hours.c_str()) * 60;
-    if (leading_int(suffix.c_str()) == 0) minutes += suffix_minutes(suffix);
-    return sign == '-' ? -minutes : minutes;
+    const std::optional<int> minutes = offset_minutes(offset);
+    if (!minutes) print_line("TimeZone string Error");
+    return minutes.value_or(0);
 }
 
 // A form of Zeller's congruence for one century, in which a year begins in March.

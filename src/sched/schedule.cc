@@ -5,7 +5,6 @@
 #include "core/command.h"
 #include "core/nvram.h"
 #include "core/platform.h"
-#include "core/text.h"
 #include "sched/sched.h"
 
 namespace {
@@ -43,22 +42,6 @@ bool open_in_second(std::string_view list, int weekday, int minute) {
 }
 
 }  // namespace
-
-std::string_view take_record(std::string_view& list) {
-    return take_field(list, '\x01');
-}
-
-std::optional<SchedulePeriod> parse_period(std::string_view record) {
-    const std::string copy(record);
-    const char* text = copy.c_str();
-    SchedulePeriod period = {};
-    if (!scan_int(text, ':', period.day) || !scan_int(text, ':', period.start_hour) ||
-        !scan_int(text, '-', period.start_minute) || !scan_int(text, ':', period.end_hour) ||
-        !scan_int(text, '\0', period.end_minute))
-        return std::nullopt;
-    period.day_text = record.substr(0, record.find(':'));
-    return period;
-}
 
 int check_sche() {
     const Setting first = nvram_text("fw_schedule");

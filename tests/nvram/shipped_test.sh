@@ -1,6 +1,8 @@
 #!/bin/sh
-# What ships: the library's exports, soname and needs, and the sizes. Usage: shipped_test.sh LIBRARY COMMAND STRIP [sizes]
-library=$1 command=$2 strip=$3
+# What ships: the exports, soname and needs of the library, and the sizes.
+# The command with the table of settings has no limit; its size is told.
+#   shipped_test.sh LIBRARY COMMAND COMMAND_WITH_TABLE STRIP [sizes]
+library=$1 command=$2 with_table=$3 strip=$4
 failed=0
 
 expect() {
@@ -21,13 +23,13 @@ expect "soname of $library" \
     "$(readelf -d "$library" | sed -n 's/.*Library soname: \[\(.*\)\]/\1/p')" libnvram.so
 
 # The rest holds without the sanitizers, which need libraries of their own.
-if [ "$4" = sizes ]; then
-    for file in "$library" "$command"; do
+if [ "$5" = sizes ]; then
+    for file in "$library" "$command" "$with_table"; do
         expect "needs of $file" "$(readelf -d "$file" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p')" libc.so.6
     done
     stripped=$(mktemp) || exit 1
     trap 'rm -f "$stripped"' EXIT
-    for limit in "$library 24" "$command 32"; do
+    for limit in "$library 24" "$command 32" "$with_table 1024"; do
         file=${limit% *} kilobytes=${limit##* }
         "$strip" -o "$stripped" "$file" || exit 1
         size=$(wc -c <"$stripped")

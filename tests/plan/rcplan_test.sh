@@ -1,6 +1,6 @@
 #!/bin/sh
 # The command rcplan itself: statuses, messages, and what --update writes.
-#   rcplan_test.sh RCPLAN
+#   rcplan_test.sh RCPLAN VERSION WORLDS
 rcplan=$1
 folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT
@@ -139,6 +139,9 @@ echo 'setting lan_if=br0' > wrong.world
 expect 2 run --world wrong.world lan start
 says err "rcplan: wrong.world: line 1: 'setting' does not belong into a world"
 expect 2 run --world missing.world lan start
+for sample in "$3"/*.world; do
+    expect 0 run --world "$sample" --set wan_ifname=eth2.2 firewall create
+done
 
 # JSON: each line an object; the last one the total.
 expect 0 run --json --why --set dhcp_server_enable=1 --set lan_if=br0 dhcpd start
@@ -170,6 +173,16 @@ expect 0 run --case --settings settings httpd start
 sed 's/^# $/# written by rcplan/' out > made.case
 expect 0 check made.case
 expect 2 run --case --json httpd start
+
+# A plan as a page; options may stand before or behind its file.
+expect 0 report page.html --settings settings --set device_name=R httpd start
+says page.html '<title>Plan: rc httpd start</title>'
+expect 0 report --settings settings --set device_name=R other.html httpd start
+cmp -s page.html other.html || { echo 'the same plan gives two pages'; failures=$((failures + 1)); }
+expect 2 report missing/page.html httpd start
+says err 'rcplan: missing/page.html: No such file or directory'
+expect 2 report page.html
+expect 2 report --settings missing page.html httpd start
 
 # Where a setting ends up.
 expect 0 sinks --set device_name=R device_name

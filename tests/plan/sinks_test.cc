@@ -85,23 +85,24 @@ TEST(Sinks, OneOfEachKindIsFoundAndNothingElse) {
     EXPECT_EQ(echo->quoting, nvram::Quoting::File);
     EXPECT_EQ(echo->line, "server \x01");
     found.erase(echo);
-    EXPECT_THAT(found, UnorderedElementsAre(
-                           FoundSink{"bare", bare, "command", "/bin/prog -a \x01 -b", everything},
-                           FoundSink{"in_double_quotes", nvram::Quoting::DoubleQuoted, "command",
-                                     "/bin/prog \"\x01\" 'x'", everything},
-                           FoundSink{"in_single_quotes", nvram::Quoting::SingleQuoted, "command",
-                                     "/bin/prog \"y\" '\x01'", everything},
-                           FoundSink{"escaped", nvram::Quoting::DoubleQuoted, "command",
-                                     "/bin/prog \"\x01\"", without(everything, '"')},
-                           FoundSink{"by_echo", bare, "command",
-                                     "echo server \x01 > /etc/resolv.conf", everything},
-                           FoundSink{"in_script", bare, "/tmp/rules",
-                                     "iptables -A IN -s \x01 -j DROP", everything},
-                           FoundSink{"in_crontab", nvram::Quoting::Crontab, "/var/crontab",
-                                     "5 * * * root echo \x01", everything},
-                           FoundSink{"in_file", nvram::Quoting::File, "/etc/daemon.conf",
-                                     "name=\x01", everything},
-                           FoundSink{"record", bare, "command", "/bin/prog -r \x01", everything}));
+    EXPECT_THAT(found,
+                UnorderedElementsAre(
+                    FoundSink{"bare", bare, "command", "/bin/prog -a \x01 -b", everything, ""},
+                    FoundSink{"in_double_quotes", nvram::Quoting::DoubleQuoted, "command",
+                              "/bin/prog \"\x01\" 'x'", everything, ""},
+                    FoundSink{"in_single_quotes", nvram::Quoting::SingleQuoted, "command",
+                              "/bin/prog \"y\" '\x01'", everything, ""},
+                    FoundSink{"escaped", nvram::Quoting::DoubleQuoted, "command",
+                              "/bin/prog \"\x01\"", without(everything, '"'), ""},
+                    FoundSink{"by_echo", bare, "command", "echo server \x01 > /etc/resolv.conf",
+                              everything, ""},
+                    FoundSink{"in_script", bare, "/tmp/rules", "iptables -A IN -s \x01 -j DROP",
+                              everything, ""},
+                    FoundSink{"in_crontab", nvram::Quoting::Crontab, "/var/crontab",
+                              "5 * * * root echo \x01", everything, ""},
+                    FoundSink{"in_file", nvram::Quoting::File, "/etc/daemon.conf", "name=\x01",
+                              everything, ""},
+                    FoundSink{"record", bare, "command", "/bin/prog -r \x01", everything, ""}));
 }
 
 TEST(Sinks, UsesAreTheSettingsThatWereAskedFor) {

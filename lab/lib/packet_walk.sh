@@ -1,0 +1,272 @@
+# The same packet twice: put on a cable of the router in the box, and given to `rcplan packet` with the router's
+# settings. Which rules it meets, and what becomes of it, must be the same.
+# shellcheck shell=bash
+
+# The first packet's id in its IP header; each has one of its own, by which it is found where it arrives.
+packet_id=1000
+# The rules met so far, one a line.
+met=$world/met
+# How many fields of an arrival are compared: side, id, protocol, and the addresses and ports.
+compared=7
+# The ids of packets that ended in the router.
+ended=()
+
+# listen_for_packets: on both sides of the router.
+listen_for_packets() {
+    local side
+    : > "$met"
+    for side in lan wan; do
+        in_net "$(net_of "$side")" perl "$lab/note_packets" eth0 "$world/arrived.$side" 9>&- &
+        comes "$side: what arrives is noted" test -e "$world/arrived.$side"
+    done
+}
+
+net_of() {
+    if [ "$1" = lan ]; then echo pc1; else echo provider; fi
+}
+
+# near ADDRESS INTERFACE MAC: a computer that answers nothing, and whose MAC address the router knows.
+near() {
+    in_net router ip neigh replace "$1" lladdr "$3" nud permanent dev "$2"
+}
+
+# on_wire SIDE WORDS...: puts a packet there. The air is the radio's side, where nobody is.
+on_wire() {
+    local interface=eth0 near=$provider_mac router_mac
+    local -a enter=()
+    case $1 in
+    lan) enter=(in_net pc1) near=${pc_mac[pc1]} router_mac=$lan_mac ;;
+    wan) enter=(in_net provider) router_mac=$wan_mac ;;
+    air) interface=air router_mac=$air_mac ;;
+    esac
+    shift
+    "${enter[@]}" perl "$lab/send_packet" "$interface" --id "$packet_id" --mac-source "$near" \
+        --mac-dest "$router_mac" "$@" 9>&-
+}
+
+# beforehand SIDE WORDS...: a packet that only prepares the next one.
+beforehand() {
+    packet_id=$((packet_id + 1000))
+    on_wire "$@"
+}
+
+# remember_router [PATH...]: what `rcplan` must know of it besides the settings, and of files that were there before.
+# To be done before the firewall is started.
+remember_router() {
+    local interface path
+    {
+        for interface in br0 eth2.2; do
+            echo "interface $interface $(address_of "$interface" | cut -d / -f 1) $(mtu_of "$interface")"
+        done
+        for path in /etc/resolv.conf "$@"; do
+            echo "file $path"
+            sed 's/^/     | /; s/ $/\\s/' "$root$path"
+        done
+    } > "$world/router.world"
+}
+
+# planned WORDS...: what rcplan says after "rc firewall start", or after $action; one JSON object.
+planned() {
+    "$build/src/plan/rcplan" packet --json --no-why --settings "$root/tmp/nvram" --world "$world/router.world" \
+        "$@" ${action:+$action}
+}
+
+# rule_counts TABLE CHAIN NUMBER: that many rules are there.
+rule_counts() {
+    [ "$(rules "$1" "$2" '-A' | wc -l)" = "$3" ]
+}
+
+# The rules and policies that a plan names: "filter FORWARD 3", "nat PREROUTING policy".
+planned_hits() {
+    grep -oE '"type":"(rule|policy)","table":"[a-z]+","chain":"[A-Z_]+"(,"rule":[0-9]+)?' <<< "$1" |
+        sed -E 's/.*"table":"([a-z]+)","chain":"([A-Z_]+)"(,"rule":([0-9]+))?/\1 \2 \4/; s/ $/ policy/' | sort -u
+}
+
+# The same of the kernel: those that have counted something since forget_hits.
+kernel_hits() {
+    # shellcheck disable=SC2016  # The inner shell's own words.
+    router sh -c 'for table in filter nat mangle; do echo "table $table"; /usr/lab/iptables -w -t $table -v -S; done' |
+        awk '
+            $1 == "table" { table = $2; delete rules }
+            $1 == "-A" { place = ++rules[$2] }
+            $1 == "-P" { place = "policy" }
+            { for (i = 1; i < NF; i++) if ($i == "-c" && $(i + 1) > 0) print table, $2, place }' | sort -u
+}
+
+forget_hits() {
+    # shellcheck disable=SC2016
+    router sh -c 'for table in filter nat mangle; do /usr/lab/iptables -w -t $table -Z; done'
+}
+
+# own_hits PLAN HITS: without the chains that only answers of the router itself meet, and the one that its kernel did
+# not have.
+own_hits() {
+    local other='^nat INPUT |^[a-z]+ OUTPUT '
+    [[ $1 == *'"verdict":"accept"'*'"out":"br0"'* || $1 == *'"verdict":"accept"'*'"out":"eth2.2"'* ]] ||
+        other+='|^[a-z]+ POSTROUTING '
+    other+=${own_rule+"|$own_rule"}
+    grep -vE "$other" <<< "$2"
+}
+
+# The line that is noted where the plan lets the packet arrive; nothing where it does not leave the router. Of a
+# connection that stands already, the kernel translates the addresses without asking the rules, so they do not count.
+expected_arrival() {
+    local text='"([^"]*)"' number='([0-9]+|null)' side protocol
+    local after="\"packet_after\":\{\"in\":$text,\"out\":$text,\"protocol\":$text,\"source\":$text"
+    after+=",\"source_port\":$number,\"destination\":$text,\"destination_port\":$number"
+    [[ $1 == *'"verdict":"accept"'* && $1 =~ $after ]] || return
+    case ${BASH_REMATCH[2]} in
+    br0) side=lan ;;
+    eth2.2) side=wan ;;
+    *) return ;;
+    esac
+    case ${BASH_REMATCH[3]} in
+    icmp) protocol=1 ;;
+    tcp) protocol=6 ;;
+    udp) protocol=17 ;;
+    gre) protocol=47 ;;
+    esac
+    echo "$side $packet_id $protocol ${BASH_REMATCH[4]} ${BASH_REMATCH[5]/null/-} ${BASH_REMATCH[6]}" \
+        "${BASH_REMATCH[7]/null/-}" | cut -d ' ' -f "1-$compared"
+}
+
+# Where the last packet arrived, in the same form.
+arrival() {
+    local side
+    for side in lan wan; do
+        sed -n "s/^$packet_id /$side &/p" "$world/arrived.$side"
+    done | cut -d ' ' -f "1-$compared"
+}
+
+# arrived_with FIELD: 8 is the TTL, 9 the MSS.
+arrived_with() {
+    cat "$world/arrived.lan" "$world/arrived.wan" | sed -n "s/^$packet_id /any &/p" | cut -d ' ' -f "$1"
+}
+
+# as_planned PLAN HITS ARRIVAL: leaves what the kernel has counted in $seen.
+as_planned() {
+    seen=$(own_hits "$1" "$(kernel_hits)")
+    [ "$seen" = "$2" ] && [ "$(arrival)" = "$3" ]
+}
+
+# The lines of packets that were to arrive nowhere: one might have come after it was looked for.
+late_arrivals() {
+    local id
+    for id in "${ended[@]}"; do
+        grep -h "^$id " "$world/arrived.lan" "$world/arrived.wan"
+    done
+}
+
+note_met() {
+    grep -oE '"text":"[^ "]*iptables ([^"\\]|\\.)*"' <<< "$1" | sed -E 's/\\"/"/g' >> "$met"
+}
+
+# meets VERDICT WHAT SIDE WORDS... [-- WORDS...]: the words describe the packet as `rcplan packet` takes it; those
+# behind "--" are for the cable only, where it looks different: before its addresses are translated back. VERDICT is
+# what is expected of both, accept or drop.
+meets() {
+    local verdict=$1 what=$2 side=$3 plan
+    local -a words=() wire=()
+    shift 3
+    while [ $# -gt 0 ] && [ "$1" != -- ]; do
+        words+=("$1")
+        shift
+    done
+    wire=("${words[@]}" "${@:2}")
+    compared=7
+    [[ " ${words[*]} " != *' --state '* ]] || compared=3
+    packet_id=$((packet_id + 1000))
+    plan=$(planned "${words[@]}")
+    if [[ $plan != *"\"verdict\":\"$verdict\""* ]]; then
+        failed "$what: wanted $verdict, rcplan says: $plan"
+        return
+    fi
+    note_met "$plan"
+    forget_hits
+    on_wire "$side" "${wire[@]}"
+    hold_against "$what" "$plan"
+}
+
+# hold_against WHAT PLAN: compares what the kernel did. It needs a moment, and so does what notes the arrival.
+hold_against() {
+    local tries seen hits expected text
+    hits=$(planned_hits "$2")
+    expected=$(expected_arrival "$2")
+    text=$(sed -E 's/.*"text":"([^"]*)","decision".*/\1/' <<< "$2")
+    for ((tries = 0; tries < 20; tries++)); do
+        if as_planned "$2" "$hits" "$expected"; then
+            passed "$1: $text${expected:+, seen on ${expected%% *}}"
+            [ "$expected" ] || ended+=("$packet_id")
+            return
+        fi
+        sleep 0.05
+    done
+    failed "$1: $text"
+    diff <(echo "$hits") <(echo "$seen") | sed -n 's/^</        planned/p; s/^>/        counted/p'
+    printf '        expected "%s", arrived "%s"\n' "$expected" "$(arrival)"
+}
+
+# meets_either WHAT SIDE OPTION WORDS...: chance decides, and OPTION makes rcplan take the other way. The kernel must
+# take one of the two; leaves in $taken which, 0 or 1.
+meets_either() {
+    local what=$1 side=$2 option=$3 tries seen
+    local -a plans hits expected
+    shift 3
+    packet_id=$((packet_id + 1000))
+    compared=7
+    plans=("$(planned "$@")" "$(planned "$@" "$option")")
+    for taken in 0 1; do
+        note_met "${plans[taken]}"
+        hits[taken]=$(planned_hits "${plans[taken]}")
+        expected[taken]=$(expected_arrival "${plans[taken]}")
+    done
+    forget_hits
+    on_wire "$side" "$@"
+    for ((tries = 0; tries < 20; tries++)); do
+        for taken in 0 1; do
+            as_planned "${plans[taken]}" "${hits[taken]}" "${expected[taken]}" && return
+        done
+        sleep 0.05
+    done
+    taken=none
+    failed "$what: neither way is the kernel's"
+    diff <(echo "${hits[0]}") <(echo "$seen") | sed -n 's/^</        planned/p; s/^>/        counted/p'
+}
+
+# meets_both WHAT SIDE COUNT OPTION WORDS...: so many packets that some are beyond a limit: together they meet the
+# rules of both ways, and no others.
+meets_both() {
+    local what=$1 side=$2 count=$3 option=$4 within beyond tries wanted seen
+    shift 4
+    packet_id=$((packet_id + 1000))
+    within=$(planned "$@")
+    beyond=$(planned "$@" "$option")
+    note_met "$within"
+    note_met "$beyond"
+    wanted=$(sort -u <(planned_hits "$within") <(planned_hits "$beyond"))
+    forget_hits
+    on_wire "$side" "$@" --count "$count"
+    for ((tries = 0; tries < 20; tries++)); do
+        seen=$(own_hits "$beyond" "$(kernel_hits)")
+        [ "$seen" != "$wanted" ] || break
+        sleep 0.05
+    done
+    same "$what" "$(xargs <<< "$wanted")" "$(xargs <<< "$seen")"
+}
+
+# What the rules that were met have asked and done: each option, module and target once, and the options with a "!".
+vocabulary() {
+    tr -d '"' < "$met" | awk '
+        BEGIN {
+            split("ACCEPT DNAT DROP LOG MARK MASQUERADE REJECT RETURN SNAT TCPMSS TTL", names)
+            for (i in names) target[names[i]]
+        }
+        {
+            for (i = 1; i <= NF; i++) {
+                if ($i == "!") print "!" $(i - 1)
+                else if ($i == "-m") print $(i + 1)
+                else if ($i == "-j") { if ($(i + 1) in target) print $(i + 1) }
+                else if ($i ~ /^-/ && $i !~ /^-[tAIP]$/) print $i
+            }
+        }' | sort -u
+}

@@ -1,0 +1,133 @@
+// nvram describe and keys: what is known of a setting, and which settings there are.
+#include <cstdio>
+#include <cstring>
+
+#include "nvram/forms.h"
+#include "nvram/sinks.h"
+#include "nvram/uses.h"
+#include "nvram/verbs.h"
+
+namespace nvram {
+
+// A word in the first column and what it says; a further line of the same has no word.
+static void print_row(const char* word, std::string_view text) {
+    std::printf("  %-9s%.*s\n", word, static_cast<int>(text.size()), text.data());
+}
+
+static std::string escaped(std::string_view text) {
+    std::string shown;
+    append_escaped(shown, text);
+    return shown;
+}
+
+static std::string text_limit(Form form, std::int32_t high) {
+    if (form != Form::Text || high == 0) return "";
+    return " of at most " + std::to_string(high) + " characters";
+}
+
+static void print_fields(const Record& record) {
+    for (const Field& field : record.fields) {
+        std::string line = std::string("  ") + field.name + ": ";
+        if (field.may_be_empty) line += "empty or ";
+        line += wanted(limits_of(field)) + text_limit(field.form, field.high);
+        if (*field.help != '\0') line += std::string("; ") + field.help;
+        print_row("", line);
+    }
+}
+
+static void print_record(const Record& record) {
+    const std::string between = escaped({&record.between, 1});
+    print_row("form", record.between == '\0' ? "one entry " + escaped(record.shape)
+                                             : "entries " + escaped(record.shape) + ", parted by " +
+                                                   (record.between == ' ' ? "blanks" : between));
+    print_fields(record);
+    if (record.passed_over != 0)
+        print_row("", std::to_string(record.passed_over) +
+                          " characters that nobody reads stand before the first entry");
+    if (record.most == 0) return;
+    std::string most = "at most " + std::to_string(record.most) + " entries";
+    if (*record.counted != '\0') most += std::string(" whose field ") + record.counted + " is 1";
+    print_row("", most);
+}
+
+static void print_form(const KnownSetting& known) {
+    if (known.record != nullptr) {
+        print_record(*known.record);
+    } else {
+        print_row("form", wanted(limits_of(known)) + text_limit(known.form, known.high));
+    }
+    if (known.form == Form::Flag) print_row("", "only the first character counts");
+}
+
+static void print_emptiness(const KnownSetting& known) {
+    std::string empty = known.may_be_empty ? "allowed" : "not allowed";
+    if (*known.when_empty != '\0') empty += std::string("; ") + known.when_empty;
+    print_row("empty", empty);
+    print_row("not set", *known.when_absent == '\0' ? "as empty" : known.when_absent);
+}
+
+static void print_sinks(const KnownSetting& known) {
+    const char* word = "goes to";
+    for (const Sink& sink : setting_sinks()) {
+        if (std::strcmp(sink.key, known.key) != 0) continue;
+        std::string line;
+        for (const char c : std::string_view(sink.line)) {
+            if (c == '\x01') {
+                line += '<';
+                line += sink.field != nullptr && *sink.field != '\0' ? sink.field : known.key;
+                line += '>';
+            } else {
+                append_escaped(line, {&c, 1});
+            }
+        }
+        const bool command = std::strcmp(sink.place, "command") == 0;
+        print_row(word, command ? line : std::string(sink.place) + ": " + line);
+        word = "";
+    }
+}
+
+// Prints the keys that may have been meant.
+static int no_such_setting(const Call& call, const char* key) {
+    constexpr std::size_t near = 2;
+    std::fprintf(stderr, "nvram: %s: no such setting: %s", call.verb, key);
+    const char* joint = " (did you mean ";
+    for (const SettingGroup& group : setting_groups()) {
+        for (const KnownSetting& known : group.settings) {
+            if (edit_distance(known.key, key, near) > near) continue;
+            std::fprintf(stderr, "%s%s", joint, known.key);
+            joint = " or ";
+        }
+    }
+    std::fputs(*joint == ' ' && joint[1] == '(' ? "\n" : "?)\n", stderr);
+    return status_no;
+}
+
+int describe_verb(Store&, const Call& call) {
+    const KnownSetting* const known = find_known(call.words[0]);
+    if (known == nullptr) return no_such_setting(call, call.words[0]);
+    std::printf("%s: %s\n", known->key, known->help);
+    print_form(*known);
+    print_emptiness(*known);
+    print_row("factory", *known->factory == '\0' ? "(empty)" : escaped(known->factory));
+    if (known->secret) print_row("secret", "shown as ********");
+    const std::string_view actions = actions_of(setting_uses(), known->key);
+    if (!actions.empty()) print_row("used by", "rc " + std::string(actions));
+    print_sinks(*known);
+    return status_done;
+}
+
+int keys_verb(Store&, const Call& call) {
+    const std::string_view prefix = call.words.empty() ? "" : call.words[0];
+    std::size_t width = 0;
+    for (const SettingGroup& group : setting_groups())
+        for (const KnownSetting& known : group.settings)
+            if (std::string_view(known.key).starts_with(prefix))
+                width = std::max(width, std::strlen(known.key));
+    for (const SettingGroup& group : setting_groups())
+        for (const KnownSetting& known : group.settings)
+            if (std::string_view(known.key).starts_with(prefix))
+                std::printf("%-*s  %s\n", static_cast<int>(width), known.key, known.help);
+    return width > 0 ? status_done : status_no;
+}
+
+}  // namespace nvram

@@ -1,0 +1,7 @@
+// The part of completion/rc.bash that is the same whatever the tables hold.
+#ifndef RC_REFERENCE_COMPLETION_FUNCTIONS_H
+#define RC_REFERENCE_COMPLETION_FUNCTIONS_H
+
+extern const char* const completion_functions;
+
+#endif

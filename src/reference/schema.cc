@@ -1,0 +1,88 @@
+// docs/settings.schema.json: what a web form has to know of each setting.
+#include <fmt/format.h>
+
+#include <nlohmann/json.hpp>
+
+#include "reference/patterns.h"
+#include "reference/reference.h"
+#include "reference/words.h"
+
+using nlohmann::ordered_json;
+using nvram::Form;
+using nvram::KnownSetting;
+
+namespace {
+
+// The help, as the label of a form's field has it.
+std::string title_of(const KnownSetting& setting) {
+    std::string title = sentence(setting.help);
+    title.pop_back();
+    return title;
+}
+
+// The form with its fields, and what no value at all means.
+std::string description_of(const KnownSetting& setting) {
+    std::string text = joined(in_words(setting));
+    if (setting.record != nullptr) {
+        text += "; each " + escaped(setting.record->shape);
+        for (const nvram::Field& field : setting.record->fields) {
+            text += fmt::format("; {}: {}", field.name, joined(in_words(field)));
+            if (*field.help != '\0') text += fmt::format(" ({})", field.help);
+        }
+    }
+    text = sentence(text);
+    if (*setting.when_empty != '\0') text += fmt::format(" When empty: {}.", setting.when_empty);
+    return text;
+}
+
+void add_words(ordered_json& property, const KnownSetting& setting) {
+    ordered_json words = ordered_json::array();
+    if (setting.may_be_empty) words.push_back("");
+    if (setting.form == Form::Flag) words.insert(words.end(), {"0", "1"});
+    for (const std::string_view word : split_words(setting.choices)) words.push_back(word);
+    property["enum"] = words;
+}
+
+void add_limits(ordered_json& property, const KnownSetting& setting) {
+    if (!setting.may_be_empty) property["minLength"] = 1;
+    if (setting.high > 0) property["maxLength"] = setting.high;
+}
+
+// Behind '$' Python's re would let a line feed pass; in ECMA-262 the look-ahead changes nothing.
+void add_pattern(ordered_json& property, const KnownSetting& setting) {
+    const std::string optional = setting.may_be_empty ? "?" : "";
+    property["pattern"] = "^(?:" + value_pattern(setting) + ")" + optional + "$(?!\\n)";
+}
+
+ordered_json property_of(const KnownSetting& setting) {
+    ordered_json property = {
+        {"type", "string"}, {"title", title_of(setting)}, {"description", description_of(setting)}};
+    if (setting.form == Form::Flag || setting.form == Form::Choice)
+        add_words(property, setting);
+    else if (setting.form == Form::Text)
+        add_limits(property, setting);
+    else
+        add_pattern(property, setting);
+    property["default"] = setting.factory;
+    if (setting.secret) property["writeOnly"] = true;
+    return property;
+}
+
+}  // namespace
+
+std::string settings_schema(const Reference& reference) {
+    ordered_json properties = ordered_json::object();
+    for (const nvram::SettingGroup& group : reference.groups)
+        for (const KnownSetting& setting : group.settings)
+            properties[setting.key] = property_of(setting);
+
+    const ordered_json schema = {
+        {"$schema", "https://json-schema.org/draft/2020-12/schema"},
+        {"title", "Settings of the router"},
+        {"description", "Each setting is a text. What rc does not know may stand beside them."},
+        {"type", "object"},
+        {"properties", properties},
+        {"additionalProperties", {{"type", "string"}}},
+    };
+    return schema.dump(2) + "\n";
+}

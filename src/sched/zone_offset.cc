@@ -1,0 +1,42 @@
+// What an offset text stands for.
+
+#include <string>
+
+#include "core/text.h"
+#include "sched/time_zones.h"
+
+namespace {
+
+// Minutes that the word behind an offset adds. A number only tells zones with the same offset
+// apart.
+struct ZoneSuffix {
+    const char* word;
+    int minutes;
+};
+constexpr ZoneSuffix zone_suffixes[] = {
+    {"a", 30}, {"b", 45}, {"a1", 30}, {"a2", 30}, {"b1", 30}, {"b2", 30},
+};
+
+// An offset's hours and minutes have no more characters than this.
+constexpr size_t offset_limit = 7;
+
+int suffix_minutes(std::string_view suffix) {
+    for (const ZoneSuffix& known : zone_suffixes)
+        if (suffix == known.word) return known.minutes;
+    return 0;
+}
+
+}  // namespace
+
+std::optional<int> offset_minutes(std::string_view offset) {
+    std::string_view rest = offset;
+    const char sign = rest.size() > 3 ? rest[3] : '\0';
+    if (sign != '-' && sign != '+') return std::nullopt;
+    rest.remove_prefix(4);
+    const std::string hours(cut(take_field(rest, ' '), offset_limit));
+    const std::string suffix(rest);
+
+    int minutes = leading_int(hours.c_str()) * 60;
+    if (leading_int(suffix.c_str()) == 0) minutes += suffix_minutes(suffix);
+    return sign == '-' ? -minutes : minutes;
+}

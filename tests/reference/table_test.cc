@@ -1,0 +1,70 @@
+// The table of settings as it is: what the pages need of its rows, the examples and the uses.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <regex>
+#include <set>
+
+#include "core/apps.h"
+#include "reference/patterns.h"
+#include "reference/reference.h"
+#include "reference/words.h"
+
+namespace {
+
+using nvram::KnownSetting;
+
+std::vector<const KnownSetting*> rows() {
+    std::vector<const KnownSetting*> all;
+    for (const nvram::SettingGroup& group : nvram::setting_groups())
+        for (const KnownSetting& setting : group.settings) all.push_back(&setting);
+    return all;
+}
+
+bool legal(const KnownSetting& setting, std::string_view value) {
+    if (value.empty()) return setting.may_be_empty;
+    const std::string pattern = value_pattern(setting);
+    return pattern.empty() || std::regex_match(std::string(value), std::regex(pattern));
+}
+
+std::set<std::string_view> names_behind_rc() {
+    std::set<std::string_view> names = {"init", "service", "wan"};
+    for (const rc_app* list : {rc_apps, rc_services})
+        for (const rc_app* app = list; app->name != nullptr; app++) names.insert(app->name);
+    return names;
+}
+
+TEST(Table, FactoryValuesAreOfTheirForm) {
+    ASSERT_GT(rows().size(), 200U);
+    for (const KnownSetting* row : rows())
+        EXPECT_TRUE(legal(*row, row->factory)) << row->key << "=" << row->factory;
+}
+
+TEST(Table, RecordsHaveAnExampleUnlessTheFactoryHasOne) {
+    for (const KnownSetting* row : rows()) {
+        if (row->record == nullptr || *row->factory != '\0') continue;
+        const std::string_view example = example_of(setting_examples(), row->key);
+        EXPECT_FALSE(example.empty()) << row->key;
+        EXPECT_TRUE(legal(*row, example)) << row->key << "=" << escaped(example);
+    }
+}
+
+TEST(Table, ExamplesAreOfRecords) {
+    for (const Example& example : setting_examples()) {
+        const KnownSetting* row = nvram::find_known(example.key);
+        ASSERT_NE(row, nullptr) << example.key;
+        EXPECT_NE(row->record, nullptr) << example.key;
+    }
+}
+
+TEST(Table, UsesNameSettingsAndActions) {
+    const std::set<std::string_view> names = names_behind_rc();
+    for (const nvram::Use& use : nvram::setting_uses()) {
+        EXPECT_NE(nvram::find_known(use.key), nullptr) << use.key;
+        EXPECT_FALSE(split_words(use.actions).empty()) << use.key;
+        for (const std::string_view action : split_words(use.actions))
+            EXPECT_TRUE(names.contains(action)) << use.key << ": " << action;
+    }
+}
+
+}  // namespace

@@ -1,0 +1,41 @@
+#!/bin/sh
+# Writes anew what is generated: from every action and every case, where settings end up and which actions use them; from
+# the table of settings, reference, man page, schema and completion.
+#   renew.sh [BUILD_DIR]
+set -eu
+cd "$(dirname "$0")/.."
+build=${1-build/release}
+[ -f "$build/CMakeCache.txt" ] || cmake --preset "${build##*/}" > /dev/null
+
+# By way of a second file, so that what is there stays when a program fails.
+new=$(mktemp)
+trap 'rm -f "$new"' EXIT
+build() {
+    cmake --build "$build" --target "$1" > "$new" || {
+        cat "$new"
+        exit 1
+    }
+}
+put() {
+    cmp -s "$new" "$1" && return
+    mkdir -p "${1%/*}"
+    cat "$new" > "$1"
+    echo "written: $1"
+}
+
+build rcplan
+for table in sinks uses; do
+    "$build/src/plan/rcplan" sinks --table "$table" --settings lab/root/etc/default --case tests/cases/*/*.case > "$new"
+    put "src/nvram/$table.inc"
+done
+
+build rc_reference
+while read -r page file; do
+    "$build/src/reference/rc_reference" "$page" > "$new"
+    put "$file"
+done << 'END'
+settings.md docs/settings.md
+settings.5 docs/man/nvram-settings.5
+schema docs/settings.schema.json
+completion completion/rc.bash
+END
