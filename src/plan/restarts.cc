@@ -311,6 +311,7 @@ std::vector<Restart> Adviser::restarts(Prefer prefer) const {
     std::vector<size_t> chosen = best_cover(wanted_, choices_, prefer);
     if (!chosen.empty()) put_late_ones_last(chosen);
     std::vector<Restart> list;
+    list.reserve(chosen.size());
     for (const size_t candidate : chosen) list.push_back(restart(candidate));
     return list;
 }
