@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <map>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -17,7 +18,10 @@ struct LostLine {
     bool of_b;
     Origin place;  // the line counted as event_lines() has it
 
-    friend auto operator<=>(const LostLine&, const LostLine&) = default;
+    bool operator<(const LostLine& other) const {
+        return std::tie(part, of_b, place.event, place.line) <
+               std::tie(other.part, other.of_b, other.place.event, other.place.line);
+    }
 };
 using Lines = std::set<LostLine>;
 
@@ -149,7 +153,10 @@ struct Unit {
 using Units = std::vector<Unit>;
 
 EffectChange change_of(std::optional<SharedEvent> within, const Keys& because) {
-    return {.a = {}, .b = {}, .within = within, .because = {because.begin(), because.end()}};
+    EffectChange change;
+    change.within = within;
+    change.because.assign(because.begin(), because.end());
+    return change;
 }
 
 void append(std::vector<Origin>& lines, const Unit& unit) {
@@ -206,12 +213,13 @@ class Collector {
     size_t part_;
     Difference difference_;
 
-    Unit unit_of(bool of_b, size_t event, std::vector<size_t> lines, std::string kind);
+    Unit unit_of(bool of_b, size_t event, const std::vector<size_t>& lines, std::string kind);
     Units events(bool of_b, const Transcript& transcript, size_t from, size_t to);
     void body(const Alignment& alignment, const SharedEvent& event);
 };
 
-Unit Collector::unit_of(bool of_b, size_t event, std::vector<size_t> lines, std::string kind) {
+Unit Collector::unit_of(bool of_b, size_t event, const std::vector<size_t>& lines,
+                        std::string kind) {
     Unit unit = {.lines = {}, .because = {}, .kind = std::move(kind)};
     for (const size_t line : lines) {
         const Origin place = {.event = event, .line = line};
@@ -228,8 +236,7 @@ Units Collector::events(bool of_b, const Transcript& transcript, size_t from, si
         const Event& event = transcript.events()[i];
         std::vector<size_t> lines;
         for (size_t line = 0; line < event_lines(event).size(); line++) lines.push_back(line);
-        units.push_back(
-            unit_of(of_b, i, std::move(lines), std::to_string(event.depth) + event.verb));
+        units.push_back(unit_of(of_b, i, lines, std::to_string(event.depth) + event.verb));
     }
     return units;
 }

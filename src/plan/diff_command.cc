@@ -5,6 +5,7 @@
 #include <iostream>
 #include <memory>
 
+#include "nvram/image.h"
 #include "plan/commands.h"
 #include "plan/diff_print.h"
 #include "plan/plan.h"
@@ -27,12 +28,23 @@ struct Input {
     std::optional<World> world;
 };
 
+// A line that is no setting would be taken for one that is missing.
+std::optional<Settings> settings_of(const std::string& path) {
+    const std::optional<std::string> text = read_file(path);
+    if (!text) return std::nullopt;
+    std::vector<nvram::BadLine> bad_lines;
+    const nvram::Image image(*text, &bad_lines);
+    for (const nvram::BadLine& bad : bad_lines)
+        complain(path + ": line " + std::to_string(bad.number) + " " + bad.reason);
+    if (!bad_lines.empty()) return std::nullopt;
+    return read_settings(*text);
+}
+
 std::optional<Input> read_input(const Options& options) {
-    const std::optional<std::string> a = read_file(options.a);
-    if (!a) return std::nullopt;
-    const std::optional<std::string> b = read_file(options.b);
-    if (!b) return std::nullopt;
-    Input input = {.a = read_settings(*a), .b = read_settings(*b), .world = {}};
+    const std::optional<Settings> a = settings_of(options.a);
+    const std::optional<Settings> b = settings_of(options.b);
+    if (!a || !b) return std::nullopt;
+    Input input = {.a = *a, .b = *b, .world = {}};
     if (options.world_file.empty()) return input;
     input.world = read_world(options.world_file);
     if (!input.world) return std::nullopt;
@@ -83,6 +95,9 @@ int run(const Options& options) {
     const Advice advice = needed_restarts(input->a, input->b, input->world, progress_line());
     clear_progress_line();
     std::cout << settings << (options.json ? advice_json(advice) : advice_text(advice));
+    if (!options.json && !input->world)
+        std::cout << "\nassumed of the router (state it otherwise with --world):\n"
+                     "       it runs with A, and its Internet side is up\n";
     return differs(advice) ? status_differs : status_done;
 }
 
@@ -96,8 +111,10 @@ void add_diff(CLI::App& app, int& status) {
     const auto options = std::make_shared<Options>();
     command->positionals_at_end();
     command
-        ->add_option("--world", options->world_file,
-                     "the rest of the router (rcplan(1)); without WORDS and this, it is in use")
+        ->add_option(
+            "--world", options->world_file,
+            "the rest of the router (rcplan(1)); where only restarts are asked for, it is in use "
+            "unless stated")
         ->type_name("FILE");
     command->add_flag("--json", options->json, "one JSON object a line");
     add_colour_option(*command, options->colour);

@@ -4,7 +4,6 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <ranges>
 
 #include "nvram/secret.h"
 #include "plan/diff_print.h"
@@ -74,7 +73,7 @@ void Writer::surroundings(bool of_b, size_t event) {
         depth = events(of_b)[i - 1].depth;
         outer.push_back(i - 1);
     }
-    for (const size_t i : std::views::reverse(outer)) context(of_b, i);
+    for (auto run = outer.rbegin(); run != outer.rend(); ++run) context(of_b, *run);
 }
 
 // The first line of an event that both have, once; the last one of a print, if both have that.

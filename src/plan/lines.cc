@@ -2,6 +2,7 @@
 
 #include "plan/lines.h"
 
+#include <algorithm>
 #include <dtl/dtl.hpp>
 #include <map>
 
@@ -18,13 +19,38 @@ class Numbers {
     std::map<std::string, size_t> numbers_;
 };
 
-std::vector<LineChange> compare_numbers(const std::vector<size_t>& lines,
-                                        const std::vector<size_t>& others) {
-    dtl::Diff<size_t, std::vector<size_t>> difference(lines, others);
+using Sequence = std::vector<size_t>;
+
+Sequence slice(const Sequence& whole, size_t from, size_t to) {
+    return {whole.begin() + static_cast<ptrdiff_t>(from),
+            whole.begin() + static_cast<ptrdiff_t>(to)};
+}
+
+// The library reserves some fifty megabytes for any two sequences, and most that are compared
+// differ in one place or none. So what both begin and end with is left out, and it is not asked
+// where nothing else is in common.
+std::vector<LineChange> compare_numbers(const Sequence& lines, const Sequence& others) {
+    const size_t shorter = std::min(lines.size(), others.size());
+    size_t head = 0;
+    while (head < shorter && lines[head] == others[head]) head++;
+    size_t tail = 0;
+    while (tail < shorter - head &&
+           lines[lines.size() - 1 - tail] == others[others.size() - 1 - tail])
+        tail++;
+    const LineChange rest = {.from = head,
+                             .to = lines.size() - tail,
+                             .other_from = head,
+                             .other_to = others.size() - tail};
+    const Sequence a = slice(lines, rest.from, rest.to);
+    const Sequence b = slice(others, rest.other_from, rest.other_to);
+    if (a.empty() && b.empty()) return {};
+    if (std::find_first_of(a.begin(), a.end(), b.begin(), b.end()) == a.end()) return {rest};
+
+    dtl::Diff<size_t, Sequence> difference(a, b);
     difference.onHuge();
     difference.compose();
     std::vector<LineChange> changes;
-    LineChange place;
+    LineChange place = {.from = head, .to = head, .other_from = head, .other_to = head};
     const auto finish = [&] {
         if (place.from != place.to || place.other_from != place.other_to) changes.push_back(place);
         place.from = place.to;

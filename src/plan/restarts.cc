@@ -299,7 +299,7 @@ void Adviser::put_late_ones_last(std::vector<size_t>& chosen) const {
     const World start = world(b_);
     for (const auto& [path, content] : start.files)
         if (!late.get(path)) late.put(path, *content);
-    std::ranges::stable_partition(chosen, [&](size_t candidate) {
+    std::stable_partition(chosen.begin(), chosen.end(), [&](size_t candidate) {
         if (!candidates_[candidate].before_wan) return true;
         const Words call = call_of(candidates_[candidate].words);
         return same_events(lasting(run_on(early, call).transcript),

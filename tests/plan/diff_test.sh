@@ -111,6 +111,9 @@ to be run, in this order:
 rc dhcpd restart     because of dhcp_start_ip, lan_lease_time: /etc/udhcpd.conf changes
 
 no action uses it: pppoe_password, unheard_of
+
+assumed of the router (state it otherwise with --world):
+       it runs with A, and its Internet side is up
 END
 
 expect 0 a a
@@ -118,6 +121,9 @@ prints << 'END'
 no setting differs
 
 nothing needs to be run
+
+assumed of the router (state it otherwise with --world):
+       it runs with A, and its Internet side is up
 END
 expect 0 a a lan start
 prints << 'END'
@@ -151,6 +157,9 @@ rc dhcpd restart     because of dhcp_start_ip: /etc/udhcpd.conf changes
 only a boot does this:
 rc init              because of restore_default: its commands change
 decides at boot only: restore_default
+
+assumed of the router (state it otherwise with --world):
+       it runs with A, and its Internet side is up
 END
 
 # What A's stop takes away and B's does not.
@@ -167,6 +176,9 @@ rc route stop        because of rt_static_route:
 
 to be run, in this order:
 rc route restart     because of rt_static_route: /etc/gateways, /tmp/sroute and its commands change
+
+assumed of the router (state it otherwise with --world):
+       it runs with A, and its Internet side is up
 END
 
 # Commands and pauses of one side, where they stand and what they come to.
@@ -209,6 +221,7 @@ with fw_dmz_enable=1 fw_dmz=192.168.1.9 wan_ifname=eth2.2
 expect 1 --world world a b firewall create
 says out '+               | iptables -t nat -I DMZ -d 203.0.113.9 -p ! icmp -j DNAT --to 192.168.1.9'
 expect 1 --world world a b
+grep -q '^assumed' out && { echo 'a stated router is not assumed'; failures=$((failures + 1)); }
 echo 'setting lan_if=br0' > wrong.world
 expect 2 --world wrong.world a b
 says err "rcplan: wrong.world: line 1: 'setting' does not belong into a world"
@@ -269,6 +282,9 @@ expect 2 a missing
 says err 'rcplan: missing: No such file or directory'
 expect 2 missing a lan start
 expect 2 . a
+echo 'no setting at all' >> b
+expect 2 a b
+grep -q "^rcplan: b: line [0-9]* " err || { cat err; failures=$((failures + 1)); }
 expect 2 --bogus a a
 expect 2 --color pink a a
 expect 2 --world missing a a

@@ -53,6 +53,7 @@ std::string words_of(const Restart& restart) {
 
 std::vector<std::string> words_of(const std::vector<Restart>& restarts) {
     std::vector<std::string> list;
+    list.reserve(restarts.size());
     for (const Restart& restart : restarts) list.push_back(words_of(restart));
     return list;
 }
