@@ -104,8 +104,10 @@ std::string effect_in_line(const KnownSetting& known, const Sink& sink, std::str
                            ? "puts it as it stands into a command, "
                            : "writes it as it stands into " + std::string(place) + ", ";
     text += line;
+    // What a shell takes apart does not reach the program as it is.
+    const bool whole = piece.find_first_of(" \t\n;&|<>()$`\\\"'") == std::string_view::npos;
     const std::string_view program = strict_program(sink.line);
-    if (!program.empty()) text += "; " + std::string(program) + " refuses it";
+    if (whole && !program.empty()) text += "; " + std::string(program) + " refuses it";
     return text;
 }
 
@@ -122,10 +124,29 @@ std::string effect_by_form(const KnownSetting& known, std::string_view piece) {
     }
 }
 
+// A backslash stays one, as a shell sees it.
+void append_visible(std::string& out, std::string_view text) {
+    for (const char c : text) {
+        if (c == '\\')
+            out += c;
+        else
+            append_escaped(out, {&c, 1});
+    }
+}
+
 }  // namespace
 
 std::string_view shown_piece(const KnownSetting& known, std::string_view piece) {
     return is_secret(known.key) ? "********" : piece;
+}
+
+bool stands_alone(const Sink& sink) {
+    constexpr std::string_view ends = " \t\"'=&;>";
+    const std::string_view line = sink.line;
+    const std::size_t at = line.find('\x01');
+    if (at == std::string_view::npos) return false;
+    const bool begins = at == 0 || ends.find(line[at - 1]) != std::string_view::npos;
+    return begins && (at + 1 == line.size() || ends.find(line[at + 1]) != std::string_view::npos);
 }
 
 std::string line_with(const Sink& sink, std::string_view text) {
@@ -134,7 +155,7 @@ std::string line_with(const Sink& sink, std::string_view text) {
     std::string whole;
     for (const char c : line) {
         if (c == '\x01') {
-            append_escaped(whole, text);
+            append_visible(whole, text);
         } else {
             whole += c;
         }
@@ -145,9 +166,13 @@ std::string line_with(const Sink& sink, std::string_view text) {
 std::string effect_of_wrong(const Check& check, const KnownSetting& known, std::string_view piece) {
     for (const Effect& effect : effects)
         if (effect.key == std::string_view(known.key)) return effect.text;
-    for (const Sink& sink : check.sinks)
-        if (sink.key == std::string_view(known.key)) return effect_in_line(known, sink, piece);
-    return effect_by_form(known, piece);
+    const Sink* example = nullptr;
+    for (const Sink& sink : check.sinks) {
+        if (sink.key != std::string_view(known.key)) continue;
+        if (example == nullptr || (stands_alone(sink) && !stands_alone(*example))) example = &sink;
+    }
+    return example != nullptr ? effect_in_line(known, *example, piece)
+                              : effect_by_form(known, piece);
 }
 
 }  // namespace nvram

@@ -12,14 +12,26 @@ namespace {
 
 constexpr std::size_t near = 2;
 
-// What may be written instead: the nearest word, the nearer end of the range, or what the factory
-// has.
-std::string better_value(const Limits& limits, std::string_view value, const char* factory) {
-    if (limits.form == Form::Choice) {
-        for (const std::string_view word : words_of(limits.choices))
-            if (edit_distance(word, value, near) <= near) return std::string(word);
+// The word that was probably meant; none among words of a letter or two, which are all near.
+std::string_view nearest_word(const Limits& limits, std::string_view value) {
+    std::string_view nearest;
+    std::size_t distance = near + 1;
+    for (const std::string_view word : words_of(limits.choices)) {
+        const std::size_t found = edit_distance(word, value, near);
+        if (found >= distance || found + 1 >= word.size()) continue;
+        distance = found;
+        nearest = word;
     }
-    if (*factory != '\0') return factory;
+    return nearest;
+}
+
+// What may be written instead: the nearest word, what the factory has, or the nearer end of the
+// range.
+std::string better_value(const KnownSetting& known, std::string_view value) {
+    const Limits limits = limits_of(known);
+    if (limits.form == Form::Choice && !value.empty())
+        return std::string(nearest_word(limits, value));
+    if (*known.factory != '\0') return known.factory;
     if (limits.form == Form::Number) {
         const long long number = plain_number(value).value_or(limits.low);
         return std::to_string(number > limits.high ? limits.high : limits.low);
@@ -28,9 +40,8 @@ std::string better_value(const Limits& limits, std::string_view value, const cha
 }
 
 std::string cure_of(const KnownSetting& known, std::string_view value) {
-    const std::string better = better_value(limits_of(known), value, known.factory);
-    if (!better.empty()) return assignment(known.key, better);
-    return known.may_be_empty ? assignment(known.key, "") : wanted(limits_of(known));
+    const std::string better = better_value(known, value);
+    return better.empty() ? wanted(limits_of(known)) : assignment(known.key, better);
 }
 
 // Texts that rc cuts; longer ones of other settings go on as they are, to a driver that refuses

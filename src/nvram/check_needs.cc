@@ -126,8 +126,9 @@ bool holds(const Check& check, const Condition& condition) {
 }
 
 // 0 is no rate, as 0.0.0.0 is no address.
-bool is_nothing(const Check& check, const char* key) {
-    return is_missing(check, key) || text_of(check, key) == "0";
+bool is_nothing(const Check& check, const KnownSetting& known) {
+    if (is_missing(check, known.key)) return true;
+    return known.form == Form::Number && text_of(check, known.key) == "0";
 }
 
 }  // namespace
@@ -135,7 +136,7 @@ bool is_nothing(const Check& check, const char* key) {
 void check_needs(Check& check) {
     for (const Need& need : needs) {
         const KnownSetting* const known = find_known(need.key);
-        if (known == nullptr || !is_nothing(check, need.key)) continue;
+        if (known == nullptr || !is_nothing(check, *known)) continue;
         if (!holds(check, need.when) || !holds(check, need.also)) continue;
         const std::string_view value = text_of(check, need.key);
         std::string reasons = assignment(need.when.key, text_of(check, need.when.key));

@@ -53,6 +53,8 @@ std::string quoted(std::string_view text);
 std::string effect_of_wrong(const Check& check, const KnownSetting& known, std::string_view piece);
 // A sink's line with a text in its place, escaped so that it stays one line.
 std::string line_with(const Sink& sink, std::string_view text);
+// Whether the text is a word of its own in the line; of some settings only a part goes into others.
+bool stands_alone(const Sink& sink);
 // What is shown of a piece of a value: stars when it is a secret's.
 std::string_view shown_piece(const KnownSetting& known, std::string_view piece);
 

@@ -82,6 +82,17 @@ void check_rate(Check& check, const Rule& rule, bool by_priority) {
                  "writes a ceiling that is never reached", "a rate up to " + std::to_string(line));
 }
 
+void check_interface(Check& check, const char* key) {
+    constexpr std::size_t kept = 10;
+    const std::string_view name = text_of(check, key);
+    if (name.size() <= kept) return;
+    add(check, Level::Error, key,
+        {.problem = "has " + std::to_string(name.size()) + " characters, and QoS keeps " +
+                    std::to_string(kept),
+         .effect = "shapes " + quoted(name.substr(0, kept)) + ", which there is not",
+         .cure = "a name of at most " + std::to_string(kept) + " characters"});
+}
+
 void check_rules(Check& check) {
     const bool by_priority = begins_with(check, "qos_type", 'p');
     QosTable table;
@@ -113,6 +124,8 @@ void check_qos(Check& check) {
             {.problem = "is too little to be shared",
              .effect = "gives each class a thirteenth of it, which is 0, and tc refuses that",
              .cure = "wan_bandwidth=2000"});
+    check_interface(check, "lan_if");
+    check_interface(check, "wan_ifname");
     check_rules(check);
 }
 

@@ -37,7 +37,7 @@ constexpr Escaped escaped_keys[] = {
 // What a text does that it should not do.
 struct Danger {
     Level level;
-    std::string characters;  // those that do it, each once
+    std::string characters;  // those that do it, each once; empty when it is all of them
     std::string_view reason;
 };
 using Dangers = std::vector<Danger>;
@@ -93,8 +93,8 @@ void find_bare(Dangers& dangers, std::string_view text, const Place& place) {
     const bool new_word = word > 0 || place.before.empty() || place.before.ends_with(' ');
     if (redirected && new_word && word < text.size() &&
         text.find_first_not_of("0123456789", word) == std::string_view::npos)
-        add_danger(dangers, Level::Error, std::string(1, place.behind[0]),
-                   "before this character a shell takes a number for a file's");
+        dangers.push_back(
+            {Level::Error, "", "ends in a number right before > or <, which a shell takes along"});
 }
 
 void find_in_double_quotes(Dangers& dangers, std::string_view text) {
@@ -208,6 +208,7 @@ void note_harm(std::vector<Harm>& harms, const Danger& danger, const Sink& sink)
         if (harm.danger.reason != danger.reason || harm.danger.characters != danger.characters)
             continue;
         ++harm.more;
+        if (stands_alone(sink) && !stands_alone(*harm.first)) harm.first = &sink;
         return;
     }
     harms.push_back({.danger = danger, .first = &sink, .more = 0});
@@ -222,23 +223,34 @@ std::string escaped_text(std::string_view text, std::string_view escaped) {
     return whole;
 }
 
+std::string problem_of(const Danger& danger, bool secret) {
+    if (danger.characters.empty()) return std::string(danger.reason);
+    // Of a secret it is not told which character it is.
+    const std::string what =
+        secret ? "a character that does not stay text" : characters_in_words(danger.characters);
+    return "holds " + what + ": " + std::string(danger.reason);
+}
+
+std::string cure_of(const Danger& danger, bool secret) {
+    if (secret) return "letters and digits";
+    if (danger.characters.empty()) return "a text that does not end in a number";
+    return "a text without " + characters_in_words(danger.characters);
+}
+
 void add_harm(Check& check, const KnownSetting& known, const Piece& piece, const Harm& harm) {
     const bool secret = is_secret(known.key);
-    // Of a secret it is not told which character it is.
-    const std::string characters = secret ? "a character that does not stay text"
-                                          : characters_in_words(harm.danger.characters);
     const bool has_field = piece.field != nullptr && *piece.field != '\0';
     const std::string place = place_text(piece.entry, has_field ? piece.field : nullptr);
     const std::string text = escaped_text(piece.text, escaped_in(known.key));
     const std::string_view where = harm.first->place;
     std::string effect = where == "command" ? "runs: " : "writes into " + std::string(where) + ": ";
     effect += line_with(*harm.first, shown_piece(known, text));
-    if (harm.more > 0) effect += " (and " + std::to_string(harm.more) + " more such lines)";
+    if (harm.more == 1) effect += " (and another such line)";
+    if (harm.more > 1) effect += " (and " + std::to_string(harm.more) + " more such lines)";
     add(check, harm.danger.level, known.key,
-        {.problem = (place.empty() ? "" : place + ": ") + "holds " + characters + ": " +
-                    std::string(harm.danger.reason),
+        {.problem = (place.empty() ? "" : place + ": ") + problem_of(harm.danger, secret),
          .effect = effect,
-         .cure = secret ? "letters and digits" : "a text without " + characters});
+         .cure = cure_of(harm.danger, secret)});
 }
 
 // Whether a piece of a value stands in a sink's line; the table may not tell which field it is.

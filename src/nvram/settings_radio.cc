@@ -3,9 +3,14 @@
 
 namespace nvram {
 
-// Four numbers for each access category, best effort, background, video and voice: CWmin, CWmax
-// (as powers of two), AIFSN (slots) and TXOP (units of 32 us). Numbers that are missing are 0.
-static constexpr Field wmm_fields[] = {{.name = "number", .form = Form::Number, .high = 65535}};
+// Four for each access category, which are best effort, background, video and voice. Numbers that
+// are missing are 0.
+static constexpr Field wmm_fields[] = {
+    {.name = "number",
+     .form = Form::Number,
+     .high = 65535,
+     .help = "in turn CWmin and CWmax (powers of two), AIFSN (slots), TXOP (units of 32 us)"},
+};
 static constexpr Record wmm_record = {
     .between = '_', .shape = "number", .fields = wmm_fields, .most = 16};
 

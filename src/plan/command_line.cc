@@ -11,7 +11,9 @@ std::unique_ptr<CLI::App> command_line(int& status) {
         "Exit status: 0 done, 1 something differs, 2 wrong use or an unreadable file.\n"
         "rcplan COMMAND --help tells a command's options; rcplan(1) tells the rest.");
     add_run(*app, status);
+    add_diff(*app, status);
     add_sinks(*app, status);
+    add_packet(*app, status);
     add_check(*app, status);
     return app;
 }

@@ -2,7 +2,9 @@
 
 #include <errno.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <iostream>
@@ -61,18 +63,21 @@ std::optional<World> stated_router(const RouterOptions& options,
                                    const std::vector<std::string>& words) {
     const std::optional<Settings> settings = stated_settings(options);
     if (!settings) return std::nullopt;
-    World world;
-    if (!options.world_file.empty()) {
-        const std::optional<std::string> text = read_file(options.world_file);
-        if (!text) return std::nullopt;
-        auto parsed = parse_world(*text);
-        if (const auto* error = std::get_if<CaseError>(&parsed)) {
-            complain(options.world_file + ": " + error->message);
-            return std::nullopt;
-        }
-        world = std::get<World>(std::move(parsed));
+    if (options.world_file.empty()) return router_with({}, *settings, words);
+    const std::optional<World> world = read_world(options.world_file);
+    if (!world) return std::nullopt;
+    return router_with(*world, *settings, words);
+}
+
+std::optional<World> read_world(const std::string& path) {
+    const std::optional<std::string> text = read_file(path);
+    if (!text) return std::nullopt;
+    auto parsed = parse_world(*text);
+    if (const auto* error = std::get_if<CaseError>(&parsed)) {
+        complain(path + ": " + error->message);
+        return std::nullopt;
     }
-    return router_with(world, *settings, words);
+    return std::get<World>(std::move(parsed));
 }
 
 void add_words(CLI::App& command, std::vector<std::string>& words) {
@@ -80,6 +85,19 @@ void add_words(CLI::App& command, std::vector<std::string>& words) {
     command.add_option("WORDS", words, "what rc is called with, such as: lan start")
         ->type_name("")
         ->required();
+}
+
+void add_colour_option(CLI::App& command, std::string& choice) {
+    command.add_option("--color", choice, "auto, always or never")
+        ->check(CLI::IsMember({"auto", "always", "never"}));
+}
+
+bool wants_colour(const std::string& choice) {
+    if (choice != "auto") return choice == "always";
+    const char* refused = getenv("NO_COLOR");
+    const char* terminal = getenv("TERM");
+    return (!refused || !*refused) && isatty(STDOUT_FILENO) == 1 &&
+           (!terminal || std::string_view(terminal) != "dumb");
 }
 
 std::vector<std::string> rc_words(const std::vector<std::string>& words) {

@@ -7,7 +7,7 @@
 namespace {
 
 constexpr long long second = 1'000'000;
-constexpr long long day = 24 * 3600 * second;
+constexpr long long day = 24LL * 3600 * second;
 
 using Change = std::function<void(World&)>;
 

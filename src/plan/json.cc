@@ -1,20 +1,12 @@
 // Plans as programs read them: JSON, one object a line (RFC 8259).
 
-#include <fmt/format.h>
+#include "plan/json.h"
 
-#include <nlohmann/json.hpp>
+#include <fmt/format.h>
 
 #include "plan/timeline.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-// Texts of a router are bytes. Those that are no UTF-8 come as U+FFFD, and the whole text once more
-// in hexadecimal digits.
-std::string dump(const Json& object) {
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
-}
 
 bool is_utf8(const std::string& text) {
     try {
@@ -23,14 +15,6 @@ bool is_utf8(const std::string& text) {
     } catch (const Json::type_error&) {
         return false;
     }
-}
-
-void put_text(Json& object, const char* name, const std::string& text) {
-    object[name] = text;
-    if (is_utf8(text)) return;
-    std::string digits;
-    for (const char c : text) digits += fmt::format("{:02x}", static_cast<unsigned char>(c));
-    object[std::string(name) + "_hex"] = digits;
 }
 
 Json influences(const std::vector<Influence>& list) {
@@ -67,13 +51,25 @@ Json event_object(const Plan& plan, size_t index, const Provenance* provenance) 
 
 }  // namespace
 
+std::string json_line(const Json& object) {
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+void put_text(Json& object, const char* name, const std::string& text) {
+    object[name] = text;
+    if (is_utf8(text)) return;
+    std::string digits;
+    for (const char c : text) digits += fmt::format("{:02x}", static_cast<unsigned char>(c));
+    object[std::string(name) + "_hex"] = digits;
+}
+
 std::string json_lines(const Plan& plan, const Provenance* provenance) {
     std::string out;
     const std::vector<long long> elapsed = elapsed_microseconds(plan.after.transcript);
     for (size_t i = 0; i < plan.after.transcript.events().size(); i++) {
         Json object = event_object(plan, i, provenance);
         object["elapsed_us"] = elapsed[i];
-        out += dump(object);
+        out += json_line(object);
     }
     const Totals totals = plan.after.transcript.totals();
     Json total;
@@ -84,5 +80,5 @@ std::string json_lines(const Plan& plan, const Provenance* provenance) {
     total["settings_stored"] = totals.settings;
     total["pauses_us"] = totals.microseconds;
     total["assumed"] = influences(provenance ? provenance->assumed() : asked_facts(plan));
-    return out + dump(total);
+    return out + json_line(total);
 }

@@ -15,6 +15,7 @@ struct Origin {
     size_t event = 0;
     size_t line = 0;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 takes the comparison's 0 for a pointer.
     friend auto operator<=>(const Origin&, const Origin&) = default;
 };
 

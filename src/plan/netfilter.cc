@@ -8,6 +8,7 @@
 
 #include "core/text.h"
 #include "plan/recording.h"
+#include "plan/rule_reading.h"
 #include "plan/script.h"
 
 namespace {
@@ -89,7 +90,7 @@ class CallReader {
         return &words_[at_++];
     }
     std::optional<Refusal> read_command(Call& call, char command);
-    void read_target(Call& call);
+    void keep_option(Rule& rule, const std::string& word);
 };
 
 std::optional<Refusal> CallReader::read(Call& call) {
@@ -103,15 +104,27 @@ std::optional<Refusal> CallReader::read(Call& call) {
         } else if (const CommandOption* option = find_command(word)) {
             if (call.command != '\0') return Refusal{"two commands in one line"};
             if (auto refusal = read_command(call, option->short_name[1])) return refusal;
-        } else if (word == "-j" || word == "--jump") {
-            call.rule.specification.push_back(word);
-            read_target(call);
         } else {
-            call.rule.specification.push_back(word);
+            keep_option(call.rule, word);
         }
     }
     if (call.command == '\0') return Refusal{"no command that is known here", true};
     return std::nullopt;
+}
+
+// What stands behind an option belongs to it, whatever it looks like.
+void CallReader::keep_option(Rule& rule, const std::string& word) {
+    const size_t start = at_ - 1;
+    const RuleOption* option = find_rule_option(word);
+    size_t behind = option ? option->words : 0;
+    if (behind > 0 && at_ < words_.size() && words_[at_] == "!") behind++;
+    at_ = std::min(at_ + behind, words_.size());
+    for (size_t i = start; i < at_; i++) {
+        rule.specification.push_back(words_[i]);
+        if (!rule.target.empty()) rule.target_options.push_back(words_[i]);
+    }
+    const bool is_jump = option && option->names[0] == "-j";
+    if (is_jump && rule.target.empty() && start + 1 < at_) rule.target = words_[start + 1];
 }
 
 std::optional<Refusal> CallReader::read_command(Call& call, char command) {
@@ -133,20 +146,6 @@ std::optional<Refusal> CallReader::read_command(Call& call, char command) {
     return std::nullopt;
 }
 
-// All that follows a target belongs to it.
-void CallReader::read_target(Call& call) {
-    if (const std::string* target = value()) {
-        call.rule.target = *target;
-        call.rule.specification.push_back(*target);
-    }
-    for (; at_ < words_.size(); at_++) {
-        // The table may stand anywhere.
-        if (words_[at_] == "-t" || find_command(words_[at_])) break;
-        call.rule.target_options.push_back(words_[at_]);
-        call.rule.specification.push_back(words_[at_]);
-    }
-}
-
 // The tables while lines are carried out.
 class Tables {
   public:
@@ -162,7 +161,7 @@ class Tables {
     std::optional<Refusal> set_policy(const Call& call, Chain& chain);
     std::optional<Refusal> add(const Call& call, Chain& chain);
     std::optional<Refusal> take_away(const Call& call, Chain& chain);
-    std::optional<Refusal> check_target(const Call& call);
+    std::optional<Refusal> check(const Call& call);
     bool is_used(const Chain& chain) const;
 };
 
@@ -170,8 +169,7 @@ Tables::Tables() {
     for (const BuiltIn& chain : built_in_chains)
         result.chains.push_back({.table = std::string(chain.table),
                                  .name = std::string(chain.chain),
-                                 .policy = "ACCEPT",
-                                 .rules = {}});
+                                 .policy = "ACCEPT"});
 }
 
 Chain* Tables::find(const std::string& table, const std::string& name) {
@@ -211,9 +209,8 @@ std::optional<Refusal> Tables::make(const Call& call) {
     const auto behind =
         std::ranges::find_if(result.chains.rbegin(), result.chains.rend(),
                              [&](const Chain& chain) { return chain.table == call.table; });
-    result.chains.insert(
-        behind.base(),
-        Chain{.table = call.table, .name = call.chain, .policy = std::nullopt, .rules = {}});
+    result.chains.insert(behind.base(),
+                         Chain{.table = call.table, .name = call.chain, .policy = std::nullopt});
     return std::nullopt;
 }
 
@@ -239,11 +236,12 @@ std::optional<Refusal> Tables::set_policy(const Call& call, Chain& chain) {
     if (call.policy != "ACCEPT" && call.policy != "DROP")
         return Refusal{"'" + call.policy + "' is no policy"};
     chain.policy = call.policy;
+    chain.policy_origin = call.rule.origin;
     return std::nullopt;
 }
 
 std::optional<Refusal> Tables::add(const Call& call, Chain& chain) {
-    if (auto refusal = check_target(call)) return refusal;
+    if (auto refusal = check(call)) return refusal;
     size_t place = chain.rules.size();
     if (call.command == 'I') place = call.number.value_or(1) - 1;
     if (place > chain.rules.size()) return Refusal{"the chain has no such place"};
@@ -264,20 +262,19 @@ std::optional<Refusal> Tables::take_away(const Call& call, Chain& chain) {
     return std::nullopt;
 }
 
-std::optional<Refusal> Tables::check_target(const Call& call) {
+std::optional<Refusal> Tables::check(const Call& call) {
     const std::string& name = call.rule.target;
-    if (name.empty()) {
-        const bool named = std::ranges::count(call.rule.specification, "-j") > 0;
-        return named ? std::optional(Refusal{"-j names no target"}) : std::nullopt;
+    const Chain* chain = find(call.table, name);
+    if (chain && chain->policy) return Refusal{"no rule leads to a built-in chain"};
+    if (!chain && !name.empty()) {
+        const auto found = std::ranges::find(targets, name, &Target::name);
+        if (found == std::end(targets))
+            return Refusal{"there is no target or chain '" + name + "'"};
+        if (!found->table.empty() && found->table != call.table)
+            return Refusal{name + " is for the table " + std::string(found->table) + " only"};
     }
-    if (const Chain* chain = find(call.table, name)) {
-        if (chain->policy) return Refusal{"no rule leads to a built-in chain"};
-        return std::nullopt;
-    }
-    const auto found = std::ranges::find(targets, name, &Target::name);
-    if (found == std::end(targets)) return Refusal{"there is no target or chain '" + name + "'"};
-    if (!found->table.empty() && found->table != call.table)
-        return Refusal{name + " is for the table " + std::string(found->table) + " only"};
+    const RuleReading reading = read_rule(call.rule);
+    if (!reading.refused.empty()) return Refusal{reading.refused};
     return std::nullopt;
 }
 
@@ -391,6 +388,7 @@ void Follower::carry_out(const ScriptCommand& command, Origin origin) {
     const std::vector<std::string> words(command.words.begin() + 1, command.words.end());
     std::optional<Refusal> refusal = CallReader(words).read(call);
     call.rule.origin = origin;
+    call.rule.pattern = command.pattern;
     if (!refusal) refusal = tables_.carry_out(call);
     if (refusal) refuse(*refusal);
 }

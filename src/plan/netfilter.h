@@ -21,6 +21,8 @@ struct Rule {
     std::string target;
     // The target's own options, as words.
     std::vector<std::string> target_options;
+    // A word is a pattern that the shell would replace by files' names, if there were such files.
+    bool pattern = false;
     Origin origin;
 
     // The specification as one line, quoted where the script must quote, with single blanks.
@@ -30,9 +32,11 @@ struct Rule {
 struct Chain {
     std::string table;  // "filter", "nat", "mangle"
     std::string name;
-    // Only built-in chains have one; ACCEPT unless a rule set it.
+    // Only built-in chains have one; ACCEPT unless a line set it.
     std::optional<std::string> policy;
-    std::vector<Rule> rules;
+    std::vector<Rule> rules = {};
+    // The line that set the policy.
+    std::optional<Origin> policy_origin = {};
 };
 
 struct Netfilter {

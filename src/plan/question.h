@@ -26,6 +26,7 @@ struct Question {
     // A key, an interface, a command line, a path or a host; empty for flash and the last three.
     std::string name;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 takes the comparison's 0 for a pointer.
     friend auto operator<=>(const Question&, const Question&) = default;
 };
 

@@ -1,6 +1,5 @@
 // rcplan run: shows every command, pause, file and setting of one call of rc.
 
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -21,14 +20,6 @@ struct Options {
     std::string files;
     std::string colour = "auto";
 };
-
-bool wants_colour(const std::string& choice) {
-    if (choice != "auto") return choice == "always";
-    const char* refused = getenv("NO_COLOR");
-    const char* terminal = getenv("TERM");
-    return (!refused || !*refused) && isatty(STDOUT_FILENO) == 1 &&
-           (!terminal || std::string_view(terminal) != "dumb");
-}
 
 // Writes the produced files below a folder. A path with ".." could leave it, so it is not written.
 bool write_files(const Plan& plan, const std::filesystem::path& folder) {
@@ -109,8 +100,7 @@ void add_run(CLI::App& app, int& status) {
         ->excludes(json);
     command->add_option("--files", options->files, "writes the produced files below a folder")
         ->type_name("DIR");
-    command->add_option("--color", options->colour, "auto, always or never")
-        ->check(CLI::IsMember({"auto", "always", "never"}));
+    add_colour_option(*command, options->colour);
     add_words(*command, options->words);
     command->callback([options, &status] { status = run(*options); });
 }

@@ -109,7 +109,7 @@ std::string ScriptReader::read_word(ScriptCommand& command) {
             if (escaped != '\n') word += escaped;
         } else {
             if (one_of("$`", c)) leave_unread(command, "the shell would expand \"$\" or \"`\"");
-            if (one_of("*?[", c)) leave_unread(command, "the shell would look for files");
+            if (one_of("*?[", c)) command.pattern = true;
             word += c;
         }
     }

@@ -16,6 +16,9 @@ struct ScriptCommand {
     // Why the words are not certain: what the shell would expand or compose here. Empty when they
     // are certain.
     std::string unread;
+    // A word holds "*", "?" or "[" outside of quotes: it stands for the names of files where such
+    // files are there, otherwise for itself.
+    bool pattern = false;
 };
 
 std::vector<ScriptCommand> script_commands(std::string_view script);

@@ -41,10 +41,6 @@ class Writer {
     void assumed();
 };
 
-std::string in_seconds(long long microseconds) {
-    return fmt::format("{:.6g} s", static_cast<double>(microseconds) / 1e6);
-}
-
 const char* colour_of(const std::string& verb) {
     const auto* const found = std::ranges::find(verb_colours, verb, &VerbColour::verb);
     return found == std::end(verb_colours) ? "" : found->start;
@@ -105,6 +101,10 @@ std::string Writer::whole() {
 }
 
 }  // namespace
+
+std::string in_seconds(long long microseconds) {
+    return fmt::format("{:.6g} s", static_cast<double>(microseconds) / 1e6);
+}
 
 std::string timeline(const Plan& plan, const Provenance* provenance, TimelineStyle style) {
     return Writer(plan, provenance, style).whole();

@@ -25,4 +25,7 @@ std::vector<Influence> asked_facts(const Plan& plan);
 // How long the pauses before an event took together, by event; one more for the end of the run.
 std::vector<long long> elapsed_microseconds(const Transcript& transcript);
 
+// "2.5 s".
+std::string in_seconds(long long microseconds);
+
 #endif

@@ -38,13 +38,13 @@ int print(const std::string& name) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("Prints what is generated from the table of all settings.", "rc_reference");
-    std::vector<std::string> names;
-    for (const Page& page : pages) names.emplace_back(page.name);
-    std::string name;
-    app.add_option("PAGE", name, "what to print")->required()->check(CLI::IsMember(names));
-    CLI11_PARSE(app, argc, argv);
     try {
+        CLI::App app("Prints what is generated from the table of all settings.", "rc_reference");
+        std::vector<std::string> names;
+        for (const Page& page : pages) names.emplace_back(page.name);
+        std::string name;
+        app.add_option("PAGE", name, "what to print")->required()->check(CLI::IsMember(names));
+        CLI11_PARSE(app, argc, argv);
         return print(name);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "rc_reference: %s\n", error.what());

@@ -170,7 +170,7 @@ std::string one_record_pattern(const nvram::Record& record) {
 // Of records that only count when they are on there may be any number. A separator behind the last
 // begins no further one.
 std::string list_pattern(const nvram::Record& record) {
-    const std::string one = one_record_pattern(record);
+    std::string one = one_record_pattern(record);
     if (record.between == '\0') return one;
     const std::string separator = literal_pattern({&record.between, 1});
     const bool limited = record.most > 0 && *record.counted == '\0';
@@ -179,7 +179,7 @@ std::string list_pattern(const nvram::Record& record) {
 }
 
 std::string record_pattern(const nvram::Record& record) {
-    const std::string list = list_pattern(record);
+    std::string list = list_pattern(record);
     if (record.passed_over == 0) return list;
     return fmt::format("[\\s\\S]{{{}}}(?:{})?", record.passed_over, list);
 }
@@ -189,7 +189,7 @@ std::string record_pattern(const nvram::Record& record) {
 std::string number_pattern(std::int64_t low, std::int64_t high) {
     if (low == 0 && high == 0) return "-?[0-9]{1,18}";
     if (low >= 0) return padded_pattern(low, high);
-    const std::string negative = "-" + padded_pattern(high < 0 ? -high : 1, -low);
+    std::string negative = "-" + padded_pattern(high < 0 ? -high : 1, -low);
     if (high < 0) return negative;
     return alternatives({negative, padded_pattern(0, high)});
 }

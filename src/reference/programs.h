@@ -15,13 +15,13 @@ using WordKind = std::string;
 struct Option {
     std::string name;
     bool takes_word = false;
-    WordKind word = "";
+    WordKind word = {};
 };
 
 struct Verb {
     std::string name;
     std::vector<Option> options = {};
-    WordKind words = "";
+    WordKind words = {};
 };
 
 struct Program {

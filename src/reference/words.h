@@ -17,7 +17,7 @@ struct FormInWords {
     const char* before_words = "";        // ", or": words that are legal besides the form
     std::vector<std::string_view> words;  // of a choice, or legal besides
     bool or_empty = false;
-    std::string limit = "";  // "; the first 15 are used"
+    std::string limit = {};  // "; the first 15 are used"
 };
 
 FormInWords in_words(const nvram::KnownSetting& setting);

@@ -164,7 +164,7 @@ TEST(Netfilter, TargetsMustBeThere) {
               "iptables -A INPUT -j DNAT --to 10.0.0.1: DNAT is for the table nat only\n"
               "iptables -t nat -A PREROUTING -j REJECT: REJECT is for the table filter only\n"
               "iptables -A INPUT -j FORWARD: no rule leads to a built-in chain\n"
-              "iptables -A INPUT -j: -j names no target\n"
+              "iptables -A INPUT -j: -j needs what stands behind it\n"
               "iptables -A MISSING -j DROP: there is no chain 'MISSING'\n"
               "iptables -A: the command names no chain\n");
 }
@@ -192,7 +192,7 @@ TEST(Netfilter, WhatIsNotUnderstoodIsSaid) {
               "iptables -t raw -F: no table 'raw' is known here (unread)\n"
               "iptables -A INPUT -A FORWARD: two commands in one line\n"
               "iptables -A INPUT -i $WAN -j DROP: the shell would expand \"$\" or \"`\" (unread)\n"
-              "[ -e /tmp/x ] && iptables -F: the shell would look for files (unread)\n"
+              "[ -e /tmp/x ] && iptables -F: the shell composes it with other commands (unread)\n"
               "rmmod `iptables`: the shell would expand \"$\" or \"`\" (unread)\n"
               "! iptables -F: the line is more than a call of iptables (unread)\n"
               "iptables -F INPUT: the shell composes it with other commands (unread)\n"
@@ -305,12 +305,20 @@ TEST(Scripts, CommandsAndWords) {
 }
 
 TEST(Scripts, WhatAShellWouldExpand) {
-    for (const char* script : {"a $b", "a `b`", "a \"$b\"", "a *.exe", "a ?", "a [b]", "a ~", "a|b",
-                               "a&&b", "a||b", "(a)", "a 'b", "a \"b", "if a", "{ a"}) {
+    for (const char* script : {"a $b", "a `b`", "a \"$b\"", "a ~", "a|b", "a&&b", "a||b", "(a)",
+                               "a 'b", "a \"b", "if a", "{ a"}) {
         const std::vector<ScriptCommand> commands = script_commands(script);
         ASSERT_EQ(commands.size(), 1u) << script;
         EXPECT_NE(commands[0].unread, "") << script;
     }
+    // A pattern may stand for itself.
+    for (const char* script : {"a *.exe", "a ?", "a [b]"}) {
+        const std::vector<ScriptCommand> commands = script_commands(script);
+        ASSERT_EQ(commands.size(), 1u) << script;
+        EXPECT_EQ(commands[0].unread, "") << script;
+        EXPECT_TRUE(commands[0].pattern) << script;
+    }
+    EXPECT_FALSE(script_commands("a '*' \"[b]\" \\?")[0].pattern);
     // What stands inside is not certain either, and what follows is.
     const std::vector<ScriptCommand> commands = script_commands("if a\nthen\nb\nfi\nc\n");
     ASSERT_EQ(commands.size(), 5u);

@@ -1,0 +1,166 @@
+#!/bin/sh
+# nvram check, describe and keys as commands: statuses, both forms of findings, secrets, places, and the build without.
+#   check_command_test.sh NVRAM NVRAM_WITHOUT_TABLE FACTORY_SETTINGS
+nvram=$1 without=$2 factory=$3
+folder=$(mktemp -d) || exit 2
+trap 'rm -rf "$folder"' EXIT
+mkdir "$folder/tmp" "$folder/etc"
+cp "$factory" "$folder/etc/default"
+failed=0
+
+fail() {
+    printf '%s\n' "$1"
+    failed=1
+}
+
+# expect NAME STATUS OUTPUT ERRORS WORDS...: the whole of what the command prints.
+expect() {
+    name=$1 status=$2 output=$3 errors=$4
+    shift 4
+    found=$("$@" 2>"$folder/errors")
+    found_status=$?
+    [ "$found_status" = "$status" ] || fail "$name: status $found_status, expected $status"
+    [ "$found" = "$output" ] || fail "$name: expected
+$output
+found
+$found"
+    found=$(cat "$folder/errors")
+    [ "$found" = "$errors" ] || fail "$name: expected on standard error
+$errors
+found
+$found"
+}
+
+# shellcheck disable=SC2317 # expect calls them
+router() { "$nvram" --root "$folder" "$@"; }
+# shellcheck disable=SC2317
+described() { "$nvram" describe "$1" | sed -n "$2"; }
+# shellcheck disable=SC2317
+on_a_full_disk() { "$nvram" "$@" > /dev/full; }
+
+notes='http_password=********
+    note: is the factory'\''s, which everybody knows
+        rc: lets in everybody who tries it
+        write: http_password=...
+wifi_wep_on=0
+    note: leaves the first network open
+        rc: lets everybody in reach join and listen
+        write: wifi_wep_on=3 with wifi_psk2_pwd
+2 findings'
+
+# The factory settings have notes only, wherever they stand; without a word the working copy is meant.
+expect 'no working copy' 2 '' "nvram: check: there is no working copy $folder/tmp/nvram: run 'nvram load' first" \
+    router check
+expect 'factory, by its name' 0 "$notes" '' router check @factory
+expect 'factory, by its path' 0 "$notes" '' "$nvram" check "$factory"
+router default || fail 'default failed'
+expect 'working copy' 0 "$notes" '' router check
+expect 'flash' 0 "$notes" '' router check @flash
+
+expect 'no such file' 2 '' 'nvram: check: /no/such: No such file or directory' "$nvram" check /no/such
+expect 'too many words' 2 '' "nvram: too many words after check (try 'nvram --help')" "$nvram" check a b
+expect 'a strange option' 2 '' "nvram: --json does not belong to show (try 'nvram --help')" "$nvram" show --json
+
+router set http_password=my-own-secret wifi_wep_on=3 'wifi_psk2_pwd=a good phrase'
+expect 'clean' 0 '0 findings' '' router check
+expect 'clean, as JSON' 0 '' '' router check --json
+
+# One warning is enough for status 1.
+router set fw_nat=0
+expect 'a warning' 1 'fw_nat=0
+    warning: is not 1
+        rc: leaves FORWARD open: whoever reaches the WAN side reaches the LAN; addresses are not translated
+        write: fw_nat=1
+1 finding' '' router check
+expect 'a warning, as JSON' 1 '{"key":"fw_nat","level":"warning","value":"0","problem":"is not 1",'\
+'"effect":"leaves FORWARD open: whoever reaches the WAN side reaches the LAN; addresses are not translated",'\
+'"cure":"fw_nat=1"}' '' router check --json
+router set fw_nat=1
+
+# Lines that are none come first; findings of one setting stand under one heading; escapes and secrets.
+{
+    router export -
+    printf 'nonsense\nwifi_psk2_pwd=secret\nmy_own=a\\x01"b"\\\\c\377\303\244\nlog_dos=\nwan_mode=x\nfw_nat=\n'
+} > "$folder/bad"
+expect 'many' 1 "line $(($(wc -l < "$folder/bad") - 5))
+    error: is not KEY=VALUE
+        rc: never sees it: the line is skipped
+        write: key=value, or # in front of a comment
+fw_nat=
+    error: is empty: 1 (on) or 0 (off) is wanted
+        rc: addresses are translated, but FORWARD is left open and there is no DMZ
+        write: fw_nat=1
+    warning: is not 1
+        rc: leaves FORWARD open: whoever reaches the WAN side reaches the LAN
+        write: fw_nat=1
+my_own=a\\x01\"b\"\\\\c$(printf '\377\303\244')
+    note: is no setting of rc's
+        rc: never reads it
+wan_mode=x
+    error: is none of rc's words: one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras is wanted
+        rc: starts no connection at all
+        write: one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras
+wifi_psk2_pwd=********
+    error: is shorter than 8 characters, and wifi_wep_on=3 needs it
+        rc: hands it to the driver, which refuses it: the first network does not come up as it should
+        write: 8 to 63 characters, or 64 hexadecimal digits
+6 findings" '' router check "$folder/bad"
+
+# Each line is JSON of its own, and says the same.
+router check --json "$folder/bad" > "$folder/json"
+[ $? = 1 ] || fail 'JSON: the status is not 1'
+while IFS= read -r line; do
+    printf '%s' "$line" | python3 -m json.tool > /dev/null || fail "this is no JSON: $line"
+done < "$folder/json"
+grep -q secret "$folder/json" && fail 'JSON: a secret is shown'
+python3 - "$folder/json" <<'PYTHON' || fail 'JSON: not what was expected'
+import json, sys
+found = [json.loads(line) for line in open(sys.argv[1], encoding='utf-8')]
+assert [f['key'].split()[0] for f in found] == ['line', 'fw_nat', 'fw_nat', 'my_own', 'wan_mode', 'wifi_psk2_pwd'], found
+assert [f['level'] for f in found] == ['error', 'error', 'warning', 'note', 'error', 'error'], found
+assert all(list(f) == ['key', 'level', 'value', 'problem', 'effect', 'cure'] for f in found), found
+# As an image has it; a byte that is no character is one of the image's escapes.
+assert found[3]['value'] == 'a\\x01"b"\\\\c\\xff\u00e4', found[3]
+assert found[5]['value'] == '********', found[5]
+PYTHON
+
+# What is known of a setting.
+expect 'describe' 0 'fw_remote_port: remote management: TCP port on the WAN
+  form     a number from 1 to 65535
+  empty    not allowed; the rule of remote management fails
+  not set  as empty
+  factory  8080' '' described fw_remote_port 1,5p
+expect 'describe a list' 0 'pcdb_list: address reservations: which host, known by its MAC address, always gets which address
+  form     entries host;address;mac, parted by \x01
+             host: empty or a text of at most 15 characters; host name, for the lease list only
+             address: an IPv4 address such as 192.168.1.1; its last number within those of the pool; '\
+'the first is taken from lan_ipaddr
+             mac: a MAC address such as 00:11:22:33:44:55
+           at most 254 entries
+  empty    allowed; no address is reserved
+  not set  as empty
+  factory  (empty)' '' described pcdb_list 1,9p
+expect 'describe a flag' 0 '  form     1 (on) or 0 (off)
+           only the first character counts' '' described log_dos 2,3p
+expect 'describe a secret' 0 '  secret   shown as ********' '' described ddns_password /secret/p
+expect 'describe nothing' 1 '' 'nvram: describe: no such setting: nothing' "$nvram" describe nothing
+expect 'describe a slip' 1 '' 'nvram: describe: no such setting: wan_mut (did you mean wan_mtu?)' \
+    "$nvram" describe wan_mut
+expect 'keys' 0 'fw_schedule   when rules by schedule apply; of a period past midnight only the part after it
+fw_schedule2  a second list like fw_schedule; of a period past midnight only the part before it' '' \
+    "$nvram" keys fw_sch
+expect 'no such keys' 1 '' '' "$nvram" keys nothing
+[ "$("$nvram" keys | wc -l)" -gt 200 ] || fail 'keys: hardly any'
+
+# A full disk is told.
+expect 'full output' 2 '' 'nvram: standard output: No space left on device' \
+    on_a_full_disk check "$factory"
+
+# Built without the table.
+for verb in check describe keys; do
+    expect "without the table: $verb" 2 '' "nvram: this build leaves out $verb (try 'nvram --help')" "$without" $verb
+    "$without" --help | grep -q "^  $verb" && fail "--help names $verb in a build without it"
+    "$nvram" --help | grep -q "^  $verb" || fail "--help does not name $verb"
+done
+expect 'without the table' 0 '8080' '' "$without" --root "$folder" get fw_remote_port
+exit $failed

@@ -1,0 +1,213 @@
+// The forms that values have: what is of a form, what is not, and the form in words.
+#include "nvram/forms.h"
+
+#include <gtest/gtest.h>
+
+#include "nvram/addresses.h"
+#include "nvram/records.h"
+
+namespace {
+
+using namespace nvram;
+
+struct FormRow {
+    Limits limits;
+    std::string text;
+    std::string problem;  // without what is wanted
+};
+
+std::string problem_of(const Limits& limits, std::string_view text) {
+    const std::string problem = form_problem(limits, text);
+    const std::string wish = ": " + wanted(limits) + " is wanted";
+    if (problem.empty()) return "";
+    EXPECT_TRUE(problem.ends_with(wish)) << problem;
+    return problem.substr(0, problem.size() - wish.size());
+}
+
+void expect_problems(const std::vector<FormRow>& rows) {
+    for (const FormRow& row : rows)
+        EXPECT_EQ(problem_of(row.limits, row.text), row.problem) << row.text;
+}
+
+TEST(Forms, Flags) {
+    const Limits flag = {.form = Form::Flag};
+    expect_problems({{flag, "1", ""},
+                     {flag, "0", ""},
+                     {flag, "1x", ""},
+                     {flag, "yes", "is neither on nor off"},
+                     {flag, " 1", "is neither on nor off"}});
+}
+
+TEST(Forms, Numbers) {
+    const Limits port = {.form = Form::Number, .low = 1, .high = 65535};
+    const Limits hour = {.form = Form::Number, .low = 0, .high = 23};
+    const Limits any = {.form = Form::Number};
+    expect_problems({{port, "1", ""},
+                     {port, "65535", ""},
+                     {port, "0", "is out of range"},
+                     {port, "65536", "is out of range"},
+                     {port, "80800", "is out of range"},
+                     {port, "-1", "is out of range"},
+                     {port, "http", "is no number"},
+                     {port, "80x", "is no number"},
+                     {port, " 80", "is no number"},
+                     {port, "+80", "is no number"},
+                     {port, "1e3", "is no number"},
+                     {port, "99999999999999999999", "is no number"},
+                     {port, "0080", "begins with 0, which iptables takes for octal"},
+                     {hour, "08", ""},
+                     {hour, "24", "is out of range"},
+                     {any, "-7", ""},
+                     {any, "-", "is no number"},
+                     {any, "4000000000", ""}});
+}
+
+TEST(Forms, Choices) {
+    const Limits mode = {.form = Form::Choice, .choices = "dhcpc ip"};
+    const Limits region = {.form = Form::Choice, .choices = "USA|South America"};
+    expect_problems({{mode, "ip", ""},
+                     {mode, "dhcp", "is none of rc's words"},
+                     {mode, "IP", "is none of rc's words"},
+                     {mode, "dhcpc ip", "is none of rc's words"},
+                     {region, "South America", ""},
+                     {region, "South", "is none of rc's words"}});
+    EXPECT_EQ(wanted(mode), "one of dhcpc, ip");
+    EXPECT_EQ(wanted(region), "one of USA, South America");
+}
+
+TEST(Forms, Addresses) {
+    const Limits address = {.form = Form::Address};
+    const Limits or_none = {.form = Form::Address, .choices = "0"};
+    const std::string none = "is no IPv4 address";
+    expect_problems({{address, "192.168.1.1", ""},
+                     {address, "0.0.0.0", ""},
+                     {address, "255.255.255.255", ""},
+                     {address, "256.1.1.1", none},
+                     {address, "1.1.1", none},
+                     {address, "1.1.1.1.1", none},
+                     {address, "1.1.1.", none},
+                     {address, "1..1.1", none},
+                     {address, "192.168.001.1", none},  // inet_aton(3) reads 001 as octal
+                     {address, "1.1.1.1 ", none},
+                     {address, "0x7f.1.1.1", none},
+                     {address, "1.1.1.-1", none},
+                     {address, "router", none},
+                     {address, "0", none},
+                     {or_none, "0", ""},
+                     {or_none, "1", none}});
+    EXPECT_EQ(wanted(or_none), "an IPv4 address such as 192.168.1.1, or one of 0");
+}
+
+TEST(Forms, Netmasks) {
+    const Limits mask = {.form = Form::Netmask};
+    const std::string gap = "is no netmask, since its ones do not stand together";
+    expect_problems({{mask, "255.255.255.0", ""},
+                     {mask, "255.255.255.252", ""},
+                     {mask, "128.0.0.0", ""},
+                     {mask, "0.0.0.0", ""},
+                     {mask, "255.255.255.255", ""},
+                     {mask, "255.0.255.0", gap},
+                     {mask, "255.255.255.1", gap},
+                     {mask, "0.255.255.255", gap},
+                     {mask, "/24", "is no netmask"},
+                     {mask, "255.255.255", "is no netmask"}});
+}
+
+TEST(Forms, MacAddresses) {
+    const Limits mac = {.form = Form::Mac};
+    const std::string none = "is no MAC address";
+    expect_problems({{mac, "00:11:22:aa:BB:cc", ""},
+                     {mac, "00-11-22-aa-bb-cc", none},
+                     {mac, "001122aabbcc", none},
+                     {mac, "00:11:22:aa:bb", none},
+                     {mac, "00:11:22:aa:bb:c", none},
+                     // What boot makes of a board's address that ends in ff.
+                     {mac, "00:11:22:33:44:100", none},
+                     {mac, "00:11:22:aa:bb:cg", none}});
+}
+
+TEST(Forms, Interfaces) {
+    const Limits interface = {.form = Form::Interface};
+    const std::string none = "is no name of an interface";
+    expect_problems({{interface, "eth2.2", ""},
+                     {interface, "a23456789012345", ""},
+                     {interface, "a234567890123456", none},
+                     {interface, "br 0", none},
+                     {interface, "br/0", none},
+                     {interface, "..", none},
+                     {interface, "br\xc3\xa9", none}});
+}
+
+TEST(Forms, Hosts) {
+    const Limits host = {.form = Form::Host};
+    const std::string none = "is neither a host name nor an address";
+    expect_problems({{host, "time.example.com", ""},
+                     {host, "router", ""},
+                     {host, "3com.example", ""},
+                     {host, "10.0.0.1", ""},
+                     {host, std::string(63, 'a') + ".b", ""},
+                     {host, std::string(64, 'a') + ".b", none},
+                     {host, "10.0.0.256", none},
+                     {host, "10.0.0", none},
+                     {host, "-a.b", none},
+                     {host, "a-.b", none},
+                     {host, "a..b", none},
+                     {host, "a.b.", none},
+                     {host, "my_host", none},
+                     {host, "a b", none},
+                     {host, "a;b", none}});
+    const std::string label(49, 'a');
+    const std::string longest = label + "." + label + "." + label + "." + label + "." + label;
+    ASSERT_EQ(longest.size(), 249U);
+    expect_problems({{host, longest + ".bcd", ""}, {host, longest + ".bcde", none}});
+}
+
+TEST(Forms, Hexadecimal) {
+    const Limits key = {.form = Form::Hex, .low = 10, .high = 26};
+    expect_problems({{key, "0123456789", ""},
+                     {key, "0123456789abcdefABCDEF0123", ""},
+                     {key, "012345678", "has 9 digits"},
+                     {key, "0123456789abcdefABCDEF01234", "has 27 digits"},
+                     {key, "012345678g", "is not hexadecimal"}});
+    EXPECT_EQ(wanted(key), "hexadecimal digits, from 10 to 26 of them");
+    EXPECT_EQ(wanted({.form = Form::Hex, .low = 10, .high = 10}), "10 hexadecimal digits");
+}
+
+TEST(Forms, TextsAreAnything) {
+    expect_problems({{{.form = Form::Text, .high = 3}, "abcdef\n\xff", ""}});
+}
+
+TEST(Forms, EditDistance) {
+    struct Row {
+        std::string one;
+        std::string other;
+        std::size_t distance;
+    };
+    const Row rows[] = {
+        {"", "", 0},          {"a", "", 1},           {"wan_mut", "wan_mtu", 2},
+        {"same", "SAME", 0},  {"kitten", "kiten", 1}, {"wan_mtu", "wan_mode", 3},
+        {"abc", "abcdef", 3},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(edit_distance(row.one, row.other, 2), row.distance) << row.one;
+        EXPECT_EQ(edit_distance(row.other, row.one, 2), row.distance) << row.other;
+    }
+}
+
+TEST(Addresses, Networks) {
+    const std::optional<Net> lan = parse_net("192.168.1.77", "255.255.255.192");
+    ASSERT_TRUE(lan.has_value());
+    EXPECT_EQ(lan->text(), "192.168.1.64/255.255.255.192");
+    EXPECT_EQ(quad_text(lan->last()), "192.168.1.127");
+    for (const char* const host : {"192.168.1.65", "192.168.1.126"})
+        EXPECT_TRUE(lan->has_host(*parse_quad(host))) << host;
+    for (const char* const none :
+         {"192.168.1.64", "192.168.1.127", "192.168.1.63", "192.168.1.128", "192.168.2.65"})
+        EXPECT_FALSE(lan->has_host(*parse_quad(none))) << none;
+    for (const char* const mask :
+         {"0.0.0.0", "255.255.255.255", "255.255.255.254", "255.0.255.0", "24", ""})
+        EXPECT_FALSE(parse_net("192.168.1.1", mask).has_value()) << mask;
+    EXPECT_TRUE(parse_net("192.168.1.1", "255.255.255.252").has_value());
+}
+
+}  // namespace
