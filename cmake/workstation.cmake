@@ -5,11 +5,15 @@ if(NOT CMAKE_CROSSCOMPILING)
     find_package(fmt REQUIRED)
     find_package(nlohmann_json REQUIRED)
     find_package(GTest REQUIRED)
+    # Graphviz brings no configuration for CMake.
+    find_library(GRAPHVIZ_GVC gvc REQUIRED)
+    find_library(GRAPHVIZ_CGRAPH cgraph REQUIRED)
     return()
 endif()
 
-# For a foreign processor there are no packages of them, but their headers and sources suit any. The headers get a folder
-# of their own: with /usr/include as a whole, the C library's headers of this machine would come along.
+# For a foreign processor there are no packages of them. The report does without Graphviz then; of the others headers and
+# sources suit any processor. The headers get a folder of their own: with /usr/include as a whole, the C library's headers
+# of this machine would come along.
 set(header_folder ${PROJECT_BINARY_DIR}/headers)
 foreach(library CLI fmt nlohmann)
     find_path(${library}_parent ${library} PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)

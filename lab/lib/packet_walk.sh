@@ -4,8 +4,12 @@
 
 # The first packet's id in its IP header; each has one of its own, by which it is found where it arrives.
 packet_id=1000
-# What the conditions and targets of the rules met so far were, one a line.
+# The rules met so far, one a line.
 met=$world/met
+# How many fields of an arrival are compared: side, id, protocol, and the addresses and ports.
+compared=7
+# The ids of packets that ended in the router.
+ended=()
 
 # listen_for_packets: on both sides of the router.
 listen_for_packets() {
@@ -21,19 +25,23 @@ net_of() {
     if [ "$1" = lan ]; then echo pc1; else echo provider; fi
 }
 
-# near ADDRESS INTERFACE NET: a computer that answers nothing, and whose MAC address the router knows.
+# near ADDRESS INTERFACE MAC: a computer that answers nothing, and whose MAC address the router knows.
 near() {
-    router ip neigh replace "$1" lladdr "$(in_net "$3" cat /sys/class/net/eth0/address)" nud permanent dev "$2"
+    in_net router ip neigh replace "$1" lladdr "$3" nud permanent dev "$2"
 }
 
-# on_wire SIDE WORDS...: puts a packet there.
+# on_wire SIDE WORDS...: puts a packet there. The air is the radio's side, where nobody is.
 on_wire() {
-    local net mac
-    net=$(net_of "$1")
-    if [ "$1" = lan ]; then mac=$lan_mac; else mac=$wan_mac; fi
+    local interface=eth0 near=$provider_mac router_mac
+    local -a enter=()
+    case $1 in
+    lan) enter=(in_net pc1) near=${pc_mac[pc1]} router_mac=$lan_mac ;;
+    wan) enter=(in_net provider) router_mac=$wan_mac ;;
+    air) interface=air router_mac=$air_mac ;;
+    esac
     shift
-    in_net "$net" perl "$lab/send_packet" eth0 --id "$packet_id" --mac-dest "$mac" \
-        --mac-source "$(in_net "$net" cat /sys/class/net/eth0/address)" "$@" 9>&-
+    "${enter[@]}" perl "$lab/send_packet" "$interface" --id "$packet_id" --mac-source "$near" \
+        --mac-dest "$router_mac" "$@" 9>&-
 }
 
 # beforehand SIDE WORDS...: a packet that only prepares the next one.
@@ -76,20 +84,18 @@ planned_hits() {
 
 # The same of the kernel: those that have counted something since forget_hits.
 kernel_hits() {
-    local table
-    for table in filter nat mangle; do
-        router /usr/lab/iptables -w -t "$table" -v -S | awk -v table="$table" '
+    # shellcheck disable=SC2016  # The inner shell's own words.
+    router sh -c 'for table in filter nat mangle; do echo "table $table"; /usr/lab/iptables -w -t $table -v -S; done' |
+        awk '
+            $1 == "table" { table = $2; delete rules }
             $1 == "-A" { place = ++rules[$2] }
             $1 == "-P" { place = "policy" }
-            { for (i = 1; i < NF; i++) if ($i == "-c" && $(i + 1) > 0) print table, $2, place }'
-    done | sort -u
+            { for (i = 1; i < NF; i++) if ($i == "-c" && $(i + 1) > 0) print table, $2, place }' | sort -u
 }
 
 forget_hits() {
-    local table
-    for table in filter nat mangle; do
-        router /usr/lab/iptables -w -t "$table" -Z
-    done
+    # shellcheck disable=SC2016
+    router sh -c 'for table in filter nat mangle; do /usr/lab/iptables -w -t $table -Z; done'
 }
 
 # own_hits PLAN HITS: without the chains that only answers of the router itself meet, and the one that its kernel did
@@ -102,29 +108,26 @@ own_hits() {
     grep -vE "$other" <<< "$2"
 }
 
-# value NAME PLAN: of the packet as it goes on.
-value() {
-    sed -E 's/.*"packet_after":\{([^}]*)\}.*/\1/' <<< "$2" | grep -oE "\"$1\":(\"[^\"]*\"|[0-9]+|null)" |
-        sed -E 's/^[^:]*://; s/"//g; s/^null$/-/'
-}
-
-# The line that is noted where the plan lets the packet arrive; nothing where it does not leave the router.
+# The line that is noted where the plan lets the packet arrive; nothing where it does not leave the router. Of a
+# connection that stands already, the kernel translates the addresses without asking the rules, so they do not count.
 expected_arrival() {
-    local protocol
-    [[ $1 == *'"verdict":"accept"'* ]] || return
-    case $(value protocol "$1") in
+    local text='"([^"]*)"' number='([0-9]+|null)' side protocol
+    local after="\"packet_after\":\{\"in\":$text,\"out\":$text,\"protocol\":$text,\"source\":$text"
+    after+=",\"source_port\":$number,\"destination\":$text,\"destination_port\":$number"
+    [[ $1 == *'"verdict":"accept"'* && $1 =~ $after ]] || return
+    case ${BASH_REMATCH[2]} in
+    br0) side=lan ;;
+    eth2.2) side=wan ;;
+    *) return ;;
+    esac
+    case ${BASH_REMATCH[3]} in
     icmp) protocol=1 ;;
     tcp) protocol=6 ;;
     udp) protocol=17 ;;
     gre) protocol=47 ;;
     esac
-    case $(value out "$1") in
-    br0) printf 'lan ' ;;
-    eth2.2) printf 'wan ' ;;
-    *) return ;;
-    esac
-    echo "$packet_id $protocol $(value source "$1") $(value source_port "$1") $(value destination "$1")" \
-        "$(value destination_port "$1")"
+    echo "$side $packet_id $protocol ${BASH_REMATCH[4]} ${BASH_REMATCH[5]/null/-} ${BASH_REMATCH[6]}" \
+        "${BASH_REMATCH[7]/null/-}" | cut -d ' ' -f "1-$compared"
 }
 
 # Where the last packet arrived, in the same form.
@@ -132,7 +135,7 @@ arrival() {
     local side
     for side in lan wan; do
         sed -n "s/^$packet_id /$side &/p" "$world/arrived.$side"
-    done | cut -d ' ' -f 1-7
+    done | cut -d ' ' -f "1-$compared"
 }
 
 # arrived_with FIELD: 8 is the TTL, 9 the MSS.
@@ -140,9 +143,18 @@ arrived_with() {
     cat "$world/arrived.lan" "$world/arrived.wan" | sed -n "s/^$packet_id /any &/p" | cut -d ' ' -f "$1"
 }
 
+# as_planned PLAN HITS ARRIVAL: leaves what the kernel has counted in $seen.
 as_planned() {
-    seen=$(own_hits "$plan" "$(kernel_hits)")
-    [ "$seen" = "$(planned_hits "$plan")" ] && [ "$(arrival)" = "$(expected_arrival "$plan")" ]
+    seen=$(own_hits "$1" "$(kernel_hits)")
+    [ "$seen" = "$2" ] && [ "$(arrival)" = "$3" ]
+}
+
+# The lines of packets that were to arrive nowhere: one might have come after it was looked for.
+late_arrivals() {
+    local id
+    for id in "${ended[@]}"; do
+        grep -h "^$id " "$world/arrived.lan" "$world/arrived.wan"
+    done
 }
 
 note_met() {
@@ -153,7 +165,7 @@ note_met() {
 # behind "--" are for the cable only, where it looks different: before its addresses are translated back. VERDICT is
 # what is expected of both, accept or drop.
 meets() {
-    local verdict=$1 what=$2 side=$3 plan seen
+    local verdict=$1 what=$2 side=$3 plan
     local -a words=() wire=()
     shift 3
     while [ $# -gt 0 ] && [ "$1" != -- ]; do
@@ -161,6 +173,8 @@ meets() {
         shift
     done
     wire=("${words[@]}" "${@:2}")
+    compared=7
+    [[ " ${words[*]} " != *' --state '* ]] || compared=3
     packet_id=$((packet_id + 1000))
     plan=$(planned "${words[@]}")
     if [[ $plan != *"\"verdict\":\"$verdict\""* ]]; then
@@ -170,56 +184,59 @@ meets() {
     note_met "$plan"
     forget_hits
     on_wire "$side" "${wire[@]}"
-    hold_against "$what" "$(sed -E 's/.*"text":"([^"]*)","decision".*/\1/' <<< "$plan")"
+    hold_against "$what" "$plan"
 }
 
-# hold_against WHAT VERDICT: compares what the kernel did with $plan. The kernel needs a moment, and so does what
-# notes the arrival.
+# hold_against WHAT PLAN: compares what the kernel did. It needs a moment, and so does what notes the arrival.
 hold_against() {
-    local tries=0
-    until as_planned; do
-        tries=$((tries + 1))
-        if [ "$tries" -ge 60 ]; then
-            failed "$1: $2"
-            diff <(planned_hits "$plan") <(echo "$seen") | sed -n 's/^</        planned/p; s/^>/        counted/p'
-            printf '        expected \"%s\", arrived \"%s\"\n' "$(expected_arrival "$plan")" "$(arrival)"
+    local tries seen hits expected text
+    hits=$(planned_hits "$2")
+    expected=$(expected_arrival "$2")
+    text=$(sed -E 's/.*"text":"([^"]*)","decision".*/\1/' <<< "$2")
+    for ((tries = 0; tries < 20; tries++)); do
+        if as_planned "$2" "$hits" "$expected"; then
+            passed "$1: $text${expected:+, seen on ${expected%% *}}"
+            [ "$expected" ] || ended+=("$packet_id")
             return
         fi
         sleep 0.05
     done
-    [ -z "$(arrival)" ] || what_arrived=", seen on $(arrival | cut -d ' ' -f 1)"
-    passed "$1: $2${what_arrived-}"
-    unset what_arrived
+    failed "$1: $text"
+    diff <(echo "$hits") <(echo "$seen") | sed -n 's/^</        planned/p; s/^>/        counted/p'
+    printf '        expected "%s", arrived "%s"\n' "$expected" "$(arrival)"
 }
 
-# meets_either WHAT SIDE OPTION WORDS...: chance or a limit decides, and OPTION makes rcplan take the other way. The
-# kernel must take one of the two; leaves in $taken which, 0 or 1.
+# meets_either WHAT SIDE OPTION WORDS...: chance decides, and OPTION makes rcplan take the other way. The kernel must
+# take one of the two; leaves in $taken which, 0 or 1.
 meets_either() {
-    local what=$1 side=$2 option=$3 plan seen
-    local -a plans
+    local what=$1 side=$2 option=$3 tries seen
+    local -a plans hits expected
     shift 3
     packet_id=$((packet_id + 1000))
+    compared=7
     plans=("$(planned "$@")" "$(planned "$@" "$option")")
-    note_met "${plans[0]}"
-    note_met "${plans[1]}"
+    for taken in 0 1; do
+        note_met "${plans[taken]}"
+        hits[taken]=$(planned_hits "${plans[taken]}")
+        expected[taken]=$(expected_arrival "${plans[taken]}")
+    done
     forget_hits
     on_wire "$side" "$@"
-    for ((tries = 0; tries < 60; tries++)); do
+    for ((tries = 0; tries < 20; tries++)); do
         for taken in 0 1; do
-            plan=${plans[taken]}
-            as_planned && return
+            as_planned "${plans[taken]}" "${hits[taken]}" "${expected[taken]}" && return
         done
         sleep 0.05
     done
-    failed "$what: neither way is the kernel's"
-    diff <(planned_hits "${plans[0]}") <(echo "$seen")
     taken=none
+    failed "$what: neither way is the kernel's"
+    diff <(echo "${hits[0]}") <(echo "$seen") | sed -n 's/^</        planned/p; s/^>/        counted/p'
 }
 
 # meets_both WHAT SIDE COUNT OPTION WORDS...: so many packets that some are beyond a limit: together they meet the
 # rules of both ways, and no others.
 meets_both() {
-    local what=$1 side=$2 count=$3 option=$4 within beyond tries wanted
+    local what=$1 side=$2 count=$3 option=$4 within beyond tries wanted seen
     shift 4
     packet_id=$((packet_id + 1000))
     within=$(planned "$@")
@@ -229,19 +246,27 @@ meets_both() {
     wanted=$(sort -u <(planned_hits "$within") <(planned_hits "$beyond"))
     forget_hits
     on_wire "$side" "$@" --count "$count"
-    for ((tries = 0; tries < 60; tries++)); do
-        [ "$(own_hits "$beyond" "$(kernel_hits)")" != "$wanted" ] || break
+    for ((tries = 0; tries < 20; tries++)); do
+        seen=$(own_hits "$beyond" "$(kernel_hits)")
+        [ "$seen" != "$wanted" ] || break
         sleep 0.05
     done
-    same "$what" "$(xargs <<< "$wanted")" "$(own_hits "$beyond" "$(kernel_hits)" | xargs)"
+    same "$what" "$(xargs <<< "$wanted")" "$(xargs <<< "$seen")"
 }
 
-# What the rules that were met have asked and done: each option and target once, and the options with a "!".
+# What the rules that were met have asked and done: each option, module and target once, and the options with a "!".
 vocabulary() {
     tr -d '"' < "$met" | awk '
-        { for (i = 1; i <= NF; i++) {
-            if ($i == "!") print "!" $(i - 1)
-            else if ($i == "-j") { if ($(i + 1) ~ /^(ACCEPT|DNAT|DROP|LOG|MARK|MASQUERADE|REJECT|RETURN|SNAT|TCPMSS|TTL)$/) print $(i + 1) }
-            else if ($i == "-m") print $(i + 1)
-            else if ($i ~ /^-/ && $i !~ /^-[tAI]$/) print $i } }' | sort -u
+        BEGIN {
+            split("ACCEPT DNAT DROP LOG MARK MASQUERADE REJECT RETURN SNAT TCPMSS TTL", names)
+            for (i in names) target[names[i]]
+        }
+        {
+            for (i = 1; i <= NF; i++) {
+                if ($i == "!") print "!" $(i - 1)
+                else if ($i == "-m") print $(i + 1)
+                else if ($i == "-j") { if ($(i + 1) in target) print $(i + 1) }
+                else if ($i ~ /^-/ && $i !~ /^-[tAIP]$/) print $i
+            }
+        }' | sort -u
 }

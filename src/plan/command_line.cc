@@ -13,6 +13,7 @@ std::unique_ptr<CLI::App> command_line(int& status) {
     add_run(*app, status);
     add_diff(*app, status);
     add_sinks(*app, status);
+    add_report(*app, status);
     add_packet(*app, status);
     add_check(*app, status);
     return app;

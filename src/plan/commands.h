@@ -24,6 +24,7 @@ void add_diff(CLI::App& app, int& status);
 void add_sinks(CLI::App& app, int& status);
 void add_packet(CLI::App& app, int& status);
 void add_check(CLI::App& app, int& status);
+void add_report(CLI::App& app, int& status);
 
 // The router that a plan begins with, as options tell it.
 struct RouterOptions {

@@ -17,22 +17,6 @@ bool is_utf8(const std::string& text) {
     }
 }
 
-Json influences(const std::vector<Influence>& list) {
-    Json array = Json::array();
-    for (const Influence& influence : list) {
-        Json object;
-        object["kind"] = kind_name(influence.question.kind);
-        if (!influence.question.name.empty()) put_text(object, "name", influence.question.name);
-        if (influence.answer)
-            put_text(object, "answer", *influence.answer);
-        else
-            object["answer"] = nullptr;
-        object["decides"] = influence.decides;
-        array.push_back(std::move(object));
-    }
-    return array;
-}
-
 Json event_object(const Plan& plan, size_t index, const Provenance* provenance) {
     const Event& event = plan.after.transcript.events()[index];
     Json object;
@@ -61,6 +45,22 @@ void put_text(Json& object, const char* name, const std::string& text) {
     std::string digits;
     for (const char c : text) digits += fmt::format("{:02x}", static_cast<unsigned char>(c));
     object[std::string(name) + "_hex"] = digits;
+}
+
+Json influences(const std::vector<Influence>& list) {
+    Json array = Json::array();
+    for (const Influence& influence : list) {
+        Json object;
+        object["kind"] = kind_name(influence.question.kind);
+        if (!influence.question.name.empty()) put_text(object, "name", influence.question.name);
+        if (influence.answer)
+            put_text(object, "answer", *influence.answer);
+        else
+            object["answer"] = nullptr;
+        object["decides"] = influence.decides;
+        array.push_back(std::move(object));
+    }
+    return array;
 }
 
 std::string json_lines(const Plan& plan, const Provenance* provenance) {

@@ -5,6 +5,9 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
+
+#include "plan/influence.h"
 
 using Json = nlohmann::ordered_json;
 
@@ -12,5 +15,7 @@ using Json = nlohmann::ordered_json;
 std::string json_line(const Json& object);
 // Under this name, and under "<name>_hex" as far as needed.
 void put_text(Json& object, const char* name, const std::string& text);
+// What a line comes from, one object each.
+Json influences(const std::vector<Influence>& list);
 
 #endif

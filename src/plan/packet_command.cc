@@ -108,6 +108,8 @@ void add_packet(CLI::App& app, int& status) {
     command->add_flag("--not-drawn", options->packet.not_drawn,
                       "rules that leave it to chance do not take it");
     command->add_flag("--json", options->json, "one JSON object");
+    command->add_flag("--no-why", options->no_why,
+                      "without the settings behind the rules, which take the time");
     command
         ->add_option("WORDS", options->words,
                      "what rc is called with before, if not: firewall start")

@@ -4,29 +4,9 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <nlohmann/json.hpp>
-
 #include "core/text.h"
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-// A line of the transcript: the file that it stands in, and where there.
-struct Place {
-    std::string file;  // empty: it was run directly
-    size_t line = 0;
-    std::string text;
-};
-
-Place place_of(const Plan& plan, const Origin& origin) {
-    const Event& event = plan.after.transcript.events().at(origin.event);
-    if (origin.line == 0) return {.file = "", .line = 0, .text = event.text};
-    const std::vector<std::string_view> lines = body_lines(event.body);
-    return {
-        .file = event.text, .line = origin.line, .text = std::string(lines.at(origin.line - 1))};
-}
 
 std::string place_text(const Place& place) {
     return place.file.empty() ? "run" : fmt::format("{} line {}", place.file, place.line);
@@ -107,75 +87,14 @@ bool is_notable(const Netfilter::Refused& line) {
     return line.unread || !contains(line.line, " -X ");
 }
 
-Json influences_json(const std::vector<Influence>& list) {
-    Json array = Json::array();
-    for (const Influence& influence : list)
-        array.push_back({{"kind", kind_name(influence.question.kind)},
-                         {"name", influence.question.name},
-                         {"answer", influence.answer ? Json(*influence.answer) : Json(nullptr)},
-                         {"decides", influence.decides}});
-    return array;
-}
+}  // namespace
 
-Json place_json(const PacketReport& report, const Origin& origin) {
-    const Place place = place_of(report.plan, origin);
-    return {{"file", place.file.empty() ? Json(nullptr) : Json(place.file)},
-            {"line", place.line},
-            {"text", place.text},
-            {"why", influences_json(report.provenance.of(origin))}};
-}
-
-Json decision_json(const PacketReport& report, const std::optional<Decision>& decision) {
-    if (!decision) return nullptr;
-    Json object = {{"table", decision->table}, {"chain", decision->chain}};
-    object["rule"] = decision->number > 0 ? Json(decision->number) : Json(nullptr);
-    if (decision->rule) object["target"] = decision->rule->target;
-    object["origin"] = decision->origin ? place_json(report, *decision->origin) : Json(nullptr);
-    return object;
-}
-
-template <typename Value>
-Json or_null(const std::optional<Value>& value) {
-    return value ? Json(*value) : Json(nullptr);
-}
-
-Json address_json(const std::optional<Ipv4>& address) {
-    return address ? Json(address_text(*address)) : Json(nullptr);
-}
-
-Json packet_object(const Packet& packet) {
-    return {{"in", packet.in},
-            {"out", packet.out},
-            {"protocol", protocol_text(packet.protocol)},
-            {"source", address_json(packet.source)},
-            {"source_port", or_null(packet.source_port)},
-            {"destination", address_json(packet.destination)},
-            {"destination_port", or_null(packet.destination_port)},
-            {"mark", packet.mark}};
-}
-
-Json step_json(const PacketReport& report, const WalkStep& step) {
-    switch (step.kind) {
-        case WalkStep::Kind::Chain:
-            return {{"type", "chain"}, {"table", step.table}, {"chain", step.chain}};
-        case WalkStep::Kind::Rule:
-            return {{"type", "rule"},        {"table", step.table},
-                    {"chain", step.chain},   {"rule", step.number},
-                    {"effect", step.effect}, {"origin", place_json(report, step.rule->origin)}};
-        case WalkStep::Kind::Policy:
-            return {{"type", "policy"},
-                    {"table", step.table},
-                    {"chain", step.chain},
-                    {"effect", step.effect}};
-        case WalkStep::Kind::Note:
-            break;
-    }
-    return {{"type", "note"}, {"effect", step.effect}};
-}
-
-const char* verdict_word(Verdict verdict) {
-    if (verdict == Verdict::Accept) return "accept";
-    return verdict == Verdict::Drop ? "drop" : "unknown";
+Place place_of(const Plan& plan, const Origin& origin) {
+    const Event& event = plan.after.transcript.events().at(origin.event);
+    if (origin.line == 0) return {.file = "", .line = 0, .text = event.text};
+    const std::vector<std::string_view> lines = body_lines(event.body);
+    return {
+        .file = event.text, .line = origin.line, .text = std::string(lines.at(origin.line - 1))};
 }
 
 std::vector<std::string> all_assumptions(const PacketReport& report) {
@@ -183,8 +102,6 @@ std::vector<std::string> all_assumptions(const PacketReport& report) {
     all.insert(all.end(), report.walk.assumptions.begin(), report.walk.assumptions.end());
     return all;
 }
-
-}  // namespace
 
 std::string packet_text(const PacketReport& report) {
     const Walk& walk = report.walk;
@@ -201,23 +118,4 @@ std::string packet_text(const PacketReport& report) {
     text += decision_lines(report, "from", walk.source_nat);
     text += decision_lines(report, "mark", walk.marked);
     return text + escape_line(walk.verdict_text()) + "\n";
-}
-
-std::string packet_json(const PacketReport& report) {
-    const Walk& walk = report.walk;
-    Json object = {{"verdict", verdict_word(walk.verdict)}, {"text", walk.verdict_text()}};
-    object["decision"] = decision_json(report, walk.decision);
-    object["destination_nat"] = decision_json(report, walk.destination_nat);
-    object["source_nat"] = decision_json(report, walk.source_nat);
-    object["marked"] = decision_json(report, walk.marked);
-    object["packet"] = packet_object(report.packet);
-    object["packet_after"] = packet_object(walk.packet);
-    object["assumed"] = all_assumptions(report);
-    object["steps"] = Json::array();
-    for (const WalkStep& step : walk.steps) object["steps"].push_back(step_json(report, step));
-    object["refused"] = Json::array();
-    for (const Netfilter::Refused& line : report.tables.refused)
-        object["refused"].push_back(
-            {{"line", line.line}, {"reason", line.reason}, {"unread", line.unread}});
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }

@@ -8,6 +8,15 @@
 #include "plan/packet.h"
 #include "plan/plan.h"
 
+// A line of the transcript: the file that it stands in, and where there.
+struct Place {
+    std::string file;  // empty: it was run directly
+    size_t line = 0;
+    std::string text;
+};
+
+Place place_of(const Plan& plan, const Origin& origin);
+
 struct PacketReport {
     const Plan& plan;
     const Netfilter& tables;
@@ -17,6 +26,9 @@ struct PacketReport {
     std::vector<std::string> assumptions;
     Walk walk;
 };
+
+// What was taken for granted of the packet, and then on its way.
+std::vector<std::string> all_assumptions(const PacketReport& report);
 
 std::string packet_text(const PacketReport& report);
 // One object (rcplan(1)).

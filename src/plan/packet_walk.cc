@@ -201,16 +201,20 @@ Answer Walker::matches(const Decision& where) {
     std::string missing = reading.unread;
     if (where.rule->pattern && missing.empty())
         missing = "the shell would look for files of that pattern";
+    // The limit of a LOG rule is for the lines of the log: what is too much otherwise is logged.
+    Packet asked = packet();
+    const bool logged = asked.over_limit && where.rule->target == "LOG";
+    if (logged) asked.over_limit = false;
     bool fits = true;
     std::vector<std::string> remarks;
     for (const Condition& condition : reading.conditions) {
         if (where.rule->pattern && holds_pattern(condition)) continue;
-        const MatchAnswer answer = condition.ask(packet());
+        const MatchAnswer answer = condition.ask(asked);
         if (answer.answer == Answer::No && answer.remark.empty()) return Answer::No;
         if (answer.answer == Answer::No) fits = false;
         if (answer.answer == Answer::Unknown && missing.empty())
             missing = "it asks for " + answer.remark;
-        else if (!answer.remark.empty() && answer.answer != Answer::Unknown)
+        else if (!answer.remark.empty() && answer.answer != Answer::Unknown && !logged)
             remarks.push_back(answer.remark);
     }
     for (const std::string& remark : remarks) assume(remark);

@@ -226,7 +226,10 @@ TEST(Packet, Pings) {
               "ACCEPT by rule 2 of LOCAL_SERVICE");
     const Walk flood = router.walk("proto=icmp src=198.51.100.80 dst=10.0.0.2 over-limit");
     EXPECT_EQ(flood.verdict_text(), "DROP by rule 7 of DOS");
-    EXPECT_EQ(effects(flood), "");
+    EXPECT_EQ(effects(flood), "filter: logged as \"[DOS] \"");
+    EXPECT_EQ(flood.assumptions,
+              (std::vector<std::string>{"it is sent to the router's own MAC address (--mac-dest)",
+                                        "it is beyond every limit (--over-limit)"}));
 }
 
 TEST(Packet, Floods) {

@@ -1,0 +1,196 @@
+// The files that a run leaves behind line by line, and the secrets that are hidden in them.
+
+#include <gtest/gtest.h>
+
+#include "plan/masks.h"
+#include "plan/produced.h"
+
+namespace {
+
+// A run made by hand: its transcript, and what its files hold at the end.
+struct MadeRun {
+    Plan plan;
+    Provenance provenance;
+
+    MadeRun() { plan.words = {"rc", "x"}; }
+
+    Transcript& transcript() { return plan.after.transcript; }
+    void before(const std::string& path, const std::string& content) {
+        plan.before.put(path, content);
+        plan.after.world.put(path, content);
+    }
+    void after(const std::string& path, const std::string& content) {
+        plan.after.world.put(path, content);
+    }
+    void depends(size_t event, size_t line, const char* key, const char* value, bool decides) {
+        provenance.add(
+            {event, line},
+            {.question = {Question::Kind::Setting, key}, .answer = value, .decides = decides});
+    }
+};
+
+// "path: text <- event.line event.line | text ...", "~" behind a last line without a newline.
+std::string shown(const std::vector<ProducedFile>& files) {
+    std::string out;
+    for (const ProducedFile& file : files) {
+        out += file.path + ":";
+        for (const FileLine& line : file.lines) {
+            out += (&line == &file.lines.front() ? " " : " | ") + line.text + " <-";
+            for (const Origin& origin : line.origins)
+                out += " " + std::to_string(origin.event) + "." + std::to_string(origin.line);
+        }
+        out += file.ended ? "\n" : " ~\n";
+    }
+    return out;
+}
+
+TEST(ProducedFiles, LinesKnowWhereTheyWereWritten) {
+    MadeRun run;
+    run.transcript().add_with_body("write", "/a", "one\ntwo\n");
+    run.transcript().add_with_body("append", "/a", "three\n");
+    run.transcript().add_with_body("write", "/empty", "");
+    run.after("/a", "one\ntwo\nthree\n");
+    run.after("/empty", "");
+    EXPECT_EQ(shown(produced_lines(run.plan)),
+              "/a: one <- 0.1 | two <- 0.2 | three <- 1.1\n"
+              "/empty:\n");
+}
+
+TEST(ProducedFiles, ALineWrittenInPiecesHasAllItsPlaces) {
+    MadeRun run;
+    run.transcript().add_with_body("write", "/a", "on");
+    run.transcript().add_with_body("append", "/a", "e\ntw");
+    run.transcript().add_with_body("append", "/a", "o");
+    run.after("/a", "one\ntwo");
+    EXPECT_EQ(shown(produced_lines(run.plan)), "/a: one <- 0.1 1.1 | two <- 1.2 2.1 ~\n");
+}
+
+TEST(ProducedFiles, WhatWasThereBeforeComesFromNowhere) {
+    MadeRun run;
+    run.before("/a", "old\n");
+    run.before("/same", "same\n");
+    run.transcript().add_with_body("append", "/a", "new\n");
+    run.after("/a", "old\nnew\n");
+    EXPECT_EQ(shown(produced_lines(run.plan)), "/a: old <- | new <- 0.1\n");
+}
+
+TEST(ProducedFiles, ShellLinesMakeLinesAndCopies) {
+    MadeRun run;
+    run.before("/etc/crontab", "x\n");
+    run.transcript().add("run", "echo one >/a");
+    run.transcript().add("run", "echo two >>/a");
+    run.transcript().add("run", "/bin/cp /a /b");
+    run.transcript().add("run", "/bin/cp /etc/crontab /c");
+    run.transcript().add("run", "rm /a");
+    run.plan.after.world.files.erase("/a");
+    run.after("/b", "one\ntwo\n");
+    run.after("/c", "x\n");
+    EXPECT_EQ(shown(produced_lines(run.plan)),
+              "/b: one <- 0.0 | two <- 1.0\n"
+              "/c: x <- 3.0\n");
+}
+
+TEST(ProducedFiles, ARemovedFileStartsAnew) {
+    MadeRun run;
+    run.transcript().add_with_body("write", "/a", "one\n");
+    run.transcript().add("remove", "/a");
+    run.transcript().add_with_body("append", "/a", "two\n");
+    run.after("/a", "two\n");
+    EXPECT_EQ(shown(produced_lines(run.plan)), "/a: two <- 2.1\n");
+}
+
+TEST(ProducedFiles, StoredSettingsAreLinesOfTheImages) {
+    MadeRun run;
+    run.before(working_copy, "a=1\nb=2\n");
+    run.transcript().add("set", "b=3");
+    run.transcript().add("set", "c=4");
+    run.transcript().add("commit", "");
+    run.after(working_copy, "a=1\nb=3\nc=4\n");
+    run.after(flash_image, "a=1\nb=3\nc=4\n");
+    EXPECT_EQ(shown(produced_lines(run.plan)),
+              "/flash/nvram: a=1 <- 2.0 | b=3 <- 2.0 | c=4 <- 2.0\n"
+              "/tmp/nvram: a=1 <- | b=3 <- 0.0 | c=4 <- 1.0\n");
+}
+
+// Whatever happened to a file, its content is right.
+TEST(ProducedFiles, WhatCouldNotBeFollowedHasNoPlaces) {
+    MadeRun run;
+    run.transcript().add_with_body("write", "/a", "one\n");
+    run.after("/a", "other\n");
+    EXPECT_EQ(shown(produced_lines(run.plan)), "/a: other <-\n");
+}
+
+TEST(Masks, ASecretIsHiddenWhereItWentIn) {
+    MadeRun run;
+    run.transcript().add_with_body("write", "/etc/htpasswd", "admin:s3cret\nuser:s3cret\n");
+    run.depends(0, 1, "http_password", "s3cret", false);
+    run.after("/etc/htpasswd", "admin:s3cret\nuser:s3cret\n");
+    const Masks masks(run.plan, run.provenance);
+    EXPECT_EQ(masks.line({0, 1}, "admin:s3cret"), "admin:********");
+    // The same word by chance.
+    EXPECT_EQ(masks.line({0, 2}, "user:s3cret"), "user:s3cret");
+    const ProducedFile file = produced_lines(run.plan).at(0);
+    EXPECT_EQ(masks.line(file, file.lines[0]), "admin:********");
+    EXPECT_TRUE(masks.in_body(0));
+}
+
+TEST(Masks, InAnotherFormTheWholeLineIsHidden) {
+    MadeRun run;
+    run.transcript().add("run", "pppd password \"o\\'clock\"");
+    run.transcript().add("run", "length 7");
+    run.depends(0, 0, "pppoe_password", "o'clock", false);
+    run.depends(1, 0, "pppoe_password", "o'clock", true);
+    const Masks masks(run.plan, run.provenance);
+    EXPECT_EQ(masks.line({0, 0}, "pppd password \"o\\'clock\""), "********");
+    // It only decides that the line stands.
+    EXPECT_EQ(masks.line({1, 0}, "length 7"), "length 7");
+    EXPECT_FALSE(masks.in_body(0));
+}
+
+TEST(Masks, OfTwoSecretsTheLongerIsHiddenFirst) {
+    MadeRun run;
+    run.transcript().add("run", "x");
+    run.depends(0, 0, "http_password", "abc", false);
+    run.depends(0, 0, "mail_password", "abcdef", false);
+    const Masks masks(run.plan, run.provenance);
+    EXPECT_EQ(masks.line({0, 0}, "abc abcdef"), "******** ********");
+}
+
+TEST(Masks, OtherSettingsAreNoSecrets) {
+    MadeRun run;
+    run.transcript().add("run", "route br0");
+    run.depends(0, 0, "lan_if", "br0", false);
+    const Masks masks(run.plan, run.provenance);
+    EXPECT_EQ(masks.line({0, 0}, "route br0"), "route br0");
+    EXPECT_EQ(masks.answer({.question = {Question::Kind::Setting, "lan_if"}, .answer = "br0"}),
+              "br0");
+    EXPECT_EQ(masks.answer(
+                  {.question = {Question::Kind::Setting, "wifi_psk_pwd1"}, .answer = "12345678"}),
+              "********");
+    // That there is none may be seen.
+    EXPECT_EQ(masks.answer({.question = {Question::Kind::Setting, "wifi_psk_pwd1"}, .answer = ""}),
+              "");
+}
+
+TEST(Masks, WhatTheRunStoresIsHiddenInEveryLine) {
+    MadeRun run;
+    run.before(working_copy, "http_password=old\n");
+    run.transcript().add("run", "echo 12345670");
+    run.transcript().add("set", "wsc_device_pin=12345670");
+    run.transcript().add("run", "echo 12345670 >/var/wps_pin");
+    run.transcript().add("set", "http_password=x");
+    run.after(working_copy, "http_password=x\nlan_if=br0\nwsc_device_pin=12345670\n");
+    const Masks masks(run.plan, run.provenance);
+    EXPECT_EQ(masks.line({0, 0}, "echo 12345670"), "echo ********");
+    EXPECT_EQ(masks.line({1, 0}, "wsc_device_pin=12345670"), "wsc_device_pin=********");
+    EXPECT_EQ(masks.line({2, 0}, "echo 12345670 >/var/wps_pin"), "echo ******** >/var/wps_pin");
+    EXPECT_EQ(masks.line({3, 0}, "http_password=x"), "http_password=********");
+
+    const std::vector<ProducedFile> files = produced_lines(run.plan);
+    ASSERT_EQ(files.size(), 1U);
+    std::string image;
+    for (const FileLine& line : files[0].lines) image += masks.line(files[0], line) + "\n";
+    EXPECT_EQ(image, "http_password=********\nlan_if=br0\nwsc_device_pin=********\n");
+}
+
+}  // namespace

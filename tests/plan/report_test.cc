@@ -1,0 +1,350 @@
+// The report's page: what stands in it, that every link leads somewhere, and that no text of a
+// router becomes markup.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "core/apps.h"
+#include "nvram/known_settings.h"
+#include "plan/html.h"
+#include "plan/report.h"
+#include "plan/report_map.h"
+#include "plan/report_page.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+TEST(Html, Escapes) {
+    struct Row {
+        std::string text;
+        const char* escaped;
+    };
+    for (const Row& row : {
+             Row{"plain text", "plain text"},
+             Row{"<script>", "&lt;script&gt;"},
+             Row{"a&amp;b", "a&amp;amp;b"},
+             Row{"\"'`=", "&quot;&#39;`="},
+             Row{"a\nb\t\x7f", "a\\x0ab\\x09\\x7f"},
+             Row{"\xc3\xa9\xff", "\\xc3\\xa9\\xff"},
+             Row{std::string("a\0b", 3), "a\\x00b"},
+         })
+        EXPECT_EQ(html_escaped(row.text), row.escaped);
+    EXPECT_EQ(shown_line("a\t<\\ "), "a\\t&lt;\\\\\\s");
+}
+
+TEST(Html, AnchorsOfDifferentNamesDiffer) {
+    struct Row {
+        const char* name;
+        const char* anchor;
+    };
+    for (const Row& row : {
+             Row{"lan_if", "lan_if"},
+             Row{"eth2.2", "eth2-2e2"},
+             Row{"eth2-2e2", "eth2-2d2e2"},
+             Row{"\"><a b", "-22-3e-3ca-20b"},
+             Row{"", ""},
+         })
+        EXPECT_EQ(anchor(row.name), row.anchor);
+}
+
+// The digests of "" and "abc" are those of FIPS 180-4's examples.
+TEST(Html, PolicySourcesAreInBase64) {
+    EXPECT_EQ(policy_source("e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"),
+              "'sha256-47DEQpj8HBSa+/TImW+5JCeuQeRkm5NMpJWZG3hSuFU='");
+    EXPECT_EQ(policy_source("ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"),
+              "'sha256-ungWv48Bz+pBQUDeXa4iI7ADYaOWF3qctBD/YfIAFa0='");
+    EXPECT_EQ(policy_source("00"), "'sha256-AA=='");
+}
+
+// A page as a parser sees it. Only what the report itself writes is understood, so that anything
+// else is found.
+class Page {
+  public:
+    explicit Page(const std::string& text) { read(text); }
+
+    std::vector<std::string> problems;
+    std::multiset<std::string> ids;
+    std::set<std::string> links;
+
+  private:
+    std::vector<std::string> open_;
+
+    void read(std::string_view text);
+    void take_tag(std::string_view tag);
+    void take_attributes(std::string_view rest);
+};
+
+const std::set<std::string, std::less<>> known_tags = {
+    "a",      "body",  "code", "dd",     "defs",    "details", "div",   "dl",      "dt",
+    "footer", "g",     "h1",   "h2",     "h3",      "h4",      "head",  "header",  "html",
+    "input",  "label", "li",   "main",   "marker",  "meta",    "nav",   "ol",      "output",
+    "p",      "path",  "rect", "script", "section", "span",    "style", "summary", "svg",
+    "table",  "tbody", "td",   "text",   "th",      "thead",   "title", "tr",      "ul"};
+
+const std::set<std::string, std::less<>> known_attributes = {
+    "aria-label",   "autocomplete", "charset", "class",      "content",  "d",     "for",
+    "height",       "hidden",       "href",    "http-equiv", "id",       "lang",  "marker-end",
+    "markerHeight", "markerWidth",  "name",    "open",       "orient",   "refX",  "refY",
+    "role",         "rx",           "scope",   "spellcheck", "tabindex", "title", "type",
+    "viewBox",      "width",        "x",       "y"};
+
+void Page::read(std::string_view text) {
+    EXPECT_TRUE(text.starts_with("<!DOCTYPE html>\n"));
+    text.remove_prefix(text.find('\n'));
+    while (!text.empty()) {
+        const size_t start = std::min(text.find('<'), text.size());
+        if (text.substr(0, start).find('>') != std::string_view::npos)
+            problems.emplace_back("'>' in a text: " + std::string(text.substr(0, start)));
+        text.remove_prefix(start);
+        if (text.empty()) break;
+        const size_t end = text.find('>');
+        if (end == std::string_view::npos) {
+            problems.emplace_back("an unclosed tag");
+            return;
+        }
+        take_tag(text.substr(1, end - 1));
+        text.remove_prefix(end + 1);
+        // Style and script are the files of the tree, byte for byte.
+        for (const auto& [tag, own] :
+             {std::pair("style", page_style), std::pair("script", page_script)}) {
+            if (open_.empty() || open_.back() != tag) continue;
+            if (!text.starts_with(own)) problems.emplace_back(std::string("another ") + tag);
+            text.remove_prefix(own.size());
+        }
+    }
+    for (const std::string& tag : open_) problems.push_back(tag + " is not closed");
+}
+
+void Page::take_tag(std::string_view tag) {
+    const bool closes = tag.starts_with('/');
+    if (closes) tag.remove_prefix(1);
+    const bool empty = tag.ends_with('/');
+    if (empty) tag.remove_suffix(1);
+    const size_t end = std::min(tag.find(' '), tag.size());
+    const std::string name(tag.substr(0, end));
+    if (!known_tags.contains(name)) problems.push_back("a tag " + name);
+    if (closes) {
+        if (open_.empty() || open_.back() != name)
+            problems.push_back("</" + name + "> closes another");
+        else
+            open_.pop_back();
+        return;
+    }
+    if (!empty && name != "meta" && name != "input") open_.push_back(name);
+    take_attributes(tag.substr(end));
+}
+
+void Page::take_attributes(std::string_view rest) {
+    while (!rest.empty()) {
+        if (!rest.starts_with(' ')) problems.emplace_back("no blank before an attribute");
+        rest.remove_prefix(1);
+        const std::string name(rest.substr(0, rest.find_first_of(" =")));
+        rest.remove_prefix(name.size());
+        if (!known_attributes.contains(name)) problems.push_back("an attribute " + name);
+        if (!rest.starts_with("=\"")) continue;
+        const std::string value(rest.substr(2, rest.find('"', 2) - 2));
+        rest.remove_prefix(value.size() + 3);
+        if (name == "id") ids.insert(value);
+        if (name == "href" && !value.starts_with('#')) problems.push_back("a link to " + value);
+        if (name == "href") links.insert(value.substr(1));
+    }
+}
+
+void expect_sound(const std::string& html) {
+    const Page page(html);
+    EXPECT_THAT(page.problems, testing::IsEmpty());
+    for (const std::string& id : page.ids) EXPECT_EQ(page.ids.count(id), 1U) << id;
+    for (const std::string& link : page.links) EXPECT_EQ(page.ids.count(link), 1U) << link;
+}
+
+void expect_shows(const std::string& page, const std::string& part) {
+    EXPECT_TRUE(page.find(part) != std::string::npos) << "not in the page: " << part;
+}
+
+void expect_lacks(const std::string& page, const std::string& part) {
+    EXPECT_TRUE(page.find(part) == std::string::npos) << "in the page: " << part;
+}
+
+std::string report_of(const World& world, const Settings& settings,
+                      const std::vector<std::string>& words) {
+    const Plan plan = make_plan(router_with(world, settings, words), words);
+    return report_html(plan, trace(plan));
+}
+
+TEST(Report, ALineWithItsReasonsAndTheWayBack) {
+    const std::string page =
+        report_of({}, {{"device_name", "R"}, {"http_timeout", "5"}}, {"rc", "httpd", "start"});
+    expect_sound(page);
+    expect_shows(page, "<title>Plan: rc httpd start</title>");
+    expect_shows(page, "<dt>commands</dt><dd>2</dd>");
+    expect_shows(page,
+                 "<code>/usr/sbin/mini_httpd -d /usr/www -r &quot;R&quot; -c "
+                 "&#39;*.cgi&#39; -t 300&amp;</code><details class=\"why\">");
+    expect_shows(page,
+                 "<li><a href=\"#setting-http_timeout\"><code>http_timeout</code>"
+                 "</a>=<code>5</code></li>");
+    expect_shows(page, "id=\"setting-http_timeout\"");
+    expect_shows(page, "<td><code>5</code></td><td class=\"help\">");
+}
+
+TEST(Report, WithoutAFirewallThereIsNoMap) {
+    const std::string page = report_of({}, {}, {"rc", "httpd", "stop"});
+    expect_sound(page);
+    expect_lacks(page, "id=\"firewall\"");
+    expect_lacks(page, "href=\"#firewall\"");
+}
+
+TEST(Report, ANestedRunUnfoldsBelowItsCommand) {
+    const std::string page = report_of({}, {{"wan_mode", "dhcpc"}}, {"rc", "wan", "restart"});
+    expect_sound(page);
+    expect_shows(page,
+                 "<code>/usr/sbin/rc service stop</code></div><details "
+                 "class=\"nested\"><summary>the run that it starts: ");
+}
+
+TEST(Report, SecretsAreMaskedEverywhere) {
+    const std::string page = report_of(
+        {}, {{"http_username", "admin"}, {"http_password", "tRuStNo1"}}, {"rc", "httpd", "start"});
+    expect_sound(page);
+    expect_lacks(page, "tRuStNo1");
+    expect_shows(page, "<code>admin:********</code>");
+    expect_shows(page, "<code>http_password</code></th><td><code>********</code></td>");
+}
+
+TEST(Report, FirewallRulesLeadToTheirLinesAndSettings) {
+    World world;
+    world.interfaces["eth2.2"].address = "203.0.113.2";
+    const std::string page = report_of(
+        world, {{"lan_if", "br0"}, {"wan_ifname", "eth2.2"}, {"wan_mode", "ip"}, {"fw_nat", "1"}},
+        {"rc", "firewall", "start"});
+    expect_sound(page);
+    expect_shows(page, "aria-label=\"chains of the table nat\"");
+    expect_shows(page, "aria-label=\"chains of the table filter\"");
+    expect_lacks(page, "aria-label=\"chains of the table mangle\"");
+    expect_shows(page, "<code>FORWARD</code> <span class=\"policy DROP\">policy DROP");
+    // A rule with its line in the script and its setting.
+    EXPECT_THAT(page,
+                testing::ContainsRegex("<code>-i br0 -j ACCEPT</code> <a class=\"place\" "
+                                       "href=\"#produced-[0-9]*-[0-9]*\">/tmp/rules:[0-9]*</a>"
+                                       "<span class=\"reasons\"><a href=\"#setting-lan_if\">"));
+    // A jump leads to its chain.
+    expect_shows(page, "-j <a href=\"#chain-filter-DOS\">DOS</a></code>");
+}
+
+TEST(Report, OneByteThatIsZeroShowsAFileInHexadecimal) {
+    Plan plan;
+    plan.words = {"rc", "x"};
+    plan.after.transcript.add_with_body("write", "/bytes", std::string("\0ab\n<c", 6));
+    plan.after.world.put("/bytes", std::string("\0ab\n<c", 6));
+    Provenance provenance;
+    provenance.add({0, 2}, {.question = {Question::Kind::Setting, "lan_if"}, .answer = "br0"});
+    const std::string page = report_html(plan, provenance);
+    expect_sound(page);
+    expect_shows(page, "<code>00 61 62 0a 3c 63</code>");
+    expect_shows(page, "<summary>6 bytes</summary>");
+}
+
+Netfilter tables_after(const std::string& script) {
+    Transcript transcript;
+    transcript.add_with_body("write", "/tmp/rules", script);
+    transcript.add("run", "/bin/sh /tmp/rules");
+    return netfilter_of(transcript);
+}
+
+size_t count_of(const std::string& text, const std::string& part) {
+    size_t count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        count++;
+    return count;
+}
+
+TEST(ChainMap, ChainsAreNodesAndJumpsAreArrows) {
+    const std::string map = chain_map(tables_after("iptables -N A\niptables -N B\niptables -N C\n"
+                                                   "iptables -P INPUT DROP\n"
+                                                   "iptables -A INPUT -p tcp -j A\n"
+                                                   "iptables -A INPUT -j B\n"
+                                                   "iptables -A INPUT -p udp -j A\n"
+                                                   "iptables -A A -j B\n"
+                                                   "iptables -A B -j DROP\n"),
+                                      "filter");
+    // INPUT, FORWARD, OUTPUT, A, B, C; two jumps of INPUT to A are one arrow.
+    EXPECT_EQ(count_of(map, "<rect"), 6U);
+    EXPECT_EQ(count_of(map, "<g class=\"jump\">"), 3U);
+    EXPECT_THAT(map, HasSubstr("<title>rules 1, 3 of INPUT to A</title>"));
+    EXPECT_THAT(map, HasSubstr("<title>rule 2 of INPUT to B</title>"));
+    EXPECT_THAT(map, HasSubstr("<title>rule 1 of A to B</title>"));
+    EXPECT_THAT(map, HasSubstr("aria-label=\"chain INPUT, DROP, 3 rules\""));
+    EXPECT_THAT(map, HasSubstr("href=\"#chain-filter-FORWARD\" class=\"node built-in bare\""));
+    EXPECT_THAT(map, HasSubstr("href=\"#chain-filter-C\" class=\"node own bare\""));
+    EXPECT_THAT(map, HasSubstr("href=\"#chain-filter-B\" class=\"node own\""));
+}
+
+TEST(ChainMap, ALoopOfChainsIsDrawnToo) {
+    const std::string map = chain_map(
+        tables_after("iptables -N A\niptables -N B\niptables -A A -j B\niptables -A B -j A\n"),
+        "filter");
+    EXPECT_EQ(count_of(map, "<g class=\"jump\">"), 2U);
+}
+
+TEST(ChainMap, NamesAreEscapedAndCut) {
+    const std::string map = chain_map(
+        tables_after("iptables -N 'a<b'\niptables -N ABCDEFGHIJKLMNOPQRSTUVWXYZ01\n"), "filter");
+    EXPECT_THAT(map, HasSubstr(">a&lt;b</text>"));
+    EXPECT_THAT(map, HasSubstr(">ABCDEFGHIJKLMNOPQRSTUVW~</text>"));
+    EXPECT_THAT(map, HasSubstr("aria-label=\"chain ABCDEFGHIJKLMNOPQRSTUVWXYZ01, no rules\""));
+}
+
+// Every text that a router may hold, hostile.
+constexpr const char* hostile = "\"'><script>alert(1)</script>&#60;";
+
+// Whatever is a text is hostile; what switches something on is on, so that the texts are used.
+Settings hostile_settings() {
+    Settings settings;
+    for (const nvram::SettingGroup& group : nvram::setting_groups()) {
+        for (const nvram::KnownSetting& known : group.settings) {
+            const bool chooses = known.form == nvram::Form::Flag ||
+                                 known.form == nvram::Form::Choice ||
+                                 known.form == nvram::Form::Number;
+            settings[known.key] = chooses ? "1" : hostile;
+        }
+    }
+    settings["wan_mode"] = "pppoe";
+    settings["ap_mode"] = "0";
+    return settings;
+}
+
+TEST(Report, HostileTextsStayTexts) {
+    World world;
+    world.put("/etc/resolv.conf", std::string("nameserver ") + hostile + "\n");
+    world.put("/etc/version-ft", hostile);
+    world.outputs["/bin/ps -ax"] = hostile;
+    const Settings settings = hostile_settings();
+    size_t told = 0;
+    size_t runs = 0;
+    const auto check = [&](const std::vector<std::string>& words) {
+        SCOPED_TRACE(words[1]);
+        const std::string page = report_of(world, settings, words);
+        expect_sound(page);
+        expect_lacks(page, "<script>alert");
+        runs++;
+        if (page.find("&lt;script&gt;alert(1)") != std::string::npos) told++;
+    };
+    for (const rc_app* app = rc_apps; app->name; app++) check({"rc", app->name, "start"});
+    check({"rc", "init"});
+    check({"rc", hostile, "start"});
+    check({"rc", "", "start"});
+    // Such texts do reach the pages.
+    EXPECT_GT(told, runs / 2);
+}
+
+// The same plan gives the same page: no dates, no addresses of memory.
+TEST(Report, IsReproducible) {
+    const Plan plan = make_plan(router_with({}, {{"lan_if", "br0"}}, {"rc", "firewall", "start"}),
+                                {"rc", "firewall", "start"});
+    EXPECT_EQ(report_html(plan, {}), report_html(plan, {}));
+}
+
+}  // namespace
