@@ -88,3 +88,11 @@ at_least() {
 services_started() {
     comes "the services were started" services_are_up
 }
+
+# fails WHAT HOW NET [CURL_OPTION...] URL: as in the box; a slow machine is given more time to answer all the same.
+fails() {
+    local what=$1 how=$2 net=$3
+    shift 3
+    get "$net" 3 "$@"
+    same "$what" "$how" "$got"
+}
