@@ -14,7 +14,7 @@ set_clock() {
 }
 
 start_cron() {
-    router /usr/lab/cron_start 9>&- &
+    router /usr/lab/cron_start 9>&- 2>/dev/null &
     disown
 }
 

@@ -29,6 +29,7 @@ power_on() {
     plug_router
     mount -t sysfs sysfs "$root/sys"
     mount -t devtmpfs dev "$root/dev"
+    mount -t devpts devpts "$root/dev/pts"
     mount -t jffs2 mtd1 "$root/flash"
     nsenter --net="$world/net/router" unshare --mount --pid --fork --propagation private \
         sh /lab/machine/router_init "$root" "$world/router_pid" &
@@ -95,4 +96,9 @@ fails() {
     shift 3
     get "$net" 3 "$@"
     same "$what" "$how" "$got"
+}
+
+# skipped WHAT REASON
+skipped() {
+    printf '  skip  %s: %s\n' "$1" "$2"
 }

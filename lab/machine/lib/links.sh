@@ -44,16 +44,16 @@ start_pptp_server() {
     in_net provider pptpd -c "$world/pptpd.conf" 9>&- > "$world/pptpd.log" 2>&1
 }
 
+# A client that is told to "refuse authentication" has its pppd refuse PAP and CHAP; MS-CHAP is what is left.
 start_l2tp_server() {
-    links_options l2tp require-chap "ms-dns $provider_dns" "ms-dns $second_dns" noccp
+    links_options l2tp refuse-pap refuse-chap require-mschap-v2 "ms-dns $provider_dns" "ms-dns $second_dns" noccp
     {
         echo '[global]'
         echo 'port = 1701'
         echo '[lns default]'
         echo 'ip range = 10.66.0.2-10.66.0.2'
         echo 'local ip = 10.66.0.1'
-        echo 'require chap = yes'
-        echo 'require authentication = yes'
+        echo 'require authentication = no'
         echo "pppoptfile = $world/l2tp.options"
     } > "$world/xl2tpd.conf"
     in_net provider xl2tpd -c "$world/xl2tpd.conf" -C "$world/xl2tpd.control" -p "$world/xl2tpd.pid" \
@@ -67,7 +67,7 @@ link_is_up() {
 # What both ends said, for when a link does not come up.
 links_said() {
     local file
-    for file in "$world/$1.log" "$root/var/ppp_dbg" "$root/var/lab/l2tpd.log"; do
+    for file in "$world/$1.log" "$world/${1}d.log" "$root"/var/lab/{pppd,l2tpd}.log; do
         [ ! -e "$file" ] || { echo "      ${file##*/}:" && tail -n 25 "$file" | sed 's/^/      | /'; }
     done
 }
