@@ -171,7 +171,7 @@ declare -gA _rc_values=(
 # Verbs by program; options by program, and by program and verb.
 declare -gA _rc_verbs=(
     ['nvram']='get set unset show commit load default export import diff check describe keys'
-    ['rcplan']='run sinks check'
+    ['rcplan']='run diff sinks report packet check'
 )
 declare -gA _rc_options=(
     ['nvram']='--root --help --version'
@@ -181,11 +181,14 @@ declare -gA _rc_options=(
     ['nvram show']='--show-secrets'
     ['rcplan']='--help --version'
     ['rcplan check']='--help --update'
+    ['rcplan diff']='--help --world --json --color'
+    ['rcplan packet']='--help --settings --set --world --wan-address --proto --src --dst --sport --dport --in --out --state --flags --mss --icmp-type --mac-source --mac-dest --mark --string --syn --from-router --over-limit --not-drawn --json --no-why'
+    ['rcplan report']='--help --settings --set --world'
     ['rcplan run']='--help --settings --set --world --why --json --case --files --color'
     ['rcplan sinks']='--help --settings --set --world --case --table'
 )
 
-# What follows a verb, or an option that takes a word.
+# What follows a verb, word by word, or an option that takes a word.
 declare -gA _rc_kinds=(
     ['nvram --root']='folder'
     ['nvram check']='place'
@@ -199,6 +202,33 @@ declare -gA _rc_kinds=(
     ['nvram show']='key'
     ['nvram unset']='key'
     ['rcplan check']='file'
+    ['rcplan diff']='file file action'
+    ['rcplan diff --color']='words auto always never'
+    ['rcplan diff --world']='file'
+    ['rcplan packet']='action'
+    ['rcplan packet --dport']=''
+    ['rcplan packet --dst']=''
+    ['rcplan packet --flags']=''
+    ['rcplan packet --icmp-type']=''
+    ['rcplan packet --in']=''
+    ['rcplan packet --mac-dest']=''
+    ['rcplan packet --mac-source']=''
+    ['rcplan packet --mark']=''
+    ['rcplan packet --mss']=''
+    ['rcplan packet --out']=''
+    ['rcplan packet --proto']='words tcp udp icmp'
+    ['rcplan packet --set']='assignment'
+    ['rcplan packet --settings']='file'
+    ['rcplan packet --sport']=''
+    ['rcplan packet --src']=''
+    ['rcplan packet --state']='words new established related invalid'
+    ['rcplan packet --string']=''
+    ['rcplan packet --wan-address']=''
+    ['rcplan packet --world']='file'
+    ['rcplan report']='file action'
+    ['rcplan report --set']='assignment'
+    ['rcplan report --settings']='file'
+    ['rcplan report --world']='file'
     ['rcplan run']='action'
     ['rcplan run --color']='words auto always never'
     ['rcplan run --files']='folder'
@@ -267,7 +297,7 @@ _rc_of_kind() {
 
 # A program with verbs: its name and all words up to the cursor.
 _rc_program() {
-    local program=$1 verb='' kind='' options_end='' word
+    local program=$1 verb='' kinds=() options_end='' word
     shift
     while (($# > 1)); do
         word=$1
@@ -283,10 +313,12 @@ _rc_program() {
             shift
         elif [[ -z $verb ]]; then
             verb=$word
-            kind=${_rc_kinds[$program $verb]-}
-        elif [[ $kind == action ]]; then
+            read -ra kinds <<< "${_rc_kinds[$program $verb]-}"
+        elif [[ ${kinds[0]-} == action ]]; then
             _rc_action "$word" "$@"
             return
+        elif ((${#kinds[@]} > 1)); then
+            kinds=("${kinds[@]:1}")
         fi
     done
     if [[ -z $options_end && $1 == -* ]]; then
@@ -294,7 +326,7 @@ _rc_program() {
     elif [[ -z $verb ]]; then
         _rc_offer "$1" "${_rc_verbs[$program]-}"
     else
-        _rc_of_kind "$kind" "$1"
+        _rc_of_kind "${kinds[0]-}" "$1"
     fi
 }
 

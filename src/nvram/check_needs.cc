@@ -10,7 +10,7 @@ enum class Test : std::uint8_t { Always, Is, Begins, BeginsNot };
 struct Condition {
     Test test = Test::Always;
     const char* key = "";
-    std::string_view text = "";
+    std::string_view text = {};
 };
 
 // A setting that may not be missing when both conditions hold.

@@ -18,13 +18,22 @@ struct Period {
     int end;
 };
 
+bool is_within(int number, int most) {
+    return number >= 0 && number <= most;
+}
+
+bool is_sound(const SchedulePeriod& period) {
+    return is_within(period.day, 6) && is_within(period.start_hour, 23) &&
+           is_within(period.start_minute, 59) && is_within(period.end_hour, 24) &&
+           is_within(period.end_minute, 59);
+}
+
 // The periods that rc reads; what it does not read, or reads as no time, is found by its form.
 std::vector<Period> periods_in(std::string_view list) {
     std::vector<Period> periods;
     for (unsigned entry = 1; !list.empty(); ++entry) {
         const std::optional<SchedulePeriod> period = parse_period(take_record(list));
-        if (!period || period->day < 0 || period->day > 6) continue;
-        if (period->start_hour < 0 || period->start_hour > 23 || period->end_hour > 24) continue;
+        if (!period || !is_sound(*period)) continue;
         periods.push_back({.entry = entry,
                            .day = period->day,
                            .start = period->start_hour * 60 + period->start_minute,

@@ -85,8 +85,8 @@ static void print_text(const std::vector<Finding>& findings) {
         }
         heading = finding.key;
         std::printf("    %s: %s\n", name_of(finding.level), finding.problem.c_str());
-        std::printf("        rc: %s\n", finding.effect.c_str());
-        if (!finding.cure.empty()) std::printf("        write: %s\n", finding.cure.c_str());
+        std::printf("    rc: %s\n", finding.effect.c_str());
+        if (!finding.cure.empty()) std::printf("    write: %s\n", finding.cure.c_str());
     }
     std::printf("%zu finding%s\n", findings.size(), findings.size() == 1 ? "" : "s");
 }
@@ -96,6 +96,7 @@ static std::vector<Finding> check_text(std::string_view text) {
     std::vector<BadLine> bad_lines;
     const Image image(text, &bad_lines);
     std::vector<Finding> findings;
+    findings.reserve(bad_lines.size());
     for (const BadLine& line : bad_lines)
         findings.push_back({.level = Level::Error,
                             .key = "line " + std::to_string(line.number),

@@ -24,10 +24,6 @@ bool replace_all(std::string& text, const std::string& value) {
     return found;
 }
 
-bool is_image(const std::string& path) {
-    return path == working_copy || path == flash_image || path == factory_image;
-}
-
 // "key=value" with a secret's value masked.
 std::string mask_assignment(const std::string& text) {
     const size_t equals = text.find('=');
@@ -74,7 +70,7 @@ std::string Masks::line(const Origin& origin, std::string text) const {
 }
 
 std::string Masks::line(const ProducedFile& file, const FileLine& line) const {
-    if (is_image(file.path)) return mask_assignment(line.text);
+    if (file.image()) return mask_assignment(line.text);
     std::string text = line.text;
     for (const Origin& origin : line.origins) text = this->line(origin, std::move(text));
     return text;

@@ -48,7 +48,7 @@ class Follower {
     void copy(const std::string& from, const std::string& to, size_t index);
     void load(size_t index);
     void set(size_t index, const Event& event);
-    void commit(size_t index);
+    void commit();
 };
 
 // A file whose lines come from nowhere yet.
@@ -69,19 +69,21 @@ void Follower::write(size_t index, const Event& event) {
 void Follower::run(size_t index, const Event& event) {
     const World before = copy_of(world_);
     apply_file_effects(world_, event.text);
-    for (const auto& [path, content] : world_.files) {
+    for (const auto& file : world_.files) {
+        const std::string& path = file.first;
+        const std::string& content = *file.second;
         const std::string* old = before.get(path);
-        if (old && *old == *content) continue;
+        if (old && *old == content) continue;
         const auto source = std::ranges::find_if(before.files, [&](const auto& other) {
-            return *other.second == *content && event.text.find(other.first) != std::string::npos;
+            return *other.second == content && event.text.find(other.first) != std::string::npos;
         });
         if (source != before.files.end()) {
             copy(source->first, path, index);
             continue;
         }
-        const bool appended = old && content->starts_with(*old);
+        const bool appended = old && content.starts_with(*old);
         if (!appended) restart(path, "");
-        extend(files_[path], std::string_view(*content).substr(appended ? old->size() : 0), index,
+        extend(files_[path], std::string_view(content).substr(appended ? old->size() : 0), index,
                false);
     }
 }
@@ -124,12 +126,13 @@ void Follower::set(size_t index, const Event& event) {
     }
 }
 
-void Follower::commit(size_t index) {
+// Flash gets the working copy's lines, and what is known of them.
+void Follower::commit() {
     const std::string* image = world_.get(working_copy);
     if (!image) return;
     world_.put(flash_image, *image);
-    restart(flash_image, "");
-    extend(files_[flash_image], *image, index, false);
+    files_[flash_image] = files_[working_copy];
+    files_[flash_image].path = flash_image;
 }
 
 std::vector<ProducedFile> Follower::follow() {
@@ -141,7 +144,7 @@ std::vector<ProducedFile> Follower::follow() {
         if (event.verb == "remove") world_.files.erase(event.text), files_.erase(event.text);
         if (event.verb == "load") load(index);
         if (event.verb == "set") set(index, event);
-        if (event.verb == "commit") commit(index);
+        if (event.verb == "commit") commit();
     }
     std::vector<ProducedFile> produced;
     for (const std::string& path : produced_files(plan_)) {
@@ -158,6 +161,10 @@ std::vector<ProducedFile> Follower::follow() {
 bool ProducedFile::binary() const {
     return std::ranges::any_of(
         lines, [](const FileLine& line) { return line.text.find('\0') != std::string::npos; });
+}
+
+bool ProducedFile::image() const {
+    return path == working_copy || path == flash_image || path == factory_image;
 }
 
 std::vector<ProducedFile> produced_lines(const Plan& plan) {

@@ -23,6 +23,8 @@ struct ProducedFile {
 
     // Whether it holds a zero byte: transcripts show such a content in hexadecimal.
     bool binary() const;
+    // Whether it is a text image of settings.
+    bool image() const;
 };
 
 // By path, as produced_files() has them.

@@ -30,7 +30,9 @@ void add_report(CLI::App& app, int& status) {
         "report", "writes a call of rc as one HTML page, with the settings behind each line");
     const auto options = std::make_shared<Options>();
     add_router_options(*command, options->router);
-    command->add_option("PAGE", options->page, "the page's file")->type_name("")->required();
+    command->add_option("FILE", options->page, "where the page is written")
+        ->type_name("")
+        ->required();
     command->add_option("WORDS", options->words, "what rc is called with, such as: lan start")
         ->type_name("")
         ->required();

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "plan/html.h"
 #include "plan/report_parts.h"
 
@@ -15,9 +17,26 @@ std::string number_html(const FileLine& line, size_t number) {
                        line_id(line.origins.front()), number, number);
 }
 
+// Of a text image of settings, only what the run stores is its product.
+bool is_shown(const ProducedFile& file, const FileLine& line) {
+    return !file.image() || !line.origins.empty();
+}
+
+std::string size_text(const Report& report, const ProducedFile& file) {
+    const size_t bytes = report.plan.after.world.get(file.path)->size();
+    if (bytes == 0) return "empty";
+    if (file.binary()) return counted(bytes, "byte");
+    const auto shown = static_cast<size_t>(std::ranges::count_if(
+        file.lines, [&](const FileLine& line) { return is_shown(file, line); }));
+    const std::string lines = counted(file.lines.size(), "line");
+    return shown == file.lines.size() ? lines
+                                      : fmt::format("{} of {}: what the run stores", shown, lines);
+}
+
 void put_lines(std::string& out, const Report& report, size_t index) {
     const ProducedFile& file = report.files[index];
     for (size_t i = 0; i < file.lines.size(); i++) {
+        if (!is_shown(file, file.lines[i])) continue;
         const bool ended = i + 1 < file.lines.size() || file.ended;
         out += fmt::format(R"(<li class="line" id="{}">{} <code>{}</code>{}{}</li>)",
                            file_line_id(index, i), number_html(file.lines[i], i + 1),
@@ -56,16 +75,11 @@ void put_files(std::string& out, const Report& report) {
            R"(<p class="note">What the run makes or changes, as it is at the end.</p>)";
     for (size_t index = 0; index < report.files.size(); index++) {
         const ProducedFile& file = report.files[index];
-        const bool binary = file.binary();
-        const size_t bytes = report.plan.after.world.get(file.path)->size();
         out += fmt::format(
             R"(<details class="file group" id="{}"><summary class="head"><code>{}</code>)"
             R"( <span class="note">{}</span></summary><ol class="content">)",
-            file_id(index), shown_line(file.path),
-            bytes == 0 ? "empty"
-            : binary   ? counted(bytes, "byte")
-                       : counted(file.lines.size(), "line"));
-        if (binary)
+            file_id(index), shown_line(file.path), size_text(report, file));
+        if (file.binary())
             put_bytes(out, report, file);
         else
             put_lines(out, report, index);

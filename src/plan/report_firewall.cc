@@ -54,7 +54,7 @@ const char* fate(const Rule& rule) {
 
 // A rule's text, in which the chain that it jumps to is a link.
 std::string specification_html(const Report& report, const Chain& chain, const Rule& rule) {
-    const std::string text = text_html(report, rule.origin, rule.text());
+    std::string text = text_html(report, rule.origin, rule.text());
     const std::string end = " " + html_escaped(rule.target);
     if (!report.tables.find(chain.table, rule.target) || !text.ends_with(end)) return text;
     return fmt::format(R"({} <a href="#{}">{}</a>)", text.substr(0, text.size() - end.size()),

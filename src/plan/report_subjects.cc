@@ -37,7 +37,7 @@ std::vector<Group> groups_of(const Report& report, const std::vector<Origin>& li
 
 std::string name_html(const Report& report, const Origin& origin, const std::string& text) {
     std::string name = escape_line(report.masks.line(origin, text));
-    if (name.size() > shown_name) name = name.substr(0, shown_name) + "...";
+    if (name.size() > shown_name) name.replace(shown_name, std::string::npos, "...");
     return html_escaped(name);
 }
 

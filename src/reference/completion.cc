@@ -113,6 +113,16 @@ void add_options(ProgramTables& tables, const std::string& where,
     }
 }
 
+// Parted by blanks, so that one that is not known has a name here.
+std::string kinds_in_order(const std::vector<WordKind>& words) {
+    std::string kinds;
+    for (const WordKind& word : words) {
+        if (!kinds.empty()) kinds += ' ';
+        kinds += word.empty() ? "other" : word;
+    }
+    return kinds;
+}
+
 ProgramTables program_tables(std::span<const Program> programs) {
     ProgramTables tables;
     for (const Program& program : programs) {
@@ -122,7 +132,7 @@ ProgramTables program_tables(std::span<const Program> programs) {
             verbs += (verbs.empty() ? "" : " ") + verb.name;
             const std::string where = program.name + " " + verb.name;
             add_options(tables, where, verb.options);
-            if (!verb.words.empty()) tables.kinds[where] = verb.words;
+            if (!verb.words.empty()) tables.kinds[where] = kinds_in_order(verb.words);
         }
     }
     return tables;
@@ -148,7 +158,7 @@ std::string bash_completion(const Reference& reference, std::span<const Program>
     text += "\n# Verbs by program; options by program, and by program and verb.\n";
     text += shell_table("_rc_verbs", tables.verbs);
     text += shell_table("_rc_options", tables.options);
-    text += "\n# What follows a verb, or an option that takes a word.\n";
+    text += "\n# What follows a verb, word by word, or an option that takes a word.\n";
     text += shell_table("_rc_kinds", tables.kinds);
     return text + completion_functions;
 }

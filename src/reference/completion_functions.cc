@@ -59,7 +59,7 @@ _rc_of_kind() {
 
 # A program with verbs: its name and all words up to the cursor.
 _rc_program() {
-    local program=$1 verb='' kind='' options_end='' word
+    local program=$1 verb='' kinds=() options_end='' word
     shift
     while (($# > 1)); do
         word=$1
@@ -75,10 +75,12 @@ _rc_program() {
             shift
         elif [[ -z $verb ]]; then
             verb=$word
-            kind=${_rc_kinds[$program $verb]-}
-        elif [[ $kind == action ]]; then
+            read -ra kinds <<< "${_rc_kinds[$program $verb]-}"
+        elif [[ ${kinds[0]-} == action ]]; then
             _rc_action "$word" "$@"
             return
+        elif ((${#kinds[@]} > 1)); then
+            kinds=("${kinds[@]:1}")
         fi
     done
     if [[ -z $options_end && $1 == -* ]]; then
@@ -86,7 +88,7 @@ _rc_program() {
     elif [[ -z $verb ]]; then
         _rc_offer "$1" "${_rc_verbs[$program]-}"
     else
-        _rc_of_kind "$kind" "$1"
+        _rc_of_kind "${kinds[0]-}" "$1"
     fi
 }
 

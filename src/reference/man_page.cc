@@ -137,6 +137,7 @@ std::string factory_item(const KnownSetting& setting) {
 }
 
 std::string actions_item(std::string_view actions) {
+    if (actions.empty()) return item("used by", "no action of rc");
     std::string text = ".It used by\n";
     const char* before = "";
     for (const std::string_view action : split_words(actions)) {
@@ -155,9 +156,7 @@ std::string entry(const Reference& reference, const KnownSetting& setting) {
     if (*setting.when_empty != '\0') text += item("empty", setting.when_empty);
     if (*setting.when_absent != '\0') text += item("absent", setting.when_absent);
     if (setting.secret) text += item("secret", "yes");
-    const std::string_view actions = nvram::actions_of(reference.uses, setting.key);
-    if (!actions.empty()) text += actions_item(actions);
-    return text + ".El\n";
+    return text + actions_item(nvram::actions_of(reference.uses, setting.key)) + ".El\n";
 }
 
 }  // namespace

@@ -83,6 +83,7 @@ std::string fields_table(const nvram::Record& record) {
 }
 
 std::string actions_line(std::string_view actions) {
+    if (actions.empty()) return "- Used by: no action of `rc`\n";
     std::vector<std::string> list;
     for (const std::string_view action : split_words(actions))
         list.push_back(code(fmt::format("rc {}", action)));
@@ -110,9 +111,7 @@ std::string entry(const Reference& reference, const KnownSetting& setting) {
     if (*setting.when_absent != '\0')
         text += fmt::format("- Absent: {}\n", plain(setting.when_absent));
     if (setting.secret) text += "- Secret\n";
-    const std::string_view actions = nvram::actions_of(reference.uses, setting.key);
-    if (!actions.empty()) text += actions_line(actions);
-    return text;
+    return text + actions_line(nvram::actions_of(reference.uses, setting.key));
 }
 
 // Where the headings of a page are reached, as code-hosting pages name them: lower case, blanks as

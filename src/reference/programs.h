@@ -6,7 +6,7 @@
 #include <vector>
 
 // What a word of a command line may be, by the name that the completion's functions have for it: ""
-// when nobody knows, "key", "assignment" (KEY=VALUE), "file", "folder", "place" (of settings: a
+// when anything may be, "key", "assignment" (KEY=VALUE), "file", "folder", "place" (of settings: a
 // file,
 // @working, @factory or @flash), "action" (of rc, with all that follows), or the words of a choice
 // behind "words ".
@@ -21,7 +21,8 @@ struct Option {
 struct Verb {
     std::string name;
     std::vector<Option> options = {};
-    WordKind words = {};
+    // Behind the options, in their order; the last one goes for all that follow.
+    std::vector<WordKind> words = {};
 };
 
 struct Program {

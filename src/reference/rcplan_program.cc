@@ -11,9 +11,17 @@ struct Kind {
 
 // By the names that the help of rcplan has for what an option or a verb is followed by.
 constexpr Kind kinds[] = {
-    {.type = "FILE", .word = "file"},    {.type = "CASE", .word = "file"},
-    {.type = "DIR", .word = "folder"},   {.type = "K=V", .word = "assignment"},
-    {.type = "WORDS", .word = "action"}, {.type = "KEY", .word = "key"},
+    {.type = "FILE", .word = "file"},
+    {.type = "A", .word = "file"},
+    {.type = "B", .word = "file"},
+    {.type = "CASE", .word = "file"},
+    {.type = "PAGE", .word = "file"},
+    {.type = "DIR", .word = "folder"},
+    {.type = "K=V", .word = "assignment"},
+    {.type = "WORDS", .word = "action"},
+    {.type = "KEY", .word = "key"},
+    {.type = "P", .word = "words tcp udp icmp"},
+    {.type = "STATE", .word = "words new established related invalid"},
 };
 
 WordKind kind_of(std::string_view type) {
@@ -48,11 +56,11 @@ std::vector<Option> options_of(const CLI::App& app) {
     return options;
 }
 
-// What the first word behind a verb's options is.
-WordKind words_of(const CLI::App& verb) {
+std::vector<WordKind> words_of(const CLI::App& verb) {
+    std::vector<WordKind> words;
     for (const CLI::Option* told : verb.get_options())
-        if (told->get_positional()) return kind_of(told->get_name(true));
-    return "";
+        if (told->get_positional()) words.push_back(kind_of(told->get_name(true)));
+    return words;
 }
 
 }  // namespace

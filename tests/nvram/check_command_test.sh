@@ -40,12 +40,12 @@ on_a_full_disk() { "$nvram" "$@" > /dev/full; }
 
 notes='http_password=********
     note: is the factory'\''s, which everybody knows
-        rc: lets in everybody who tries it
-        write: http_password=...
+    rc: lets in everybody who tries it
+    write: http_password=...
 wifi_wep_on=0
     note: leaves the first network open
-        rc: lets everybody in reach join and listen
-        write: wifi_wep_on=3 with wifi_psk2_pwd
+    rc: lets everybody in reach join and listen
+    write: wifi_wep_on=3 with wifi_psk2_pwd
 2 findings'
 
 # The factory settings have notes only, wherever they stand; without a word the working copy is meant.
@@ -69,8 +69,8 @@ expect 'clean, as JSON' 0 '' '' router check --json
 router set fw_nat=0
 expect 'a warning' 1 'fw_nat=0
     warning: is not 1
-        rc: leaves FORWARD open: whoever reaches the WAN side reaches the LAN; addresses are not translated
-        write: fw_nat=1
+    rc: leaves FORWARD open: whoever reaches the WAN side reaches the LAN; addresses are not translated
+    write: fw_nat=1
 1 finding' '' router check
 expect 'a warning, as JSON' 1 '{"key":"fw_nat","level":"warning","value":"0","problem":"is not 1",'\
 '"effect":"leaves FORWARD open: whoever reaches the WAN side reaches the LAN; addresses are not translated",'\
@@ -84,26 +84,26 @@ router set fw_nat=1
 } > "$folder/bad"
 expect 'many' 1 "line $(($(wc -l < "$folder/bad") - 5))
     error: is not KEY=VALUE
-        rc: never sees it: the line is skipped
-        write: key=value, or # in front of a comment
+    rc: never sees it: the line is skipped
+    write: key=value, or # in front of a comment
 fw_nat=
     error: is empty: 1 (on) or 0 (off) is wanted
-        rc: addresses are translated, but FORWARD is left open and there is no DMZ
-        write: fw_nat=1
+    rc: addresses are translated, but FORWARD is left open and there is no DMZ
+    write: fw_nat=1
     warning: is not 1
-        rc: leaves FORWARD open: whoever reaches the WAN side reaches the LAN
-        write: fw_nat=1
+    rc: leaves FORWARD open: whoever reaches the WAN side reaches the LAN
+    write: fw_nat=1
 my_own=a\\x01\"b\"\\\\c$(printf '\377\303\244')
     note: is no setting of rc's
-        rc: never reads it
+    rc: never reads it
 wan_mode=x
     error: is none of rc's words: one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras is wanted
-        rc: starts no connection at all
-        write: one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras
+    rc: starts no connection at all
+    write: one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras
 wifi_psk2_pwd=********
     error: is shorter than 8 characters, and wifi_wep_on=3 needs it
-        rc: hands it to the driver, which refuses it: the first network does not come up as it should
-        write: 8 to 63 characters, or 64 hexadecimal digits
+    rc: hands it to the driver, which refuses it: the first network does not come up as it should
+    write: 8 to 63 characters, or 64 hexadecimal digits
 6 findings" '' router check "$folder/bad"
 
 # Each line is JSON of its own, and says the same.

@@ -294,6 +294,9 @@ TEST(CheckSchedules, FirewallLists) {
          {"warning fw_schedule: entry 2 is a further one for Monday"}},
         {{on, all, "fw_schedule=1:8:0-12:0", "fw_schedule2=1:13:0-17:0"}, {}},
         {{on, all, "fw_schedule=3:0:0-24:0"}, {"note fw_schedule: entry 1 ends at 24:00"}},
+        {{on, all, "fw_schedule=1:0:2147483647-1:0"},
+         {"error fw_schedule: entry 1, field from_minute: '2147483647' is out of range: a number"
+          " from 0 to 59 is wanted"}},
         {{on, all, "fw_schedule=7:8:0-12:0"},
          {"error fw_schedule: entry 1, field day: '7' is out of range: a number from 0 to 6 is"
           " wanted"}},

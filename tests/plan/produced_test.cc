@@ -108,7 +108,7 @@ TEST(ProducedFiles, StoredSettingsAreLinesOfTheImages) {
     run.after(working_copy, "a=1\nb=3\nc=4\n");
     run.after(flash_image, "a=1\nb=3\nc=4\n");
     EXPECT_EQ(shown(produced_lines(run.plan)),
-              "/flash/nvram: a=1 <- 2.0 | b=3 <- 2.0 | c=4 <- 2.0\n"
+              "/flash/nvram: a=1 <- | b=3 <- 0.0 | c=4 <- 1.0\n"
               "/tmp/nvram: a=1 <- | b=3 <- 0.0 | c=4 <- 1.0\n");
 }
 

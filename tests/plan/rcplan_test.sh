@@ -174,6 +174,16 @@ sed 's/^# $/# written by rcplan/' out > made.case
 expect 0 check made.case
 expect 2 run --case --json httpd start
 
+# A plan as a page; options may stand before or behind its file.
+expect 0 report page.html --settings settings --set device_name=R httpd start
+says page.html '<title>Plan: rc httpd start</title>'
+expect 0 report --settings settings --set device_name=R other.html httpd start
+cmp -s page.html other.html || { echo 'the same plan gives two pages'; failures=$((failures + 1)); }
+expect 2 report missing/page.html httpd start
+says err 'rcplan: missing/page.html: No such file or directory'
+expect 2 report page.html
+expect 2 report --settings missing page.html httpd start
+
 # Where a setting ends up.
 expect 0 sinks --set device_name=R device_name
 says out '    runs, in double quotes:'

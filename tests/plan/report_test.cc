@@ -205,6 +205,15 @@ TEST(Report, ANestedRunUnfoldsBelowItsCommand) {
                  "class=\"nested\"><summary>the run that it starts: ");
 }
 
+TEST(Report, OfAllSettingsOnlyWhatIsStoredIsAFilesLine) {
+    const Settings settings = {{"wan_mode", "dhcpc"}, {"wan_account", "keep-out"}};
+    const std::string page = report_of({}, settings, {"rc", "wan", "start"});
+    expect_sound(page);
+    expect_shows(page,
+                 "<code>/tmp/nvram</code> <span class=\"note\">1 of 3 lines: what the run stores");
+    expect_lacks(page, "<code>wan_account=keep-out</code>");
+}
+
 TEST(Report, SecretsAreMaskedEverywhere) {
     const std::string page = report_of(
         {}, {{"http_username", "admin"}, {"http_password", "tRuStNo1"}}, {"rc", "httpd", "start"});
@@ -212,6 +221,38 @@ TEST(Report, SecretsAreMaskedEverywhere) {
     expect_lacks(page, "tRuStNo1");
     expect_shows(page, "<code>admin:********</code>");
     expect_shows(page, "<code>http_password</code></th><td><code>********</code></td>");
+}
+
+// Every secret that rc knows, in every run that might hand it on.
+TEST(Report, NoSecretIsOnAnyPage) {
+    Settings settings;
+    for (const nvram::SettingGroup& group : nvram::setting_groups()) {
+        for (const nvram::KnownSetting& known : group.settings) {
+            settings[known.key] = known.factory;
+            if (known.secret) settings[known.key] = "Hush" + std::to_string(settings.size());
+        }
+    }
+    for (const char* key : {"wifi_present", "enable_ssid2", "ddns_enable", "log_enable",
+                            "mail_enable", "mail_enable_auth", "mail_login"})
+        settings[key] = "1";
+    size_t masked = 0;
+    const auto check = [&](const std::vector<std::string>& words) {
+        SCOPED_TRACE(words[1]);
+        const std::string page = report_of({}, settings, words);
+        expect_lacks(page, "Hush");
+        if (page.find("********") != page.rfind("********")) masked++;
+    };
+    for (const rc_app* app = rc_apps; app->name; app++) check({"rc", app->name, "start"});
+    for (const char* mode : {"pppoe", "pptp", "l2tp", "bpa", "ras"}) {
+        settings["wan_mode"] = mode;
+        check({"rc", "wan", "start"});
+    }
+    for (const char* security : {"1", "2", "3", "4"}) {
+        settings["wifi_wep_on"] = settings["wifi_wep_on2"] = security;
+        check({"rc", "wlan", "start"});
+    }
+    // Secrets did go into lines: the web server's, the mails', the radio's five times, two modes'.
+    EXPECT_GE(masked, 9U);
 }
 
 TEST(Report, FirewallRulesLeadToTheirLinesAndSettings) {

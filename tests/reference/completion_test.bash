@@ -119,7 +119,7 @@ expect 'nvram set http_t' 'http_timeout=' nospace
 COMP_WORDBREAKS=$breaks
 
 # rcplan: commands, options and what follows them, and the words of rc.
-expect_all 'rcplan ' run sinks check
+expect_all 'rcplan ' run diff sinks report packet check
 expect_all 'rcplan run --' --settings --set --world --why --json --case --files --color --help
 expect 'rcplan run --settings ' '' default
 expect 'rcplan run --files ' '' dirnames
@@ -134,6 +134,16 @@ expect 'rcplan run dhcpd create ' ''
 expect 'rcplan sinks --case ' '' default
 expect 'rcplan sinks --table u' 'uses'
 expect 'rcplan sinks http_t' 'http_timeout'
+expect 'rcplan diff ' '' default
+expect 'rcplan diff one ' '' default
+expect 'rcplan diff one two ht' 'httpd'
+expect 'rcplan diff --json one two httpd c' 'create'
+expect 'rcplan report ' '' default
+expect 'rcplan report page.html wa' 'wan wan_basic'
+expect 'rcplan packet --set fw_na' 'fw_nat=' nospace
+expect 'rcplan packet --proto ' 'tcp udp icmp'
+expect 'rcplan packet --state e' 'established'
+expect 'rcplan packet --in br0 --proto udp wan sta' 'start'
 expect 'rcplan check --u' '--update'
 expect 'rcplan check tests' '' default
 

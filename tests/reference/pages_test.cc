@@ -97,7 +97,8 @@ TEST(Markdown, RecordsAreToldFieldByField) {
               "  | `protocol` | one of the words `tcp`, `udp` |  |\n"
               "  | `port` | a number from 1 to 65535 |  |\n"
               "\n"
-              "- Factory value: `\\x02tcp|80`\n");
+              "- Factory value: `\\x02tcp|80`\n"
+              "- Used by: no action of `rc`\n");
     EXPECT_NE(markdown("open").find("  | `to_hour` | a number from 0 to 24 | 24 ends the day |\n"),
               std::string::npos);
     EXPECT_NE(markdown("guests").find("  | `address` | an IPv4 address, or `0`, `any` |  |\n"),
@@ -181,6 +182,8 @@ TEST(ManPage, RecordsAreToldFieldByField) {
               "a number from 1 to 65535\n"
               ".It factory value\n"
               ".Ql \\&\\ex02tcp|80\n"
+              ".It used by\n"
+              "no action of rc\n"
               ".El");
 }
 
