@@ -67,8 +67,11 @@ def settings_with(changes):
 def make_report(name, changes, *words):
     settings = FOLDER / f"{name}.settings"
     settings.write_text(settings_with(changes))
+    # Without an address of the WAN, iptables would refuse the rules that name it.
+    world = FOLDER / f"{name}.world"
+    world.write_text("interface eth2.2 203.0.113.2\n")
     page = FOLDER / f"{name}.html"
-    subprocess.run([RCPLAN, "report", page, "--settings", settings, *words], check=True)
+    subprocess.run([RCPLAN, "report", page, "--settings", settings, "--world", world, *words], check=True)
     return page
 
 
