@@ -2,7 +2,7 @@
 # Runs the examples of a page and compares what they print with what the page shows. An example is an indented line
 # "$ command" (it may go on with a backslash) with its output below, up to a blank line that ends the indentation or the
 # next command; a line "..." stands for any number of lines. All examples of a page run in one folder, one after the
-# other. An example without output must print none.
+# other. An example without output must print none. With BUILD_DIR in the environment it is there below build/.
 #   examples.sh PAGE ROOT FOLDER_OF_A_PROGRAM...
 page=$1
 root=$2
@@ -13,6 +13,9 @@ folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT
 cp -R "$root/lab" "$root/docs" "$folder" || exit 2
 cd "$folder" || exit 2
+if [ -n "${BUILD_DIR-}" ]; then
+    mkdir build && ln -s "$BUILD_DIR" build || exit 2
+fi
 
 exec /usr/bin/python3 - "$page" << 'END'
 import fnmatch, re, subprocess, sys

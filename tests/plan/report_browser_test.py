@@ -67,8 +67,10 @@ def settings_with(changes):
 def make_report(name, changes, *words):
     settings = FOLDER / f"{name}.settings"
     settings.write_text(settings_with(changes))
+    world = FOLDER / "world"
+    world.write_text("interface br0 192.168.1.1\ninterface eth2.2 203.0.113.2\n")
     page = FOLDER / f"{name}.html"
-    subprocess.run([RCPLAN, "report", page, "--settings", settings, *words], check=True)
+    subprocess.run([RCPLAN, "report", page, "--settings", settings, "--world", world, *words], check=True)
     return page
 
 

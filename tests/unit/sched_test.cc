@@ -5,6 +5,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <chrono>
 
 #include "recorded.h"
 #include "sched/sched.h"
@@ -47,18 +48,21 @@ long long utc(int year, int month, int day, int hour, int minute) {
     return timegm(&point);
 }
 
-// The C library's own day of the week, 1 for Monday to 7 for Sunday.
+std::chrono::year_month month_of(int year, int month) {
+    return std::chrono::year(year) / std::chrono::month(static_cast<unsigned>(month));
+}
+
+// The C++ library's own calendar, since a time_t of 32 bits ends in 2038. 1 for Monday to 7 for
+// Sunday.
 int weekday_by_library(int year, int month, int day) {
-    const time_t noon = utc(year, month, day, 12, 0);
-    tm point = {};
-    gmtime_r(&noon, &point);
-    return point.tm_wday == 0 ? 7 : point.tm_wday;
+    const std::chrono::sys_days date = month_of(year, month) / day;
+    return static_cast<int>(std::chrono::weekday(date).iso_encoding());
 }
 
 int days_in_month(int year, int month) {
-    const long long start = utc(year, month, 1, 0, 0);
-    const long long end = month == 12 ? utc(year + 1, 1, 1, 0, 0) : utc(year, month + 1, 1, 0, 0);
-    return static_cast<int>((end - start) / 86400);
+    const std::chrono::year_month_day last_day =
+        std::chrono::sys_days(month_of(year, month) / std::chrono::last);
+    return static_cast<int>(static_cast<unsigned>(last_day.day()));
 }
 
 // By looking at every day of the month.

@@ -1,0 +1,44 @@
+# The libraries of the workstation's side and of the tests.
+
+if(NOT CMAKE_CROSSCOMPILING)
+    find_package(CLI11 REQUIRED)
+    find_package(fmt REQUIRED)
+    find_package(nlohmann_json REQUIRED)
+    find_package(GTest REQUIRED)
+    # Graphviz brings no configuration for CMake.
+    find_library(GRAPHVIZ_GVC gvc REQUIRED)
+    find_library(GRAPHVIZ_CGRAPH cgraph REQUIRED)
+    return()
+endif()
+
+# For a foreign processor there are no packages of them. The report does without Graphviz then; of the others headers and
+# sources suit any processor. The headers get a folder of their own: with /usr/include as a whole, the C library's headers
+# of this machine would come along.
+set(header_folder ${PROJECT_BINARY_DIR}/headers)
+foreach(library CLI fmt nlohmann)
+    find_path(${library}_parent ${library} PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    file(MAKE_DIRECTORY ${header_folder})
+    file(CREATE_LINK ${${library}_parent}/${library} ${header_folder}/${library} SYMBOLIC)
+endforeach()
+foreach(library CLI11::CLI11 fmt::fmt nlohmann_json::nlohmann_json)
+    add_library(${library} INTERFACE IMPORTED)
+    target_include_directories(${library} SYSTEM INTERFACE ${header_folder})
+endforeach()
+target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
+
+# GoogleTest is one source file and one for main, as its packages have them.
+function(add_test_library name folder)
+    find_path(${name}_folder src/${name}-all.cc PATHS /usr/src/googletest/${folder}
+        NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    add_library(${name} STATIC EXCLUDE_FROM_ALL ${${name}_folder}/src/${name}-all.cc)
+    target_compile_options(${name} PRIVATE -w)
+    target_include_directories(${name} SYSTEM PUBLIC ${${name}_folder}/include PRIVATE ${${name}_folder})
+    target_link_libraries(${name} PUBLIC ${ARGN})
+    add_library(GTest::${name} ALIAS ${name})
+endfunction()
+add_test_library(gtest googletest)
+add_test_library(gmock googlemock gtest)
+add_library(gtest_main STATIC EXCLUDE_FROM_ALL ${gtest_folder}/src/gtest_main.cc)
+target_compile_options(gtest_main PRIVATE -w)
+target_link_libraries(gtest_main PUBLIC gtest)
+add_library(GTest::gtest_main ALIAS gtest_main)

@@ -1,0 +1,104 @@
+# The board: the router's process tree, its ports, its flash.
+# shellcheck shell=bash
+
+# Where the machine's image has the router.
+root=/router
+
+# plug_router: the switch is one port, eth2, whose VLANs 1 and 2 are the LAN and the line. The router's end of that is
+# made by its own boot script.
+plug_router() {
+    : > "$world/net/router"
+    mount --bind /proc/1/ns/net "$world/net/router"
+    ip link add trunk type veth peer name eth2 netns 1
+    ip link set trunk up
+    ip link add link trunk name port_lan type vlan id 1
+    ip link add link trunk name port_wan type vlan id 2
+    ip link set port_lan up
+    ip link set port_wan up
+    switch_port port_lan
+    ip link set port_wan master line
+    ip link add air type veth peer name ra0 netns 1
+}
+
+booted() {
+    [ -e "$root/var/lab/booted" ]
+}
+
+# power_on: the router boots by itself, as from its inittab.
+power_on() {
+    plug_router
+    mount -t sysfs sysfs "$root/sys"
+    mount -t devtmpfs dev "$root/dev"
+    mount -t devpts devpts "$root/dev/pts"
+    mount -t jffs2 mtd1 "$root/flash"
+    nsenter --net="$world/net/router" unshare --mount --pid --fork --propagation private \
+        sh /lab/machine/router_init "$root" "$world/router_pid" &
+    comes "rc init has ended" booted || return
+    read -r router_pid < "$world/router_pid"
+    sed 's/^/      | /' "$root/var/lab/console"
+}
+
+# The VLANs that the kernel has, as "name: port/number", parted by "; ".
+vlans() {
+    awk -F '|' 'NR > 2 { gsub(/ /, ""); printf "%s%s: %s/%s", (NR > 3 ? "; " : ""), $1, $3, $2 }' /proc/1/net/vlan/config
+}
+
+# flash_bytes OFFSET COUNT: of the board's first flash partition, in hexadecimal.
+flash_bytes() {
+    dd if=/dev/mtd0 bs=1 skip=$(($1)) count="$2" 2>/dev/null | xxd -p
+}
+
+# install -m MODE FILE PLACE: the machine's busybox has no such program.
+install() {
+    cp "$3" "$4"
+    chmod "$2" "$4"
+}
+
+# comes_within SECONDS WHAT COMMAND...: as in the box, but by the machine's clock since power-on, for a single try may take
+# long here. The deadlines are wide: an emulated processor that has to share its host is slow.
+comes_within() {
+    local seconds=$1 what=$2 now end
+    shift 2
+    read -r now _ < /proc/uptime
+    end=$((${now%.*} + seconds))
+    until "$@" >/dev/null 2>&1; do
+        read -r now _ < /proc/uptime
+        if [ "${now%.*}" -ge "$end" ]; then
+            failed "$what: not within $seconds s"
+            return 1
+        fi
+        sleep 0.2
+    done
+    passed "$what"
+}
+
+comes() {
+    comes_within 120 "$@"
+}
+
+# at_least WHAT LEAST SEEN
+at_least() {
+    if [ "$3" -ge "$2" ]; then
+        passed "$1: $3"
+    else
+        failed "$1: wanted at least $2, saw \"$3\""
+    fi
+}
+
+# The services run beside what started them, and pause 4 s for the firewall alone.
+services_started() {
+    comes "the services were started" services_are_up
+}
+
+# fails WHAT HOW NET [CURL_OPTION...] URL: as in the box; a slow machine is given more time to answer all the same.
+fails() {
+    local what=$1 how=$2 net=$3
+    shift 3
+    get "$net" 3 "$@"
+    same "$what" "$how" "$got"
+}
+
+# skipped WHAT REASON
+skipped() {
+    printf '  skip  %s: %s\n' "$1" "$2"
+}
