@@ -73,11 +73,12 @@ void Writer::event(size_t index, const std::string& left) {
     const Event& told = plan_.after.transcript.events()[index];
     const std::vector<std::string> lines = event_lines(told);
     const char* colour = colour_of(told.verb);
-    // A print has no line of its own, only what it prints.
+    // A print has no line of its own, only what it prints. Rows of hexadecimal digits are no lines.
     const size_t first = told.verb == "print" ? 1 : 0;
+    const bool is_binary = told.body.find('\0') != std::string::npos;
     for (size_t i = 0; i < lines.size(); i++) {
         line(i == 0 ? left : "", lines[i], i == 0 ? colour : "");
-        why({.event = index, .line = i + first}, told.depth);
+        if (i == 0 || !is_binary) why({.event = index, .line = i + first}, told.depth);
     }
 }
 

@@ -124,6 +124,13 @@ expect 2 run --color pink firewall stop
 # Where lines come from; what was assumed.
 expect 0 run --why --set http_timeout=5 --set device_name=R httpd start
 says out '     <- device_name=R; http_realm is not set; http_timeout=5; there is no file /etc/version-ft'
+# A binary file's rows of bytes are no lines, so reasons stand at the file alone.
+echo 'file /var/udhcpd.leases' > leases.world
+expect 0 run --why --world leases.world --set lan_ipaddr=192.168.1.1 --set lan_netmask=255.255.255.0 \
+    --set dhcp_start_ip=192.168.1.10 --set dhcp_end_ip=192.168.1.100 \
+    --set 'pcdb_list=pc;192.168.1.20;00:11:22:33:44:55' dhcpd create
+grep -q '^ *x 00 11 22' out || { cat out; failures=$((failures + 1)); }
+grep -A1 '^ *x [0-9a-f]' out | grep -q '<-' && { cat out; failures=$((failures + 1)); }
 expect 0 run --set wan_ifname=ppp0 --set wan_mtu=1492 firewall create
 says out '       there is no interface ppp0'
 
