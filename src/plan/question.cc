@@ -84,7 +84,7 @@ std::string clock_text(long long microseconds) {
 
 std::string shown(const std::string& answer) {
     std::string line = escape_line(answer);
-    if (line.size() > shown_answer) line = line.substr(0, shown_answer) + "...";
+    if (line.size() > shown_answer) line.replace(shown_answer, line.npos, "...");
     return line;
 }
 
