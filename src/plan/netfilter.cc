@@ -120,7 +120,7 @@ void CallReader::keep_option(Rule& rule, const std::string& word) {
     if (behind > 0 && at_ < words_.size() && words_[at_] == "!") behind++;
     at_ = std::min(at_ + behind, words_.size());
     for (size_t i = start; i < at_; i++) {
-        rule.specification.push_back(words_[i]);
+        rule.rule_words.push_back(words_[i]);
         if (!rule.target.empty()) rule.target_options.push_back(words_[i]);
     }
     const bool is_jump = option && option->names[0] == "-j";
@@ -252,9 +252,8 @@ std::optional<Refusal> Tables::add(const Call& call, Chain& chain) {
 std::optional<Refusal> Tables::take_away(const Call& call, Chain& chain) {
     size_t place = call.number.value_or(0) - 1;
     if (!call.number) {
-        const auto found = std::ranges::find_if(chain.rules, [&](const Rule& rule) {
-            return rule.specification == call.rule.specification;
-        });
+        const auto found = std::ranges::find_if(
+            chain.rules, [&](const Rule& rule) { return rule.rule_words == call.rule.rule_words; });
         place = static_cast<size_t>(found - chain.rules.begin());
     }
     if (place >= chain.rules.size()) return Refusal{"there is no such rule"};
@@ -397,7 +396,7 @@ void Follower::carry_out(const ScriptCommand& command, Origin origin) {
 
 std::string Rule::text() const {
     std::string line;
-    for (const std::string& word : specification) {
+    for (const std::string& word : rule_words) {
         const bool plain =
             !word.empty() && word.find_first_of(" \t\n\"'\\$`*?[]#~;&|()<>{}") == std::string::npos;
         line += (line.empty() ? "" : " ") + (plain ? word : "\"" + word + "\"");

@@ -16,7 +16,7 @@ struct Rule {
     std::vector<std::string> words;
     // Those of them that say what matches and what is done then: without the table, the command and
     // the chain.
-    std::vector<std::string> specification;
+    std::vector<std::string> rule_words;
     // What stands behind -j: a chain or a built-in target; empty when nothing does.
     std::string target;
     // The target's own options, as words.
@@ -25,7 +25,7 @@ struct Rule {
     bool pattern = false;
     Origin origin;
 
-    // The specification as one line, quoted where the script must quote, with single blanks.
+    // The rule words as one line, quoted where the script must quote, with single blanks.
     std::string text() const;
 };
 

@@ -10,7 +10,7 @@ namespace {
 
 class RuleReader {
   public:
-    explicit RuleReader(const Rule& rule) : rule_(rule), words_(rule.specification) {}
+    explicit RuleReader(const Rule& rule) : rule_(rule), words_(rule.rule_words) {}
     RuleReading read();
 
   private:

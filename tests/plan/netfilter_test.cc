@@ -264,7 +264,7 @@ TEST(Netfilter, WordsAreThoseOfTheShell) {
     EXPECT_EQ(rules[0].target, "LOG");
     EXPECT_EQ(rules[0].target_options, (std::vector<std::string>{"--log-prefix", "[DOS] "}));
     EXPECT_EQ(rules[0].text(), "-j LOG --log-prefix \"[DOS] \"");
-    EXPECT_EQ(rules[1].specification[3], "a bc de\"f");
+    EXPECT_EQ(rules[1].rule_words[3], "a bc de\"f");
     EXPECT_EQ(rules[2].text(), "-i ! eth2.2 -j DROP");
     EXPECT_EQ(rules[3].text(), "-p 2");
     EXPECT_EQ(rules[3].origin, (Origin{0, 4}));
