@@ -4,19 +4,66 @@
 checks=0
 failures=0
 
+# What all checks of the step are shown by, besides what is noted for each.
+step_how=
+
 step() {
+    step_how=
     printf '\n== %s\n' "$*"
+}
+
+# with HOW [CHECK...]: notes a word for the next check, which is run if it is given: "real packets", "adapter NAME" or
+# "stand-in NAME". The notes are a file, since most questions are asked in a subshell.
+with() {
+    echo "$1" >> "$world/how"
+    shift
+    [ $# -eq 0 ] || "$@"
+}
+
+# how_of PATH: the word for a program on the router, which the second line of each script in lab/adapters begins with.
+# A program that is itself has none.
+how_of() {
+    local how
+    how=$(sed -nE '2{ s/^# Lab (adapter|stand-in).*/\1/p; q; }' "$root$1" 2>/dev/null | tr -d '\0')
+    [ -z "$how" ] || echo "$how ${1##*/}"
+}
+
+# via PROGRAM [CHECK...]: the next check depends on that program of the router, whatever stands there.
+via() {
+    local folder
+    for folder in /usr/sbin /sbin /bin; do
+        [ -e "$root$folder/$1" ] || continue
+        how_of "$folder/$1" >> "$world/how"
+        break
+    done
+    shift
+    [ $# -eq 0 ] || "$@"
+}
+
+# for_step [HOW]: the rest of the step is shown by that; without HOW, by nothing besides the notes.
+for_step() {
+    step_how=${1-}
+}
+
+# The notes since the last check, in brackets; a check without any was of rc itself, its files or the kernel.
+how_shown() {
+    local notes
+    notes=$({ cat "$world/how" 2>/dev/null; echo "$step_how"; } | sort -u | awk '
+        NF { printf "%s%s", (found++ ? ", " : "["), $0 }
+        END { if (found) printf "] " }')
+    rm -f "$world/how"
+    printf '%s' "$notes"
 }
 
 passed() {
     checks=$((checks + 1))
-    printf '  ok    %s\n' "$*"
+    printf '  ok    %s%s\n' "$(how_shown)" "$*"
 }
 
 failed() {
     checks=$((checks + 1))
     failures=$((failures + 1))
-    printf '  FAIL  %s\n' "$*"
+    printf '  FAIL  %s%s\n' "$(how_shown)" "$*"
 }
 
 # same WHAT WANTED SEEN

@@ -13,6 +13,7 @@ on_pc() {
 ask_lease() {
     local lease=$world/lease.$1
     rm -f "$lease"
+    with "real packets" via udhcpd
     install -m 755 "$lab/clients/dhcp_event" "$world/dhcp_event"
     LEASE_FILE=$lease on_pc "$1" busybox udhcpc -i eth0 -f -q -n -t 5 -T 1 -x "hostname:$1" \
         -s "$world/dhcp_event" 2>&1 | sed '1!s/^/      | /'
@@ -20,6 +21,7 @@ ask_lease() {
 
 # lease_of NAME FIELD
 lease_of() {
+    with "real packets" via udhcpd
     sed -n "s/^$2 //p" "$world/lease.$1" 2>/dev/null
 }
 
@@ -29,14 +31,17 @@ browse() {
     shift
     printf '%s$ curl %s\n' "$name" "$(display "$@")"
     rm -f "$world/answer"
+    with "real packets" via mini_httpd
     http_status=$(in_net "$name" curl -s -m 3 -i -o "$world/answer" -w '%{http_code}' "$@" 9>&-)
 }
 
 # answers NAME URL: any answer will do.
 answers() {
+    with "real packets" via mini_httpd
     in_net "$1" curl -s -m 1 -o /dev/null "$2" 9>&-
 }
 
 answer_line() {
+    with "real packets" via mini_httpd
     grep -i -m 1 "$1" "$world/answer" | tr -d '\r'
 }

@@ -84,6 +84,7 @@ forget_firewall() {
 }
 
 noted() {
+    via "$1"
     cat "$root/var/lab/$1.$2" 2>/dev/null
 }
 
@@ -99,11 +100,13 @@ services_started() {
 # rules TABLE CHAIN [TEXT]: the rules of the chain, or of all for an empty name, as "iptables -v -S" has them with their
 # counters; those with the text.
 rules() {
+    via iptables
     router /usr/lab/iptables -w -t "$1" -v -S ${2:+"$2"} | grep -F -- "${3--}"
 }
 
 # plain_rules TABLE CHAIN [TEXT]: the same without counters.
 plain_rules() {
+    via iptables
     rules "$@" | sed -E 's/ -c [0-9]+ [0-9]+//'
 }
 
@@ -116,6 +119,7 @@ packets() {
 counted() {
     local count
     count=$(packets "$2" "$3" "$4")
+    with "real packets"
     if [ "$count" -gt 0 ]; then
         passed "$1: $count packets"
     else
@@ -125,6 +129,7 @@ counted() {
 
 # class_bytes DEVICE CLASS: how much that class of QoS has sent.
 class_bytes() {
+    with "real packets" via tc
     router /usr/lab/tc -s class show dev "$1" | awk -v class="$2" '
         $1 == "class" { wanted = $3 == class }
         wanted && $1 == "Sent" { print $2 }'

@@ -32,6 +32,7 @@ near() {
 
 # on_wire SIDE WORDS...: puts a packet there. The air is the radio's side, where nobody is.
 on_wire() {
+    with "real packets" via iptables
     local interface=eth0 near=$provider_mac router_mac
     local -a enter=()
     case $1 in
@@ -140,6 +141,7 @@ arrival() {
 
 # arrived_with FIELD: 8 is the TTL, 9 the MSS.
 arrived_with() {
+    with "real packets" via iptables
     cat "$world/arrived.lan" "$world/arrived.wan" | sed -n "s/^$packet_id /any &/p" | cut -d ' ' -f "$1"
 }
 

@@ -28,6 +28,7 @@ get() {
     local net=$1 seconds=$2 status
     shift 2
     printf '%s$ curl %s\n' "$net" "$(display "$@")"
+    with "real packets" via iptables
     got=$(in_net "$net" curl -s -m "$seconds" "$@" 9>&-)
     status=$?
     got=${got%%$'\n'*}
@@ -59,6 +60,7 @@ fails() {
 # new_pings NET COUNT ADDRESS: all at once, each by a program of its own; leaves the number of those that were answered
 # in $answers. The pings of one program belong together for the kernel: from the second on they are not new.
 new_pings() {
+    with "real packets" via iptables
     printf '%s$ for i in {1..%s}; do ping -q -c 1 -W 2 %s & done; wait\n' "$1" "$2" "$3"
     # shellcheck disable=SC2016  # The inner shell's own words.
     answers=$(in_net "$1" bash -c 'for ((i = 0; i < $1; i++)); do busybox ping -q -c 1 -W 2 "$2" & done; wait' \
@@ -68,6 +70,7 @@ new_pings() {
 # look_ups NET COUNT ADDRESS: that many queries for a name server. All ports are open at once, so each is another one,
 # and each query is a new connection.
 look_ups() {
+    with "real packets" via iptables
     # shellcheck disable=SC2016  # The inner shell's own words.
     in_net "$1" bash -c '
         for ((i = 0; i < $1; i++)); do
@@ -78,5 +81,6 @@ look_ups() {
 
 # ttl_seen NET ADDRESS: the TTL of a ping's answer.
 ttl_seen() {
+    with "real packets" via iptables
     in_net "$1" busybox ping -c 1 -W 2 "$2" 9>&- | sed -n 's/.* ttl=\([0-9]*\).*/\1/p'
 }

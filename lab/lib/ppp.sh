@@ -26,6 +26,7 @@ forget_pppd() {
 # The options in effect as pppd lists them, parted by "; ", without those of the adapter. What a plug-in has seen is
 # listed twice; passwords are never shown.
 options_in_effect() {
+    via pppd
     awk '/^pppd options in effect/ { listed = 1; next }
         { sub(/[ \t]+(#.*)?$/, "") }
         !listed || /^(dryrun|dump|noipv6)$/ || seen[$0]++ { next }
@@ -34,19 +35,21 @@ options_in_effect() {
 
 # pppd_takes OPTIONS: pppd has come to a verdict, it is yes, and these are the options in effect.
 pppd_takes() {
-    comes "pppd has read its options" on_router /var/lab/pppd.status || return
-    same "its verdict" 0 "$(cat "$root/var/lab/pppd.status")"
+    via pppd comes "pppd has read its options" on_router /var/lab/pppd.status || return
+    via pppd same "its verdict" 0 "$(cat "$root/var/lab/pppd.status")"
     same "the options in effect" "$1" "$(options_in_effect)"
 }
 
 # pppd_word OPTION: the word that came behind an option on pppd's command line.
 pppd_word() {
+    via pppd
     sed -n "/^$1\$/{n;p;q}" "$root/var/lab/pppd.words"
 }
 
 # secret_word FILE: the password of a secrets file as pppd reads it. The word goes through an option file, whose
 # quoting is the same; pppd shows it with a backslash before each backslash and double quote.
 secret_word() {
+    via pppd
     printf 'ipparam %s\n' "$(awk -F '\t' 'END { print $3 }' "$root$1")" > "$root/var/lab/word"
     router /usr/lab/pppd pty true file /var/lab/word dryrun dump 2>&1 |
         sed -nE '/^ipparam /{ s/^ipparam //; s/[ \t]+(#.*)?$//; s/\\(.)/\1/g; p; }'
@@ -54,6 +57,7 @@ secret_word() {
 
 # secret_found pap|chap NAME: whether pppd finds a secret for the name, as it does when a peer is to prove who it is.
 secret_found() {
+    via pppd
     if router /usr/lab/pppd pty true auth "require-$1" name router remotename "$2" dryrun >/dev/null 2>&1; then
         echo yes
     else

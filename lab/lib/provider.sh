@@ -43,6 +43,7 @@ new_provider() {
 # The provider's list of leases: MAC address, IP address, the host's name where it gave one, time left. The server
 # writes it on SIGUSR1.
 provider_leases() {
+    with "real packets" via udhcpc
     kill -USR1 "$(cat "$world/provider/udhcpd.pid")"
     sleep 0.05
     busybox dumpleases -f "$world/provider/leases" | sed 1d
@@ -65,5 +66,6 @@ given_back() {
 
 # The MAC address in the frames that came from an address.
 seen_by_provider() {
+    with "real packets"
     in_net provider ip neigh show "$1" dev eth0 | sed -n 's/.*lladdr \([^ ]*\).*/\1/p'
 }

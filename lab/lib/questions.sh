@@ -2,14 +2,27 @@
 # shellcheck shell=bash
 
 running() {
+    via "$1"
     router pidof "$1"
 }
 
 not_running() {
+    via "$1"
     ! router pidof "$1"
 }
 
+# The names of the stand-ins whose command lines match.
+callers() {
+    local lines path
+    lines=$(grep -E -- "$1" "$root/tmp/calls" 2>/dev/null) || lines=$(grep -oE '/[a-z]+(/[a-z]+)?/[A-Za-z0-9_-]+' <<< "$1")
+    while read -r path _; do
+        [ ! -e "$root$path" ] || how_of "$path"
+    done <<< "$lines" >> "$world/how"
+}
+
+# in_file PATTERN PATH. What is in /tmp/calls was noted by a stand-in.
 in_file() {
+    [ "$2" != /tmp/calls ] || callers "$1"
     grep -q "$1" "$root$2"
 }
 
@@ -60,13 +73,17 @@ lease_record() {
 # leased PC...: whether each of the computers has a record with the address that it was given.
 leased() {
     local pc
+    via udhcpd
     for pc; do
         [ "$(lease_record "${pc_mac[$pc]}")" = "$(lease_of "$pc" address)" ] || return 1
     done
 }
 
 bridge_ports() {
-    in_net router ip -o link show master br0 | sed -E 's/^[0-9]+: ([^@:]+).*/\1/' | xargs
+    local ports
+    ports=$(in_net router ip -o link show master br0 | sed -E 's/^[0-9]+: ([^@:]+).*/\1/' | xargs)
+    [[ " $ports " != *' ra0 '* ]] || with "stand-in radio"
+    echo "$ports"
 }
 
 default_route() {

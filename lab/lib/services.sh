@@ -19,20 +19,23 @@ read_syslog_conf() {
 
 # syslog_is FILE: every field is as in the lines of standard input, in their order, and there is no other.
 syslog_is() {
-    local line names=
+    local line names='' reader=''
+    # What is below /var/lab, syslogd has read.
+    [[ $1 != */var/lab/* ]] || reader=syslogd
     if ! read_syslog_conf "$1"; then
         failed "${1#"$root"} does not consist of lines \"name=value\""
         return
     fi
     while IFS= read -r line; do
         names+="${names:+ }${line%%=*}"
-        same "syslogd's field ${line%%=*}" "${line#*=}" "${syslog_values[${line%%=*}]-(none)}"
+        ${reader:+via "$reader"} same "syslogd's field ${line%%=*}" "${line#*=}" "${syslog_values[${line%%=*}]-(none)}"
     done
-    same "the fields in order" "$names" "$syslog_names"
+    ${reader:+via "$reader"} same "the fields in order" "$names" "$syslog_names"
 }
 
 # calls [PATTERN]: the command lines of the stand-ins, those that match, parted by "; ".
 calls() {
+    callers "${1-.}"
     grep -E -- "${1-.}" "$root/tmp/calls" 2>/dev/null | awk '{ printf "%s%s", (NR > 1 ? "; " : ""), $0 }'
 }
 
@@ -50,6 +53,7 @@ interfaces_of_router() {
 
 # interface_state NAME: whether it is up, its bridge, MTU, MAC address and address.
 interface_state() {
+    [ "$1" != ra0 ] || with "stand-in radio"
     in_net router ip -o link show dev "$1" | awk '{
         state = $3 ~ /[<,]UP[,>]/ ? "up" : "down"
         for (i = 4; i < NF; i++) {
@@ -103,6 +107,7 @@ igmp_version() {
 console_control() {
     local error=$1 status
     shift
+    for_step "adapter kernel_log"
     printf 'router# %s\n' "$(display "$@")"
     : > "$world/output"
     "$lab/kernel_log" "$error" nsenter --target "$router_pid" --mount --net --pid --root --wd \

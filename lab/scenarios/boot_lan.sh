@@ -11,12 +11,12 @@ step "The router is switched on for the first time: its flash holds no settings 
 power_on || exit 1
 console rc init
 same "the settings are loaded, LAN address" 192.168.1.1 "$(setting lan_ipaddr)"
-same "the board's MAC address from flash" "$board_mac" "$(setting lan_assign_mac)"
-same "the board's WPS PIN from flash" "$board_pin" "$(setting wsc_device_pin)"
-same "/var/wps_pin" "$board_pin" "$(cat "$root/var/wps_pin")"
-same "/tmp/version" "$board_version" "$(cat "$root/tmp/version")"
+with "stand-in /dev/mtd0" same "the board's MAC address from flash" "$board_mac" "$(setting lan_assign_mac)"
+with "stand-in /dev/mtd0" same "the board's WPS PIN from flash" "$board_pin" "$(setting wsc_device_pin)"
+with "stand-in /dev/mtd0" same "/var/wps_pin" "$board_pin" "$(cat "$root/var/wps_pin")"
+with "stand-in /dev/mtd0" same "/tmp/version" "$board_version" "$(cat "$root/tmp/version")"
 same "br0's address" 192.168.1.1/24 "$(lan_address)"
-same "eth2.1's MAC address" "$board_mac" "$(mac_of eth2.1)"
+with "stand-in /dev/mtd0" same "eth2.1's MAC address" "$board_mac" "$(mac_of eth2.1)"
 comes "mini_httpd runs" running mini_httpd
 comes "udhcpd runs" running udhcpd
 if command -v pppoe-relay >/dev/null; then

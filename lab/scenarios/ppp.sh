@@ -40,11 +40,13 @@ console nvram set "l2tp_username=$user"
 console nvram set "l2tp_password=$password"
 console nvram commit
 console rc init
+for_step "$(how_of /usr/sbin/l2tpd)"
 pppd_takes "nodetach; maxfail 0; unit 0; pty true; mtu 1464; noipdefault; defaultroute; usepeerdns"
 must_hold
+for_step
 leased=$(address_of eth2.2)
-in_pool "eth2.2's address" 203.0.113.100 203.0.113.120 "${leased%/24}"
-like "the server's own route, by the event script" "* via $provider_gateway dev eth2.2*" "$(route_to "$server")"
+via udhcpc in_pool "eth2.2's address" 203.0.113.100 203.0.113.120 "${leased%/24}"
+via udhcpc like "the server's own route, by the event script" "* via $provider_gateway dev eth2.2*" "$(route_to "$server")"
 same "/tmp/ppp/options" "noipdefault; mtu 1464; nodetach; defaultroute; maxfail 0; unit 0; usepeerdns" \
     "$(lines_of /tmp/ppp/options)"
 same "/tmp/l2tp/l2tpd.conf" "[global]; port = 1701; [lac]; lns = $server; defaultroute = yes; autodial = yes; \

@@ -9,14 +9,15 @@ new_provider
 
 # A page beyond the provider's gateway, as the router itself gets it.
 internet_page() {
+    with "real packets"
     printf 'GET / HTTP/1.0\r\n\r\n' | router nc -w 2 "$provider_server" 80 2>&1 | tr -d '\r' | sed '1,/^$/d'
 }
 
 # leased_address MAC: an address of the provider's pool, left in $leased, that carries traffic under that MAC address.
 leased_address() {
     leased=$(address_of eth2.2)
-    in_pool "eth2.2's address" 203.0.113.100 203.0.113.120 "${leased%/24}"
-    same "the default route" "$provider_gateway eth2.2" "$(default_route)"
+    via udhcpc in_pool "eth2.2's address" 203.0.113.100 203.0.113.120 "${leased%/24}"
+    via udhcpc same "the default route" "$provider_gateway eth2.2" "$(default_route)"
     same "a page of the Internet" "a page of the Internet" "$(internet_page)"
     same "the MAC address that the provider sees" "$1" "$(seen_by_provider "${leased%/24}")"
 }
@@ -24,10 +25,10 @@ leased_address() {
 step "The router is switched on, with the provider at its WAN port: factory settings ask for a leased address"
 power_on || exit 1
 console rc init
-comes "the WAN is up: /tmp/wan_uptime" on_router /tmp/wan_uptime
+via udhcpc comes "the WAN is up: /tmp/wan_uptime" on_router /tmp/wan_uptime
 must_hold
 leased_address "$board_wan_mac"
-same "the name servers" "domain provider.example; nameserver $provider_dns" "$(lines_of /etc/resolv.conf)"
+via udhcpc same "the name servers" "domain provider.example; nameserver $provider_dns" "$(lines_of /etc/resolv.conf)"
 comes "the provider's list has that lease, for no host name" leased_out "${leased%/24}" '00:??:??'
 comes "the services were restarted: /tmp/ntp_start" on_router /tmp/ntp_start
 comes "the LAN's DHCP server has the provider's name server" \
@@ -52,7 +53,7 @@ console nvram set wan_fix_dns=1
 console nvram set wan_dns1=192.0.2.53
 console nvram set wan_dns2=192.0.2.54
 console rc wan start
-comes "the WAN is up" on_router /tmp/wan_uptime
+via udhcpc comes "the WAN is up" on_router /tmp/wan_uptime
 leased_address "$users_mac"
 comes "the provider's list has that lease, for the host name attic" leased_out "${leased%/24}" 'attic 00:??:??'
 comes "the name servers are the user's: $users_dns" lines_are /etc/resolv.conf "$users_dns"
