@@ -1,0 +1,96 @@
+# The way into the box, for lab/demo and lab/router: its build and programs, its user, its namespaces, and what may be
+# left of it. Needs $lab, $build and $as_user. The program removes $copy in the end, when there is one.
+# shellcheck shell=bash
+
+beyond=-mknod,-sys_boot,-sys_module,-sys_rawio,-sys_time,-syslog
+private=(--mount --net --pid --fork --mount-proc)
+
+skip() {
+    echo "skipped: $*"
+    exit 77
+}
+
+# needs NAME: what the box is made of.
+needs() {
+    local file program
+    for file in src/core/rc src/nvram/nvram src/nvram/libnvram.so; do
+        if [ ! -e "$build/$file" ]; then
+            echo "$1: $build/$file is missing: build the project first" >&2
+            exit 2
+        fi
+    done
+    for program in busybox brctl curl ip nsenter setpriv unshare; do
+        command -v "$program" >/dev/null || skip "$program is not installed (see lab/packages.txt)"
+    done
+}
+
+# The group of that user has no name, and no environment of root's goes along. It ends with who started it.
+nobody() {
+    setpriv --reuid=65534 --regid=65534 --clear-groups --pdeathsig KILL env -i ${TERM:+TERM="$TERM"} "$@"
+}
+
+# give_up_rights NAME: where root is to be an ordinary user, that user runs lab/NAME with `again LAB BUILD`.
+give_up_rights() {
+    [ "$as_user" ] && [ "$(id -u)" -eq 0 ] || return
+    if ! nobody test -r "$lab/$1" || ! nobody test -r "$build/src/core/rc"; then
+        # They are below a folder of somebody else's own: the user gets a copy of what is needed.
+        copy=$(mktemp -d)
+        mkdir -p "$copy/build/src/core" "$copy/build/src/nvram"
+        cp -R "$lab" "$copy/lab"
+        cp "$build/src/core/rc" "$copy/build/src/core/"
+        cp "$build/src/nvram/nvram" "$build/src/nvram/libnvram.so" "$copy/build/src/nvram/"
+        if [ -e "$build/src/plan/rcplan" ]; then
+            mkdir "$copy/build/src/plan"
+            cp "$build/src/plan/rcplan" "$copy/build/src/plan/"
+        fi
+        chmod -R go+rX "$copy"
+        again "$copy/lab" "$copy/build"
+        exit
+    fi
+    again "$lab" "$build"
+    exit
+}
+
+# What the box needs, tried in namespaces that are gone at once.
+try() {
+    "$@" "${private[@]}" sh -c \
+        'mount --make-rprivate / && mount -t tmpfs trial /tmp && ip link add br0 type bridge && ip link add type veth' 2>&1
+}
+
+# find_way_in: as root without the rights that reach beyond namespaces, else as the root of a user namespace. Leaves
+# the command in $enter, and in $who what that makes of us.
+find_way_in() {
+    local reason
+    enter=(setpriv --bounding-set="$beyond" unshare)
+    who=root
+    if [ -z "$as_user" ] && [ "$(id -u)" -eq 0 ] && try "${enter[@]}" >/dev/null; then
+        return
+    fi
+    enter=(unshare --user --map-root-user)
+    who="an ordinary user"
+    reason=$(try "${enter[@]}") || skip "no namespaces, bridge or veth here: $(echo "$reason" | tail -n 1)"
+}
+
+interfaces() {
+    sed -n 's/^ *\([^:]*\):.*/\1/p' /proc/net/dev | sort
+}
+
+mounts() {
+    cut -d ' ' -f 5 /proc/self/mountinfo | sort
+}
+
+remember_outside() {
+    # All processes of the box carry this in their environment, rc and its daemons included.
+    LAB_BOX=$$-$(date +%s%N)
+    interfaces_before=$(interfaces)
+    mounts_before=$(mounts)
+}
+
+# left processes|interfaces|mounts: those that the box has left.
+left() {
+    case $1 in
+    processes) grep -slaF "LAB_BOX=$LAB_BOX" /proc/[0-9]*/environ | xargs ;;
+    interfaces) comm -13 <(echo "$interfaces_before") <(interfaces) | xargs ;;
+    mounts) comm -13 <(echo "$mounts_before") <(mounts) | xargs ;;
+    esac
+}

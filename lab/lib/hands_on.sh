@@ -1,0 +1,120 @@
+# The router to try a settings image on: hands_on.sh IMAGE [HOST COMMAND]..., run in the box for lab/router. Boots it
+# with the image, a provider and two computers, and leaves a shell, or runs the commands on their hosts until one fails.
+# What it says of itself goes to standard error; standard output is the commands' own.
+# shellcheck shell=bash
+
+# shellcheck source=lib/firewall.sh
+. "$lab/lib/firewall.sh"
+
+image=$1
+shift
+exec 3>&1 1>&2
+hosts=(router provider lan1 lan2)
+
+# boot: everything but the commands of it that wait is the router's own work.
+boot() {
+    new_provider
+    new_pc lan1 02:00:00:00:00:11
+    new_pc lan2 02:00:00:00:00:12
+    power_on || return
+    if find_iptables && command -v tc >/dev/null; then
+        install_firewall
+    else
+        echo "iptables and tc are stand-ins here: ${lacks-no tc}"
+    fi
+    if pppd_there; then
+        install_pppd
+    else
+        echo "no pppd here (package ppp)"
+    fi
+    router nvram load && router nvram import --replace - < "$image" && router nvram commit || return
+    console rc init
+    if [ "$(setting ap_mode)" = 1 ]; then
+        return
+    fi
+    case $(setting wan_mode) in
+    dhcpc | ip) wait_for 20 services_are_up || echo "The services are not up after 20 s." ;;
+    *) echo "Links by PPP are not dialled in the box: pppd checks its options only (see docs/lab.md)." ;;
+    esac
+    if [ "$(setting dhcp_server_enable)" = 1 ]; then
+        wait_for 5 running udhcpd
+        get_address lan1
+        get_address lan2
+    fi
+}
+
+wait_for() {
+    local tries=$(($1 * 20))
+    shift
+    until "$@" >/dev/null 2>&1; do
+        tries=$((tries - 1))
+        [ "$tries" -gt 0 ] || return
+        sleep 0.05
+    done
+}
+
+get_address() {
+    ask_lease "$1" >/dev/null
+    # The client of the checks leaves the default route to them.
+    in_net "$1" ip route replace default via "$(lease_of "$1" router)" 2>/dev/null || echo "$1 got no lease."
+}
+
+addresses() {
+    in_net "$1" ip -o -4 addr | awk '$2 != "lo" { printf "%s%s %s", separator, $2, $4; separator = ", " }'
+}
+
+describe() {
+    local host
+    echo
+    printf '%-9s %-52s %s\n' host addresses 'to go there'
+    for host in "${hosts[@]}"; do
+        printf '%-9s %-52s enter %s\n' "$host" "$(addresses "$host")" "$host"
+    done
+    echo
+    echo "Beyond the provider: http://$provider_server/. Leaving this shell ends everything."
+}
+
+# The command `enter` of the shell: enter HOST [COMMAND...].
+make_enter() {
+    mkdir -p "$world/bin"
+    cat > "$world/bin/enter" << END
+#!/bin/bash
+host=\${1-}
+shift
+export LAB_HOST=\$host
+case \$host in
+router)
+    [ \$# -gt 0 ] || set -- sh
+    exec nsenter --target $router_pid --mount --net --pid --root --wd env -i PATH=/bin:/sbin:/usr/sbin:/usr/bin HOME=/ \\
+        TERM="\${TERM-dumb}" PS1='router# ' LAB_BOX=$LAB_BOX "\$@"
+    ;;
+provider | lan1 | lan2)
+    [ \$# -gt 0 ] || set -- bash --rcfile $world/shell.rc
+    exec nsenter --net=$world/net/\$host "\$@"
+    ;;
+esac
+echo "usage: enter router|provider|lan1|lan2 [COMMAND...]" >&2
+exit 2
+END
+    chmod 755 "$world/bin/enter"
+    # shellcheck disable=SC2016  # The shell's own variable.
+    echo 'PS1="${LAB_HOST-lab}# "' > "$world/shell.rc"
+}
+
+boot < /dev/null || exit 1
+make_enter
+export PATH=$world/bin:$PATH
+exec 1>&3 3>&-
+
+if [ $# -eq 0 ]; then
+    describe
+    # Ctrl-C is the shell's own affair from here on.
+    trap : INT
+    bash --rcfile "$world/shell.rc" -i 9>&-
+    exit 0
+fi
+while [ $# -gt 0 ]; do
+    enter "$1" sh -c "$2" 9>&- || exit
+    shift 2
+done
+exit 0
