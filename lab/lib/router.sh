@@ -118,7 +118,7 @@ console() {
     : > "$world/output"
     router "$@" >> "$world/output" 2>&1
     local status=$?
-    sed 's/^/      | /' "$world/output"
+    awk '{ print "      | " $0 }' "$world/output"
     return "$status"
 }
 

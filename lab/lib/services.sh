@@ -113,6 +113,6 @@ console_control() {
     "$lab/kernel_log" "$error" nsenter --target "$router_pid" --mount --net --pid --root --wd \
         env -i PATH=/bin:/sbin:/usr/sbin:/usr/bin HOME=/ LAB_BOX="$LAB_BOX" "$@" 9>&- >> "$world/output" 2>&1
     status=$?
-    sed 's/^/      | /' "$world/output"
+    awk '{ print "      | " $0 }' "$world/output"
     return "$status"
 }

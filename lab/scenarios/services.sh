@@ -277,6 +277,7 @@ console_control 0 rc stop
 console rc wan stop
 
 step "The router is as it was found"
+for_step "adapter kernel_log"
 comes "the same processes are there, and no other" processes_are "$processes_before"
 same "processes" "$processes_before" "$(processes)"
 same "interfaces" "$(xargs <<< "$names")" "$(interfaces_of_router | xargs)"

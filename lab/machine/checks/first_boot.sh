@@ -39,11 +39,11 @@ browse pc1 -u admin:1234 http://192.168.1.1/
 same "with it" 200 "$http_status"
 
 step "The provider leases an address to the line"
-comes "the WAN is up: /tmp/wan_uptime" on_router /tmp/wan_uptime
+via udhcpc comes "the WAN is up: /tmp/wan_uptime" on_router /tmp/wan_uptime
 wan=$(address_of eth2.2)
-in_pool "eth2.2's address" 203.0.113.100 203.0.113.120 "${wan%/24}"
-same "the default route" "$provider_gateway eth2.2" "$(default_route)"
-same "the name servers" "domain provider.example; nameserver $provider_dns" "$(lines_of /etc/resolv.conf)"
+via udhcpc in_pool "eth2.2's address" 203.0.113.100 203.0.113.120 "${wan%/24}"
+via udhcpc same "the default route" "$provider_gateway eth2.2" "$(default_route)"
+via udhcpc same "the name servers" "domain provider.example; nameserver $provider_dns" "$(lines_of /etc/resolv.conf)"
 router ping -q -c 1 -W 30 "$provider_gateway" > /dev/null
 same "the MAC address that the provider sees" "$board_wan_mac" "$(seen_by_provider "${wan%/24}")"
 

@@ -14,6 +14,7 @@ provider_is_left() {
 }
 
 step "rc wan stop hangs up"
+for_step "adapter pppd"
 same "sessions at the provider" 1 "$(sessions)"
 console rc wan stop
 comes "pppd has ended, and ppp0 is gone" link_is_down

@@ -2,6 +2,7 @@
 # shellcheck shell=bash
 
 step "PPPoE: dialled by rc wan start, with a password of special characters and a named service"
+for_step "adapter pppd"
 wan=$(address_of ppp0)
 same "ppp0's address" 10.64.0.2 "$wan"
 same "its peer" 10.64.0.1 "$(router ip -4 addr show dev ppp0 | sed -nE 's/.* peer ([0-9.]+).*/\1/p')"

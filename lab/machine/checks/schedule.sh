@@ -38,6 +38,7 @@ same "before the period: /tmp/cron_schedule, and rules for keywords" "0 0" \
 reaches "a page with the keyword" shop "$wan" pc1 "http://$shop/cgi-bin/casino"
 
 step "Saturday, 12:30: cron opens the period"
+for_step "adapter cron_start"
 set_clock 2025-03-29 12:29:45
 start_cron
 comes "rc firewall start has run: the rule for the keyword is there" edge_is_past 1 1
@@ -46,6 +47,7 @@ reaches "a page without" shop "$wan" pc1 "http://$shop/cgi-bin/who"
 stop_cron
 
 step "Saturday, 13:00: cron closes it"
+for_step "adapter cron_start"
 set_clock 2025-03-29 12:59:45
 start_cron
 comes "rc firewall start has run: the rule is gone" edge_is_past 0 0

@@ -22,7 +22,7 @@ step "After the power cut the committed settings are there again, and the boot d
 power_on || exit 1
 same "a committed setting" pppoe "$(setting wan_mode)"
 same "a setting not committed" Router "$(setting device_name)"
-comes "the link is up: /tmp/wan_uptime, and an address of ppp0" link_is_up || links_said pppoe
+with "adapter pppd" comes "the link is up: /tmp/wan_uptime, and an address of ppp0" link_is_up || links_said pppoe
 must_hold
 for file in pppoe firewall schedule hang_up tunnels; do
     # shellcheck source=/dev/null

@@ -5,6 +5,7 @@
 console nvram set qos_enable=0
 
 step "PPTP over a fixed address, with MS-CHAP v2 and MPPE as the server demands"
+for_step "adapter pppd"
 start_pptp_server
 router nvram import - << END
 wan_mode=pptp
@@ -39,6 +40,7 @@ console rc wan stop
 comes "pppd has ended, and ppp0 is gone" link_is_down
 
 step "L2TP over a fixed address, with MS-CHAP v2"
+for_step "adapter l2tpd, adapter pppd"
 # In pppd's secrets a percent sign would stay doubled: see docs/lab.md.
 password=${password%\%*}
 links_secrets "$password"
