@@ -21,7 +21,10 @@ VALGRIND = ("callgrind-amd64-linux", "vgpreload_core-amd64-linux.so", "default.s
 WAN, LAN = "eth2.2", "br0"
 RESOLVER = "nameserver 198.51.100.1\nnameserver 198.51.100.2\nnameserver 198.51.100.3\n"
 
-MS_NOEXEC, MS_REC, MS_PRIVATE = 8, 16384, 1 << 18
+# The script that shapes the traffic, started in the background: tc's work, not the generator's. It is run outside
+# callgrind, and where time is measured it ends at once, since nothing in its folder may be executed.
+SHAPING = "/tmp/qos.conf"
+MS_NOEXEC, MS_REMOUNT = 8, 32
 
 
 def enter_namespaces():
@@ -78,8 +81,7 @@ class Box:
         for name in PROGRAM_FOLDERS:
             (self.root / name).symlink_to("/bin")
         (self.root / "lib64").symlink_to("/lib")
-        # The script that a run starts in the background ends at once: tc's work is not the generator's.
-        mount("tmpfs", self.root / "tmp", MS_NOEXEC)
+        mount("tmpfs", self.root / "tmp")
         mount("proc", self.root / "proc")
         mount("sysfs", self.root / "sys")
         null = self.root / "dev/null"
@@ -133,7 +135,8 @@ class Box:
     def run(self, command, environment=None):
         """Runs a command to the end of all that it started. What it printed."""
         environment = {"PATH": "/bin:/sbin:/usr/sbin:/usr/bin", "LD_LIBRARY_PATH": "/lib"} | (environment or {})
-        done = subprocess.run(["/usr/sbin/chroot", self.root, *command], check=False, capture_output=True,
+        # With its usual places drawn by lot a static program now and then lies where callgrind wants to be.
+        done = subprocess.run(["setarch", "-R", "/usr/sbin/chroot", self.root, *command], check=False, capture_output=True,
                               env=environment, cwd="/")
         wait_for_all()
         if done.returncode != 0:
@@ -180,22 +183,30 @@ class Box:
         return plan, len(gets), [line[2:] for line in runs]
 
     def instructions(self, command, settings, prepared=None):
-        """Instructions of each program that ran: [(command line, count)]; that of the command itself comes first."""
+        """Instructions of each process that ran, [(command line, count)]; the first is the command itself.
+
+        Not counted: what a process does between fork and exec, so a script is counted too low rather than too high.
+        """
         self.clear(settings)
         for path, content in (prepared or {}).items():
             (self.root / path.lstrip("/")).write_bytes(content)
         for old in (self.root / "out").iterdir():
             old.unlink()
-        self.run(["/valgrind/valgrind", "--tool=callgrind", "--trace-children=yes", "--trace-children-skip=/tmp/qos.conf", "-q",
-                  "--callgrind-out-file=/out/%p", *command], {"VALGRIND_LIB": "/valgrind"})
-        counts = []
-        for path in sorted((self.root / "out").iterdir(), key=lambda path: int(path.name.split(".")[0])):
-            fields = dict(line.split(": ", 1) for line in path.read_text(errors="replace").splitlines()
-                          if line.startswith(("cmd: ", "totals: ", "summary: ")))
-            counts.append((fields.get("cmd", "?"), int(fields.get("totals", fields.get("summary", "0")).split()[0])))
-        # A subshell that forks and starts no program carries its parent's count with it. It is left out, as is what a
-        # process does between fork and exec: so a script is counted too low rather than too high.
-        return counts[:1] + [count for count in counts[1:] if count[0] != counts[0][0]]
+        # With --dump-every-bb the counts are written and begin anew at every system call: otherwise a process that
+        # forks would hand its own on to its child.
+        self.run(["/valgrind/valgrind", "--tool=callgrind", "--trace-children=yes", "-q", "--dump-every-bb=1",
+                  f"--trace-children-skip={SHAPING}", "--callgrind-out-file=/out/%p", *command],
+                 {"VALGRIND_LIB": "/valgrind"})
+        names, counts = {}, {}
+        for part in (self.root / "out").iterdir():
+            process = int(part.name.split(".")[0])
+            with part.open(errors="replace") as lines:
+                for line in lines:
+                    if line.startswith("cmd:"):
+                        names[process] = line[4:].strip()
+                    if line.startswith("totals:"):
+                        counts[process] = counts.get(process, 0) + int(line.split()[1])
+        return [(names[process], counts[process]) for process in sorted(counts)]
 
     def timed(self, rounds, removed, commands):
         """[(nanoseconds, kilobytes)] of each command, run in turn."""
@@ -203,7 +214,9 @@ class Box:
         for command in commands:
             words += ["--", *command]
         environment = {"PATH": "/bin:/sbin:/usr/sbin:/usr/bin", "LD_LIBRARY_PATH": "/lib"}
+        mount("tmpfs", self.root / "tmp", MS_REMOUNT | MS_NOEXEC)
         printed = subprocess.run(words, check=True, capture_output=True, env=environment, text=True).stdout
+        mount("tmpfs", self.root / "tmp", MS_REMOUNT)
         results = [[] for _ in commands]
         for line in printed.splitlines():
             number, taken, memory, status = (int(word) for word in line.split())
