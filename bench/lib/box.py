@@ -8,6 +8,8 @@ import struct
 import subprocess
 import sys
 
+import counting
+
 LIB = pathlib.Path(__file__).resolve().parent
 BENCH = LIB.parent
 SKIPPED = 77
@@ -186,30 +188,14 @@ class Box:
         return plan, len(gets), [line[2:] for line in runs]
 
     def instructions(self, command, settings, prepared=None):
-        """Instructions of each process that ran, [(command line, count)]; the first is the command itself.
-
-        Not counted: what a process does between fork and exec, so a script is counted too low rather than too high.
-        """
+        """Of each process that ran, as counting.read_counts has them."""
         self.clear(settings)
         for path, content in (prepared or {}).items():
             (self.root / path.lstrip("/")).write_bytes(content)
-        for old in (self.root / "out").iterdir():
-            old.unlink()
-        # With --dump-every-bb the counts are written and begin anew at every system call: otherwise a process that
-        # forks would hand its own on to its child.
-        self.run(["/valgrind/valgrind", "--tool=callgrind", "--trace-children=yes", "-q", "--dump-every-bb=1",
-                  f"--trace-children-skip={SHAPING}", "--callgrind-out-file=/out/%p", *command],
-                 {"VALGRIND_LIB": "/valgrind"})
-        names, counts = {}, {}
-        for part in (self.root / "out").iterdir():
-            process = int(part.name.split(".")[0])
-            with part.open(errors="replace") as lines:
-                for line in lines:
-                    if line.startswith("cmd:"):
-                        names[process] = line[4:].strip()
-                    if line.startswith("totals:"):
-                        counts[process] = counts.get(process, 0) + int(line.split()[1])
-        return [(names[process], counts[process]) for process in sorted(counts)]
+        counting.empty(self.root / "out")
+        self.run(["/valgrind/valgrind", *counting.OPTIONS, f"--trace-children-skip={SHAPING}",
+                  "--callgrind-out-file=/out/%p", *command], {"VALGRIND_LIB": "/valgrind"})
+        return counting.read_counts(self.root / "out")
 
     def timed(self, rounds, removed, commands):
         """[(nanoseconds, kilobytes)] of each command, run in turn."""
