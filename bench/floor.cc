@@ -1,5 +1,6 @@
-// The floor under an action of rc: what is left when nothing has to be worked out. Reads the settings that the action
-// reads, writes the files that it leaves with one write each, and starts its shell commands.
+// The floor under an action of rc: what is left when nothing has to be worked out. Reads the
+// settings that the action reads, writes the files that it leaves with one write each, and starts
+// its shell commands.
 //   floor PLAN
 // PLAN is made by bench/report from a run of rc: records of a kind, a length and so many bytes.
 

@@ -1,7 +1,9 @@
-// Loaded before rc's libraries: notes which settings rc asks for and which lines it gives to the shell, for the floor.
-// Appends "g KEY" and "r LINE" to /noted.
+// Loaded before rc's libraries: notes which settings rc asks for and which lines it gives to the
+// shell, for the floor, and how much memory of its own a program has at its end: pages that are no
+// file's. Appends "g KEY", "r LINE" and "m PROGRAM KILOBYTES" to /noted.
 
 #include <dlfcn.h>
+#include <errno.h>
 #include <stdio.h>
 
 namespace {
@@ -15,6 +17,18 @@ void note(char kind, const char* text) {
         fprintf(noted, "%c %s\n", kind, text);
         fclose(noted);
     }
+}
+
+__attribute__((destructor)) void note_memory() {
+    FILE* pages = fopen("/proc/self/smaps_rollup", "r");
+    if (!pages) return;
+    char line[256];
+    int kilobytes = 0;
+    while (fgets(line, sizeof line, pages))
+        if (sscanf(line, "Anonymous: %d", &kilobytes) == 1) break;
+    fclose(pages);
+    snprintf(line, sizeof line, "%s %d", program_invocation_short_name, kilobytes);
+    note('m', line);
 }
 
 template <typename Function>

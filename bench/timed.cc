@@ -1,8 +1,9 @@
-// Runs commands in turn, round after round, and prints a line for each run: the command's number, nanoseconds of wall
-// clock, kilobytes of peak memory, exit status.
+// Runs commands in turn, round after round, and prints a line for each run: the command's number,
+// nanoseconds of wall clock, kilobytes of peak memory, exit status.
 //   timed ROOT ROUNDS REMOVED -- COMMAND... [-- COMMAND...]...
-// All run in the root folder ROOT. The file REMOVED is removed before each, so that each finds the same.
-// Linked statically: a process counts the memory of whoever started it as its own peak, and this is less than any other.
+// All run in the root folder ROOT. The file REMOVED is removed before each, so that each finds the
+// same. Linked statically: a process counts the memory of whoever started it as its own peak, and
+// this is less than any other.
 
 #include <fcntl.h>
 #include <spawn.h>

@@ -164,15 +164,23 @@ class Box:
         self.run(command)
         return {path: content for path, content in self.files().items() if before.get(path) != content}
 
-    def plan_of(self, command, settings):
-        """What the floor has to do to leave the same: its plan, and how many settings are read."""
+    def noted(self, command, settings):
+        """What bench/note.cc notes of a run, line by line."""
         noted = self.root / "noted"
         noted.unlink(missing_ok=True)
         self.clear(settings)
         self.run(command, {"LD_PRELOAD": "/lib/note.so"})
-        lines = noted.read_text().splitlines()
+        return noted.read_text().splitlines()
+
+    def own_memory(self, command, settings):
+        """Kilobytes that a program has for itself at its end."""
+        program = command[0].rsplit("/", 1)[-1]
+        return max(int(line.split()[2]) for line in self.noted(command, settings) if line.startswith(f"m {program} "))
+
+    def plan_of(self, command, settings):
+        """What the floor has to do to leave the same: its plan, and how many settings are read."""
         # The run's own marker is rc's affair.
-        lines = [line for line in lines if not line.startswith("r echo /proc/uptime >")]
+        lines = [line for line in self.noted(command, settings) if not line.startswith("r echo /proc/uptime >")]
         made = self.made_by(command, settings)
         gets = [line for line in lines if line.startswith("g ")]
         runs = [line for line in lines if line.startswith("r ")]
