@@ -22,10 +22,10 @@ class Filled {
         const nvram::Places places = {.working = folder_ + std::string("/nvram"),
                                       .factory = folder_ + std::string("/default"),
                                       .flash = folder_ + std::string("/flash")};
-        nvram::Image factory;
-        for (int64_t i = 0; i < keys; i++) factory.set(key_of(i), "192.168.1." + std::to_string(i));
+        std::string text;
+        for (int64_t i = 0; i < keys; i++)
+            text += key_of(i) + "=192.168.1." + std::to_string(i) + "\n";
         store_ = std::make_unique<nvram::Store>(places);
-        const std::string text = factory.text();
         if (!store_->put_file(places.factory + ".new", places.factory, text, false)) abort();
         if (!store_->restore_factory()) abort();
     }

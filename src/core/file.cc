@@ -14,9 +14,16 @@ File open_file(const char* path, const char* mode) {
 int File::print(const char* text, ...) {
     va_list arguments;
     va_start(arguments, text);
-    const int written = vfprintf(stream_.get(), text, arguments);
+    char line[512];
+    const size_t length = compose(line, sizeof line, text, arguments);
+    const int written =
+        length < sizeof line ? put({line, length}) : put(format_list(text, arguments));
     va_end(arguments);
     return written;
+}
+
+int File::put(std::string_view text) {
+    return static_cast<int>(fwrite(text.data(), 1, text.size(), stream_.get()));
 }
 
 void File::write(std::span<const unsigned char> bytes) {

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string_view>
 
 class File {
   public:
@@ -19,8 +20,9 @@ class File {
 
     // Writing. Errors are not reported: a full disk leaves a short file, as it does for the shell's
     // echo.
-    // print returns what vfprintf(3) returns.
+    // print and put return the number of bytes, as vfprintf(3) does.
     [[gnu::format(printf, 2, 3)]] int print(const char* text, ...);
+    int put(std::string_view text);
     void write(std::span<const unsigned char> bytes);
 
     // One line with its newline, at most line.size() - 1 bytes, as fgets(3) reads it. False at the

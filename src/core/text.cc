@@ -6,8 +6,49 @@
 #include <limits.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
+
+#include <algorithm>
+#include <charconv>
 
 namespace {
+
+// What fits is written, all of it is counted.
+struct Composed {
+    char* line;
+    size_t size;
+    size_t length = 0;
+
+    void add(std::string_view part) {
+        if (length < size) memcpy(line + length, part.data(), std::min(part.size(), size - length));
+        length += part.size();
+    }
+
+    void add(int number) {
+        char digits[12];
+        const char* end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+        add({digits, static_cast<size_t>(end - digits)});
+    }
+};
+
+// False when there is a conversion that only the C library knows.
+bool compose_simple(Composed& composed, const char* text, va_list arguments) {
+    while (const char* conversion = strchr(text, '%')) {
+        composed.add({text, static_cast<size_t>(conversion - text)});
+        const char kind = conversion[1];
+        if (kind == 's')
+            composed.add(va_arg(arguments, const char*));
+        else if (kind == 'd')
+            composed.add(va_arg(arguments, int));
+        else if (kind == '%')
+            composed.add("%");
+        else
+            return false;
+        text = conversion + 2;
+    }
+    composed.add(text);
+    return true;
+}
 
 int within_int(long long number) {
     if (number > INT_MAX) return INT_MAX;
@@ -17,15 +58,30 @@ int within_int(long long number) {
 
 }  // namespace
 
-std::string format_list(const char* text, va_list arguments) {
-    va_list measured;
-    va_copy(measured, arguments);
-    const int length = vsnprintf(nullptr, 0, text, measured);
-    va_end(measured);
-    if (length < 0) return {};
+size_t compose(char* line, size_t size, const char* text, va_list arguments) {
+    Composed composed = {.line = line, .size = size - 1};
+    va_list copy;
+    va_copy(copy, arguments);
+    const bool simple = compose_simple(composed, text, copy);
+    va_end(copy);
+    if (simple) {
+        line[std::min(composed.length, composed.size)] = '\0';
+        return composed.length;
+    }
 
-    std::string result(static_cast<size_t>(length), '\0');
-    vsnprintf(result.data(), result.size() + 1, text, arguments);
+    va_copy(copy, arguments);
+    const int length = vsnprintf(line, size, text, copy);
+    va_end(copy);
+    return length < 0 ? 0 : static_cast<size_t>(length);
+}
+
+std::string format_list(const char* text, va_list arguments) {
+    char line[256];
+    const size_t length = compose(line, sizeof line, text, arguments);
+    if (length < sizeof line) return {line, length};
+
+    std::string result(length, '\0');
+    compose(result.data(), length + 1, text, arguments);
     return result;
 }
 

@@ -8,11 +8,6 @@
 
 namespace {
 
-bool find_service(std::string_view name, Service& service) {
-    return search_serv(nvram_text("fw_services_def").view(), service, name) == 0 ||
-           search_serv(nvram_text("fw_services").view(), service, name) == 0;
-}
-
 void block_service(const Setting& lan_if, const Service& service) {
     if (service.protocol == "both" || service.protocol == "any") {
         for (const char* protocol : {"tcp", "udp"})
@@ -26,9 +21,14 @@ void block_service(const Setting& lan_if, const Service& service) {
 
 // The names after an unknown one are left alone.
 void block_services(const Setting& lan_if, const std::vector<std::string_view>& names) {
+    const Setting predefined_text = nvram_text("fw_services_def");
+    const Setting own_text = nvram_text("fw_services");
+    const std::vector<ServiceRecord> predefined = parse_services(predefined_text.view());
+    const std::vector<ServiceRecord> own = parse_services(own_text.view());
     for (const std::string_view name : names) {
         Service service;
-        if (!find_service(name, service)) return;
+        if (search_serv(predefined, service, name) != 0 && search_serv(own, service, name) != 0)
+            return;
         block_service(lan_if, service);
     }
 }

@@ -3,7 +3,9 @@
 #include "firewall/rules.h"
 
 #include <stdarg.h>
-#include <stdio.h>
+#include <string.h>
+
+#include <algorithm>
 
 #include "core/nvram.h"
 #include "core/text.h"
@@ -104,12 +106,18 @@ RuleScript::~RuleScript() {
 }
 
 int fw_rule(const char* text, ...) {
-    char rule[rule_limit + 1];
+    if (!current_script) return -1;
+    constexpr std::string_view command = "iptables ";
+    // The line's end takes the place of the text's.
+    char line[command.size() + rule_limit + 1];
+    memcpy(line, command.data(), command.size());
     va_list arguments;
     va_start(arguments, text);
-    vsnprintf(rule, sizeof rule, text, arguments);
+    const size_t length = compose(line + command.size(), rule_limit + 1, text, arguments);
     va_end(arguments);
-    return current_script ? current_script->print("iptables %s\n", rule) : -1;
+    const size_t end = command.size() + std::min(length, rule_limit);
+    line[end] = '\n';
+    return current_script->put({line, end + 1});
 }
 
 void fw_rules(std::span<const char* const> table, const char* name) {

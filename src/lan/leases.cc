@@ -51,8 +51,8 @@ std::optional<HardwareAddress> parse_mac(std::string_view text) {
 std::array<unsigned char, lease_size> encode_lease(const Lease& lease) {
     std::array<unsigned char, lease_size> bytes = {};
     const std::span<unsigned char, lease_size> record = bytes;
-    std::copy(lease.hardware.begin(), lease.hardware.end(), record.first<16>().begin());
-    std::copy(lease.address.begin(), lease.address.end(), record.subspan<16, 4>().begin());
+    memcpy(record.data(), lease.hardware.data(), lease.hardware.size());
+    memcpy(record.subspan<16, 4>().data(), lease.address.data(), lease.address.size());
     put_big_endian(record.subspan<20, 4>(), lease.seconds);
     memcpy(record.subspan<24, 16>().data(), lease.hostname.data(), lease.hostname.size());
     return bytes;
@@ -60,8 +60,8 @@ std::array<unsigned char, lease_size> encode_lease(const Lease& lease) {
 
 Lease decode_lease(std::span<const unsigned char, lease_size> bytes) {
     Lease lease;
-    std::copy_n(bytes.first<16>().begin(), 16, lease.hardware.begin());
-    std::copy_n(bytes.subspan<16, 4>().begin(), 4, lease.address.begin());
+    memcpy(lease.hardware.data(), bytes.data(), lease.hardware.size());
+    memcpy(lease.address.data(), bytes.subspan<16, 4>().data(), lease.address.size());
     lease.seconds = get_big_endian(bytes.subspan<20, 4>());
     memcpy(lease.hostname.data(), bytes.subspan<24, 16>().data(), lease.hostname.size());
     return lease;
@@ -89,6 +89,7 @@ std::vector<Lease> enter_reservation(std::span<const Lease> leases, std::string_
                                      const HardwareAddress& hardware, const Octets& address,
                                      const Octets& lan_address) {
     std::vector<Lease> entered;
+    entered.reserve(leases.size() + 1);
     bool found = false;
     for (Lease lease : leases) {
         if (lease.address == Octets{}) break;

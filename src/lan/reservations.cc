@@ -13,11 +13,24 @@ Octets address_setting(const Setting& setting) {
 
 // Records up to the first partial one, no more than the capacity.
 std::vector<Lease> read_leases(File& file) {
+    std::array<unsigned char, lease_capacity * lease_size> bytes;
+    const size_t count = file.read(bytes) / lease_size;
     std::vector<Lease> leases;
-    std::array<unsigned char, lease_size> record;
-    while (leases.size() < lease_capacity && file.read(record) == lease_size)
-        leases.push_back(decode_lease(record));
+    leases.reserve(count);
+    for (size_t i = 0; i < count; i++)
+        leases.push_back(
+            decode_lease(std::span(bytes).subspan(i * lease_size).first<lease_size>()));
     return leases;
+}
+
+void write_leases(File& file, std::span<const Lease> leases) {
+    std::vector<unsigned char> bytes;
+    bytes.reserve(leases.size() * lease_size);
+    for (const Lease& lease : leases) {
+        const std::array<unsigned char, lease_size> record = encode_lease(lease);
+        bytes.insert(bytes.end(), record.begin(), record.end());
+    }
+    file.write(bytes);
 }
 
 bool same_network(const Octets& a, const Octets& b) {
@@ -76,7 +89,6 @@ int search_leases(std::string_view hostname, const HardwareAddress& hardware,
         platform::print_error("fopen w");
         return -1;
     }
-    for (const Lease& lease : enter_reservation(leases, hostname, hardware, entered, lan))
-        file.write(encode_lease(lease));
+    write_leases(file, enter_reservation(leases, hostname, hardware, entered, lan));
     return 0;
 }

@@ -29,7 +29,19 @@ static int hex_digit(char c) {
 // and stays; so does \x00, since no value holds a zero byte.
 static char* unescape(char* text, const char* end) {
     char* out = text;
-    for (const char* in = text; in != end;) {
+    const char* in = text;
+    for (;;) {
+        // Most values hold no escape, and lists a stretch without one between every two.
+        const auto rest = static_cast<std::size_t>(end - in);
+        const void* const backslash = std::memchr(in, '\\', rest);
+        const std::size_t plain =
+            backslash != nullptr
+                ? static_cast<std::size_t>(static_cast<const char*>(backslash) - in)
+                : rest;
+        if (out != in) std::memmove(out, in, plain);
+        out += plain;
+        in += plain;
+        if (in == end) return out;
         if (*in == '\\' && end - in >= 2 && in[1] == '\\') {
             *out++ = '\\';
             in += 2;
@@ -46,7 +58,6 @@ static char* unescape(char* text, const char* end) {
         }
         *out++ = *in++;
     }
-    return out;
 }
 
 // nullptr, or why the line is bad. The line's end byte is writable: a zero byte may go there.

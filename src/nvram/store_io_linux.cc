@@ -51,12 +51,16 @@ int open_to_read(const char* path) {
 
 bool read_all(int file, std::size_t limit, std::string& text) {
     text.clear();
+    // Room for a file that does not grow meanwhile, and for the byte that would show that it does.
+    struct stat status;
+    const bool known = ::fstat(file, &status) == 0 && status.st_size > 0;
+    const std::size_t first = known ? static_cast<std::size_t>(status.st_size) + 1 : 16384;
     std::size_t length = 0;
     for (;;) {
         // One byte more than the limit tells a full file from one that is too large.
         if (length == text.size()) {
             if (length > limit) break;
-            const std::size_t larger = length == 0 ? 16384 : length * 2;
+            const std::size_t larger = length == 0 ? first : length * 2;
             text.resize(larger <= limit ? larger : limit + 1);
         }
         const ssize_t count = ::read(file, text.data() + length, text.size() - length);

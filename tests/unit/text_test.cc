@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 #include <limits.h>
+#include <stdarg.h>
+
+#include <span>
 
 namespace {
 
@@ -11,6 +14,40 @@ TEST(Text, FormatIsAsLongAsTheTextIs) {
     const std::string value(10'000, 'x');
     EXPECT_EQ(format("%s-%d", value.c_str(), 7), value + "-7");
     EXPECT_EQ(format("%s", ""), "");
+}
+
+__attribute__((format(printf, 2, 3))) size_t compose_into(std::span<char> line, const char* text,
+                                                          ...) {
+    va_list arguments;
+    va_start(arguments, text);
+    const size_t length = compose(line.data(), line.size(), text, arguments);
+    va_end(arguments);
+    return length;
+}
+
+TEST(Text, ComposeKnowsTheUsualConversionsAndLeavesTheOthersToTheLibrary) {
+    EXPECT_EQ(format("%s", "text"), "text");
+    EXPECT_EQ(format("-A %s:%d %d%%", "chain", INT_MIN, INT_MAX),
+              "-A chain:-2147483648 2147483647%");
+    EXPECT_EQ(format("%s%s", "", ""), "");
+    EXPECT_EQ(format("%d", 0), "0");
+    // The first conversion is one of ours, the second is not: all of it goes to the library.
+    EXPECT_EQ(format("%s %lld", "rate", 5'000'000'000LL), "rate 5000000000");
+    EXPECT_EQ(format("%d %u %02x %.1s", 7, 4'000'000'000U, 10U, "word"), "7 4000000000 0a w");
+}
+
+TEST(Text, ComposeCutsAndTellsTheWholeLength) {
+    char line[8];
+    EXPECT_EQ(compose_into(line, "%s-%d", "ab", 12), 5U);
+    EXPECT_STREQ(line, "ab-12");
+    EXPECT_EQ(compose_into(line, "%s-%d", "abcde", 1), 7U);
+    EXPECT_STREQ(line, "abcde-1");
+    EXPECT_EQ(compose_into(line, "%s-%d.%s", "abcde", 12, "rest"), 13U);
+    EXPECT_STREQ(line, "abcde-1");
+    EXPECT_EQ(compose_into(line, "%s-%u.%s", "abcde", 12U, "rest"), 13U);
+    EXPECT_STREQ(line, "abcde-1");
+    EXPECT_EQ(compose_into(std::span(line).first(1), "%s", "abc"), 3U);
+    EXPECT_STREQ(line, "");
 }
 
 TEST(Text, AsItsOwnFormatOnlyDoubledPercentChanges) {

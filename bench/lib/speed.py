@@ -1,0 +1,188 @@
+"""Tables of speed and memory: rc against a program that does nothing, the floor, shell scripts and rule generators."""
+
+import pathlib
+import re
+import statistics
+import sys
+
+import generators
+from box import BENCH, Box
+
+HOUSE = BENCH / "full_house.txt"
+PLAN = "/plan"
+ROUNDS = 41
+# A script of two thousand processes takes seconds.
+SLOW_ROUNDS = 5
+SCRIPTS = {"builtins": "shell script, built-ins only", "usual": "shell script, usual style"}
+# What an action leaves and another run would find.
+LEFT_BEHIND = {"firewall": "/tmp/rules", "dhcpd": "/var/udhcpd.leases"}
+
+AIMS = {
+    "floor": ("firewall at full house, instructions: rc within 1.5 times the floor", 1.5, "most"),
+    "builtins": ("at least 4 times fewer than a script of built-ins", 4, "least"),
+    "usual": ("35 times fewer than a script in the usual style", 35, "least"),
+    "ferm": ("100 times fewer than ferm", 100, "least"),
+    "ufw": ("100 times fewer than ufw", 100, "least"),
+    "shorewall": ("100 times fewer than shorewall", 100, "least"),
+    "memory": ("peak memory of rc at full house within 1.3 times an empty C program", 1.3, "most"),
+    "own memory": ("the same, of pages that are its own and no file's", 1.3, "most"),
+}
+
+
+def say(text):
+    print(text, file=sys.stderr, flush=True)
+
+
+def aim_row(name, value):
+    text, limit, kind = AIMS[name]
+    met = value <= limit if kind == "most" else value >= limit
+    return f"| {text} | {value:.1f} | {'met' if met else '**missed**'} |"
+
+
+def house_settings():
+    """Keys to values, unescaped."""
+    unescape = re.compile(r"\\x([0-9a-f]{2})")
+    lines = HOUSE.read_text(encoding="ascii").splitlines()
+    return {key: unescape.sub(lambda match: chr(int(match[1], 16)), value)
+            for key, value in (line.split("=", 1) for line in lines)}
+
+
+def total(counts):
+    return sum(instructions for _, instructions in counts)
+
+
+def script(action, style):
+    return ["/bin/sh", f"/bin/{action}_{style}.sh"]
+
+
+def differences(box, action, styles=tuple(SCRIPTS)):
+    """What does not leave the same files as rc: names of files by style."""
+    made = box.made_by(["/bin/rc", action, "create"], HOUSE)
+    wrong = {}
+    for style in styles:
+        others = box.made_by(script(action, style), HOUSE)
+        differing = [path for path in made.keys() | others.keys() if made.get(path) != others.get(path)]
+        if differing:
+            wrong[style] = differing
+    return wrong
+
+
+def put_plan(box, action):
+    """The floor's plan into the box; how many settings it reads and the lines that it gives to the shell."""
+    plan, gets, lines = box.plan_of(["/bin/rc", action, "create"], HOUSE)
+    (box.root / PLAN.lstrip("/")).write_bytes(plan)
+    if box.made_by(["/bin/floor", PLAN], HOUSE) != box.made_by(["/bin/rc", action, "create"], HOUSE):
+        raise RuntimeError(f"the floor does not leave the files of rc {action} create")
+    return gets, lines
+
+
+def ratio_of(times, base):
+    """The median of the ratios round by round, so that what slows the machine for a while slows both."""
+    return statistics.median(own[0] / other[0] for own, other in zip(times, base))
+
+
+def own_memory(box, command):
+    """Nothing for the shell, which is static and takes no notes."""
+    return box.own_memory(command, HOUSE) if command[0] != "/bin/sh" else "-"
+
+
+def start_section(box):
+    """rc with an action that does nothing."""
+    say("start and end of rc")
+    commands = {"an empty C program": ["/bin/empty"], "`rc wlan create`, which does nothing": ["/bin/rc", "wlan", "create"],
+                "the shell with nothing to do": ["/bin/sh", "-c", ":"]}
+    box.clear(HOUSE)
+    times = box.timed(ROUNDS, "/none", list(commands.values()))
+    lines = ["| program | instructions | with its shells | wall clock | peak memory, kB | of its own, kB |",
+             "|---|--:|--:|--:|--:|--:|"]
+    for (name, command), runs in zip(commands.items(), times):
+        counts = box.instructions(command, HOUSE)
+        memory = statistics.median(memory for _, memory in runs)
+        lines.append(f"| {name} | {counts[0][1]:,} | {total(counts):,} | {ratio_of(runs, times[0]):.1f} | {memory:,.0f} |"
+                     f" {own_memory(box, command)} |")
+    lines += ["", "Wall clock as a multiple of the empty program's. The shell that rc starts makes its marker below `/var/run`.",
+              "", "Memory of its own is what a program has at its end besides pages of files, which all programs share; the peak"
+              " counts those, too, and most of it is the C library's file: as much of it as a program has touched."]
+    return lines, statistics.median(memory for _, memory in times[0])
+
+
+def action_section(box, action, quick):
+    """One action at full house: rows, and the instructions of rc and of the others by name."""
+    say(f"rc {action} create at full house")
+    wrong = differences(box, action)
+    if wrong:
+        raise RuntimeError(f"these files are not as rc {action} create leaves them: {wrong}")
+    gets, shell_lines = put_plan(box, action)
+    commands = {"rc": ["/bin/rc", action, "create"], "floor": ["/bin/floor", PLAN]}
+    commands |= {style: script(action, style) for style in SCRIPTS}
+    names = {"rc": f"rc {action} create", "floor": "the floor"} | SCRIPTS
+    slow = [name for name in commands if name == "usual"]
+    times = {}
+    box.clear(HOUSE)
+    fast = [name for name in commands if name not in slow]
+    times |= dict(zip(fast, box.timed(ROUNDS, LEFT_BEHIND[action], [commands[name] for name in fast])))
+    paired = box.timed(SLOW_ROUNDS, LEFT_BEHIND[action], [commands[name] for name in ("rc", *slow)])
+    counts = {}
+    for name, command in commands.items():
+        if quick and name in slow:
+            continue
+        say(f"  instructions: {names[name]}")
+        counts[name] = box.instructions(command, HOUSE)
+    lines = ["| | instructions | with all processes | times rc | wall clock, times rc | peak memory, kB | of its own, kB | processes |",
+             "|---|--:|--:|--:|--:|--:|--:|--:|"]
+    for name in commands:
+        runs, base = (paired[1], paired[0]) if name in slow else (times[name], times["rc"])
+        memory = statistics.median(memory for _, memory in runs)
+        wall = f"{ratio_of(runs, base):.2f} | {memory:,.0f} | {own_memory(box, commands[name])}"
+        if name not in counts:
+            lines.append(f"| {names[name]} | not counted | | | {wall} | |")
+            continue
+        whole = total(counts[name])
+        lines.append(f"| {names[name]} | {counts[name][0][1]:,} | {whole:,} | {whole / total(counts['rc']):.2f} | {wall} |"
+                     f" {len(counts[name])} |")
+    started = " and ".join(f"`{line}`" for line in shell_lines) or "nothing"
+    lines += ["", f"The floor reads {gets} settings, as rc does, and starts {started}. All leave the same files, byte for"
+              " byte; that is checked before anything is counted. rc's milliseconds: "
+              f"{statistics.median(taken for taken, _ in times['rc']) / 1e6:.1f}."]
+    memory = statistics.median(memory for _, memory in times["rc"])
+    return lines, {name: total(counted) for name, counted in counts.items()}, memory
+
+
+def generator_section(box, rc_instructions):
+    """ferm, ufw and shorewall: rows, and the ratios by name."""
+    made = box.made_by(["/bin/rc", "firewall", "create"], HOUSE)
+    scripts = "".join(made[path].decode() for path in ("/tmp/rules", "/tmp/rule2", "/tmp/qos.conf"))
+    folder = pathlib.Path("/mnt/generators")
+    out = folder / "out"
+    out.mkdir(parents=True)
+    settings = house_settings()
+    lines = ["| generator | what it is given | instructions | times rc | milliseconds |", "|---|---|--:|--:|--:|"]
+    ratios = {}
+    for name, run in (("ferm", lambda: generators.run_ferm(folder, scripts, out)),
+                      ("ufw", lambda: generators.run_ufw(folder, settings, out)),
+                      ("shorewall", lambda: generators.run_shorewall(folder, settings, out))):
+        say(f"  instructions: {name}")
+        command, given, instructions, taken = run()
+        ratios[name] = instructions / rc_instructions
+        lines.append(f"| `{command}` | {given} | {instructions:,} | {ratios[name]:,.0f} | {taken / 1e6:,.0f} |")
+    lines += ["", "None of them makes the shaping, the crontab and the module's lists, which rc's figure holds."]
+    return lines, ratios
+
+
+def tables(build, quick):
+    """All sections of speed as (title, command, lines), and the rows of the aims."""
+    box = Box(build)
+    start, empty_memory = start_section(box)
+    firewall, counts, memory = action_section(box, "firewall", quick)
+    dhcpd, _, _ = action_section(box, "dhcpd", quick)
+    ratios = {"floor": counts["rc"] / counts["floor"], "memory": memory / empty_memory,
+              "own memory": box.own_memory(["/bin/rc", "firewall", "create"], HOUSE) / box.own_memory(["/bin/empty"], HOUSE)}
+    ratios |= {style: counts[style] / counts["rc"] for style in SCRIPTS if style in counts}
+    sections = [("Start and end of rc", start), ("rc firewall create, all lists full", firewall),
+                ("rc dhcpd create, all lists full", dhcpd)]
+    if not quick:
+        lines, more = generator_section(box, counts["rc"])
+        sections.append(("Rule generators of Debian", lines))
+        ratios |= more
+    return sections, [aim_row(name, ratios[name]) if name in ratios else f"| {AIMS[name][0]} | not measured | |"
+                      for name in AIMS]
