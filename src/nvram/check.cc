@@ -64,11 +64,14 @@ std::string assignment(std::string_view key, std::string_view value) {
     return text;
 }
 
+std::string escaped(std::string_view text) {
+    std::string line;
+    append_escaped(line, text);
+    return line;
+}
+
 std::string quoted(std::string_view text) {
-    std::string words = "'";
-    append_escaped(words, text);
-    words += '\'';
-    return words;
+    return "'" + escaped(text) + "'";
 }
 
 static constexpr void (*relations[])(Check&) = {

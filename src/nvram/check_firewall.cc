@@ -28,7 +28,7 @@ void check_remote(Check& check) {
     if (begins_with(check, "fw_remote_type", '3'))
         add(check, Level::Warning, "fw_remote_type",
             {.problem = "opens the web interface to every host of the WAN",
-             .effect = "redirects port " + std::string(text_of(check, "fw_remote_port")) +
+             .effect = "redirects port " + escaped(text_of(check, "fw_remote_port")) +
                        " of the WAN to it, whoever asks",
              .cure = "fw_remote_type=1 with fw_remote_single, or 2 with a range"});
     const std::optional<std::uint32_t> start = parse_quad(text_of(check, "fw_remote_range_start"));

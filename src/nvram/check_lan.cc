@@ -80,8 +80,8 @@ void check_reservation(Check& check, const Net& lan, unsigned entry,
     const std::uint32_t entered = (written & 0x00ffffff) | (lan.address & 0xff000000);
     const std::string place = place_text(entry, nullptr) + ": " + quad_text(written);
     const std::string cure = "an address of the pool, from " +
-                             std::string(text_of(check, "dhcp_start_ip")) + " to " +
-                             std::string(text_of(check, "dhcp_end_ip"));
+                             escaped(text_of(check, "dhcp_start_ip")) + " to " +
+                             escaped(text_of(check, "dhcp_end_ip"));
     if (!lan.has_host(entered)) {
         add(check, Level::Error, "pcdb_list",
             {.problem = place + " is no host of the LAN " + lan.text(),

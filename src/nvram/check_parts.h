@@ -45,6 +45,8 @@ bool is_missing(const Check& check, std::string_view key);
 std::optional<Net> lan_of(const Check& check);
 
 std::string assignment(std::string_view key, std::string_view value);
+// A text as the image escapes it, so that it stays one line.
+std::string escaped(std::string_view text);
 // A text in words: between single quotes and as the image escapes it.
 std::string quoted(std::string_view text);
 

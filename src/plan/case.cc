@@ -17,6 +17,12 @@ constexpr int least_mtu = 68;
 
 constexpr unsigned long most_zeros = 16u << 20;
 
+// Far beyond any router's, and no product of it overflows: 136 years.
+constexpr long long longest_uptime = 4'294'967'295;
+
+// The kernel's highest (proc(5), pid_max).
+constexpr int highest_pid = 4'194'304;
+
 // Reads the lines above "expect".
 class CaseReader {
   public:
@@ -90,7 +96,10 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
         return "";
     }
     if (word == "uptime") {
-        result_.world.uptime_microseconds = atoll(rest.c_str()) * 1'000'000;
+        const std::optional<long long> seconds = scan_number(rest.c_str());
+        if (!seconds || *seconds < 0 || *seconds > longest_uptime)
+            return "uptime takes whole seconds, at most 4294967295";
+        result_.world.uptime_microseconds = *seconds * 1'000'000;
         return "";
     }
     if (word == "clock") {
@@ -101,8 +110,9 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
         return "";
     }
     if (word == "pid") {
-        result_.world.pid = atoi(rest.c_str());
-        return "";
+        result_.world.pid = leading_int(rest.c_str());
+        const bool legal = result_.world.pid >= 1 && result_.world.pid <= highest_pid;
+        return legal ? "" : "pid takes a number from 1 to 4194304";
     }
     if (word == "environment") {
         const auto assignment = split_assignment(rest);

@@ -151,8 +151,10 @@ std::string escape_line(std::string_view line) {
 }
 
 std::string unescape_line(std::string_view line) {
-    std::string out;
-    for (size_t i = 0; i < line.size(); i++) {
+    // Most lines have no escape, and long ones are many in a case with a full list.
+    const size_t first = std::min(line.find('\\'), line.size());
+    std::string out(line.substr(0, first));
+    for (size_t i = first; i < line.size(); i++) {
         const std::string_view rest = line.substr(i);
         if (rest.starts_with("\\\\")) {
             out += '\\', i += 1;

@@ -1,20 +1,16 @@
-// Arbitrary values in the check of settings. Each line is a setting, which its first byte selects,
-// and a value; all other settings are the factory's.
+// Arbitrary settings in the check of settings. An input is a text image; the settings that it does
+// not give are the factory's.
 
 #include <stdlib.h>
 
+#include <algorithm>
+
 #include "nvram/check.h"
-#include "nvram/known_settings.h"
+#include "nvram/image.h"
 #include "nvram/secret.h"
+#include "values.h"
 
 namespace {
-
-std::vector<const nvram::KnownSetting*> all_settings() {
-    std::vector<const nvram::KnownSetting*> all;
-    for (const nvram::SettingGroup& group : nvram::setting_groups())
-        for (const nvram::KnownSetting& known : group.settings) all.push_back(&known);
-    return all;
-}
 
 // What must hold of findings, whatever the settings are.
 void expect_sound(const std::vector<nvram::Finding>& findings) {
@@ -30,24 +26,37 @@ void expect_sound(const std::vector<nvram::Finding>& findings) {
     }
 }
 
+std::string factory_text() {
+    std::string text;
+    for (const nvram::KnownSetting* known : all_settings())
+        text += nvram::serialise({{known->key, known->factory}});
+    return text;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const std::vector<const nvram::KnownSetting*> all = all_settings();
-    std::string text;
-    for (const nvram::KnownSetting* known : all)
-        text += nvram::serialise({{known->key, known->factory}});
-    std::string_view rest(reinterpret_cast<const char*>(data), size);
-    while (!rest.empty()) {
-        const std::string_view line = rest.substr(0, rest.find('\n'));
-        rest.remove_prefix(std::min(rest.size(), line.size() + 1));
-        if (line.empty()) continue;
-        const auto selected = static_cast<unsigned char>(line[0]);
-        text += all[selected % all.size()]->key;
-        text += '=';
-        text += line.substr(1);
-        text += '\n';
-    }
+    static const std::string factory = factory_text();
+    // Of a key given twice the last counts.
+    const std::string text = factory + std::string(reinterpret_cast<const char*>(data), size);
     expect_sound(nvram::check_settings(nvram::Image(text)));
     return 0;
+}
+
+extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size,
+                                          unsigned seed) {
+    Random random(seed);
+    Settings settings = read_settings({reinterpret_cast<const char*>(data), size});
+    do mutate_setting(settings, one_of(random, all_settings())->key, random);
+    while (one_in(random, 2));
+    if (!settings.empty() && one_in(random, 2)) {
+        const auto place =
+            std::next(settings.begin(), static_cast<long>(below(random, settings.size())));
+        const std::string key = place->first;
+        mutate_setting(settings, key, random);
+    }
+    const std::string text = settings_image(settings);
+    if (text.size() > max_size) return size;
+    std::ranges::copy(text, data);
+    return text.size();
 }

@@ -1,301 +1,183 @@
-// Every action of rc from arbitrary settings and files, over the recording platform.
+// Every action of rc on arbitrary routers, over the recording platform. An input is the head of a
+// case file, so that the cases are the seeds and a finding is a case.
 
-#include <fuzzer/FuzzedDataProvider.h>
+#include <stdio.h>
+#include <stdlib.h>
 
+#include <algorithm>
+
+#include "case_mutator.h"
+#include "case_text.h"
+#include "core/command.h"
+#include "core/text.h"
+#include "firewall/rules.h"
+#include "nvram/image.h"
+#include "plan/case.h"
 #include "plan/recording.h"
-#include "plan/settings.h"
 
 namespace {
 
-struct Action {
-    const char* name;
-    const char* action;
+// The longest run, a restart of all applications with each of its lists full, has some 500 steps.
+constexpr size_t most_events = 3000;
+
+// Of the inputs, one in so many is played twice.
+constexpr size_t repeated_share = 16;
+
+// Lines that are not made by SYSTEM, which would cut them.
+constexpr const char* uncut_lines[] = {
+    "/sbin/route add -net ",
+    "/sbin/route del -net ",
+    "route del -net 239.0.0.0 ",
+    "/usr/sbin/routed ",
 };
 
-constexpr Action actions[] = {
-    {"init", nullptr},      {"lan", "start"},       {"httpd", "start"},     {"dhcpd", "restart"},
-    {"dhcpd", "create"},    {"start", nullptr},     {"service", "restart"}, {"wan", nullptr},
-    {"wan", "start"},       {"wan", "stop"},        {"wan", "restart"},     {"ddns", "start"},
-    {"wlan", "restart"},    {"route", "restart"},   {"ripd", "start"},      {"upnp", "restart"},
-    {"igmp", "restart"},    {"ntp", "restart"},     {"syslogd", "start"},   {"stop", nullptr},
-    {"firewall", "start"},  {"firewall", "create"}, {"firewall", "stop"},   {"schedule", "start"},
-    {"schedule", "create"},
-};
+[[noreturn]] void broken(const char* property, const std::string& what) {
+    fprintf(stderr, "%s: %s\n", property, escape_line(cut(what, 200)).c_str());
+    abort();
+}
 
-constexpr const char* wan_modes[] = {"", "dhcpc", "pppoe", "pptp", "l2tp", "bpa", "ras", "ip"};
+bool may_be_long(const std::string& line) {
+    return std::ranges::any_of(uncut_lines,
+                               [&](const char* start) { return line.starts_with(start); });
+}
 
-constexpr const char* keys[] = {
-    "Pkt_Agg",
-    "ShortSlot",
-    "TxPreamble",
-    "ac_control",
-    "ac_sch",
-    "access_control",
-    "access_group",
-    "ap_dns",
-    "ap_gateway",
-    "ap_mode",
-    "bpa_login",
-    "bpa_password",
-    "bpa_username",
-    "ddns_enable",
-    "ddns_host_name",
-    "ddns_old_service",
-    "ddns_password",
-    "ddns_service_provider",
-    "ddns_use_wildcards",
-    "ddns_user_name",
-    "device_name",
-    "dhcp_dns_ip",
-    "dhcp_end_ip",
-    "dhcp_gateway_ip",
-    "dhcp_server_enable",
-    "dhcp_server_extended_option",
-    "dhcp_start_ip",
-    "e_channel",
-    "enable_ssid2",
-    "ether_wan_ifname",
-    "fix_gateway",
-    "fix_ipaddr",
-    "fix_netmask",
-    "fw_block",
-    "fw_block_keyword",
-    "fw_block_trust",
-    "fw_block_trust_enable",
-    "fw_dmz",
-    "fw_dmz_enable",
-    "fw_in_rules",
-    "fw_nat",
-    "fw_out_rules",
-    "fw_remote",
-    "fw_remote_port",
-    "fw_remote_range_end",
-    "fw_remote_range_start",
-    "fw_remote_single",
-    "fw_remote_type",
-    "fw_response_ping",
-    "fw_schedule",
-    "fw_schedule2",
-    "fw_services",
-    "fw_services_def",
-    "fw_spapp",
-    "fw_time_zone",
-    "fw_trustenable",
-    "fw_ttl",
-    "fw_ttl_ud",
-    "h_wsc_enable",
-    "http_password",
-    "http_realm",
-    "http_timeout",
-    "http_username",
-    "igmp_enable",
-    "igmp_port",
-    "igmp_version",
-    "isolation",
-    "l2tp_dod",
-    "l2tp_idle",
-    "l2tp_ipaddr",
-    "l2tp_mtu",
-    "l2tp_netmask",
-    "l2tp_password",
-    "l2tp_redial",
-    "l2tp_server",
-    "l2tp_type",
-    "l2tp_username",
-    "lan_assign_mac",
-    "lan_bipaddr",
-    "lan_if",
-    "lan_ipaddr",
-    "lan_lease_time",
-    "lan_netmask",
-    "log_access",
-    "log_block",
-    "log_dos",
-    "log_enable",
-    "log_gateway",
-    "log_login",
-    "log_outgoing",
-    "log_remote_ip",
-    "log_type",
-    "mail_block",
-    "mail_dos",
-    "mail_enable",
-    "mail_enable_auth",
-    "mail_logfull",
-    "mail_login",
-    "mail_password",
-    "mail_portscan",
-    "mail_recipient",
-    "mail_sender",
-    "mail_sendlog",
-    "mail_server",
-    "mail_sh_day",
-    "mail_sh_hour",
-    "mail_title",
-    "ntp_custom",
-    "ntp_server",
-    "pcdb_list",
-    "pppoe_idle",
-    "pppoe_ipaddr",
-    "pppoe_password",
-    "pppoe_service",
-    "pppoe_username",
-    "pptp_dod",
-    "pptp_fix_gateway",
-    "pptp_fix_netmask",
-    "pptp_id",
-    "pptp_idle",
-    "pptp_ipaddr",
-    "pptp_password",
-    "pptp_server",
-    "pptp_server_domain",
-    "pptp_server_type",
-    "pptp_type",
-    "pptp_username",
-    "pptp_wan_dns1",
-    "qos",
-    "qos_ds",
-    "qos_enable",
-    "qos_type",
-    "ras_dod",
-    "ras_login",
-    "restore_default",
-    "rt_rip_direction",
-    "rt_rip_version",
-    "rt_static_route",
-    "ssid_apcli_wds",
-    "sta_ssid",
-    "static_mtu",
-    "time_daylight",
-    "time_zone",
-    "upgrade_default",
-    "upnp_adv_time",
-    "upnp_enable",
-    "upnp_ttl",
-    "wan_account",
-    "wan_bandwidth",
-    "wan_dns1",
-    "wan_dns2",
-    "wan_dns3",
-    "wan_dod",
-    "wan_domain",
-    "wan_fix_dns",
-    "wan_ifname",
-    "wan_ifname1",
-    "wan_iptype_pppoe",
-    "wan_line",
-    "wan_macaddr",
-    "wan_macaddr_default",
-    "wan_mtu",
-    "wan_phy_ifname",
-    "wds_enable",
-    "wds_list1",
-    "wds_list2",
-    "wds_list3",
-    "wds_list4",
-    "wds_type",
-    "wifi_BasicRate",
-    "wifi_HT_RxStream",
-    "wifi_HT_TxStream",
-    "wifi_TxPower",
-    "wifi_access_control",
-    "wifi_access_list",
-    "wifi_ap_mode",
-    "wifi_auth_type",
-    "wifi_auth_type2",
-    "wifi_auth_type3",
-    "wifi_auth_type5",
-    "wifi_bandwidth",
-    "wifi_beacon",
-    "wifi_broadcast_ssid",
-    "wifi_channel",
-    "wifi_def_key",
-    "wifi_def_key2",
-    "wifi_def_key3",
-    "wifi_def_key5",
-    "wifi_dot11_mode",
-    "wifi_dtim",
-    "wifi_fragment",
-    "wifi_key1",
-    "wifi_key12",
-    "wifi_key2",
-    "wifi_key22",
-    "wifi_key3",
-    "wifi_key32",
-    "wifi_key4",
-    "wifi_key42",
-    "wifi_key_len",
-    "wifi_key_len2",
-    "wifi_psk2_pwd",
-    "wifi_psk2_pwd2",
-    "wifi_psk2_pwd3",
-    "wifi_psk_pwd",
-    "wifi_psk_pwd2",
-    "wifi_psk_pwd3",
-    "wifi_radius_port",
-    "wifi_radius_pwd",
-    "wifi_radius_server",
-    "wifi_region",
-    "wifi_rts",
-    "wifi_ssid",
-    "wifi_ssid2",
-    "wifi_sta_region",
-    "wifi_wep_on",
-    "wifi_wep_on2",
-    "wifi_wep_on3",
-    "wifi_wep_on5",
-    "wifi_wmm_ap",
-    "wifi_wmm_sta",
-    "wifi_wpa2psk_key",
-    "wifi_wpa2psk_key2",
-    "wifi_wpa2psk_key3",
-    "wifi_wpapsk_key",
-    "wifi_wpapsk_key2",
-    "wifi_wpapsk_key3",
-    "wifi_wsc_configured",
-    "wireless_sch_en",
-    "wl_schedule",
-    "wsc_device_pin",
-};
+void expect_sound_events(const std::vector<Event>& events) {
+    if (events.size() > most_events) broken("so many steps", std::to_string(events.size()));
+    for (const Event& event : events) {
+        if (event.verb == "run" && event.text.size() > command_limit && !may_be_long(event.text))
+            broken("this line is not cut", event.text);
+        if (event.verb == "signal") {
+            const size_t before_pid = event.text.rfind(' ');
+            if (leading_int(event.text.c_str() + before_pid) <= 1)
+                broken("signals more than one process", event.text);
+        }
+        if (event.verb == "note") broken("rc calls itself without end", event.text);
+        if (event.verb != "write" || event.text != "/tmp/rules") continue;
+        constexpr size_t line_limit = sizeof "iptables " - 1 + rule_limit;
+        for (std::string_view rest = event.body; !rest.empty();)
+            if (const std::string_view rule = take_field(rest, '\n'); rule.size() > line_limit)
+                broken("this rule is not cut", std::string(rule));
+    }
+}
 
-constexpr const char* files[] = {
-    "/dev/mtd0",          "/etc/resolv.conf",      "/etc/version-ft",
-    "/var/udhcpd.leases", "/var/run/rc.dhcpd.run", "/var/run/my_pid_service",
-    "/proc/uptime",
-};
+bool has_bad_lines(const std::string& text) {
+    std::vector<nvram::BadLine> bad_lines;
+    const nvram::Image image(text, &bad_lines);
+    return !bad_lines.empty();
+}
+
+// A router whose settings are whole before a run has whole settings after it.
+void expect_whole_settings(const World& world) {
+    for (const char* path : {working_copy, flash_image})
+        if (const std::string* text = world.get(path); text && has_bad_lines(*text))
+            broken("an image with bad lines", path);
+}
+
+// Only the settings that were stored have changed.
+void expect_only_stored(const std::string& old_text, const Recording& played) {
+    const std::string* new_text = played.world.get(working_copy);
+    if (!new_text || old_text == *new_text) return;
+    // Another image altogether was loaded or copied.
+    const std::vector<Event>& events = played.transcript.events();
+    const bool replaced = std::ranges::any_of(events, [](const Event& event) {
+        return event.verb == "load" || contains(event.text, working_copy);
+    });
+    if (replaced) return;
+    const Settings old_settings = read_settings(old_text);
+    for (const auto& [key, value] : read_settings(*new_text)) {
+        const auto old = old_settings.find(key);
+        if (old != old_settings.end() && old->second == value) continue;
+        const std::string start = key + "=";
+        const bool stored = std::ranges::any_of(events, [&](const Event& event) {
+            return event.verb == "set" && event.text.starts_with(start);
+        });
+        if (!stored) broken("changed without being stored", key);
+    }
+}
+
+void expect_sound_settings(const Case& stated, const Recording& played) {
+    const auto whole = [](const Settings& settings) {
+        return !has_bad_lines(settings_image(settings));
+    };
+    const std::string before = settings_image(stated.settings);
+    if (has_bad_lines(before) || (stated.factory && !whole(*stated.factory)) ||
+        (stated.flash && !whole(*stated.flash)))
+        return;
+    // Files that the case states may stand in for an image.
+    for (const char* path : {working_copy, flash_image, factory_image})
+        if (stated.world.get(path)) return;
+    expect_whole_settings(played.world);
+    if (!stated.power_on) expect_only_stored(before, played);
+}
+
+void expect_printable(const std::string& transcript) {
+    for (const char c : transcript)
+        if ((c < 0x20 || c > 0x7e) && c != '\n') broken("a transcript that is no text", transcript);
+}
+
+// A run leaves nothing in memory that a later one could find.
+void expect_same_again(const Case& stated, const std::string& transcript) {
+    Recording again;
+    again.world = case_world(stated);
+    play(again, stated.words);
+    if (again.transcript.text() != transcript) broken("two runs differ", again.transcript.text());
+}
+
+std::optional<Case> case_of(const uint8_t* data, size_t size) {
+    auto parsed = parse_case({reinterpret_cast<const char*>(data), size});
+    if (auto* stated = std::get_if<Case>(&parsed)) return std::move(*stated);
+    return std::nullopt;
+}
+
+// The text of a case in a fuzzer's buffer; its old size when it does not fit.
+size_t put_case(Case& stated, uint8_t* data, size_t size, size_t max_size) {
+    stated.title = "fuzz: a finding";
+    const std::string text = case_text(stated);
+    if (text.size() > max_size) return size;
+    std::ranges::copy(text, data);
+    return text.size();
+}
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    FuzzedDataProvider input(data, size);
+    const std::optional<Case> stated = case_of(data, size);
+    if (!stated) return 0;
     Recording played;
-    const Action action = input.PickValueInArray(actions);
-    std::vector<std::string> words = {"rc", action.name};
-    if (action.action) words.emplace_back(action.action);
+    played.world = case_world(*stated);
+    play(played, stated->words);
+    remember_asked(stated->words, played.asked);
 
-    Settings settings;
-    settings["wan_mode"] = input.PickValueInArray(wan_modes);
-    while (input.remaining_bytes() > 0 && input.ConsumeBool()) {
-        std::string value = input.ConsumeRandomLengthString(6000);
-        const int what = input.ConsumeIntegralInRange(0, 7);
-        if (what == 0) {
-            played.world.outputs[input.PickValueInArray({"/bin/ps -ax", "/sbin/route -n"})] = value;
-        } else if (what == 1) {
-            played.world.interfaces["eth2.2"].address = "10.0.0.2";
-        } else if (what <= 5) {
-            // No value holds a zero byte.
-            std::erase(value, '\0');
-            settings[input.PickValueInArray(keys)] = value;
-        } else {
-            played.world.put(input.PickValueInArray(files), value);
-        }
+    expect_sound_events(played.transcript.events());
+    expect_sound_settings(*stated, played);
+    if (size % repeated_share == 0) {
+        const std::string transcript = played.transcript.text();
+        expect_printable(transcript);
+        expect_same_again(*stated, transcript);
     }
-    // Factory data lie deep in the partition; a flash of random length would hardly ever reach
-    // them.
-    if (const std::string* flash = played.world.get("/dev/mtd0"))
-        played.world.put("/dev/mtd0", std::string(0x2FF70, '\0') + *flash);
-    played.world.put(factory_image, settings_image(settings));
-    played.world.put(working_copy, settings_image(settings));
-    play(played, words);
     return 0;
+}
+
+extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t max_size,
+                                          unsigned seed) {
+    Random random(seed);
+    std::optional<Case> stated = case_of(data, size);
+    if (!stated) {
+        stated.emplace();
+        stated->words = {"rc", "start"};
+    }
+    do mutate(*stated, random);
+    while (one_in(random, 2));
+    return put_case(*stated, data, size, max_size);
+}
+
+extern "C" size_t LLVMFuzzerCustomCrossOver(const uint8_t* data, size_t size, const uint8_t* other,
+                                            size_t other_size, uint8_t* out, size_t max_size,
+                                            unsigned seed) {
+    Random random(seed);
+    std::optional<Case> stated = case_of(data, size);
+    const std::optional<Case> second = case_of(other, other_size);
+    if (!stated || !second) return 0;
+    cross(*stated, *second, random);
+    return put_case(*stated, out, 0, max_size);
 }

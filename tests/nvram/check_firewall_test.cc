@@ -43,6 +43,11 @@ TEST(CheckFirewall, RemoteManagement) {
     });
     EXPECT_EQ(finding_of({"fw_remote=1", "fw_remote_type=4"}).effect,
               "opens the web interface's port, and redirects nothing to it");
+    // A finding is one line, whatever the port is.
+    const std::vector<Finding> every_host =
+        findings({"fw_remote=1", "fw_remote_type=3", "fw_remote_port=80\\x0a`id`"});
+    ASSERT_EQ(every_host.size(), 2U);
+    EXPECT_EQ(every_host[1].effect, "redirects port 80\\x0a`id` of the WAN to it, whoever asks");
 }
 
 TEST(CheckFirewall, Dmz) {

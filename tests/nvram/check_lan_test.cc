@@ -66,6 +66,9 @@ TEST(CheckLan, Reservations) {
     EXPECT_EQ(finding_of({"pcdb_list=pc;192.168.1.65" + mac}).effect, "leaves the reservation out");
     EXPECT_EQ(finding_of({"pcdb_list=pc;10.168.1.40" + mac}).effect,
               "reserves 192.168.1.40 in its place");
+    // A finding is one line, whatever the pool is.
+    EXPECT_EQ(findings({"dhcp_end_ip=1\\x0a2", "pcdb_list=pc;10.168.1.40" + mac}).back().cure,
+              "an address of the pool, from 192.168.1.33 to 1\\x0a2");
 }
 
 TEST(CheckLan, DhcpOptions) {

@@ -1,0 +1,155 @@
+// What must hold of the lease file, the board's flash and the small files that rc reads.
+
+#include <limits.h>
+#include <string.h>
+
+#include <algorithm>
+
+#include "core/boot.h"
+#include "core/factory_data.h"
+#include "core/file.h"
+#include "core/run_markers.h"
+#include "core/text.h"
+#include "expect.h"
+#include "lan/leases.h"
+#include "lists.h"
+#include "plan/recording.h"
+#include "plan/settings.h"
+
+namespace {
+
+constexpr HardwareAddress client = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
+constexpr Octets wanted = {192, 168, 1, 50};
+constexpr Octets own = {192, 168, 1, 1};
+
+std::vector<Lease> leases_in(std::string_view bytes) {
+    std::vector<Lease> leases;
+    while (bytes.size() >= lease_size && leases.size() < lease_capacity) {
+        std::array<unsigned char, lease_size> record;
+        memcpy(record.data(), bytes.data(), record.size());
+        const Lease lease = decode_lease(record);
+        expect(encode_lease(lease) == record, "a lease is written as it was read");
+        leases.push_back(lease);
+        bytes.remove_prefix(lease_size);
+    }
+    return leases;
+}
+
+bool same(const Lease& one, const Lease& other) {
+    return encode_lease(one) == encode_lease(other);
+}
+
+// A router with this file, for as long as this lives.
+class RouterWith {
+  public:
+    RouterWith(const char* path, std::string_view content) : playing_(recording_) {
+        recording_.world.put(path, std::string(content));
+        recording_.world.put(working_copy,
+                             "dhcp_end_ip=192.168.1.254\ndhcp_start_ip=192.168.1.2\n"
+                             "lan_ipaddr=192.168.1.1\n");
+    }
+    const World& world() const { return recording_.world; }
+    const std::vector<Event>& events() const { return recording_.transcript.events(); }
+
+  private:
+    Recording recording_;
+    Playing playing_;
+};
+
+void expect_lease_file(std::string_view bytes) {
+    const RouterWith router(lease_file, bytes);
+    change_lease();
+    dhcp_write_leases("host;192.168.1.50;00:11:22:33:44:55");
+    const std::string* written = router.world().get(lease_file);
+    expect(written && written->size() % lease_size == 0, "the lease file is made of records");
+    expect(written->size() <= (lease_capacity + 1) * lease_size, "the lease file is bounded");
+    const std::vector<Lease> leases = leases_in(*written);
+    const bool listed = std::ranges::any_of(leases, [](const Lease& lease) {
+        return lease.hardware == client && lease.address == wanted;
+    });
+    expect(listed || leases.size() == lease_capacity, "the reservation is in the lease file");
+}
+
+void expect_flash(std::string_view bytes) {
+    // The partition before the data is long, and longer data are read no further.
+    constexpr size_t longest = 160;
+    if (bytes.size() > longest || bytes.size() % 4 != 0) return;
+    constexpr size_t pin_offset = 0x2FF70;
+    const RouterWith router("/dev/mtd0", std::string(pin_offset, '\0') + std::string(bytes));
+    const std::optional<FactoryData> data = read_factory_data("/dev/mtd0");
+    constexpr size_t needed = 0x2FFAA + 70 - pin_offset;
+    expect(data.has_value() == (bytes.size() >= needed), "factory data are there whole or not");
+    if (!data) return;
+    expect(data->wps_pin.size() <= 8, "a PIN has at most 8 digits");
+    expect(memcmp(data->base_mac.data(), bytes.data() + 0x30, 6) == 0, "the MAC address's place");
+    expect(mac_text(data->base_mac, 0).size() == 17, "a MAC address's text");
+}
+
+}  // namespace
+
+void expect_reservation(const std::string& text) {
+    const std::optional<Reservation> reservation = parse_reservation(text);
+    if (!reservation) return;
+    expect(text.starts_with(reservation->hostname + ";"), "a reservation begins with the host");
+    for (size_t i = 6; i < reservation->hardware.size(); i++)
+        expect(reservation->hardware[i] == 0, "zero bytes follow a MAC address");
+}
+
+void expect_leases(std::string_view bytes) {
+    const std::vector<Lease> before = leases_in(bytes);
+    const std::vector<Lease> after = enter_reservation(before, "host", client, wanted, own);
+    expect(after.size() <= before.size() + 1 && !after.empty(), "at most one record more");
+    bool listed = false;
+    for (size_t i = 0; i < after.size(); i++) {
+        const Lease& lease = after[i];
+        expect(lease.address != Octets{}, "no record ends the list early");
+        if (lease.hardware == client) {
+            listed = true;
+            expect(lease.address == wanted && lease.seconds == reservation_seconds,
+                   "the client holds the address for a year");
+        } else {
+            expect(i < before.size() && lease.address == before[i].address &&
+                       lease.hardware == before[i].hardware && lease.hostname == before[i].hostname,
+                   "another client's record stays where it was");
+            expect((lease.address != wanted && lease.address != own) || lease.seconds == 0,
+                   "nobody else holds the address");
+        }
+    }
+    expect(listed, "the client has a record");
+    const std::vector<Lease> again = enter_reservation(after, "host", client, wanted, own);
+    expect(std::ranges::equal(after, again, same), "the same reservation again changes nothing");
+}
+
+void expect_small_files(std::string_view bytes) {
+    expect_lease_file(bytes);
+    expect_flash(bytes);
+    {
+        const RouterWith router("/var/run/my_pid_wan", bytes);
+        replace_older_run("/var/run/my_pid_wan");
+        for (const Event& event : router.events())
+            if (event.verb == "signal")
+                expect(leading_int(event.text.c_str() + event.text.rfind(' ')) > 1,
+                       "only one process is signalled");
+        expect(*router.world().get("/var/run/my_pid_wan") == "1000", "the run's own id");
+    }
+    for (const char* path : {"/proc/uptime", "/var/run/rc.lan.run"}) {
+        const RouterWith router(path, bytes);
+        const int busy = rc_add_running("lan");
+        expect(busy == 0 || busy == 1, "another run is at it or not");
+    }
+    {
+        const RouterWith router("/proc/ticfg/env", bytes);
+        expect(set_boot_environment("bootloader", "1.0") == 0, "an environment that can be opened");
+        const std::string* after = router.world().get("/proc/ticfg/env");
+        expect(*after == bytes || after->starts_with("bootloader 1.0\n"),
+               "the variable is written or was there");
+    }
+    const RouterWith router("/etc/resolv.conf", bytes);
+    File file = open_file("/etc/resolv.conf", "r");
+    char line[128];
+    size_t lines = 0;
+    while (file.read_line(line)) {
+        expect(strlen(line) < sizeof line, "a line fits its room");
+        expect(++lines <= bytes.size() + 1, "reading lines ends");
+    }
+}

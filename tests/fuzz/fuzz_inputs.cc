@@ -1,0 +1,199 @@
+// Makes what the fuzzers begin with: fuzz_inputs OUT FACTORY SEPARATORS CASES writes
+// OUT/words.dict and a folder of seeds for each target.
+
+#include <stdio.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <set>
+#include <sstream>
+
+#include "case_text.h"
+#include "core/apps.h"
+#include "nvram/forms.h"
+#include "nvram/generation.h"
+#include "nvram/known_settings.h"
+#include "plan/actions.h"
+#include "plan/case.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A longer seed is slow, and what it shows a shorter one shows as well.
+constexpr size_t longest_seed = 12000;
+
+std::string read_file(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    std::ostringstream text;
+    text << stream.rdbuf();
+    if (!stream) throw std::runtime_error("cannot read " + path.string());
+    return text.str();
+}
+
+void write_file(const fs::path& path, std::string_view text) {
+    std::ofstream stream(path, std::ios::binary);
+    stream << text;
+    stream.close();
+    if (!stream) throw std::runtime_error("cannot write " + path.string());
+}
+
+// Seeds of one target, without copies, numbered.
+class Seeds {
+  public:
+    explicit Seeds(fs::path folder) : folder_(std::move(folder)) {
+        fs::remove_all(folder_);
+        fs::create_directories(folder_);
+    }
+    void add(const std::string& text) {
+        if (text.size() > longest_seed || !known_.insert(text).second) return;
+        char name[16];
+        snprintf(name, sizeof name, "%05zu", known_.size());
+        write_file(folder_ / name, text);
+    }
+    size_t count() const { return known_.size(); }
+
+  private:
+    fs::path folder_;
+    std::set<std::string> known_;
+};
+
+std::string dictionary_entry(std::string_view word) {
+    std::string entry = "\"";
+    for (const char c : word) {
+        char escaped[8];
+        const auto byte = static_cast<unsigned char>(c);
+        const bool plain = byte >= 0x20 && byte < 0x7f && c != '"' && c != '\\';
+        snprintf(escaped, sizeof escaped, plain ? "%c" : "\\x%02x", byte);
+        entry += escaped;
+    }
+    return entry + "\"\n";
+}
+
+// Every key, every word of a choice and every application.
+std::string words() {
+    std::set<std::string> all;
+    for (const nvram::SettingGroup& group : nvram::setting_groups())
+        for (const nvram::KnownSetting& known : group.settings) {
+            all.insert(known.key);
+            for (const std::string_view word : nvram::words_of(known.choices))
+                all.insert(std::string(word));
+            if (!known.record) continue;
+            for (const nvram::Field& field : known.record->fields)
+                for (const std::string_view word : nvram::words_of(field.choices))
+                    all.insert(std::string(word));
+        }
+    for (const rc_app* list : {rc_apps, rc_services})
+        for (const rc_app* app = list; app->name; app++) all.insert(app->name);
+    all.erase("");
+    std::string text;
+    for (const std::string& word : all) text += dictionary_entry(word);
+    return text;
+}
+
+std::string calls(const Settings& settings) {
+    std::string text = "l\n";
+    for (const auto& [key, value] : settings)
+        if (value.find('\n') == std::string::npos) text += "s" + key + "=" + value + "\n";
+    return text + "e\nc\nl\nda7\nl\n";
+}
+
+// What is written of a case is the whole case: it plays to the same transcript.
+bool plays_alike(const Case& stated) {
+    const auto again = parse_case(case_text(stated));
+    const auto* written = std::get_if<Case>(&again);
+    if (!written) return false;
+    Recording played;
+    played.world = case_world(*written);
+    play(played, written->words);
+    return played.transcript.text() == stated.expected;
+}
+
+struct AllSeeds {
+    Seeds rc, image, check, lists, store;
+    explicit AllSeeds(const fs::path& out)
+        : rc(out / "rc_fuzz"),
+          image(out / "image_fuzz"),
+          check(out / "check_fuzz"),
+          lists(out / "lists_fuzz"),
+          store(out / "store_fuzz") {}
+
+    void add(const Case& stated) {
+        rc.add(case_text(stated));
+        const std::string text = settings_image(stated.settings);
+        image.add(text);
+        image.add(nvram::encode({.number = 1, .image = text}));
+        check.add(text);
+        store.add(calls(stated.settings));
+        for (const auto& [key, value] : stated.settings) lists.add(value);
+        for (const auto& [path, content] : stated.world.files) {
+            const bool flash = path.starts_with("/dev/");
+            // The board's data begin at the PIN.
+            constexpr size_t pin_offset = 0x2FF70;
+            if (!flash) lists.add(*content);
+            if (flash && content->size() > pin_offset) lists.add(content->substr(pin_offset));
+        }
+    }
+};
+
+// Every action on a router with factory settings.
+void add_actions(AllSeeds& seeds, const Settings& factory) {
+    std::vector<std::vector<std::string>> all = all_actions();
+    for (const char* action : {"start", "stop", "restart", "create"}) {
+        all.push_back({"rc", action});
+        all.push_back({"rc", "service", action});
+    }
+    for (const std::vector<std::string>& words : all) {
+        Case stated;
+        stated.title = "an action on a router with factory settings";
+        stated.words = words;
+        stated.power_on = words[1] == "init";
+        if (!stated.power_on) stated.settings = factory;
+        stated.factory = stated.power_on ? std::optional(factory) : std::nullopt;
+        seeds.add(stated);
+    }
+}
+
+// In an order that does not depend on the file system's.
+std::vector<fs::path> cases_below(const fs::path& folder) {
+    std::vector<fs::path> cases;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder))
+        if (entry.path().extension() == ".case") cases.push_back(entry.path());
+    std::sort(cases.begin(), cases.end());
+    return cases;
+}
+
+void make(const fs::path& out, const fs::path& factory, const fs::path& separators,
+          const fs::path& folder) {
+    const std::vector<fs::path> cases = cases_below(folder);
+    AllSeeds seeds(out);
+    write_file(out / "words.dict", read_file(separators) + words());
+    add_actions(seeds, read_settings(read_file(factory)));
+    for (const fs::path& path : cases) {
+        const auto parsed = parse_case(read_file(path));
+        const auto* stated = std::get_if<Case>(&parsed);
+        if (!stated || !plays_alike(*stated)) throw std::runtime_error("no seed: " + path.string());
+        seeds.add(*stated);
+    }
+    std::cout << cases.size() << " cases; seeds: " << seeds.rc.count() << " for rc, "
+              << seeds.image.count() << " for images, " << seeds.check.count() << " for the check, "
+              << seeds.lists.count() << " for lists, " << seeds.store.count() << " for the store\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 5) {
+        std::cerr << "usage: fuzz_inputs OUT FACTORY SEPARATORS CASES\n";
+        return 2;
+    }
+    try {
+        make(argv[1], argv[2], argv[3], argv[4]);
+    } catch (const std::exception& failure) {
+        std::cerr << "fuzz_inputs: " << failure.what() << "\n";
+        return 1;
+    }
+    return 0;
+}

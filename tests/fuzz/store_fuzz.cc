@@ -1,0 +1,174 @@
+// Arbitrary calls of the settings library and the store, over the simulated disk, against a model
+// of both. Each line is a call: its first character selects it, the rest are its texts.
+
+#include <string.h>
+
+#include <optional>
+
+#include "core/text.h"
+#include "expect.h"
+#include "nvram/generation.h"
+#include "nvram/image.h"
+#include "nvram/libnvram.h"
+#include "nvram/places.h"
+#include "nvram/store.h"
+#include "plan/settings.h"
+#include "simulated_disk.h"
+
+namespace {
+
+constexpr const char* working_path = "/tmp/nvram";
+constexpr const char* export_path = "/tmp/saved.txt";
+constexpr const char* slots[] = {"/flash/nvram.a", "/flash/nvram.b"};
+constexpr const char* factory_settings = "lan_if=br0\nlan_ipaddr=192.168.1.1\nwan_mode=dhcpc\n";
+
+// What the settings should be.
+struct Model {
+    std::optional<Settings> working;
+    std::optional<Settings> flash;
+};
+
+// Lines of a fuzzer's text hold newlines as "\n".
+std::string image_of(std::string_view text) {
+    std::string image;
+    while (!text.empty()) {
+        const size_t end = std::min(text.find("\\n"), text.size());
+        image += text.substr(0, end);
+        if (end < text.size()) image += '\n';
+        text.remove_prefix(std::min(text.size(), end + 2));
+    }
+    return image;
+}
+
+void expect_value(const Model& model, const std::string& key) {
+    const char* value = nvram_zel_get(key.c_str());
+    const bool known = model.working && model.working->contains(key);
+    expect((value != nullptr) == known, "a setting is there or not");
+    if (known) expect(model.working->at(key) == value, "a setting's value");
+    char* copy = nvram_zel_safe_get(key.c_str());
+    expect(copy && (known ? model.working->at(key) : "") == copy, "a copy of a setting's value");
+    free(copy);
+    expect(nvram::valid_key(key) || !known, "a bad key is no setting's");
+}
+
+void set(Model& model, const std::string& key, const std::optional<std::string>& value) {
+    const int result = nvram_zel_set(key.c_str(), value ? value->c_str() : nullptr);
+    const bool legal = nvram::valid_key(key) && (!value || value->size() <= nvram::value_limit);
+    expect((result == 0) == (legal && model.working), "what can be set is set");
+    if (result == 0 && value) (*model.working)[key] = *value;
+    if (result == 0 && !value) model.working->erase(key);
+    expect_value(model, key);
+}
+
+void load(Model& model) {
+    expect(nvram_zel_load() == 0, "the factory settings can be loaded");
+    model.working = model.flash ? *model.flash : read_settings(factory_settings);
+}
+
+void commit(Model& model) {
+    const int result = nvram_zel_commit();
+    expect((result == 0) == model.working.has_value(), "a working copy can be committed");
+    if (result == 0) model.flash = model.working;
+}
+
+// As nvram import does it, and with "--replace".
+void import(Model& model, nvram::Store& store, const std::string& text, bool replace) {
+    std::vector<nvram::BadLine> bad_lines;
+    const nvram::Image image(text, &bad_lines);
+    if (!bad_lines.empty()) return;
+    const bool stored = replace ? store.replace(image.entries()) : store.change(image.entries());
+    expect(stored == model.working.has_value(), "a good image is imported into a working copy");
+    if (!stored) return;
+    if (replace) model.working->clear();
+    for (const auto& [key, value] : read_settings(text)) (*model.working)[key] = value;
+}
+
+// As nvram export does it. What is exported is what is there, and it can be imported.
+void save(const Model& model, nvram::Store& store) {
+    const nvram::Image* image = store.working();
+    expect((image != nullptr) == model.working.has_value(), "a working copy can be exported");
+    if (!image) return;
+    expect(store.put_file("/tmp/saved.new", export_path, image->text(), true), "a file is put");
+    const std::string& saved = *disk().state.content(export_path);
+    std::vector<nvram::BadLine> bad_lines;
+    expect(nvram::Image(saved, &bad_lines).text() == saved, "an export reads as it was written");
+    expect(bad_lines.empty(), "an export has no bad lines");
+    expect(read_settings(saved) == *model.working, "an export holds all settings");
+    for (const auto& [key, value] : *model.working) {
+        const char* read = __nvram_get_fun(key.c_str(), export_path);
+        expect(read && value == read, "one value of a file");
+    }
+}
+
+void damage(Model& model, std::string_view text) {
+    const char* slot = slots[text.starts_with('b') ? 1 : 0];
+    if (!disk().state.names.contains(slot)) return;
+    std::string content = *disk().state.content(slot);
+    const auto place = static_cast<size_t>(leading_int(std::string(text.substr(1)).c_str()));
+    if (place >= content.size()) return;
+    const bool was_good = nvram::decode(content).number != 0;
+    content[place] = static_cast<char>(content[place] ^ 1);
+    disk().rewrite_in_place(slot, content);
+    // A second flip mends what the first one spoilt.
+    expect(!was_good || nvram::decode(content).number == 0, "one wrong bit spoils a generation");
+    // What is left is in the other slot, or nowhere.
+    nvram::Store store(nvram::places_below(""));
+    const std::optional<std::string> left = store.flash_image();
+    if (left)
+        model.flash = read_settings(*left);
+    else
+        for (const char* other : slots) disk().state.names.erase(other);
+    if (!left) model.flash.reset();
+}
+
+// The store fails at one of the system's calls, and leaves what was there or what was wanted.
+void set_with_failure(Model& model, const std::string& key, int at) {
+    if (!model.working || !nvram::valid_key(key)) return;
+    disk().fail_at = disk().operations + at;
+    disk().fail_with = ENOSPC;
+    const int result = nvram_zel_set(key.c_str(), "failing");
+    disk().fail_at = 0;
+    if (result == 0) (*model.working)[key] = "failing";
+    expect_value(model, key);
+}
+
+void call(Model& model, nvram::Store& store, std::string_view line) {
+    const char what = line[0];
+    const std::string text(line.substr(1));
+    std::string_view rest = text;
+    const std::string key(take_field(rest, '='));
+    if (what == 's') set(model, key, std::string(rest));
+    if (what == 'u') set(model, key, std::nullopt);
+    if (what == 'g') expect_value(model, key);
+    if (what == 'l') load(model);
+    if (what == 'c') commit(model);
+    if (what == 'i') import(model, store, image_of(text), false);
+    if (what == 'r') import(model, store, image_of(text), true);
+    if (what == 'e') save(model, store);
+    if (what == 'd') damage(model, text.empty() ? "a" : text);
+    if (what == 'f') set_with_failure(model, key, 1 + static_cast<int>(rest.size() % 12));
+    if (what == 'w') {
+        disk().state.place(working_path, image_of(text));
+        model.working = read_settings(image_of(text));
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    std::string text(reinterpret_cast<const char*>(data), size);
+    std::erase(text, '\0');
+    SimulatedDisk::reset().state.place("/etc/default", factory_settings);
+    Model model;
+    {
+        nvram::Store store(nvram::places_below(""));
+        for (std::string_view rest = text; !rest.empty();)
+            if (const std::string_view line = take_field(rest, '\n'); !line.empty())
+                call(model, store, line);
+        const nvram::Image* image = store.working();
+        expect((image != nullptr) == model.working.has_value(), "the working copy is there or not");
+        if (image) expect(read_settings(image->text()) == *model.working, "all settings");
+    }
+    expect(disk().open_files() <= 1, "only the library's own file stays open");
+    return 0;
+}
