@@ -34,3 +34,10 @@ target_link_options(router_link INTERFACE
 if(NOT RC_SANITIZE)
     target_link_options(router_link INTERFACE -static-libstdc++)
 endif()
+
+# Which lines run is counted in what ships, not in the planner and the tests; each program adds to the counts at its end.
+option(RC_COVERAGE "Count which lines of the router's code run; with g++" OFF)
+if(RC_COVERAGE)
+    target_compile_options(router_flags INTERFACE --coverage)
+    add_link_options(--coverage)
+endif()
