@@ -29,6 +29,10 @@ void expect_problems(const std::vector<FormRow>& rows) {
         EXPECT_EQ(problem_of(row.limits, row.text), row.problem) << row.text;
 }
 
+TEST(Forms, ARecordIsNamedAsAWhole) {
+    EXPECT_EQ(wanted({.form = Form::Record}), "a record");
+}
+
 TEST(Forms, Flags) {
     const Limits flag = {.form = Form::Flag};
     expect_problems({{flag, "1", ""},
