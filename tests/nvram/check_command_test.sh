@@ -178,6 +178,10 @@ expect 'describe a list of one entry' 0 '  form     entries name:destination:net
 expect 'describe a flag' 0 '  form     1 (on) or 0 (off)
            only the first character counts' '' described log_dos 2,3p
 expect 'describe a secret' 0 '  secret   shown as ********' '' described ddns_password /secret/p
+expect 'describe what is not an empty text when it is not set' 0 \
+    '  not set  the port is eth2.2; the firewall takes ether_wan_ifname' '' described wan_phy_ifname '/not set/p'
+expect 'describe what an action uses' 0 '  used by  rc route' '' described rt_static_route '/used by/p'
+expect 'describe what no action uses' 0 '' '' described ssid_apcli_wds '/used by/p'
 expect 'describe nothing' 1 '' 'nvram: describe: no such setting: nothing' "$nvram" describe nothing
 expect 'describe a slip' 1 '' 'nvram: describe: no such setting: wan_mut (did you mean wan_mtu?)' \
     "$nvram" describe wan_mut
