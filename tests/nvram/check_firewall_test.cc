@@ -353,6 +353,12 @@ TEST(CheckSchedules, FirewallLists) {
           " has no such entry",
           "warning fw_schedule2: entry 1, from 23:00 to 6:00, goes past midnight, and fw_schedule"
           " has no such entry"}},
+        {{on, all, "fw_schedule=-1:8:0-12:0"},
+         {"error fw_schedule: entry 1, field day: '-1' is out of range: a number from 0 to 6 is"
+          " wanted"}},
+        {{on, all, "fw_schedule=x:8:0-12:0"},
+         {"error fw_schedule: entry 1, field day: 'x' is no number: a number from 0 to 6 is"
+          " wanted"}},
         {{on, all, "fw_schedule=7:8:0-12:0"},
          {"error fw_schedule: entry 1, field day: '7' is out of range: a number from 0 to 6 is"
           " wanted"}},

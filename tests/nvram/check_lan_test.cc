@@ -229,6 +229,13 @@ TEST(CheckLists, Duplicates) {
          {"warning pcdb_list: entry 2 has the address of entry 1, '192.168.1.40'"}},
         {{"pcdb_list=a;192.168.1.40;" + a + "\\x01" + "b;192.168.1.41;" + a},
          {"warning pcdb_list: entry 2 has the mac of entry 1, '" + a + "'"}},
+        // What is missing is no duplicate.
+        {{"pcdb_list=a;192.168.1.40;\\x01"
+          "b;192.168.1.41;"},
+         {"error pcdb_list: entry 1, field mac: is empty: a MAC address such as 00:11:22:33:44:55 is"
+          " wanted",
+          "error pcdb_list: entry 2, field mac: is empty: a MAC address such as 00:11:22:33:44:55 is"
+          " wanted"}},
         {{"wds_list1=" + a, "wds_list3=" + a}, {"warning wds_list3: is the peer of wds_list1"}},
     });
 }
