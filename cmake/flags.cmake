@@ -59,3 +59,10 @@ target_link_libraries(router_program INTERFACE router_link)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^mips")
     target_link_options(router_program INTERFACE -no-pie -fno-pic -mno-shared -mplt)
 endif()
+
+# Which lines run is counted in what ships, not in the planner and the tests; each program adds to the counts at its end.
+option(RC_COVERAGE "Count which lines of the router's code run; with g++" OFF)
+if(RC_COVERAGE)
+    target_compile_options(router_flags INTERFACE --coverage)
+    add_link_options(--coverage)
+endif()

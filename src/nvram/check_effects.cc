@@ -15,6 +15,7 @@ struct Effect {
 // Settings whose wrong value changes what rc does; of the others, what the form or the lines tell.
 constexpr Effect effects[] = {
     {"ac_control", "takes a number of 1 or 2, and anything else for off"},
+    {"ac_sch", "takes a number of 1 for by schedule, anything else for always"},
     {"access_control", "stops at the first name that it does not know"},
     {"access_group", "takes 17 characters from the start of each record, whatever they are"},
     {"bpa_login", "takes it as not logged in, unless its number is 1"},

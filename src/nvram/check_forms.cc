@@ -25,18 +25,12 @@ std::string_view nearest_word(const Limits& limits, std::string_view value) {
     return nearest;
 }
 
-// What may be written instead: the nearest word, what the factory has, or the nearer end of the
-// range.
+// What may be written instead: the nearest word, or what the factory has.
 std::string better_value(const KnownSetting& known, std::string_view value) {
     const Limits limits = limits_of(known);
     if (limits.form == Form::Choice && !value.empty())
         return std::string(nearest_word(limits, value));
-    if (*known.factory != '\0') return known.factory;
-    if (limits.form == Form::Number) {
-        const long long number = plain_number(value).value_or(limits.low);
-        return std::to_string(number > limits.high ? limits.high : limits.low);
-    }
-    return "";
+    return known.factory;
 }
 
 std::string cure_of(const KnownSetting& known, std::string_view value) {

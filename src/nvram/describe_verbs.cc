@@ -45,7 +45,8 @@ static void print_record(const Record& record) {
         print_row("", std::to_string(record.passed_over) +
                           " characters that nobody reads stand before the first entry");
     if (record.most == 0) return;
-    std::string most = "at most " + std::to_string(record.most) + " entries";
+    std::string most =
+        "at most " + std::to_string(record.most) + (record.most == 1 ? " entry" : " entries");
     if (*record.counted != '\0') most += std::string(" whose field ") + record.counted + " is 1";
     print_row("", most);
 }

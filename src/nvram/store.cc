@@ -207,7 +207,8 @@ bool Store::commit_locked() {
     // A folder that is still new, made by us or by a commit that was killed, survives a power cut
     // only when its own name is on the disk.
     if (newest.number != 0) return true;
-    return io::sync_folder(folder_of(folder).c_str()) || fail(folder);
+    const std::string parent = folder_of(folder);
+    return io::sync_folder(parent.c_str()) || fail(parent);
 }
 
 bool Store::commit() {

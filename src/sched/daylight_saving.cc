@@ -28,10 +28,9 @@ int weekday_of(int days) {
 const int32_t* find_rule(std::string_view zone_key) {
     for (const TimeZone& zone : aTimeZoneTable) {
         if (zone_key != zone.key) continue;
-        if (zone.rule == no_dst) return nullptr;
+        // no_dst is no rule's number.
         for (const auto& rule : aDstTable)
             if (rule[dst_rule] == zone.rule) return rule;
-        return nullptr;
     }
     return nullptr;
 }

@@ -124,6 +124,29 @@ assert found[3]['value'] == 'a\\x01"b"\\\\c\\xff\u00e4', found[3]
 assert found[5]['value'] == '********', found[5]
 PYTHON
 
+# JSON has no raw control characters: the tabs of a line that is shown are escaped.
+printf 'dhcp_start_ip=x\n' | cat "$factory" - > "$folder/tabs"
+"$nvram" check "$folder/tabs" | grep -q "udhcpd.conf, start$(printf '\t\t')x" || fail 'tabs: not in the text'
+"$nvram" check --json "$folder/tabs" | grep -qF 'udhcpd.conf, start\u0009\u0009x"' || fail 'tabs: not escaped in JSON'
+
+# Of bytes beyond ASCII, whole characters stay as they are (RFC 3629), and all others are escaped: too short, too long for
+# what they say, surrogates, beyond the last character.
+python3 - "$nvram" "$folder/bytes" <<'PYTHON' || fail 'JSON: bytes beyond ASCII'
+import json, subprocess, sys
+nvram, path = sys.argv[1:]
+whole = ['\u007e', '\u0080', '\u07ff', '\u0800', '\ud7ff', '\ue000', '\uffff', '\U00010000', '\U0010ffff']
+bad = [b'\x80', b'\xbf', b'\xc1\xbf', b'\xc3', b'\xc3a', b'\xe0\x9f\xbf', b'\xe2\x82', b'\xe2\x82a', b'\xed\xa0\x80',
+       b'\xed\xbf\xbf', b'\xf0\x8f\xbf\xbf', b'\xf0\x9f\x98', b'\xf4\x90\x80\x80', b'\xf5\x80\x80\x80', b'\xff']
+escaped = [''.join(chr(byte) if byte < 0x80 else f'\\x{byte:02x}' for byte in text) for text in bad]
+texts = [text.encode() for text in whole] + bad
+with open(path, 'wb') as file:
+    file.writelines(b'my_%d=%s\n' % (at, text) for at, text in enumerate(texts))
+lines = subprocess.run([nvram, 'check', '--json', path], stdout=subprocess.PIPE, check=False).stdout.split(b'\n')
+found = {f['key']: f['value'] for f in (json.loads(line.decode()) for line in lines if line)}
+for at, wanted in enumerate(whole + escaped):
+    assert found[f'my_{at}'] == wanted, (texts[at], found[f'my_{at}'])
+PYTHON
+
 # What is known of a setting.
 expect 'describe' 0 'fw_remote_port: remote management: TCP port on the WAN
   form     a number from 1 to 65535
@@ -140,9 +163,25 @@ expect 'describe a list' 0 'pcdb_list: address reservations: which host, known b
   empty    allowed; no address is reserved
   not set  as empty
   factory  (empty)' '' described pcdb_list 1,9p
+expect 'describe a list behind other characters' 0 '  form     entries service, parted by \x01
+             service: a text of at most 29 characters; a name of fw_services_def or fw_services; '\
+'an unknown one ends the list
+           4 characters that nobody reads stand before the first entry
+           at most 100 entries' '' described access_control 2,5p
+expect 'describe a list without a limit' 0 '  form     entries mac, parted by \x01
+             mac: a MAC address such as 00:11:22:33:44:55
+  empty    allowed; nobody is exempt' '' described access_group 2,4p
+expect 'describe a list whose entries are switched' 0 '           at most 15 entries whose field on is 1' '' \
+    described fw_in_rules '/at most 15/p'
+expect 'describe a list of one entry' 0 '  form     entries name:destination:netmask:gateway:metric:listed:active, parted by blanks
+           at most 1 entry' '' described rt_static_route '/form/p; /at most 1 /p'
 expect 'describe a flag' 0 '  form     1 (on) or 0 (off)
            only the first character counts' '' described log_dos 2,3p
 expect 'describe a secret' 0 '  secret   shown as ********' '' described ddns_password /secret/p
+expect 'describe what is not an empty text when it is not set' 0 \
+    '  not set  the port is eth2.2; the firewall takes ether_wan_ifname' '' described wan_phy_ifname '/not set/p'
+expect 'describe what an action uses' 0 '  used by  rc route' '' described rt_static_route '/used by/p'
+expect 'describe what no action uses' 0 '' '' described ssid_apcli_wds '/used by/p'
 expect 'describe nothing' 1 '' 'nvram: describe: no such setting: nothing' "$nvram" describe nothing
 expect 'describe a slip' 1 '' 'nvram: describe: no such setting: wan_mut (did you mean wan_mtu?)' \
     "$nvram" describe wan_mut

@@ -35,6 +35,14 @@ TEST(CheckFirewall, RemoteManagement) {
         {{"fw_remote=1", "fw_remote_type=2", "fw_remote_range_start=203.0.113.9",
           "fw_remote_range_end=203.0.113.8"},
          {"error fw_remote_range_start: is above fw_remote_range_end=203.0.113.8"}},
+        {{"fw_remote=1", "fw_remote_type=2", "fw_remote_range_start=x",
+          "fw_remote_range_end=203.0.113.8"},
+         {"error fw_remote_range_start: is no IPv4 address: an IPv4 address such as 192.168.1.1 is"
+          " wanted"}},
+        {{"fw_remote=1", "fw_remote_type=2", "fw_remote_range_start=203.0.113.8",
+          "fw_remote_range_end=x"},
+         {"error fw_remote_range_end: is no IPv4 address: an IPv4 address such as 192.168.1.1 is"
+          " wanted"}},
         {{"fw_remote=1", "fw_remote_type=3"},
          {"warning fw_remote_type: opens the web interface to every host of the WAN"}},
         {{"fw_remote=1", "fw_remote_type=4"},
@@ -71,6 +79,9 @@ TEST(CheckFirewall, ServicesThatNoTableHas) {
     const std::string none = ", which neither fw_services_def nor fw_services has";
     expect_rows({
         {{"ac_control=2", services, built_in, "access_control=0000HTTP\\x01IRC FTP"}, {}},
+        // Names are parted by any number of separators.
+        {{"ac_control=2", services, built_in, "access_control=0000 HTTP\\x01\\x01IRC  FTP\\x01"},
+         {}},
         {{"ac_control=2", services, built_in,
           "access_control=0000HTTP\\x01HTTPS\\x01"
           "FTP"},
@@ -104,6 +115,9 @@ TEST(CheckFirewall, ServiceTables) {
     expect_rows({
         {{"fw_services=A:tcp:90-80"},
          {"error fw_services: entry 1: 'A' has a first port above its last"}},
+        {{"fw_services=A:tcp:x-80"},
+         {"error fw_services: entry 1, field first: 'x' is no number: a number from 1 to 65535 is"
+          " wanted"}},
         {{"fw_services=A:any:80-90", "fw_services_def=A:tcp:1-1"},
          {"warning fw_services: entry 1: 'A' has the name of a service in fw_services_def"}},
         {{"fw_services=A:icmp:80-90"},
@@ -157,6 +171,7 @@ TEST(CheckForwards, Ports) {
         {with_remote("fw_in_rules=web:1:x:8080:80:tcp:10"),
          {"error fw_in_rules: entry 1 holds port 8080, which is remote management's", open}},
         {with_remote("fw_in_rules=web:1:x:8081:8080:tcp:10"), {open}},
+        {with_remote("fw_in_rules=web:1:x:8079:8080:tcp:10"), {open}},
         {with_remote("fw_in_rules=web:1:x:8080:80:udp:10"), {open}},
         {with_remote("fw_out_rules=all:1:x:8000:9000:both:10"),
          {"error fw_out_rules: entry 1 holds port 8080, which is remote management's", open}},
@@ -180,6 +195,9 @@ TEST(CheckForwards, Overlaps) {
         {{"fw_in_rules=a:1:x:80:80:tcp:10", "fw_out_rules=b:1:x:79:90:both:11"},
          {"warning fw_out_rules: entry 1 shares ports with entry 1 of fw_in_rules"}},
         {{"fw_in_rules=a:1:x:80:80:udp:10", "fw_out_rules=b:1:x:79:90:tcp:11"}, {}},
+        {{"fw_out_rules=a:1:x:10:20:both:10\\x01"
+          "b:1:x:20:30:tcp:11"},
+         {"warning fw_out_rules: entry 2 shares ports with entry 1"}},
         {{"fw_out_rules=a:1:x:10:20:tcp:10\\x01"
           "b:1:x:20:30:tcp:11\\x01"
           "c:1:x:31:40:tcp:12"},
@@ -196,6 +214,11 @@ TEST(CheckForwards, SpecialApplications) {
         {{"fw_spapp=" + good + "\\x010:1:game:tcp:6000-6010:udp:7010-7000"},
          {"error fw_spapp: entry 2 has a first port above its last, 7010-7000"}},
         {{"fw_spapp=0:0:game:tcp:6010-6000:udp:7000-7010"}, {}},
+        {{"fw_spapp=0:1:game:tcp:x-6000:udp:7000-x"},
+         {"error fw_spapp: entry 1, field trigger_first: 'x' is no number: a number from 1 to 65535"
+          " is wanted",
+          "error fw_spapp: entry 1, field last: 'x' is no number: a number from 1 to 65535 is"
+          " wanted"}},
         {{"fw_spapp=0:1:game:icmp:6000-6010:udp:7000-7010"},
          {"error fw_spapp: entry 1, field trigger_protocol: 'icmp' is none of rc's words: one of"
           " tcp, udp, both is wanted"}},
@@ -243,6 +266,17 @@ TEST(CheckQos, Rules) {
          {"error qos: entry 1 has a first address above its last"}},
         {with_rule(rule("1", "web", "0:0", "10.0.0.1:0", "0:1")),
          {"warning qos: entry 1 is for 10.0.0.1, which is no host of the LAN " + lan_net}},
+        {with_rule(rule("1", "web", "0:0", "10.0.0:0", "0:1")),
+         {"error qos: entry 1, field first_address: '10.0.0' is no IPv4 address: an IPv4 address"
+          " such as 192.168.1.1, or one of 0 is wanted"}},
+        {{"qos_enable=1", "wan_bandwidth=2000", "lan_ipaddr=x",
+          "qos=" + rule("1", "web", "0:0", "10.0.0.1:0", "0:1")},
+         {"error lan_ipaddr: is no IPv4 address: an IPv4 address such as 192.168.1.1 is wanted"}},
+        {{"qos_enable=1", "wan_bandwidth=0", "qos_type=bandwidth",
+          "qos=" + rule("1", "web", "0:0", "0:0", "500:9")},
+         {"error wan_bandwidth: is 0, and qos_enable=1 needs it"}},
+        {with_rule(rule("1", "", "0:0", "0:0", "0:1")),
+         {"error qos: entry 1, field name: is empty: a text is wanted"}},
         {by_rate(rule("1", "web", "0:0", "0:0", "0:9")), {"error qos: entry 1 has no rate"}},
         {by_rate(rule("1", "web", "0:0", "0:0", "2001:9")),
          {"warning qos: entry 1 has a rate of 2001, more than wan_bandwidth=2000"}},
@@ -302,6 +336,34 @@ TEST(CheckSchedules, FirewallLists) {
         {{on, all, "fw_schedule=1:0:2147483647-1:0"},
          {"error fw_schedule: entry 1, field from_minute: '2147483647' is out of range: a number"
           " from 0 to 59 is wanted"}},
+        {{on, all, "fw_schedule=1:24:0-12:0"},
+         {"error fw_schedule: entry 1, field from_hour: '24' is out of range: a number from 0 to 23 is"
+          " wanted"}},
+        {{on, all, "fw_schedule=1:8:60-12:0"},
+         {"error fw_schedule: entry 1, field from_minute: '60' is out of range: a number from 0 to 59 is"
+          " wanted"}},
+        {{on, all, "fw_schedule=1:8:0-25:0"},
+         {"error fw_schedule: entry 1, field to_hour: '25' is out of range: a number from 0 to 24 is"
+          " wanted"}},
+        {{on, all, "fw_schedule=1:8:0-12:60"},
+         {"error fw_schedule: entry 1, field to_minute: '60' is out of range: a number from 0 to 59 is"
+          " wanted"}},
+        {{on, all, "fw_schedule=1:22:0-6:0", "fw_schedule2=1:22:0-7:0"},
+         {"warning fw_schedule: entry 1, from 22:00 to 6:00, goes past midnight, and fw_schedule2"
+          " has no such entry",
+          "warning fw_schedule2: entry 1, from 22:00 to 7:00, goes past midnight, and fw_schedule"
+          " has no such entry"}},
+        {{on, all, "fw_schedule=1:22:0-6:0", "fw_schedule2=1:23:0-6:0"},
+         {"warning fw_schedule: entry 1, from 22:00 to 6:00, goes past midnight, and fw_schedule2"
+          " has no such entry",
+          "warning fw_schedule2: entry 1, from 23:00 to 6:00, goes past midnight, and fw_schedule"
+          " has no such entry"}},
+        {{on, all, "fw_schedule=-1:8:0-12:0"},
+         {"error fw_schedule: entry 1, field day: '-1' is out of range: a number from 0 to 6 is"
+          " wanted"}},
+        {{on, all, "fw_schedule=x:8:0-12:0"},
+         {"error fw_schedule: entry 1, field day: 'x' is no number: a number from 0 to 6 is"
+          " wanted"}},
         {{on, all, "fw_schedule=7:8:0-12:0"},
          {"error fw_schedule: entry 1, field day: '7' is out of range: a number from 0 to 6 is"
           " wanted"}},
@@ -321,6 +383,7 @@ TEST(CheckSchedules, WhoAsks) {
         {{"ac_sch=1"}, {}},
         {{"fw_block=2", "fw_block_keyword=x"},
          {"warning fw_block: asks for a schedule, and both lists are empty"}},
+        {{"fw_block=2", "fw_block_keyword=x", "fw_schedule=1:8:0-12:0"}, {}},
         {{"fw_schedule=1:8:0-12:0"}, {"note fw_schedule: opens periods that nothing asks for"}},
         {{"fw_schedule2=1:8:0-12:0"}, {"note fw_schedule2: opens periods that nothing asks for"}},
     });

@@ -115,6 +115,12 @@ TEST(Check, SaysWhatBecomesOfAWrongFlag) {
               "looks at the first character, 1, and at no other");
 }
 
+TEST(Check, SaysWhatBecomesOfAWordThatIsNone) {
+    EXPECT_EQ(finding_of({"ac_sch=yes"}).effect,
+              "takes a number of 1 for by schedule, anything else for always");
+    EXPECT_EQ(finding_of({"wifi_def_key5=9"}).effect, "hands it on as it stands");
+}
+
 TEST(Check, SaysWhatToWriteInstead) {
     const std::pair<const char*, const char*> rows[] = {
         {"fw_remote_port=80800", "fw_remote_port=8080"},

@@ -6,6 +6,8 @@ namespace {
 using namespace nvram;
 
 const std::string lan_net = "192.168.1.0/255.255.255.0";
+const std::string no_address = "is no IPv4 address: an IPv4 address such as 192.168.1.1 is wanted";
+const std::string bad_lan = "error lan_ipaddr: " + no_address;
 
 TEST(CheckLan, Addresses) {
     expect_rows({
@@ -14,6 +16,12 @@ TEST(CheckLan, Addresses) {
         {{"lan_ipaddr=192.168.1.255"},
          {"error lan_ipaddr: is the network's or the broadcast address of " + lan_net}},
         {{"lan_netmask=255.255.255.255"}, {"error lan_netmask: leaves no room for hosts"}},
+        {{"lan_netmask=255.0.255.0"},
+         {"error lan_netmask: is no netmask, since its ones do not stand together: a netmask such"
+          " as 255.255.255.0 is wanted"}},
+        {{"lan_netmask=255.255.255.255", "lan_ipaddr=x"}, {bad_lan}},
+        {{"lan_netmask=x"},
+         {"error lan_netmask: is no netmask: a netmask such as 255.255.255.0 is wanted"}},
         {{"lan_bipaddr=192.168.2.255"},
          {"warning lan_bipaddr: is not the broadcast address of " + lan_net}},
         {{"lan_ipaddr=10.0.0.1", "lan_netmask=255.0.0.0", "lan_bipaddr=10.255.255.255",
@@ -21,6 +29,19 @@ TEST(CheckLan, Addresses) {
          {}},
     });
     EXPECT_EQ(finding_of({"lan_bipaddr=192.168.2.255"}).cure, "lan_bipaddr=192.168.1.255");
+}
+
+// What lies in a LAN that is not known is neither right nor wrong.
+TEST(CheckLan, WithoutAnAddressOnlyThatIsSaid) {
+    expect_rows({
+        {{"lan_ipaddr=x", "fw_dmz_enable=1", "fw_dmz=192.168.2.100",
+          "pcdb_list=pc;192.168.2.40;00:11:22:33:44:55", "dhcp_server_extended_option=enable",
+          "dhcp_gateway_ip=192.168.2.2", "dhcp_dns_ip=8.8.8.8",
+          "rt_static_route=office:10.1.0.0:255.255.0.0:192.168.2.254:2:1:1",
+          "fw_in_rules=web:1:x:80:80:tcp:1", "fw_block_trust_enable=1", "fw_block_trust=10.0.0.1",
+          "wan_mode=ip", "fix_ipaddr=192.168.1.2", "fix_gateway=192.168.1.3", "wan_dns1=8.8.8.8"},
+         {bad_lan}},
+    });
 }
 
 TEST(CheckLan, Pool) {
@@ -62,6 +83,12 @@ TEST(CheckLan, Reservations) {
          {"error pcdb_list: entry 1: 192.168.1.40 is the router's own address",
           "error pcdb_list: entry 1: 192.168.1.40 lies outside the pool, by its last number"}},
         {{"dhcp_server_enable=0", "pcdb_list=pc;192.168.1.65" + mac}, {}},
+        // Without a sound pool nothing lies outside it.
+        {{"dhcp_start_ip=x", "pcdb_list=pc;192.168.1.2" + mac},
+         {"error dhcp_start_ip: " + no_address}},
+        {{"dhcp_end_ip=x", "pcdb_list=pc;192.168.1.99" + mac},
+         {"error dhcp_end_ip: " + no_address}},
+        {{"pcdb_list=pc;x" + mac}, {"error pcdb_list: entry 1, field address: 'x' " + no_address}},
     });
     EXPECT_EQ(finding_of({"pcdb_list=pc;192.168.1.65" + mac}).effect, "leaves the reservation out");
     EXPECT_EQ(finding_of({"pcdb_list=pc;10.168.1.40" + mac}).effect,
@@ -100,6 +127,17 @@ TEST(CheckLan, Routes) {
          {"error rt_static_route: entry 1: destination 172.16.5.129 has more bits than netmask"
           " 255.255.255.128"}},
         {{"rt_static_route=office:10.1.0.0:255.255.0.0:192.168.2.254:2:1:1"}, {}},
+        // The fixed address of the WAN counts in its own mode only.
+        {{"fix_ipaddr=203.0.113.2",
+          "rt_static_route=office:10.1.0.0:255.255.0.0:192.168.2.254:2:1:1"},
+         {}},
+        {{"rt_static_route=office:x:255.255.0.0:192.168.1.254:2:1:1"},
+         {"error rt_static_route: entry 1, field destination: 'x' " + no_address}},
+        {{"rt_static_route=office:10.1.0.0:x:192.168.1.254:2:1:1"},
+         {"error rt_static_route: entry 1, field netmask: 'x' is no netmask: a netmask such as"
+          " 255.255.255.0 is wanted"}},
+        {{"rt_static_route=office:10.1.0.0:255.255.0.0:x:2:1:1"},
+         {"error rt_static_route: entry 1, field gateway: 'x' " + no_address}},
         {{ip, "fix_ipaddr=203.0.113.2", "fix_gateway=203.0.113.1", "wan_dns1=203.0.113.53",
           "rt_static_route=office:10.1.0.0:255.255.0.0:203.0.113.9:2:1:1"},
          {}},
@@ -139,6 +177,13 @@ TEST(CheckServices, LogAndMail) {
           "error mail_password: is empty, and mail_enable=1 with mail_enable_auth=1 needs it"}},
         {{"mail_sendlog=3"},
          {"note mail_sendlog: asks for mail by the clock, and mail_enable is off"}},
+        {{"mail_sendlog=2"},
+         {"note mail_sendlog: asks for mail by the clock, and mail_enable is off"}},
+        {{"mail_sendlog=4"},
+         {"note mail_sendlog: asks for mail by the clock, and mail_enable is off"}},
+        {{"mail_enable=1", "mail_recipient=a@b.c", "mail_sender=a@b.c", "mail_server=b.c",
+          "mail_sendlog=3"},
+         {}},
         {{"mail_sendlog=1"}, {}},
     });
     EXPECT_EQ(finding_of({"log_type=2"}).effect,
@@ -187,6 +232,13 @@ TEST(CheckLists, Duplicates) {
          {"warning pcdb_list: entry 2 has the address of entry 1, '192.168.1.40'"}},
         {{"pcdb_list=a;192.168.1.40;" + a + "\\x01" + "b;192.168.1.41;" + a},
          {"warning pcdb_list: entry 2 has the mac of entry 1, '" + a + "'"}},
+        // What is missing is no duplicate.
+        {{"pcdb_list=a;192.168.1.40;\\x01"
+          "b;192.168.1.41;"},
+         {"error pcdb_list: entry 1, field mac: is empty: a MAC address such as 00:11:22:33:44:55 is"
+          " wanted",
+          "error pcdb_list: entry 2, field mac: is empty: a MAC address such as 00:11:22:33:44:55 is"
+          " wanted"}},
         {{"wds_list1=" + a, "wds_list3=" + a}, {"warning wds_list3: is the peer of wds_list1"}},
     });
 }

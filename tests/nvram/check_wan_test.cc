@@ -74,6 +74,15 @@ TEST(CheckWan, GatewaysAndNetworks) {
          {"error fix_ipaddr: is the network's or the broadcast address of " + net}},
         {with(fixed, {"fix_netmask=255.255.255.255"}),
          {"error fix_netmask: leaves no room for a gateway"}},
+        {with(fixed, {"fix_netmask=255.0.255.0"}),
+         {"error fix_netmask: is no netmask, since its ones do not stand together: a netmask such"
+          " as 255.255.255.0 is wanted"}},
+        {with(fixed, {"fix_ipaddr=x"}),
+         {"error fix_ipaddr: is no IPv4 address: an IPv4 address such as 192.168.1.1 is wanted"}},
+        // A part of the LAN is as much in its way as a network around it.
+        {with(fixed, {"lan_netmask=255.255.0.0", "lan_bipaddr=192.168.255.255",
+                      "fix_ipaddr=192.168.2.2", "fix_gateway=192.168.2.1"}),
+         {"error fix_ipaddr: is in a network that overlaps the LAN 192.168.0.0/255.255.0.0"}},
         {with(fixed, {"fix_ipaddr=192.168.1.2", "fix_gateway=192.168.1.254"}),
          {"error fix_ipaddr: is in a network that overlaps the LAN 192.168.1.0/255.255.255.0"}},
         {with(fixed,
@@ -122,7 +131,13 @@ TEST(CheckWan, Accounts) {
 
 TEST(CheckWan, NameServers) {
     expect_rows({{{"wan_fix_dns=1"}, {"warning wan_dns1: is empty, and wan_fix_dns=1 needs it"}},
-                 {{"wan_fix_dns=1", "wan_dns1=8.8.8.8"}, {}}});
+                 {{"wan_fix_dns=1", "wan_dns1=8.8.8.8"}, {}},
+                 {with(fixed, {"wan_dns1="}),
+                  {"warning wan_dns1: is empty as is wan_dns2, and wan_mode=ip learns no name"
+                   " server"}},
+                 {with(fixed, {"wan_dns1=", "wan_dns2=8.8.8.8"}), {}},
+                 {with(fixed, {"wan_dns1=", "wan_fix_dns=1"}),
+                  {"warning wan_dns1: is empty, and wan_fix_dns=1 needs it"}}});
 }
 
 TEST(CheckWan, Mtu) {
@@ -193,6 +208,7 @@ TEST(CheckWan, DynamicDns) {
 TEST(CheckWan, MulticastUpnpAndRip) {
     expect_rows({
         {{"igmp_enable=1"}, {}},
+        {{"igmp_enable=1", "igmp_port=0"}, {}},
         {{"igmp_enable=1", "igmp_port=1"},
          {"error igmp_port: names a connection without an interface: wan_ifname1 is empty"}},
         {{"igmp_enable=1", "igmp_port=1", "wan_ifname1=ppp1"}, {}},

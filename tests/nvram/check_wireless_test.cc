@@ -24,6 +24,8 @@ TEST(CheckWireless, PassPhrases) {
           "error wifi_psk2_pwd: is longer than 63 characters" + needs}},
         {{"wifi_psk2_pwd=pass\\x09phrase"},
          {"error wifi_psk2_pwd: holds characters that no pass phrase has" + needs}},
+        {{"wifi_psk2_pwd=pass\\x7fphrase"},
+         {"error wifi_psk2_pwd: holds characters that no pass phrase has" + needs}},
         {{"wifi_psk2_pwd=p\xc3\xa4ss phrase"},
          {"error wifi_psk2_pwd: holds characters that no pass phrase has" + needs}},
     });
@@ -91,6 +93,17 @@ TEST(CheckWireless, TwoNetworks) {
           "warning wifi_wep_on2: gives the second network WEP, which is broken in minutes"}},
         {{two, "wifi_wep_on2=6"},
          {"error wifi_wep_on2: asks for RADIUS, and wifi_wep_on does not"}},
+        {{two, "wifi_wep_on2=5"},
+         {"error wifi_wep_on2: asks for RADIUS, and wifi_wep_on does not"}},
+        {{two, "wifi_wep_on=5", "wifi_wep_on2=6", "wifi_radius_server=192.168.1.20",
+          "wifi_radius_pwd=secret"},
+         {}},
+        {{two, "wifi_wep_on=6", "wifi_wep_on2=5", "wifi_radius_server=192.168.1.20",
+          "wifi_radius_pwd=secret"},
+         {}},
+        {{two, second, phrase, "wifi_ssid=", "wifi_ssid2="},
+         {"error wifi_ssid: is empty: a text is wanted",
+          "error wifi_ssid2: is empty: a text is wanted"}},
         {{"wifi_wep_on2=3"}, {}},
     });
 }
@@ -109,6 +122,10 @@ TEST(CheckWireless, Station) {
         {with({"wifi_wep_on3=3", "wifi_psk2_pwd3=12345678"}), {}},
         {with({"wifi_wep_on3=1", "wifi_key13=abcde"}), {}},
         {with({"wifi_wep_on3=1", "wifi_def_key3=2", "wifi_key23=" + hex26}), {}},
+        {with({"wifi_wep_on3=1", "wifi_key13=thirteen char"}), {}},
+        {with({"wifi_wep_on3=1", "wifi_key13=" + hex10}), {}},
+        {with({"wifi_wep_on3=1", "wifi_key13=012345678x"}),
+         {"error wifi_key13: is neither of 5 or 13 characters nor of 10 or 26 hexadecimal digits"}},
         {with({"wifi_wep_on3=1", "wifi_key13=abcdef"}),
          {"error wifi_key13: is neither of 5 or 13 characters nor of 10 or 26 hexadecimal digits"}},
         {with({"wifi_wep_on3=5"}),
@@ -168,6 +185,10 @@ TEST(CheckLinks, Wds) {
          {"warning wifi_wep_on: has no counterpart for WDS links"}},
         {{on, peer, channel, "wifi_wpa2psk_key=TKIPAES"},
          {"warning wifi_wpa2psk_key: is two ciphers, and a WDS link has one"}},
+        {{on, peer, channel, "wifi_wep_on=2", "wifi_psk_pwd=12345678", "wifi_wpapsk_key=TKIPAES"},
+         {"warning wifi_wpapsk_key: is two ciphers, and a WDS link has one"}},
+        {{on, peer, channel, "wifi_wep_on=2", "wifi_psk_pwd=12345678", "wifi_wpa2psk_key=TKIPAES"},
+         {}},
         {{on, "wds_list1=00:11:22:33:44", channel},
          {"error wds_list1: is no MAC address: a MAC address such as 00:11:22:33:44:55 is"
           " wanted"}},
@@ -182,12 +203,19 @@ TEST(CheckLinks, Wps) {
     const std::string bad =
         "warning wsc_device_pin: is no PIN of 8 digits whose last one is the check"
         " digit";
+    const std::string no_number =
+        "error wsc_device_pin: is no number: a number from 0 to 99999999 is wanted";
     expect_rows({
         {{on}, {}},
         {{on, "wsc_device_pin=12345670"}, {}},
         {{on, "wsc_device_pin=00000000"}, {}},
         {{on, "wsc_device_pin=12345678"}, {bad}},
         {{on, "wsc_device_pin=1234567"}, {bad}},
+        {{on, "wsc_device_pin=1234567a"}, {no_number, bad}},
+        {{on, "wsc_device_pin=1234567/"}, {no_number, bad}},
+        {{on, "wifi_wep_on=1", "wifi_key1=" + hex10},
+         {"warning h_wsc_enable: is on, and WPS knows neither WEP nor RADIUS",
+          "warning wifi_wep_on: gives the first network WEP, which is broken in minutes"}},
         {{"wsc_device_pin=12345678"}, {}},
         {{on, "wifi_wep_on=6", "wifi_radius_server=192.168.1.20", "wifi_radius_pwd=secret"},
          {"warning h_wsc_enable: is on, and WPS knows neither WEP nor RADIUS"}},

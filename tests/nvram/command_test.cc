@@ -96,6 +96,14 @@ TEST_F(Nvram, RefusesAnImageThatIsTooLarge) {
     EXPECT_EQ(working(), image);
 }
 
+TEST_F(Nvram, ReadsNoImageThatIsTooLarge) {
+    folder.write("tmp/nvram", "a=1\n" + std::string(1048573, '#'));
+    EXPECT_EQ(run("get a"),
+              error("get: /tmp/nvram: more than 1048576 bytes: unset what is not needed"));
+    folder.write("tmp/nvram", "a=1\n" + std::string(1048572, '#'));
+    EXPECT_EQ(run("get a"), done("1\n"));
+}
+
 TEST_F(Nvram, Unsets) {
     folder.write("tmp/nvram", "a=1\nb=2\nc=3\n");
     EXPECT_EQ(run("unset a c"), done());
@@ -234,6 +242,8 @@ TEST_F(Nvram, DiffNamesWhatItCannotRead) {
     folder.write("two", "a=2\n");
     EXPECT_EQ(run("diff " + (folder / "one") + " " + (folder / "two")),
               (Result{2, "- a=1\n+ a=2\n", "nvram: diff: /one: line 2 is not KEY=VALUE\n"}));
+    EXPECT_EQ(run("diff " + (folder / "two") + " " + (folder / "one")),
+              (Result{2, "- a=2\n+ a=1\n", "nvram: diff: /one: line 2 is not KEY=VALUE\n"}));
     EXPECT_EQ(run("diff " + (folder / "one") + " " + (folder / "none")),
               error("diff: /none: No such file or directory"));
     EXPECT_EQ(run("diff @working @factory"), error("diff: " + no_copy));

@@ -29,6 +29,10 @@ void expect_problems(const std::vector<FormRow>& rows) {
         EXPECT_EQ(problem_of(row.limits, row.text), row.problem) << row.text;
 }
 
+TEST(Forms, ARecordIsNamedAsAWhole) {
+    EXPECT_EQ(wanted({.form = Form::Record}), "a record");
+}
+
 TEST(Forms, Flags) {
     const Limits flag = {.form = Form::Flag};
     expect_problems({{flag, "1", ""},
@@ -135,6 +139,9 @@ TEST(Forms, Interfaces) {
                      {interface, "br 0", none},
                      {interface, "br/0", none},
                      {interface, "..", none},
+                     {interface, ".", none},
+                     {interface, ".a", ""},
+                     {interface, "br\x7f", none},
                      {interface, "br\xc3\xa9", none}});
 }
 
@@ -143,6 +150,10 @@ TEST(Forms, Hosts) {
     const std::string none = "is neither a host name nor an address";
     expect_problems({{host, "time.example.com", ""},
                      {host, "router", ""},
+                     {host, "Router.EXAMPLE.com", ""},
+                     {host, "a{b", none},
+                     {host, "a@b", none},
+                     {host, "a[b", none},
                      {host, "3com.example", ""},
                      {host, "10.0.0.1", ""},
                      {host, std::string(63, 'a') + ".b", ""},
@@ -168,7 +179,9 @@ TEST(Forms, Hexadecimal) {
                      {key, "0123456789abcdefABCDEF0123", ""},
                      {key, "012345678", "has 9 digits"},
                      {key, "0123456789abcdefABCDEF01234", "has 27 digits"},
-                     {key, "012345678g", "is not hexadecimal"}});
+                     {key, "012345678g", "is not hexadecimal"},
+                     {key, "01:23:45:67", "is not hexadecimal"},
+                     {{.form = Form::Hex}, "0", ""}});
     EXPECT_EQ(wanted(key), "hexadecimal digits, from 10 to 26 of them");
     EXPECT_EQ(wanted({.form = Form::Hex, .low = 10, .high = 10}), "10 hexadecimal digits");
 }

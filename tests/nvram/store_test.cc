@@ -260,6 +260,23 @@ TEST(Store, RestoresTheFactorySettingsThoughFlashFails) {
     EXPECT_EQ(working(), "f=1\n");
 }
 
+// An editor may leave bytes that an image escapes, so that it is longer when the store writes it.
+TEST(Store, ACommitNotesWhatIsTooLongWhenEscaped) {
+    SimulatedDisk& simulated = SimulatedDisk::reset();
+    std::string image;
+    for (int i = 10; i < 20; ++i)
+        image += "k" + std::to_string(i) + "=" + std::string(60000, '\x01') + "\n";
+    simulated.state.place("/tmp/nvram", image);
+    simulated.state.place("/flash/nvram.a", generation(1, "a=1\n"));
+    nvram::Store store(places);
+    EXPECT_FALSE(store.commit());
+    EXPECT_EQ(errno, E2BIG);
+    EXPECT_EQ(store.failed_path(), "/tmp/nvram");
+    EXPECT_EQ(number_in("/flash/nvram.a"), 1U);
+    EXPECT_EQ(disk().state.content("/flash/nvram.b"), nullptr);
+    EXPECT_EQ(working(), image);
+}
+
 // Runs an operation once for each call it makes, that call failing; then everything has to be as
 // before, or, when the store could do without the call, as after.
 template <typename Operation>
@@ -304,6 +321,64 @@ TEST(Store, LeavesEverythingAsItWasWhenACallFails) {
     fail_each_call(start, 8, [](nvram::Store& store) { return store.commit(); });
     // Lock; a generation that cannot be read leaves the other one; create, write, rename.
     fail_each_call(start, 4, [](nvram::Store& store) { return store.load(); });
+    // Lock; see that there is a working copy; create, write, rename.
+    fail_each_call(start, 5, [](nvram::Store& store) { return store.replace({{"a", "new"}}); });
+}
+
+// The first commit makes flash's folder; each call that fails is named, and the working copy stays.
+TEST(Store, NamesTheCallThatFailsAtTheFirstCommit) {
+    std::vector<std::string> failed;
+    for (int call = 1;; ++call) {
+        SimulatedDisk& simulated = SimulatedDisk::reset();
+        simulated.state.place("/tmp/nvram", "a=1\n");
+        simulated.fail_at = call;
+        simulated.fail_with = EIO;
+        nvram::Store store(places);
+        const bool succeeded = store.commit();
+        const int reason = errno;
+        EXPECT_EQ(working(), "a=1\n") << call;
+        if (simulated.operations < call) {
+            EXPECT_TRUE(succeeded);
+            break;
+        }
+        if (succeeded) continue;
+        EXPECT_EQ(reason, EIO) << call;
+        failed.push_back(store.failed_path());
+    }
+    // Lock, open, read; create in a folder that is not there, make it; create, write, sync, rename;
+    // sync the folder and the one that it is in.
+    EXPECT_EQ(failed, (std::vector<std::string>{
+                          "/tmp/nvram.lock", "/tmp/nvram", "/tmp/nvram", "/flash/nvram.new",
+                          "/flash/nvram.new", "/flash/nvram.new", "/flash/nvram.new",
+                          "/flash/nvram.new", "/flash/nvram.new", "/flash", "/"}));
+}
+
+// Each call of a restoration that fails leaves the old working copy or the factory's.
+TEST(Store, ARestorationThatFailsIsToldSo) {
+    std::vector<std::string> failed;
+    for (int call = 1;; ++call) {
+        SimulatedDisk& simulated = SimulatedDisk::reset();
+        simulated.state.place("/tmp/nvram", "a=1\n");
+        simulated.state.place("/etc/default", "f=1\n");
+        simulated.state.place("/flash/nvram.a", generation(1, "a=1\n"));
+        simulated.fail_at = call;
+        simulated.fail_with = EIO;
+        nvram::Store store(places);
+        const bool succeeded = store.restore_factory();
+        EXPECT_TRUE(working() == "a=1\n" || working() == "f=1\n") << call;
+        EXPECT_EQ(number_in("/flash/nvram.a"), 1U) << call;
+        if (simulated.operations < call) {
+            EXPECT_TRUE(succeeded);
+            break;
+        }
+        if (!succeeded) failed.push_back(store.failed_path());
+    }
+    // Lock; open and read the factory's; create, write, rename; then as a commit.
+    EXPECT_EQ(failed, (std::vector<std::string>{"/tmp/nvram.lock", "/etc/default", "/etc/default",
+                                                "/tmp/nvram.new", "/tmp/nvram.new",
+                                                "/tmp/nvram.new", "/tmp/nvram", "/tmp/nvram",
+                                                "/flash/nvram.new", "/flash/nvram.new",
+                                                "/flash/nvram.new", "/flash/nvram.new", "/flash"}));
 }
 
 }  // namespace

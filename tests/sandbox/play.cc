@@ -24,7 +24,8 @@ constexpr int wrong_use = 2;
 constexpr int skipped = 77;
 
 constexpr const char* usage =
-    "Usage: sealed_play --rc FILE --nvram FILE --lib FILE [--deadline SECONDS] CASE_OR_FOLDER...\n";
+    "Usage: sealed_play --rc FILE --nvram FILE --lib FILE [--deadline SECONDS] [--share FOLDER] "
+    "CASE_OR_FOLDER...\n";
 
 const std::string root = std::string(private_folder) + "/root";
 const std::string kit_folder = std::string(private_folder) + "/kit";
@@ -32,6 +33,12 @@ const std::string kit_folder = std::string(private_folder) + "/kit";
 struct NamedCase {
     std::string path;
     Case stated;
+};
+
+struct Options {
+    int deadline = usual_deadline;
+    // A folder of the machine that each root has too, at the same path.
+    std::string shared;
 };
 
 struct Outcome {
@@ -82,12 +89,12 @@ Outcome compare(const NamedCase& named, Transcript transcript, const SealedEnd& 
                          "\n('-' is expected and missing, '+' came unexpected)\n" + difference};
 }
 
-Outcome play_in_root(const NamedCase& named, const Kit& kit, int deadline) {
+Outcome play_in_root(const NamedCase& named, const Kit& kit, const Options& options) {
     const World world = case_world(named.stated);
     if (const std::string wrong = make_root(root, kit, kit_folder, world); !wrong.empty())
         return {wrong_use, "FAILED   " + named.path + ": " + wrong + "\n"};
-    const SealedEnd end =
-        run_sealed(root, named.stated.words, environment_of(world), world, deadline);
+    const SealedEnd end = run_sealed(root, named.stated.words, environment_of(world), world,
+                                     options.shared, options.deadline);
     if (end.kind == SealedEnd::NotPermitted)
         return {skipped,
                 "skipped: " + named.path + ": network and process namespaces are not permitted\n"};
@@ -136,8 +143,8 @@ int worst(int a, int b) {
     return std::max(a, b);
 }
 
-int play_all(const std::vector<NamedCase>& cases, const Kit& kit, int deadline) {
-    if (const std::string obstacle = enter_private_mounts(); !obstacle.empty()) {
+int play_all(const std::vector<NamedCase>& cases, const Kit& kit, const Options& options) {
+    if (const std::string obstacle = enter_private_mounts(options.shared); !obstacle.empty()) {
         std::cout << "skipped: " << obstacle << "\n";
         return skipped;
     }
@@ -145,7 +152,7 @@ int play_all(const std::vector<NamedCase>& cases, const Kit& kit, int deadline) 
     int status = done;
     for (const NamedCase& named : cases) {
         remove_root(root);
-        const Outcome outcome = play_in_root(named, kit, deadline);
+        const Outcome outcome = play_in_root(named, kit, options);
         std::cout << outcome.said << std::flush;
         status = worst(status, outcome.status);
     }
@@ -157,7 +164,7 @@ int play_all(const std::vector<NamedCase>& cases, const Kit& kit, int deadline) 
 int main(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     Programs programs;
-    int deadline = usual_deadline;
+    Options options;
     size_t at = 0;
     for (; at < arguments.size() && arguments[at].starts_with("--"); at += 2) {
         if (at + 1 == arguments.size()) return wrong(arguments[at] + " needs a value");
@@ -169,7 +176,9 @@ int main(int argc, char** argv) {
         } else if (arguments[at] == "--lib") {
             programs.library = value;
         } else if (arguments[at] == "--deadline") {
-            deadline = atoi(value.c_str());
+            options.deadline = atoi(value.c_str());
+        } else if (arguments[at] == "--share") {
+            options.shared = value;
         } else {
             return wrong("unknown option " + arguments[at]);
         }
@@ -185,5 +194,5 @@ int main(int argc, char** argv) {
             return wrong(error);
     const auto kit = gather_kit(programs);
     if (const auto* missing = std::get_if<std::string>(&kit)) return wrong(*missing);
-    return play_all(cases, std::get<Kit>(kit), deadline);
+    return play_all(cases, std::get<Kit>(kit), options);
 }

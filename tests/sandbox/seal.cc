@@ -82,10 +82,18 @@ bool make_interfaces(const World& world) {
     return true;
 }
 
-bool change_root(const std::string& root) {
+bool share(const std::string& root, const std::string& shared) {
+    if (shared.empty()) return true;
+    const std::string place = root + shared + "/";
+    sealed::make_folders(place);
+    return mount(shared_folder, place.c_str(), nullptr, MS_BIND, nullptr) == 0;
+}
+
+bool change_root(const std::string& root, const std::string& shared) {
     if (mount(root.c_str(), root.c_str(), nullptr, MS_BIND, nullptr) != 0 ||
         chdir(root.c_str()) != 0)
         return false;
+    if (!share(root, shared)) return false;
     if (mount("/dev/null", "dev/null", nullptr, MS_BIND, nullptr) != 0) return false;
     return syscall(SYS_pivot_root, ".", ".") == 0 && umount2(".", MNT_DETACH) == 0 &&
            chdir("/") == 0;
@@ -100,11 +108,11 @@ bool change_root(const std::string& root) {
 
 // The first process of the new process namespace; with it ends whatever the run left behind.
 [[noreturn]] void be_first_process(const std::string& root, const std::vector<std::string>& words,
-                                   const std::vector<std::string>& environment,
-                                   const World& world) {
+                                   const std::vector<std::string>& environment, const World& world,
+                                   const std::string& shared) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (!make_interfaces(world)) _exit(no_interface);
-    if (!change_root(root)) _exit(failed);
+    if (!change_root(root, shared)) _exit(failed);
     const pid_t rc = fork();
     if (rc == 0) become_rc(words, environment);
     int status = 0;
@@ -128,7 +136,7 @@ int wait_until(int deadline, pid_t child) {
 
 [[noreturn]] void seal(const std::string& root, const std::vector<std::string>& words,
                        const std::vector<std::string>& environment, const World& world,
-                       int deadline) {
+                       const std::string& shared, int deadline) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     sigset_t ended;
     sigemptyset(&ended);
@@ -140,28 +148,36 @@ int wait_until(int deadline, pid_t child) {
     if (first < 0) _exit(failed);
     if (first == 0) {
         sigprocmask(SIG_UNBLOCK, &ended, nullptr);
-        be_first_process(root, words, environment, world);
+        be_first_process(root, words, environment, world, shared);
     }
     _exit(wait_until(deadline, first));
 }
 
 }  // namespace
 
-std::string enter_private_mounts() {
+std::string enter_private_mounts(const std::string& shared) {
     if (geteuid() != 0 || unshare(CLONE_NEWNS) != 0)
         if (std::string wrong = enter_user_namespace(); !wrong.empty()) return wrong;
     if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
         return what_failed("mounts cannot be private");
+    // Opened before the new file system may hide it.
+    const int folder = shared.empty() ? -1 : open(shared.c_str(), O_PATH | O_CLOEXEC);
     if (mount("sealed", private_folder, "tmpfs", 0, "mode=0755") != 0)
         return what_failed("a file system in memory cannot be mounted");
+    if (shared.empty()) return "";
+    const std::string opened = "/proc/self/fd/" + std::to_string(folder);
+    if (mkdir(shared_folder, 0755) != 0 ||
+        mount(opened.c_str(), shared_folder, nullptr, MS_BIND, nullptr) != 0)
+        return what_failed("the shared folder cannot be kept in sight");
+    close(folder);
     return "";
 }
 
 SealedEnd run_sealed(const std::string& root, const std::vector<std::string>& words,
                      const std::vector<std::string>& environment, const World& world,
-                     int deadline) {
+                     const std::string& shared, int deadline) {
     const pid_t sealing = fork();
-    if (sealing == 0) seal(root, words, environment, world, deadline);
+    if (sealing == 0) seal(root, words, environment, world, shared, deadline);
     int status = 0;
     if (sealing < 0 || waitpid(sealing, &status, 0) != sealing || !WIFEXITED(status)) return {};
     switch (const int code = WEXITSTATUS(status)) {

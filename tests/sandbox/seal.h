@@ -10,9 +10,11 @@
 
 // Gives this process mounts of its own, as the root of a user namespace where it is no root
 // already, with an empty file system in memory on top of private_folder. It goes with the process.
+// `shared`, unless empty, is a folder of the machine that stays in sight as shared_folder.
 // What is in the way, or "".
 inline constexpr const char* private_folder = "/tmp";
-std::string enter_private_mounts();
+inline constexpr const char* shared_folder = "/tmp/shared";
+std::string enter_private_mounts(const std::string& shared);
 
 struct SealedEnd {
     enum Kind { Ended, Killed, TimedOut, NotPermitted, NoInterface, Failed } kind = Failed;
@@ -24,8 +26,9 @@ inline constexpr int usual_deadline = 20;
 
 // Runs /usr/sbin/rc with these words (argv[0] first) and nothing but this environment, in the root
 // folder, in new mount, network, process and IPC namespaces. The world tells which interfaces there
-// are.
+// are. The shared folder has its own path in the root too.
 SealedEnd run_sealed(const std::string& root, const std::vector<std::string>& words,
-                     const std::vector<std::string>& environment, const World& world, int deadline);
+                     const std::vector<std::string>& environment, const World& world,
+                     const std::string& shared, int deadline);
 
 #endif

@@ -228,6 +228,8 @@ constexpr const char* services =
     "FTP:tcp:20-21\x01"
     "HTTP:tcp:80-80\x01"
     "BAD:tcp:x-1\x01"
+    "HALF:tcp:21-\x01"
+    "WORD:tcp:21-x\x01"
     "NONE:tcp\x01"
     "A-NAME-OF-MORE-THAN-14:any:1-65535\x01"
     "DNS:udp:53-53";
@@ -241,7 +243,8 @@ TEST(Services, AreFoundByTheirWholeName) {
     EXPECT_EQ(found.last_port, 80);
     EXPECT_EQ(search_serv(services, found, "DNS"), 0);
     EXPECT_EQ(found.protocol, "udp");
-    for (const char* name : {"", "http", "HTT", "HTTPS", "BAD", "NONE", "A-NAME-OF-MORE-THAN-14"})
+    for (const char* name :
+         {"", "http", "HTT", "HTTPS", "BAD", "HALF", "WORD", "NONE", "A-NAME-OF-MORE-THAN-14"})
         EXPECT_EQ(search_serv(services, found, name), -1) << name;
     EXPECT_EQ(found.name, "DNS") << "a name that is not there leaves the record alone";
     EXPECT_EQ(search_serv(services, found, "A-NAME-OF-MORE"), 0);

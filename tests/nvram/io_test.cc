@@ -1,0 +1,152 @@
+// The store's system calls when the system interrupts or refuses them: the linker puts these
+// functions in the place of the C library's (--wrap).
+#include "nvram/store_io.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <deque>
+
+#include "nvram/store.h"
+#include "temporary_folder.h"
+
+namespace {
+
+// What the next calls do: fail with this errno, or, with 0, what the system does.
+struct Refusals {
+    std::deque<int> next;
+    int calls = 0;
+};
+
+Refusals reads;
+Refusals writes;
+Refusals locks;
+Refusals syncs;
+Refusals stats;
+
+bool refused(Refusals& refusals) {
+    ++refusals.calls;
+    if (refusals.next.empty()) return false;
+    const int reason = refusals.next.front();
+    refusals.next.pop_front();
+    if (reason == 0) return false;
+    errno = reason;
+    return true;
+}
+
+void refuse(Refusals& refusals, std::deque<int> reasons) {
+    refusals = {.next = std::move(reasons), .calls = 0};
+}
+
+}  // namespace
+
+extern "C" {
+ssize_t __real_read(int file, void* bytes, size_t count);
+ssize_t __real_write(int file, const void* bytes, size_t count);
+int __real_flock(int file, int operation);
+int __real_fsync(int file);
+int __real_fstat(int file, struct stat* status);
+
+ssize_t __wrap_read(int file, void* bytes, size_t count) {
+    return refused(reads) ? -1 : __real_read(file, bytes, count);
+}
+// A disk takes what fits; here, that is ten bytes at a time.
+ssize_t __wrap_write(int file, const void* bytes, size_t count) {
+    return refused(writes) ? -1 : __real_write(file, bytes, count < 10 ? count : 10);
+}
+int __wrap_flock(int file, int operation) {
+    return refused(locks) ? -1 : __real_flock(file, operation);
+}
+int __wrap_fsync(int file) {
+    return refused(syncs) ? -1 : __real_fsync(file);
+}
+int __wrap_fstat(int file, struct stat* status) {
+    return refused(stats) ? -1 : __real_fstat(file, status);
+}
+}
+
+namespace {
+
+class Io : public testing::Test {
+  protected:
+    void SetUp() override {
+        for (Refusals* refusals : {&reads, &writes, &locks, &syncs, &stats}) refuse(*refusals, {});
+        folder.write("tmp/nvram", "a=1\n");
+    }
+
+    TemporaryFolder folder;
+    nvram::Store store{nvram::Places{.working = folder / "tmp/nvram",
+                                     .factory = folder / "etc/default",
+                                     .flash = folder / "flash/nvram"}};
+};
+
+TEST_F(Io, AnInterruptedCallIsMadeAgain) {
+    refuse(reads, {EINTR, EINTR});
+    refuse(writes, {EINTR, 0, EINTR});
+    refuse(locks, {EINTR, EINTR, EINTR});
+    EXPECT_TRUE(store.change({{"b", "a value of some length"}}));
+    EXPECT_EQ(folder.read("tmp/nvram"), "a=1\nb=a value of some length\n");
+    EXPECT_TRUE(reads.next.empty() && writes.next.empty());
+    EXPECT_EQ(locks.calls, 4);
+}
+
+TEST_F(Io, ALockThatCannotBeHadChangesNothing) {
+    refuse(locks, {ENOLCK});
+    EXPECT_FALSE(store.change({{"a", "2"}}));
+    EXPECT_EQ(errno, ENOLCK);
+    EXPECT_EQ(store.failed_path(), folder / "tmp/nvram.lock");
+    EXPECT_EQ(folder.read("tmp/nvram"), "a=1\n");
+}
+
+TEST_F(Io, ADiskThatFillsUpKeepsTheOldFile) {
+    refuse(writes, {0, ENOSPC});
+    EXPECT_FALSE(store.change({{"b", "a value of some length"}}));
+    EXPECT_EQ(errno, ENOSPC);
+    EXPECT_EQ(store.failed_path(), folder / "tmp/nvram.new");
+    EXPECT_EQ(folder.read("tmp/nvram"), "a=1\n");
+    EXPECT_EQ(folder.read("tmp/nvram.new"), "(none)") << "nothing is left behind";
+}
+
+TEST_F(Io, AReadThatFailsIsNoEmptyImage) {
+    refuse(reads, {EIO});
+    EXPECT_FALSE(store.change({{"b", "2"}}));
+    EXPECT_EQ(errno, EIO);
+    EXPECT_EQ(folder.read("tmp/nvram"), "a=1\n");
+}
+
+TEST_F(Io, AFileThatTheKernelTellsNothingOfIsNotRead) {
+    refuse(stats, {EIO});
+    EXPECT_EQ(store.working(), nullptr);
+    EXPECT_EQ(errno, EIO);
+    ASSERT_NE(store.working(), nullptr);
+    EXPECT_EQ(store.working()->get("a"), "1");
+}
+
+// A file system may know no fsync of folders, and a read-only one has nothing to write.
+TEST_F(Io, AFoldersSyncMayBeUnknownButNotFail) {
+    for (const int reason : {EINVAL, EROFS}) {
+        refuse(syncs, {reason});
+        EXPECT_TRUE(nvram::io::sync_folder(folder.path().c_str())) << reason;
+    }
+    refuse(syncs, {EIO});
+    EXPECT_FALSE(nvram::io::sync_folder(folder.path().c_str()));
+    EXPECT_EQ(errno, EIO);
+    EXPECT_FALSE(nvram::io::sync_folder((folder / "none").c_str()));
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST_F(Io, ACommitWhoseBytesAreNotOnTheDiskFails) {
+    refuse(syncs, {EIO});
+    EXPECT_FALSE(store.commit());
+    EXPECT_EQ(errno, EIO);
+    EXPECT_EQ(folder.read("flash/nvram.a"), "(none)");
+    EXPECT_EQ(folder.read("flash/nvram.new"), "(none)");
+    EXPECT_TRUE(store.commit());
+    EXPECT_NE(folder.read("flash/nvram.a"), "(none)");
+}
+
+}  // namespace

@@ -1,0 +1,59 @@
+// What rc does when its boot initialisation fails.
+
+#include "core/rc.h"
+#include "recorded.h"
+
+namespace {
+
+int initialisations = 0;
+
+}  // namespace
+
+// In rc_init's place.
+extern "C" int __wrap__Z7rc_initv() {
+    initialisations++;
+    return -1;
+}
+
+namespace {
+
+class InitFailureTest : public RecordedTest {
+  protected:
+    InitFailureTest() { initialisations = 0; }
+
+    static int run(std::vector<std::string> words) {
+        std::vector<char*> pointers;
+        for (std::string& word : words) pointers.push_back(word.data());
+        pointers.push_back(nullptr);
+        return rc_main(static_cast<int>(words.size()), pointers.data());
+    }
+};
+
+TEST_F(InitFailureTest, EndsTheFirstUseWithAMessage) {
+    for (const std::vector<std::string>& words : {std::vector<std::string>{"rc", "httpd", "start"},
+                                                  {"rc", "wan", "start"},
+                                                  {"rc", "start"},
+                                                  {"rc", "service", "restart"}}) {
+        Recording played;
+        const Playing playing(played);
+        EXPECT_EQ(run(words), 1);
+        EXPECT_EQ(played.transcript.text(),
+                  "print  nvram error!!\n"
+                  "print\n");
+    }
+    EXPECT_EQ(initialisations, 4);
+}
+
+TEST_F(InitFailureTest, MeansNothingToRcInit) {
+    EXPECT_EQ(run({"rc", "init"}), 0);
+    EXPECT_EQ(initialisations, 1);
+    EXPECT_EQ(transcript(), "");
+}
+
+TEST_F(InitFailureTest, MeansNothingOnceThereIsAWorkingCopy) {
+    set({});
+    EXPECT_EQ(run({"rc", "httpd", "stop"}), 0);
+    EXPECT_EQ(initialisations, 0);
+}
+
+}  // namespace
