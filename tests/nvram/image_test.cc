@@ -42,6 +42,8 @@ TEST(Image, ReadsAndWritesBack) {
         {"a=\\x\n", "a=\\\\x\n"},
         {"a=\\x0\n", "a=\\\\x0\n"},
         {"a=\\x0g\n", "a=\\\\x0g\n"},
+        {"a=\\x0G\\x0/\\x0:\\x0@\\x0`\n", "a=\\\\x0G\\\\x0/\\\\x0:\\\\x0@\\\\x0`\n"},
+        {"a=\\xafz\\xFAZ\\x9A\\xa9\n", "a=\xafz\xFAZ\x9A\xa9\n"},
         {"a=\\x00\n", "a=\\\\x00\n"},
         {"a=C:\\temp\n", "a=C:\\\\temp\n"},
         {"a=\\\\\\x01\n", "a=\\\\\\x01\n"},
