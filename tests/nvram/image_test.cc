@@ -99,6 +99,14 @@ TEST(Image, FindsEveryKeyAndNoOther) {
         EXPECT_FALSE(image.get(key).has_value()) << key;
 }
 
+TEST(Image, AnEmptyOneHasNoKeys) {
+    nvram::Image image("");
+    EXPECT_FALSE(image.get("a"));
+    EXPECT_FALSE(image.apply({"a", nvram::no_value}));
+    EXPECT_TRUE(image.apply({"a", "1"}));
+    EXPECT_EQ(image.text(), "a=1\n");
+}
+
 TEST(Image, EndsEachValueWithAZeroByte) {
     const nvram::Image image("a=1\nb=x\\x01\nc=last");
     for (const nvram::Entry& entry : image.entries())
