@@ -27,6 +27,8 @@ endif()
 if(RC_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
+    # What the sanitizers do not see: an optional without its value, a view past its end.
+    add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
 
 # What ships: no exceptions, no run-time types, nothing before main, nothing unused.

@@ -69,11 +69,20 @@ std::optional<PlainCommand> parse_plain(std::string_view rest) {
     return command;
 }
 
+// Into the file that is there, as programs do: rc may have it open.
+void overwrite(World& world, const std::string& path, std::string content) {
+    const auto found = world.files.find(path);
+    if (found == world.files.end())
+        world.put(path, std::move(content));
+    else
+        *found->second = std::move(content);
+}
+
 void put_redirected(World& world, const PlainCommand& command, const std::string& text) {
     const std::string& path = command.redirect_to;
     if (path.empty() || path == "/dev/null" || !path_fits(path)) return;
     const std::string* before = world.get(path);
-    world.put(path, (command.append && before ? *before : "") + text);
+    overwrite(world, path, (command.append && before ? *before : "") + text);
 }
 
 std::string joined(std::span<const std::string> words) {
@@ -88,7 +97,7 @@ void echo(World& world, const PlainCommand& command) {
 
 void copy(World& world, const std::string& from, const std::string& to) {
     const std::optional<std::string> content = file_content(world, from);
-    if (content && path_fits(to)) world.put(to, *content);
+    if (content && path_fits(to)) overwrite(world, to, *content);
 }
 
 }  // namespace

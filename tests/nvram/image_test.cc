@@ -42,6 +42,8 @@ TEST(Image, ReadsAndWritesBack) {
         {"a=\\x\n", "a=\\\\x\n"},
         {"a=\\x0\n", "a=\\\\x0\n"},
         {"a=\\x0g\n", "a=\\\\x0g\n"},
+        {"a=\\x0G\\x0/\\x0:\\x0@\\x0`\n", "a=\\\\x0G\\\\x0/\\\\x0:\\\\x0@\\\\x0`\n"},
+        {"a=\\xafz\\xFAZ\\x9A\\xa9\n", "a=\xafz\xFAZ\x9A\xa9\n"},
         {"a=\\x00\n", "a=\\\\x00\n"},
         {"a=C:\\temp\n", "a=C:\\\\temp\n"},
         {"a=\\\\\\x01\n", "a=\\\\\\x01\n"},
@@ -95,6 +97,14 @@ TEST(Image, FindsEveryKeyAndNoOther) {
     EXPECT_EQ(image.get("lan_netmask"), "");
     for (const char* key : {"", "l", "lan_", "lan_ipadd", "lan_ipaddrs", "zzz"})
         EXPECT_FALSE(image.get(key).has_value()) << key;
+}
+
+TEST(Image, AnEmptyOneHasNoKeys) {
+    nvram::Image image("");
+    EXPECT_FALSE(image.get("a"));
+    EXPECT_FALSE(image.apply({"a", nvram::no_value}));
+    EXPECT_TRUE(image.apply({"a", "1"}));
+    EXPECT_EQ(image.text(), "a=1\n");
 }
 
 TEST(Image, EndsEachValueWithAZeroByte) {

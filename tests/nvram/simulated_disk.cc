@@ -19,6 +19,7 @@ std::int64_t now = 0;
 
 std::string folder_of(const std::string& path) {
     const std::size_t slash = path.rfind('/');
+    if (slash == std::string::npos) return ".";
     return slash == 0 ? "/" : path.substr(0, slash);
 }
 

@@ -140,6 +140,20 @@ TEST(Store, RefusesAnImageOfMoreThanAMegabyte) {
     EXPECT_EQ(errno, EFBIG);
 }
 
+// A person's own control bytes take four bytes each as they are written out.
+TEST(Store, CommitsNoImageThatGrowsBeyondItsLimit) {
+    std::string text;
+    for (const char key : {'a', 'b', 'c', 'd', 'e'})
+        text += key + ("=" + std::string(60000, '\x01') + "\n");
+    SimulatedDisk::reset().state.place("/tmp/nvram", text);
+    nvram::Store store(places);
+    errno = 0;
+    EXPECT_FALSE(store.commit());
+    EXPECT_EQ(errno, E2BIG);
+    EXPECT_EQ(store.failed_path(), "/tmp/nvram");
+    EXPECT_EQ(number_in("/flash/nvram.a"), 0U);
+}
+
 TEST(Store, MakesNoWorkingCopyByAChange) {
     SimulatedDisk::reset().state.place("/etc/default", "a=1\n");
     nvram::Store store(places);
@@ -177,6 +191,26 @@ TEST(Store, CommitsToTheTwoSlotsInTurn) {
     EXPECT_EQ(number_in("/flash/nvram.b"), 2U);
     EXPECT_FALSE(disk().state.names.contains("/flash/nvram.new"));
     EXPECT_EQ(disk().open_files(), 0);
+}
+
+TEST(Store, SyncsTheFolderThatItRunsIn) {
+    SimulatedDisk::reset().state.place("/tmp/nvram", "a=1\n");
+    disk().state.folders.insert(".");
+    disk().state.folders_on_disk.insert(".");
+    nvram::Store store({.working = "/tmp/nvram", .factory = "/etc/default", .flash = "flash"});
+    EXPECT_TRUE(store.commit());
+    EXPECT_EQ(number_in("flash.a"), 1U);
+    EXPECT_TRUE(disk().state.names_on_disk.contains("flash.a"));
+}
+
+TEST(Store, NamesTheLockThatCannotBeHad) {
+    SimulatedDisk::reset().state.place("/tmp/nvram", "a=1\n");
+    disk().fail_at = 1;
+    disk().fail_with = EACCES;
+    nvram::Store store(places);
+    EXPECT_FALSE(store.change({{"a", "2"}}));
+    EXPECT_EQ(errno, EACCES);
+    EXPECT_EQ(store.failed_path(), "/tmp/nvram.lock");
 }
 
 TEST(Store, CommitsOverADamagedGeneration) {

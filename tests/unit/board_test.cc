@@ -105,6 +105,18 @@ TEST_F(BoardTest, FactoryDataNeedsTheWholeRecord) {
     }
 }
 
+TEST_F(BoardTest, AZeroByteEndsThePin) {
+    std::string flash(0x2FFAA + 70, '\xAB');
+    flash.replace(0x2FF70, 8,
+                  std::string("1234\0"
+                              "567",
+                              8));
+    played_.world.put("/dev/mtd0", flash);
+    const auto factory = read_factory_data("/dev/mtd0");
+    ASSERT_TRUE(factory);
+    EXPECT_EQ(factory->wps_pin, "1234");
+}
+
 TEST(MacText, TheLastByteDoesNotCarry) {
     EXPECT_EQ(mac_text({0x00, 0x11, 0x22, 0x33, 0x44, 0xff}, 1), "00:11:22:33:44:100");
     EXPECT_EQ(mac_text({0x00, 0x11, 0x22, 0x33, 0x44, 0x0f}, 1), "00:11:22:33:44:10");

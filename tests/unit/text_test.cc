@@ -103,6 +103,13 @@ TEST(Text, ScanNumberKnowsNoNumberFromZero) {
     EXPECT_EQ(scan_number("99999999999999999999999"), std::nullopt);
 }
 
+TEST(Text, ScanIntLeavesTheNumberWhenNothingReads) {
+    const char* text = " x";
+    int number = 7;
+    EXPECT_FALSE(scan_int(text, ':', number));
+    EXPECT_EQ(number, 7);
+}
+
 TEST(Text, StrccpyTakesTheFirstItem) {
     std::string dest = "old";
     strccpy(dest,

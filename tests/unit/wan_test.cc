@@ -26,6 +26,16 @@ TEST_F(WanTest, WaitingTellsWhetherTheWanIsUp) {
               "pause  2 s\n");
 }
 
+// The ten microseconds before a mode is looked for.
+TEST_F(WanTest, AModeOfOneCharacterIsNotWaitedFor) {
+    set({{"wan_mode", "x"}});
+    EXPECT_EQ(start_wan(1), 0);
+    EXPECT_EQ(played_.yields, 0);
+    set({{"wan_mode", "no"}});
+    EXPECT_EQ(start_wan(1), 0);
+    EXPECT_EQ(played_.yields, 1);
+}
+
 TEST_F(WanTest, AHardwareAddressIsWrittenInUpperCase) {
     played_.world.interfaces["eth2.2"].mac = {0x00, 0x1a, 0x2b, 0xc3, 0xd4, 0xff};
     char text[18] = "unchanged";

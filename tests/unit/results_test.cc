@@ -1,0 +1,166 @@
+// What handlers return, on every router that a case describes: 0, but for those that could not do
+// their own work. A transcript does not show it: most results only decide whether a group goes on.
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+
+#include "core/apps.h"
+#include "core/boot.h"
+#include "core/run_state.h"
+#include "lan/leases.h"
+#include "plan/case.h"
+#include "recorded.h"
+#include "wan/wan.h"
+#include "wireless/wireless.h"
+
+namespace {
+
+// The handlers that report that a file of theirs cannot be made. All others return 0 all the same.
+struct Needed {
+    const char* handler;
+    const char* file;
+};
+constexpr Needed needed[] = {
+    {"syslogd create", "/tmp/syslog.conf"},
+    {"dhcpd create", "/etc/udhcpd.conf"},
+    {"route start", "/tmp/sroute"},
+    {"route start", "/etc/gateways"},
+};
+
+// The Internet side's parts, which no table of applications lists.
+struct Part {
+    const char* name;
+    int (*run)();
+};
+constexpr Part wan_parts[] = {
+    {"start_wan", [] { return start_wan(1); }},
+    {"stop_wan", stop_wan},
+    {"start_dhcpc", start_dhcpc},
+    {"start_ip", start_ip},
+    {"start_pppoe", [] { return start_pppoe(1); }},
+    {"start_pptp", [] { return start_pptp(1); }},
+    {"start_l2tp", [] { return start_l2tp(1); }},
+    {"start_bpa", [] { return start_bpa(1); }},
+    {"start_ras", [] { return start_ras(1); }},
+    {"mk_bpa_conf", mk_bpa_conf},
+    {"set_mtu", set_mtu},
+};
+
+int expected_result(const std::string& handler, const Case& stated) {
+    for (const Needed& row : needed)
+        if (handler == row.handler && stated.world.denied.contains({row.file, "w"})) return -1;
+    return 0;
+}
+
+int result_on(const Case& stated, int (*handler)()) {
+    Recording played;
+    played.world = case_world(stated);
+    const Playing playing(played);
+    const FreshRunState state;
+    return handler();
+}
+
+void check_application(const std::string& file, const Case& stated, const rc_app& application) {
+    const std::pair<const char*, Handler> handlers[] = {{" start", application.start},
+                                                        {" stop", application.stop},
+                                                        {" create", application.create}};
+    for (const auto& [action, handler] : handlers) {
+        if (!handler) continue;
+        const std::string name = application.name + std::string(action);
+        EXPECT_EQ(result_on(stated, handler), expected_result(name, stated))
+            << name << " in " << file;
+    }
+}
+
+void check_applications(const std::string& file, const Case& stated) {
+    for (const rc_app* list : {rc_apps, rc_services})
+        for (; list->name; list++) check_application(file, stated, *list);
+}
+
+// Calls this with the name of every case ("lan/upnp_off") and what it states.
+void for_each_case(const std::function<void(const std::string&, const Case&)>& look) {
+    const std::filesystem::path folder = CASES_FOLDER;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        if (entry.path().extension() != ".case") continue;
+        std::ifstream file(entry.path());
+        const std::string text((std::istreambuf_iterator<char>(file)), {});
+        const auto parsed = parse_case(text);
+        const std::string name = relative(entry.path(), folder).replace_extension().string();
+        ASSERT_TRUE(std::holds_alternative<Case>(parsed)) << name;
+        look(name, std::get<Case>(parsed));
+    }
+}
+
+TEST(Results, HandlersReturnZeroOrThatAFileCannotBeMade) {
+    int cases = 0;
+    for_each_case([&cases](const std::string& file, const Case& stated) {
+        cases++;
+        check_applications(file, stated);
+    });
+    EXPECT_GT(cases, 1000);
+}
+
+TEST(Results, ThePartsOfTheInternetSideReturnZero) {
+    int cases = 0;
+    for_each_case([&cases](const std::string& file, const Case& stated) {
+        if (!file.starts_with("wan/")) return;
+        cases++;
+        for (const Part& part : wan_parts)
+            EXPECT_EQ(result_on(stated, part.run), 0) << part.name << " in " << file;
+    });
+    EXPECT_GT(cases, 250);
+}
+
+bool denied(const Case& stated, const char* path) {
+    return stated.world.denied.contains({path, "w"});
+}
+
+TEST(Results, TheRadiosFilesAreWrittenOrNot) {
+    int unwritten = 0;
+    for_each_case([&unwritten](const std::string& file, const Case& stated) {
+        if (!file.starts_with("wireless/")) return;
+        const auto mode = stated.settings.find("wifi_dot11_mode");
+        const bool radio_off = mode != stated.settings.end() && mode->second.starts_with('0');
+        const bool no_settings =
+            radio_off || denied(stated, "/var/RT2860AP.dat") || denied(stated, "/tmp/wifi_acc");
+        EXPECT_EQ(result_on(stated, create_wifi_cfg), no_settings ? 0 : 1) << file;
+        EXPECT_EQ(result_on(stated, create_sta_script), denied(stated, "/tmp/sta.sh") ? 0 : 1)
+            << file;
+        unwritten += no_settings;
+    });
+    EXPECT_GT(unwritten, 3);
+}
+
+TEST(Results, BootInitialisationReturnsZero) {
+    int boots = 0;
+    for_each_case([&boots](const std::string& file, const Case& stated) {
+        if (!file.starts_with("core/boot")) return;
+        boots++;
+        EXPECT_EQ(result_on(stated, rc_init), 0) << file;
+    });
+    EXPECT_GT(boots, 20);
+}
+
+TEST(Results, AReservationIsEnteredOrTheLeaseFileCannotBeOpened) {
+    const HardwareAddress client = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
+    struct Row {
+        const char* denied;  // the mode in which the lease file cannot be opened
+        int result;
+    };
+    for (const Row& row : {
+             Row{"", 0},
+             Row{"r+", -1},
+             Row{"w", -1},
+         }) {
+        Recording played;
+        const Playing playing(played);
+        played.world.put(working_copy, settings_image({{"lan_ipaddr", "192.168.1.1"}}));
+        played.world.put("/var/udhcpd.leases", "");
+        played.world.denied.insert({"/var/udhcpd.leases", row.denied});
+        EXPECT_EQ(search_leases("pc1", client, {192, 168, 1, 20}), row.result) << row.denied;
+    }
+}
+
+}  // namespace
