@@ -98,18 +98,22 @@ bool change_root(const std::string& root) {
     _exit(127);
 }
 
-// The first process of the new process namespace; with it ends whatever the run left behind.
-[[noreturn]] void be_first_process(const std::string& root, const std::vector<std::string>& words,
-                                   const std::vector<std::string>& environment,
-                                   const World& world) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (!make_interfaces(world)) _exit(no_interface);
-    if (!change_root(root)) _exit(failed);
+// What the first process of the namespaces does for run_sealed.
+int run_rc(const std::vector<std::string>& words, const std::vector<std::string>& environment) {
     const pid_t rc = fork();
     if (rc == 0) become_rc(words, environment);
     int status = 0;
-    if (rc < 0 || waitpid(rc, &status, 0) != rc) _exit(failed);
-    _exit(WIFSIGNALED(status) ? killed + WTERMSIG(status) : 0);
+    if (rc < 0 || waitpid(rc, &status, 0) != rc) return failed;
+    return WIFSIGNALED(status) ? killed + WTERMSIG(status) : 0;
+}
+
+// The first process of the new process namespace; with it ends whatever the run left behind.
+[[noreturn]] void be_first_process(const std::string& root, const World& world,
+                                   const std::function<int()>& inside) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (!make_interfaces(world)) _exit(no_interface);
+    if (!change_root(root)) _exit(failed);
+    _exit(inside());
 }
 
 // Waits for the only child; SIGCHLD is blocked.
@@ -126,9 +130,8 @@ int wait_until(int deadline, pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : failed;
 }
 
-[[noreturn]] void seal(const std::string& root, const std::vector<std::string>& words,
-                       const std::vector<std::string>& environment, const World& world,
-                       int deadline) {
+[[noreturn]] void seal(const std::string& root, const World& world, int deadline,
+                       const std::function<int()>& inside) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     sigset_t ended;
     sigemptyset(&ended);
@@ -140,7 +143,7 @@ int wait_until(int deadline, pid_t child) {
     if (first < 0) _exit(failed);
     if (first == 0) {
         sigprocmask(SIG_UNBLOCK, &ended, nullptr);
-        be_first_process(root, words, environment, world);
+        be_first_process(root, world, inside);
     }
     _exit(wait_until(deadline, first));
 }
@@ -157,11 +160,10 @@ std::string enter_private_mounts() {
     return "";
 }
 
-SealedEnd run_sealed(const std::string& root, const std::vector<std::string>& words,
-                     const std::vector<std::string>& environment, const World& world,
-                     int deadline) {
+SealedEnd run_inside(const std::string& root, const World& world, int deadline,
+                     const std::function<int()>& inside) {
     const pid_t sealing = fork();
-    if (sealing == 0) seal(root, words, environment, world, deadline);
+    if (sealing == 0) seal(root, world, deadline, inside);
     int status = 0;
     if (sealing < 0 || waitpid(sealing, &status, 0) != sealing || !WIFEXITED(status)) return {};
     switch (const int code = WEXITSTATUS(status)) {
@@ -177,4 +179,10 @@ SealedEnd run_sealed(const std::string& root, const std::vector<std::string>& wo
             return code > killed ? SealedEnd{.kind = SealedEnd::Killed, .signal = code - killed}
                                  : SealedEnd{};
     }
+}
+
+SealedEnd run_sealed(const std::string& root, const std::vector<std::string>& words,
+                     const std::vector<std::string>& environment, const World& world,
+                     int deadline) {
+    return run_inside(root, world, deadline, [&] { return run_rc(words, environment); });
 }
