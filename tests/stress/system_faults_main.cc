@@ -156,8 +156,9 @@ std::optional<stress::TracedEnd> play(const Trial& trial, const SystemFault& fau
 void play_fault(const Trial& trial, const SystemFault& fault, int usual_status, Tally& tally) {
     const auto end = play(trial, fault);
     tally.faults[static_cast<size_t>(fault.kind)]++;
-    std::string wrong = end ? wrong_end(trial, *end, usual_status) + wrong_answer(trial, *end, fault)
-                            : "could not be traced\n";
+    std::string wrong =
+        end ? wrong_end(trial, *end, usual_status) + wrong_answer(trial, *end, fault)
+            : "could not be traced\n";
     if (end && end->failed == 0) wrong += "the fault was not reached\n";
     if (wrong.empty()) return;
     tally.wrong++;
