@@ -3,7 +3,9 @@
 
 #include <signal.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <array>
 #include <iostream>
 #include <map>
 #include <random>
@@ -32,6 +34,9 @@ struct Kind {
     std::vector<std::pair<std::string, std::string>> stores = {};
     // /var/run/my_pid of a start that a stop ended stays.
     bool start_may_be_stopped = false;
+    bool power_on = false;
+    // Cheap ones have many rounds.
+    int rounds_each = 1;
 };
 
 const std::vector<std::string> firewall_files = {"/tmp/rules", "/tmp/rule2", "/tmp/pnat",
@@ -53,20 +58,24 @@ std::vector<Kind> kinds() {
          .runs = {{"wan", "restart"}, {"wan", "start"}},
          .changes = {{"wan_mode", "dhcpc"}},
          .replace_each_other = true,
-         .stores = {{"wan_ifname", "eth2.2"}}},
+         .stores = {{"wan_ifname", "eth2.2"}},
+         .rounds_each = 4},
         {.name = "three at the Internet side",
          .runs = {{"wan", "restart"}, {"wan", "stop"}, {"wan", "start"}},
          .changes = {{"wan_mode", "dhcpc"}},
          .replace_each_other = true,
          .stores = {{"wan_ifname", "eth2.2"}},
-         .start_may_be_stopped = true},
+         .start_may_be_stopped = true,
+         .rounds_each = 4},
         {.name = "the same application in the first ten seconds",
          .runs = {{"httpd", "restart"}, {"httpd", "start"}, {"httpd", "restart"}},
          .uptime = early,
-         .whole_files = {"/tmp/htpasswd"}},
+         .whole_files = {"/tmp/htpasswd"},
+         .rounds_each = 10},
         {.name = "the same application later",
          .runs = {{"dhcpd", "restart"}, {"dhcpd", "restart"}, {"dhcpd", "create"}},
-         .whole_files = {"/etc/udhcpd.conf"}},
+         .whole_files = {"/etc/udhcpd.conf"},
+         .rounds_each = 6},
         {.name = "a firewall restart inside a wan restart",
          .runs = {{"wan", "restart"}, {"firewall", "restart"}},
          .changes = {{"wan_mode", "dhcpc"}},
@@ -79,7 +88,9 @@ std::vector<Kind> kinds() {
          .stores = {{"wan_ifname", "eth2.2"}, {"ddns_old_service", ""}}},
         {.name = "the first runs after power-on",
          .runs = {{"httpd", "start"}, {"dhcpd", "start"}},
-         .stores = {{"wifi_present", "1"}}},
+         .stores = {{"wifi_present", "1"}},
+         .power_on = true,
+         .rounds_each = 4},
     };
 }
 
@@ -87,7 +98,7 @@ std::vector<Kind> kinds() {
 // in between.
 constexpr int writers = 2;
 constexpr int keys = 3;
-constexpr int sets = 4;
+constexpr int sets = 3;
 
 pid_t start_writer(int writer, unsigned seed) {
     std::string script = "for i in";
@@ -106,7 +117,9 @@ struct Round {
     const Kind& kind;
     Settings settings;
     std::map<std::string, std::string> alone;  // the files as one run alone makes them
-    std::string wrong;
+    std::string wrong = {};
+    int replaced = 0;
+    int turned_away = 0;
 
     void check(bool holds, const std::string& what) {
         if (!holds) wrong += what + "\n";
@@ -120,20 +133,23 @@ void check_ends(Round& round, const std::vector<int>& statuses) {
         const bool ended = WIFEXITED(status) && WEXITSTATUS(status) == 0;
         const bool replaced = WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM;
         done += ended;
+        round.replaced += replaced;
         round.check(ended || (replaced && round.kind.replace_each_other),
                     "a run ended with " + std::to_string(status));
     }
     round.check(done > 0, "no run is left");
 }
 
-void check_markers(Round& round) {
+void check_markers(Round& round, const std::map<pid_t, int>& ends) {
     for (const char* name : {"httpd", "dhcpd", "firewall"})
         round.check(!exists(std::string("/var/run/rc.") + name + ".run"),
                     std::string("the marker of ") + name + " is left");
     for (const char* file : {"/var/run/my_pid_service", "/var/run/my_pid_wan"})
         round.check(!exists(file), std::string(file) + " is left");
-    round.check(round.kind.start_may_be_stopped || !exists("/var/run/my_pid"),
-                "/var/run/my_pid is left");
+    if (!exists("/var/run/my_pid")) return;
+    const auto left = ends.find(atoi(read_text("/var/run/my_pid").c_str()));
+    const bool was_stopped = left != ends.end() && WIFSIGNALED(left->second);
+    round.check(round.kind.start_may_be_stopped && was_stopped, "/var/run/my_pid is left");
 }
 
 void check_stored(Round& round) {
@@ -144,7 +160,8 @@ void check_stored(Round& round) {
         working[key].insert(value);
     }
     Possible flash = working;
-    for (int writer = 0; writer < writers; writer++) {
+    // A load takes back what was stored before it, so at power-on nobody stores beside.
+    for (int writer = 0; writer < writers && !round.kind.power_on; writer++) {
         for (int key = 0; key < keys; key++) {
             const std::string name = "w" + std::to_string(writer) + "." + std::to_string(key);
             working[name] = {std::to_string(sets)};
@@ -178,6 +195,7 @@ void check_turned_away(Round& round) {
         round.check(output_of(run) == "ap_name=httpd action=" + round.kind.runs[i][1] + "\n",
                     run + " says " + output_of(run));
         worked += server;
+        round.turned_away += !server;
     }
     round.check(worked > 0, "all were turned away");
 }
@@ -194,21 +212,25 @@ std::map<std::string, std::string> files_alone(const Kind& kind, const Settings&
     return files;
 }
 
-std::string play_round(const Kind& kind, const Settings& settings,
-                       const std::map<std::string, std::string>& alone, unsigned seed) {
-    Round round = {.kind = kind, .settings = settings, .alone = alone, .wrong = {}};
+Round play_round(const Kind& kind, const Settings& settings,
+                 const std::map<std::string, std::string>& alone, unsigned seed) {
+    Round round = {.kind = kind, .settings = settings, .alone = alone};
     reset_router(settings, kind.uptime);
-    const bool power_on = std::string_view(kind.name).ends_with("power-on");
-    if (power_on) unlink("/tmp/nvram");
+    if (kind.power_on) unlink("/tmp/nvram");
 
+    std::vector<pid_t> storing;
+    for (int writer = 0; writer < writers && !kind.power_on; writer++)
+        storing.push_back(start_writer(writer, seed));
+    std::mt19937 random(seed);
     std::vector<pid_t> runs;
-    for (size_t i = 0; i < kind.runs.size(); i++)
+    for (size_t i = 0; i < kind.runs.size(); i++) {
         runs.push_back(start({.words = {"/bin/rc", kind.runs[i][0], kind.runs[i][1]},
                               .run = "run" + std::to_string(i),
                               .seed = seed}));
-    std::vector<pid_t> storing;
-    for (int writer = 0; writer < writers && !power_on; writer++)
-        storing.push_back(start_writer(writer, seed));
+        // At once, nearly at once, or in the midst of the other's work.
+        constexpr std::array<unsigned, 3> longest_microseconds = {1, 2'000, 40'000};
+        usleep(static_cast<useconds_t>(random() % longest_microseconds[random() % 3]));
+    }
 
     std::map<pid_t, int> ends;
     int status = 0;
@@ -220,11 +242,11 @@ std::string play_round(const Kind& kind, const Settings& settings,
         round.check(ends.at(writer) == 0, "a writer ended with " + std::to_string(ends.at(writer)));
 
     check_ends(round, statuses);
-    check_markers(round);
+    check_markers(round, ends);
     check_files(round);
     if (kind.uptime == early) check_turned_away(round);
-    if (!power_on) check_stored(round);
-    return round.wrong;
+    check_stored(round);
+    return round;
 }
 
 }  // namespace
@@ -237,14 +259,21 @@ int play_free_runs(const Settings& settings, unsigned seed, int rounds) {
         for (const auto& [key, value] : kind.changes) changed[key] = value;
         const std::map<std::string, std::string> alone = files_alone(kind, changed);
         int wrong_here = 0;
-        for (int round = 0; round < rounds; round++) {
-            const unsigned round_seed = static_cast<unsigned>(random() | 1u);
-            const std::string what = play_round(kind, changed, alone, round_seed);
-            if (what.empty()) continue;
-            std::cout << kind.name << ", round " << round << ":\n" << what;
+        int replaced = 0;
+        int turned_away = 0;
+        const int rounds_here = rounds * kind.rounds_each;
+        for (int i = 0; i < rounds_here; i++) {
+            const auto round_seed = static_cast<unsigned>(random() | 1U);
+            const Round round = play_round(kind, changed, alone, round_seed);
+            replaced += round.replaced;
+            turned_away += round.turned_away;
+            if (round.wrong.empty()) continue;
+            std::cout << kind.name << ", round " << i << ":\n" << round.wrong;
             wrong_here++;
         }
-        std::cout << kind.name << ": " << rounds << " rounds, " << wrong_here << " wrong\n"
+        std::cout << kind.name << ": " << rounds_here << " rounds, " << replaced
+                  << " runs replaced, " << turned_away << " turned away, " << wrong_here
+                  << " wrong\n"
                   << std::flush;
         wrong += wrong_here;
     }
