@@ -163,12 +163,12 @@ bool service_against_service(const Settings& settings, const char* action) {
     Gate second_gate("iptables");
     const pid_t second = start_rc("second", {"service", action});
     second_gate.wait_until_reached();
-    story.expect("the first's end", end_of(first), "signal 15");
     story.expect("the PID file of the second", read_text(service_pid), std::to_string(second));
     second_gate.let_go();
     story.expect("the second's end", end_of(second), "status 0");
     story.expect("no PID file is left", !exists(service_pid));
     gate.let_go();
+    story.expect("the first's end", end_of(first), "signal 15");
     wait_for_all();
     return story.ok();
 }
@@ -184,9 +184,9 @@ bool wan_against_wan(const Settings& settings, const char* first_action, const c
     gate.wait_until_reached();
     story.expect("the PID file", read_text(wan_pid), std::to_string(first));
     const pid_t second = start_rc("second", {"wan", second_action});
-    story.expect("the first's end", end_of(first), "signal 15");
     story.expect("the second's end", end_of(second), "status 0");
     gate.let_go();
+    story.expect("the first's end", end_of(first), "signal 15");
     wait_for_all();
     story.expect("no PID file is left", !exists(wan_pid));
     story.expect("what is left of the start's PID file", read_text(start_pid),
@@ -207,9 +207,9 @@ bool wan_beside_service(Settings settings) {
     story.expect("the second's end", end_of(second), "status 0");
     story.expect("the first's PID file", read_text(service_pid), std::to_string(first));
     const pid_t third = start_rc("third", {"wan", "stop"});
-    story.expect("the first's end", end_of(first), "signal 15");
     story.expect("the third's end", end_of(third), "status 0");
     gate.let_go();
+    story.expect("the first's end", end_of(first), "signal 15");
     wait_for_all();
     story.expect("no PID file is left", !exists(service_pid) && !exists(wan_pid));
     return story.ok();
