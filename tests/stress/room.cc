@@ -51,6 +51,8 @@ std::vector<std::string> environment_of(const Start& what) {
     if (what.seed != 0)
         environment.push_back(std::string(seed_variable) + "=" + std::to_string(what.seed));
     if (what.storm != 0) environment.push_back("STRESS_STORM=" + std::to_string(what.storm));
+    if (what.failing_from != 0)
+        environment.push_back("STRESS_FAILING_FROM=" + std::to_string(what.failing_from));
     return environment;
 }
 

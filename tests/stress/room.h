@@ -45,10 +45,11 @@ void reset_router(const Settings& settings, const char* uptime);
 // How to start a program; the words begin with its path.
 struct Start {
     std::vector<std::string> words;
-    std::string run;      // its name in the log, and its output is in output_of(run)
-    unsigned seed = 0;    // of its moments; 0: it takes none
-    int storm = 0;        // microseconds between interruptions; 0: none
-    bool traced = false;  // it waits for its tracer (ptrace(2)) first
+    std::string run;       // its name in the log, and its output is in output_of(run)
+    unsigned seed = 0;     // of its moments; 0: it takes none
+    int storm = 0;         // microseconds between interruptions; 0: none
+    int failing_from = 0;  // for the library that fails
+    bool traced = false;   // it waits for its tracer (ptrace(2)) first
 };
 pid_t start(const Start& what);
 std::string output_of(const std::string& run);
