@@ -223,6 +223,7 @@ Round play_round(const Kind& kind, const Settings& settings,
         storing.push_back(start_writer(writer, seed));
     std::mt19937 random(seed);
     std::vector<pid_t> runs;
+    runs.reserve(kind.runs.size());
     for (size_t i = 0; i < kind.runs.size(); i++) {
         runs.push_back(start({.words = {"/bin/rc", kind.runs[i][0], kind.runs[i][1]},
                               .run = "run" + std::to_string(i),
@@ -237,6 +238,7 @@ Round play_round(const Kind& kind, const Settings& settings,
     // Everything ends, also what the runs left in the background.
     for (pid_t ended = wait(&status); ended > 0; ended = wait(&status)) ends[ended] = status;
     std::vector<int> statuses;
+    statuses.reserve(runs.size());
     for (const pid_t run : runs) statuses.push_back(ends.at(run));
     for (const pid_t writer : storing)
         round.check(ends.at(writer) == 0, "a writer ended with " + std::to_string(ends.at(writer)));

@@ -194,8 +194,8 @@ bool wan_against_wan(const Settings& settings, const char* first_action, const c
     return story.ok();
 }
 
-// The services' restart of an older run of the Internet side is ended by that of a newer one; a run
-// for the services alone is not ended by a run for the Internet side that touches no services.
+// A run for the services goes on beside a start of the Internet side that touches no services, and
+// is ended by a stop, which stops the services itself.
 bool wan_beside_service(Settings settings) {
     Story story("wan beside service");
     settings["wan_mode"] = "dhcpc";
@@ -216,7 +216,7 @@ bool wan_beside_service(Settings settings) {
 }
 
 // No guard stands between an application and the Internet side: both go on.
-bool firewall_inside_wan(Settings settings) {
+bool firewall_inside_wan(const Settings& settings) {
     Story story("a firewall restart inside a wan restart");
     reset_router(settings, later);
     start_rc("alone", {"firewall", "restart"});
