@@ -3,7 +3,10 @@
 #include "core/command.h"
 
 #include <arpa/inet.h>
+#include <errno.h>
 #include <stdarg.h>
+
+#include <span>
 
 #include "core/file.h"
 #include "core/platform.h"
@@ -24,13 +27,31 @@ int SYSTEM_collapsed(const std::string& line) {
     return SYSTEM("%s", percent_collapsed(line).c_str());
 }
 
+// One piece as fgets(3) reads it. An interrupted call does not end it: what was read would be lost,
+// and with it the rest of the output.
+static bool read_piece(FILE* stream, std::span<char> piece) {
+    size_t length = 0;
+    while (length + 1 < piece.size()) {
+        const int c = fgetc(stream);
+        if (c == EOF && ferror(stream) && errno == EINTR) {
+            clearerr(stream);
+            continue;
+        }
+        if (c == EOF) break;
+        piece[length++] = static_cast<char>(c);
+        if (c == '\n') break;
+    }
+    piece[length] = '\0';
+    return length > 0;
+}
+
 int myPipe(const char* command, std::optional<std::string>& output) {
     output.emplace();
     FILE* stream = platform::open_pipe(command);
     if (!stream) return 0;
 
     char piece[4096];
-    while (fgets(piece, sizeof piece, stream)) {
+    while (read_piece(stream, piece)) {
         const std::string_view read = piece;
         if (output->size() + read.size() > pipe_limit) {
             output.reset();

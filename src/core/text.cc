@@ -24,6 +24,8 @@ struct Composed {
         length += part.size();
     }
 
+    void add(const char* part) { add(std::string_view(part ? part : "(null)")); }
+
     void add(int number) {
         char digits[12];
         const char* end = std::to_chars(digits, digits + sizeof digits, number).ptr;

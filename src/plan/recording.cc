@@ -33,6 +33,7 @@ struct Stream {
 };
 
 ssize_t read_stream(void* cookie, char* buffer, size_t size) {
+    if (call_fails(Fallible::Read, EIO)) return -1;
     auto* stream = static_cast<Stream*>(cookie);
     if (stream->offset >= stream->content->size()) return 0;
     const size_t count = stream->content->copy(buffer, size, stream->offset);
@@ -41,6 +42,8 @@ ssize_t read_stream(void* cookie, char* buffer, size_t size) {
 }
 
 ssize_t write_stream(void* cookie, const char* buffer, size_t size) {
+    // As fopencookie(3) wants it: 0, not -1.
+    if (call_fails(Fallible::Write, ENOSPC)) return 0;
     auto* stream = static_cast<Stream*>(cookie);
     std::string& content = *stream->content;
     if (stream->appends()) stream->offset = content.size();
@@ -146,6 +149,7 @@ class TimeZoneOfWorld {
 
 platform::InterfaceQuery find_interface(const char* name, const World::Interface*& found) {
     const World& world = recording().world;
+    if (call_fails(Fallible::Socket, EMFILE)) return platform::InterfaceQuery::NoSocket;
     if (world.denied.contains({name, "socket"})) {
         errno = EPERM;
         return platform::InterfaceQuery::NoSocket;
@@ -201,6 +205,17 @@ int play(Recording& played, const std::vector<std::string>& words) {
     return status;
 }
 
+bool call_fails(Fallible kind, int error) {
+    Recording& played = recording();
+    Faults& faults = played.faults;
+    const int number = ++faults.calls[static_cast<size_t>(kind)];
+    if (faults.at == 0 || kind != faults.kind || number < faults.at) return false;
+    if (faults.once && number > faults.at) return false;
+    if (faults.failed++ == 0) played.events_before_fault = played.transcript.events().size();
+    errno = error;
+    return true;
+}
+
 std::optional<std::string> file_content(const World& world, const std::string& path) {
     if (const std::string* stated = world.get(path)) return *stated;
     if (path == "/proc/uptime") return uptime_text(world.uptime_microseconds);
@@ -220,6 +235,7 @@ namespace platform {
 int run_shell(const char* line) {
     Recording& played = recording();
     played.transcript.add("run", line);
+    if (call_fails(Fallible::Shell, EAGAIN)) return -1;
     apply_file_effects(played.world, line);
     const std::vector<std::string> nested = nested_words(line);
     if (!nested.empty()) run_nested(nested);
@@ -230,6 +246,7 @@ FILE* open_pipe(const char* line) {
     Recording& played = recording();
     played.transcript.add("pipe", line);
     ask(Question::Kind::Output, line);
+    if (call_fails(Fallible::Pipe, EMFILE)) return nullptr;
     if (played.world.denied.contains({line, "pipe"})) {
         errno = EMFILE;
         return nullptr;
@@ -267,6 +284,9 @@ void set_environment(const char* name, const char* value) {
 FILE* open_file(const char* path, const char* mode) {
     World& world = recording().world;
     const std::string plain_mode = mode[0] == 'r' ? mode : std::string(1, mode[0]);
+    const bool reads = plain_mode == "r";
+    if (call_fails(reads ? Fallible::OpenToRead : Fallible::OpenToWrite, reads ? EACCES : ENOSPC))
+        return nullptr;
     if (world.denied.contains({path, plain_mode})) {
         errno = EACCES;
         return nullptr;
@@ -291,6 +311,7 @@ bool file_exists(const char* path) {
 void remove_file(const char* path) {
     Recording& played = recording();
     played.transcript.add("remove", path);
+    if (call_fails(Fallible::Remove, EROFS)) return;
     played.world.files.erase(path);
 }
 
@@ -372,6 +393,7 @@ InterfaceQuery interface_mtu(const char* name, int& mtu) {
 
 bool look_up_host(const char* name, HostAddress& host) {
     ask(Question::Kind::Host, name);
+    if (call_fails(Fallible::HostLookUp, EAGAIN)) return false;
     const World& world = recording().world;
     const auto found = world.hosts.find(name);
     if (found == world.hosts.end()) return false;
@@ -383,7 +405,7 @@ bool look_up_host(const char* name, HostAddress& host) {
 
 int kernel_log(int action) {
     recording().transcript.add("kernel-log", std::to_string(action));
-    return 0;
+    return call_fails(Fallible::KernelLog, EPERM) ? -1 : 0;
 }
 
 int open_device(const char* path) {

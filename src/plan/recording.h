@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "plan/faults.h"
 #include "plan/question.h"
 #include "plan/transcript.h"
 #include "plan/world.h"
@@ -27,6 +28,9 @@ struct Recording {
     std::string device_path;
     // Why the next request to a device fails, as errno; 0 when it works.
     int device_error = 0;
+    Faults faults;
+    // How many events there were when the first call failed.
+    size_t events_before_fault = 0;
 };
 
 // The recording that the platform works on; there is always one.
@@ -46,6 +50,9 @@ class Playing {
 
 // Plays rc with these words (argv[0] first) and records its end. Returns the exit status.
 int play(Recording& played, const std::vector<std::string>& words);
+
+// Counts a call that can fail. True, with errno set, when the recording's fault says that it does.
+bool call_fails(Fallible kind, int error);
 
 // What a file of the router holds. /proc/uptime follows the clock unless the world states it.
 std::optional<std::string> file_content(const World& world, const std::string& path);

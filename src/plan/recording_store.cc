@@ -1,6 +1,7 @@
 // The settings store of the recording platform: the six functions of nvram/libnvram.h over the
 // world's files.
 
+#include <errno.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -35,6 +36,7 @@ std::optional<std::string> find(const char* key, const std::string& path) {
     const std::string* text = recording().world.get(path);
     if (!key || !text) return std::nullopt;
     note_asked(key);
+    if (call_fails(Fallible::SettingGet, EIO)) return std::nullopt;
     const Settings& settings = settings_of(*text);
     const auto found = settings.find(key);
     if (found == settings.end()) return std::nullopt;
@@ -55,8 +57,9 @@ int nvram_zel_load() {
     const std::string* image = world.get(flash_image);
     if (!image) image = world.get(factory_image);
     played.asked.insert({.kind = Question::Kind::Flash, .name = ""});
-    played.transcript.add("load", image ? "" : "failed");
-    if (!image) return -1;
+    const bool loads = image && !call_fails(Fallible::SettingsLoad, EIO);
+    played.transcript.add("load", loads ? "" : "failed");
+    if (!loads) return -1;
     world.put(working_copy, settings_image(read_settings(*image)));
     return 0;
 }
@@ -74,7 +77,7 @@ int nvram_zel_set(const char* key, const char* value) {
     played.transcript.add("set", format("%s=%s", key, value));
     if (played.transcript.depth == 0) played.settings_of_its_own.insert(key);
     const std::string* text = played.world.get(working_copy);
-    if (!text) return -1;
+    if (call_fails(Fallible::SettingSet, ENOSPC) || !text) return -1;
     Settings settings = read_settings(*text);
     settings[key] = value;
     played.world.put(working_copy, settings_image(settings));
@@ -85,7 +88,7 @@ int nvram_zel_commit() {
     Recording& played = recording();
     played.transcript.add("commit", "");
     const std::string* text = played.world.get(working_copy);
-    if (!text) return -1;
+    if (call_fails(Fallible::SettingsCommit, EIO) || !text) return -1;
     played.world.put(flash_image, *text);
     return 0;
 }

@@ -9,7 +9,7 @@ shift
 # opened; and what the compiler calls for divisions of 64 bits on a processor of 32.
 pure='abort free malloc realloc strdup memchr memcmp memcpy memmove memset strlen strcmp strncmp strchr strrchr strstr
 strpbrk strcasecmp strncasecmp strtol strtoul strtoll strtoull tolower toupper isxdigit isdigit isspace
-snprintf vsnprintf sscanf fprintf vfprintf fputs fputc fgets fread fwrite fseek fflush fclose fgetc
+snprintf vsnprintf sscanf fprintf vfprintf fputs fputc fgets fread fwrite fseek fflush fclose fgetc ferror clearerr
 inet_aton inet_network inet_ntop inet_addr htonl ntohl
 __errno_location __ctype_b_loc __ctype_tolower_loc __isoc99_sscanf __isoc23_strtoll __isoc23_sscanf __stack_chk_fail
 _GLOBAL_OFFSET_TABLE_ _gp_disp __gnu_local_gp __dso_handle __gxx_personality_v0 DW.ref.__gxx_personality_v0

@@ -25,13 +25,6 @@ constexpr std::string_view program_names =
     "iwpriv kill killall l2tpd ln mini_httpd mkdir mv ntp pppd pppoe-relay pptp ps ras rasmonitor rm rmdir rmmod route "
     "routed rt2860apd sed sh sleep syslogd tail tc test touch udhcpc udhcpd upnpd wscd";
 
-std::string own_folder() {
-    char path[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    const std::string program(path, length > 0 ? static_cast<size_t>(length) : 0);
-    return program.substr(0, program.rfind('/') + 1);
-}
-
 // The dynamic loader that a program names; empty for a static one.
 std::string loader_of(const std::string& program) {
     ElfW(Ehdr) header;
@@ -106,6 +99,13 @@ std::optional<std::string> static_busybox() {
 
 }  // namespace
 
+std::string own_folder() {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    const std::string program(path, length > 0 ? static_cast<size_t>(length) : 0);
+    return program.substr(0, program.rfind('/') + 1);
+}
+
 std::variant<Kit, std::string> gather_kit(const Programs& programs) {
     const std::optional<std::string> busybox = static_busybox();
     if (!busybox) return "a static busybox (Debian: busybox-static) is not installed";
@@ -118,9 +118,9 @@ std::variant<Kit, std::string> gather_kit(const Programs& programs) {
     gathering.take_program(programs.rc, "/bin/rc");
     gathering.take_program(programs.nvram, "/bin/nvram");
     gathering.take(programs.library, {std::string(library_folder) + "/libnvram.so"});
-    gathering.take(own_folder() + "librecord.so", {recorder_library});
+    gathering.take(programs.preloaded, {recorder_library});
     gathering.take(*busybox, {sealed::real_shell});
-    gathering.take(own_folder() + "sealed_sh", stand_ins);
+    gathering.take(programs.stand_in, stand_ins);
     if (!gathering.missing.empty()) return gathering.missing;
     return gathering.kit;
 }

@@ -17,12 +17,19 @@ struct KitFile {
 
 using Kit = std::vector<KitFile>;
 
-// What the caller names; the recorder and the recording shell stand beside sealed_play itself.
+// What the caller names.
 struct Programs {
     std::string rc;
     std::string nvram;
     std::string library;
+    // What is loaded into rc before its libraries; of sealed_play's, the recorder.
+    std::string preloaded;
+    // Stands for every program that a shell line may call, and for the shell.
+    std::string stand_in;
 };
+
+// The folder that holds the running program, with its slash.
+std::string own_folder();
 
 // Everything to be put into each root, or what is missing.
 std::variant<Kit, std::string> gather_kit(const Programs& programs);

@@ -163,7 +163,11 @@ int play_all(const std::vector<NamedCase>& cases, const Kit& kit, const Options&
 
 int main(int argc, char** argv) {
     const std::vector<std::string> arguments(argv + 1, argv + argc);
-    Programs programs;
+    Programs programs = {.rc = {},
+                         .nvram = {},
+                         .library = {},
+                         .preloaded = own_folder() + "librecord.so",
+                         .stand_in = own_folder() + "sealed_sh"};
     Options options;
     size_t at = 0;
     for (; at < arguments.size() && arguments[at].starts_with("--"); at += 2) {

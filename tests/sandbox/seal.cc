@@ -106,18 +106,22 @@ bool change_root(const std::string& root, const std::string& shared) {
     _exit(127);
 }
 
-// The first process of the new process namespace; with it ends whatever the run left behind.
-[[noreturn]] void be_first_process(const std::string& root, const std::vector<std::string>& words,
-                                   const std::vector<std::string>& environment, const World& world,
-                                   const std::string& shared) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (!make_interfaces(world)) _exit(no_interface);
-    if (!change_root(root, shared)) _exit(failed);
+// What the first process of the namespaces does for run_sealed.
+int run_rc(const std::vector<std::string>& words, const std::vector<std::string>& environment) {
     const pid_t rc = fork();
     if (rc == 0) become_rc(words, environment);
     int status = 0;
-    if (rc < 0 || waitpid(rc, &status, 0) != rc) _exit(failed);
-    _exit(WIFSIGNALED(status) ? killed + WTERMSIG(status) : 0);
+    if (rc < 0 || waitpid(rc, &status, 0) != rc) return failed;
+    return WIFSIGNALED(status) ? killed + WTERMSIG(status) : 0;
+}
+
+// The first process of the new process namespace; with it ends whatever the run left behind.
+[[noreturn]] void be_first_process(const std::string& root, const World& world,
+                                   const std::string& shared, const std::function<int()>& inside) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (!make_interfaces(world)) _exit(no_interface);
+    if (!change_root(root, shared)) _exit(failed);
+    _exit(inside());
 }
 
 // Waits for the only child; SIGCHLD is blocked.
@@ -134,9 +138,8 @@ int wait_until(int deadline, pid_t child) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : failed;
 }
 
-[[noreturn]] void seal(const std::string& root, const std::vector<std::string>& words,
-                       const std::vector<std::string>& environment, const World& world,
-                       const std::string& shared, int deadline) {
+[[noreturn]] void seal(const std::string& root, const World& world, const std::string& shared,
+                       int deadline, const std::function<int()>& inside) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     sigset_t ended;
     sigemptyset(&ended);
@@ -148,7 +151,7 @@ int wait_until(int deadline, pid_t child) {
     if (first < 0) _exit(failed);
     if (first == 0) {
         sigprocmask(SIG_UNBLOCK, &ended, nullptr);
-        be_first_process(root, words, environment, world, shared);
+        be_first_process(root, world, shared, inside);
     }
     _exit(wait_until(deadline, first));
 }
@@ -173,11 +176,10 @@ std::string enter_private_mounts(const std::string& shared) {
     return "";
 }
 
-SealedEnd run_sealed(const std::string& root, const std::vector<std::string>& words,
-                     const std::vector<std::string>& environment, const World& world,
-                     const std::string& shared, int deadline) {
+SealedEnd run_inside(const std::string& root, const World& world, const std::string& shared,
+                     int deadline, const std::function<int()>& inside) {
     const pid_t sealing = fork();
-    if (sealing == 0) seal(root, words, environment, world, shared, deadline);
+    if (sealing == 0) seal(root, world, shared, deadline, inside);
     int status = 0;
     if (sealing < 0 || waitpid(sealing, &status, 0) != sealing || !WIFEXITED(status)) return {};
     switch (const int code = WEXITSTATUS(status)) {
@@ -193,4 +195,10 @@ SealedEnd run_sealed(const std::string& root, const std::vector<std::string>& wo
             return code > killed ? SealedEnd{.kind = SealedEnd::Killed, .signal = code - killed}
                                  : SealedEnd{};
     }
+}
+
+SealedEnd run_sealed(const std::string& root, const std::vector<std::string>& words,
+                     const std::vector<std::string>& environment, const World& world,
+                     const std::string& shared, int deadline) {
+    return run_inside(root, world, shared, deadline, [&] { return run_rc(words, environment); });
 }

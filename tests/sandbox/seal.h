@@ -2,6 +2,7 @@
 #ifndef RC_TESTS_SANDBOX_SEAL_H
 #define RC_TESTS_SANDBOX_SEAL_H
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,9 +25,15 @@ struct SealedEnd {
 // A run takes milliseconds; one that takes this many seconds hangs.
 inline constexpr int usual_deadline = 20;
 
+// Calls inside in the root folder, as the first process of new mount, network, process and IPC
+// namespaces; with it ends whatever it started. It has ended well when it returns 0. The world
+// tells which interfaces there are. The shared folder, unless empty, has its own path in the root
+// too.
+SealedEnd run_inside(const std::string& root, const World& world, const std::string& shared,
+                     int deadline, const std::function<int()>& inside);
+
 // Runs /usr/sbin/rc with these words (argv[0] first) and nothing but this environment, in the root
-// folder, in new mount, network, process and IPC namespaces. The world tells which interfaces there
-// are. The shared folder has its own path in the root too.
+// folder, sealed the same way.
 SealedEnd run_sealed(const std::string& root, const std::vector<std::string>& words,
                      const std::vector<std::string>& environment, const World& world,
                      const std::string& shared, int deadline);
