@@ -23,6 +23,7 @@ class InitFailureTest : public RecordedTest {
 
     static int run(std::vector<std::string> words) {
         std::vector<char*> pointers;
+        pointers.reserve(words.size() + 1);
         for (std::string& word : words) pointers.push_back(word.data());
         pointers.push_back(nullptr);
         return rc_main(static_cast<int>(words.size()), pointers.data());

@@ -10,6 +10,10 @@
 #include <limits>
 #include <new>
 
+// clang takes these two for declared only when it is told to.
+void operator delete(void* memory, std::size_t size) noexcept;
+void operator delete[](void* memory, std::size_t size) noexcept;
+
 namespace {
 
 // abort was called. The child ends as a program does, so that what it ran is counted, too.
