@@ -73,7 +73,7 @@ void expect_lease_file(std::string_view bytes) {
 void expect_flash(std::string_view bytes) {
     // The partition before the data is long, and longer data are read no further.
     constexpr size_t longest = 160;
-    if (bytes.size() > longest || bytes.size() % 4 != 0) return;
+    if (bytes.size() > longest || bytes.size() % 16 != 0) return;
     constexpr size_t pin_offset = 0x2FF70;
     const RouterWith router("/dev/mtd0", std::string(pin_offset, '\0') + std::string(bytes));
     const std::optional<FactoryData> data = read_factory_data("/dev/mtd0");

@@ -1,6 +1,8 @@
 // The disk in memory: its states, and the store's io functions over it.
 #include "simulated_disk.h"
 
+#include <gtest/gtest.h>
+
 #include <cerrno>
 
 #include "nvram/store_io.h"
@@ -224,7 +226,7 @@ bool sync(int file) {
 }
 
 void close(int file) {
-    open_table.erase(file);
+    EXPECT_EQ(open_table.erase(file), 1U) << "closed, and was not open: " << file;
 }
 
 bool rename(const char* from, const char* to) {

@@ -11,9 +11,11 @@ namespace {
 using CommandTest = RecordedTest;
 
 TEST_F(CommandTest, SystemRunsTheComposedLineAndYieldsOnce) {
+    const long long before = played_.world.clock_microseconds;
     EXPECT_EQ(SYSTEM("/sbin/ifconfig %s mtu %d", "eth2.2", 1492), 0);
     EXPECT_EQ(transcript(), "run    /sbin/ifconfig eth2.2 mtu 1492\n");
     EXPECT_EQ(played_.yields, 1);
+    EXPECT_EQ(played_.world.clock_microseconds, before + 1);
 }
 
 TEST_F(CommandTest, SystemCutsAt4095Characters) {

@@ -221,6 +221,16 @@ TEST_F(SchedTest, EveryZoneIsInSummerOrNot) {
     EXPECT_EQ(transcript(), "");
 }
 
+// The clock of a router that does not know the time yet is behind 1970 west of Greenwich.
+TEST_F(SchedTest, ThereIsNoSummerBefore1970) {
+    set({{"fw_time_zone", "-3b"}, {"time_zone", "GMT-3"}});
+    set_clock(100);
+    EXPECT_EQ(daylight_saving_new(), 0);
+    // The summer that began in November 1970.
+    set_clock(utc(1970, 12, 31, 0, 0));
+    EXPECT_EQ(daylight_saving_new(), 1);
+}
+
 TEST(Schedules, RecordsThatReadWhole) {
     struct Row {
         const char* record;
