@@ -48,8 +48,11 @@ if(NOT RC_SANITIZE)
 endif()
 
 # A tenth to a fifth of the size: functions are put together when the whole program is known. The objects hold machine code
-# as well, which rcplan and the tests are linked of as quickly as ever.
+# as well, which rcplan and the tests are linked of as quickly as ever; gcc has to be told.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "MinSizeRel")
+    set_property(TARGET router_link PROPERTY INTERFACE_RC_SHIPS ON)
+    set_property(TARGET router_link PROPERTY COMPATIBLE_INTERFACE_BOOL RC_SHIPS)
+    add_link_options($<$<NOT:$<BOOL:$<TARGET_PROPERTY:RC_SHIPS>>>:-fno-lto>)
     target_compile_options(router_flags INTERFACE -flto=auto -ffat-lto-objects)
     target_link_options(router_link INTERFACE -flto=auto)
 endif()
