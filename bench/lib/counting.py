@@ -15,7 +15,7 @@ def empty(folder):
 def read_counts(folder):
     """[(command line, instructions)] of each process, the first one first.
 
-    Not counted is what a process does between fork and exec, so a script is counted too low rather than too high.
+    Some of what a process does between fork and exec is lost, since what it becomes takes its file; so a script is counted too low rather than too high.
     """
     names, counts = {}, {}
     for part in pathlib.Path(folder).iterdir():

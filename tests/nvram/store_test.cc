@@ -353,6 +353,8 @@ TEST(Store, LeavesEverythingAsItWasWhenACallFails) {
     fail_each_call(start, 6, [](nvram::Store& store) { return store.change({{"a", "new"}}); });
     // The same with a sync before the rename and one of the folder after it.
     fail_each_call(start, 8, [](nvram::Store& store) { return store.commit(); });
+    // Lock, identify the working copy; create, write, rename.
+    fail_each_call(start, 5, [](nvram::Store& store) { return store.replace({{"a", "new"}}); });
     // Lock; a generation that cannot be read leaves the other one; create, write, rename.
     fail_each_call(start, 4, [](nvram::Store& store) { return store.load(); });
     // Lock; see that there is a working copy; create, write, rename.
