@@ -9,7 +9,6 @@
 #include <string.h>
 
 #include <algorithm>
-#include <charconv>
 
 namespace {
 
@@ -27,9 +26,16 @@ struct Composed {
     void add(const char* part) { add(std::string_view(part ? part : "(null)")); }
 
     void add(int number) {
-        char digits[12];
-        const char* end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-        add({digits, static_cast<size_t>(end - digits)});
+        char digits[sizeof "-2147483648"];
+        char* const end = digits + sizeof digits;
+        char* first = end;
+        // Negated as an unsigned number, which the lowest int survives.
+        unsigned rest =
+            number < 0 ? 0u - static_cast<unsigned>(number) : static_cast<unsigned>(number);
+        do *--first = static_cast<char>('0' + rest % 10);
+        while ((rest /= 10) != 0);
+        if (number < 0) *--first = '-';
+        add({first, static_cast<size_t>(end - first)});
     }
 };
 

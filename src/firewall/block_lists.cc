@@ -34,8 +34,8 @@ std::vector<std::string_view> parse_trusted_macs(std::string_view group) {
 std::vector<std::string_view> parse_keywords(std::string_view list) {
     std::vector<std::string_view> keywords;
     while (!list.empty()) {
-        const std::string_view keyword = take_field(list, '\x01');
-        if (!keyword.empty()) keywords.push_back(cut(keyword, keyword_limit));
+        const std::string_view keyword = cut(take_field(list, '\x01'), keyword_limit);
+        if (!keyword.empty()) keywords.push_back(keyword);
     }
     return keywords;
 }
@@ -44,9 +44,10 @@ std::vector<std::string_view> parse_blocked_services(std::string_view list) {
     std::vector<std::string_view> names;
     list.remove_prefix(std::min(list.size(), service_list_start));
     while (!list.empty() && names.size() < service_capacity) {
-        const std::string_view name = list.substr(0, list.find_first_of("\x01 "));
-        list.remove_prefix(std::min(list.size(), name.size() + 1));
-        if (!name.empty()) names.push_back(cut(name, service_name_limit));
+        const size_t end = std::min(list.find_first_of("\x01 "), list.size());
+        const std::string_view name = cut(list.substr(0, end), service_name_limit);
+        list.remove_prefix(std::min(list.size(), end + 1));
+        if (!name.empty()) names.push_back(name);
     }
     return names;
 }

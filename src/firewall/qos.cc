@@ -165,10 +165,11 @@ void write_bandwidth_mode(File& script, const Line& line, const QosTable& table)
 
 Line read_line_settings() {
     const long long rate = scan_number(nvram_text("wan_bandwidth").text()).value_or(0);
+    // lldiv(3), since a 32-bit processor has no long division, and ours would be a kilobyte of rc.
     return {.lan = std::string(cut(nvram_text("lan_if").view(), ifname_width)),
             .wan = std::string(cut(nvram_text("wan_ifname").view(), ifname_width)),
             .rate = rate,
-            .share = rate / 13};
+            .share = lldiv(rate, 13).quot};
 }
 
 void write_script(File& script) {

@@ -2,10 +2,8 @@
 #ifndef RC_FIREWALL_SERVICES_H
 #define RC_FIREWALL_SERVICES_H
 
-#include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 struct Service {
     std::string name;
@@ -14,18 +12,8 @@ struct Service {
     int last_port = 0;
 };
 
-// A record of a table, in place.
-struct ServiceRecord {
-    std::string_view name;
-    std::string_view rest;  // protocol:first-last
-};
-
-// The records that have a name. They are views into the table.
-std::vector<ServiceRecord> parse_services(std::string_view table);
-
 // Looks a name up in a table of name:protocol:first-last records. 0 with the record filled, -1 when
 // it is not there.
-int search_serv(std::span<const ServiceRecord> table, Service& service, std::string_view name);
 int search_serv(std::string_view table, Service& service, std::string_view name);
 
 // Looks a name up in the user's table, then in the predefined one. -1 when the user's has it, else

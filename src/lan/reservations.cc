@@ -1,5 +1,7 @@
 // Address reservations: carries "pcdb_list" into the lease file before the DHCP server reads it.
 
+#include <string.h>
+
 #include "core/file.h"
 #include "core/nvram.h"
 #include "core/platform.h"
@@ -15,20 +17,19 @@ Octets address_setting(const Setting& setting) {
 std::vector<Lease> read_leases(File& file) {
     std::array<unsigned char, lease_capacity * lease_size> bytes;
     const size_t count = file.read(bytes) / lease_size;
-    std::vector<Lease> leases;
-    leases.reserve(count);
+    std::vector<Lease> leases(count);
     for (size_t i = 0; i < count; i++)
-        leases.push_back(
-            decode_lease(std::span(bytes).subspan(i * lease_size).first<lease_size>()));
+        leases[i] = decode_lease(std::span(bytes).subspan(i * lease_size).first<lease_size>());
     return leases;
 }
 
 void write_leases(File& file, std::span<const Lease> leases) {
-    std::vector<unsigned char> bytes;
-    bytes.reserve(leases.size() * lease_size);
+    std::vector<unsigned char> bytes(leases.size() * lease_size);
+    unsigned char* end = bytes.data();
     for (const Lease& lease : leases) {
         const std::array<unsigned char, lease_size> record = encode_lease(lease);
-        bytes.insert(bytes.end(), record.begin(), record.end());
+        memcpy(end, record.data(), lease_size);
+        end += lease_size;
     }
     file.write(bytes);
 }
