@@ -21,12 +21,13 @@ void block_service(const Setting& lan_if, const Service& service) {
 
 // The names after an unknown one are left alone.
 void block_services(const Setting& lan_if, const std::vector<std::string_view>& names) {
-    const Setting predefined = nvram_text("fw_services_def");
-    const Setting own = nvram_text("fw_services");
+    const Setting predefined_table = nvram_text("fw_services_def");
+    const Setting own_table = nvram_text("fw_services");
+    const std::vector<std::string_view> predefined = parse_services(predefined_table.view());
+    const std::vector<std::string_view> own = parse_services(own_table.view());
     for (const std::string_view name : names) {
         Service service;
-        if (search_serv(predefined.view(), service, name) != 0 &&
-            search_serv(own.view(), service, name) != 0)
+        if (search_serv(predefined, service, name) != 0 && search_serv(own, service, name) != 0)
             return;
         block_service(lan_if, service);
     }

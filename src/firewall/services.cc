@@ -2,19 +2,36 @@
 
 #include "firewall/services.h"
 
+#include <string.h>
+
 #include "core/text.h"
 
 namespace {
 
 constexpr size_t service_name_limit = 14;
 
+// Whether the name may be the record's, told without taking the record apart: most are others'.
+bool may_name(std::string_view name, std::string_view record) {
+    if (record.size() <= name.size()) return false;
+    return (record[name.size()] == ':' || name.size() == service_name_limit) &&
+           memcmp(record.data(), name.data(), name.size()) == 0;
+}
+
 }  // namespace
 
-int search_serv(std::string_view table, Service& service, std::string_view name) {
+std::vector<std::string_view> parse_services(std::string_view table) {
+    std::vector<std::string_view> records;
     while (!table.empty()) {
-        std::string_view record = take_field(table, '\x01');
-        // Most are other services', and there are many.
-        if (!record.starts_with(name)) continue;
+        const std::string_view record = take_field(table, '\x01');
+        records.push_back(record);
+    }
+    return records;
+}
+
+int search_serv(std::span<const std::string_view> records, Service& service,
+                std::string_view name) {
+    for (std::string_view record : records) {
+        if (!may_name(name, record)) continue;
         const std::string_view record_name = cut(take_field(record, ':'), service_name_limit);
         const std::string_view protocol = take_field(record, ':');
         Service found = {.name = std::string(record_name), .protocol = std::string(protocol)};
@@ -27,4 +44,8 @@ int search_serv(std::string_view table, Service& service, std::string_view name)
         return 0;
     }
     return -1;
+}
+
+int search_serv(std::string_view table, Service& service, std::string_view name) {
+    return search_serv(parse_services(table), service, name);
 }

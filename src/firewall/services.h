@@ -2,8 +2,10 @@
 #ifndef RC_FIREWALL_SERVICES_H
 #define RC_FIREWALL_SERVICES_H
 
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 struct Service {
     std::string name;
@@ -12,8 +14,12 @@ struct Service {
     int last_port = 0;
 };
 
-// Looks a name up in a table of name:protocol:first-last records. 0 with the record filled, -1 when
-// it is not there.
+// The name:protocol:first-last records of a table, as views into it. Who looks many names up
+// separates them once.
+std::vector<std::string_view> parse_services(std::string_view table);
+
+// Looks a name up in a table. 0 with the service filled, -1 when it is not there.
+int search_serv(std::span<const std::string_view> records, Service& service, std::string_view name);
 int search_serv(std::string_view table, Service& service, std::string_view name);
 
 // Looks a name up in the user's table, then in the predefined one. -1 when the user's has it, else
