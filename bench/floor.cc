@@ -31,7 +31,7 @@ int open_new(const char* path) {
 
 // False when a file cannot be written.
 bool carry_out(const char* at, const char* end) {
-    const char* path = nullptr;
+    const char* path = "";
     while (at < end) {
         Record record;
         memcpy(&record, at, sizeof record);

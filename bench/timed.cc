@@ -31,7 +31,7 @@ void run(int results, int number, char** command) {
     pid_t child = 0;
     int status = 0;
     rusage usage = {};
-    if (posix_spawn(&child, command[0], nullptr, nullptr, command, environ) != 0 ||
+    if (!command[0] || posix_spawn(&child, command[0], nullptr, nullptr, command, environ) != 0 ||
         wait4(child, &status, 0, &usage) != child)
         exit(1);
     const long long taken = nanoseconds() - start;
