@@ -4,7 +4,6 @@
 # Left out, since a full house does not reach it: the lines of a single network, a radio that is switched off, lists
 # longer than the driver takes, WMM numbers that are missing or begin with zeros.
 # shellcheck disable=SC2154 # the settings come from the image
-# shellcheck disable=SC2034 # they are used through eval, too
 # shellcheck disable=SC2086 # lists are split on purpose; nothing in them is a pattern, for -f is set
 # shellcheck disable=SC3003,SC3043,SC3057,SC3060 # busybox knows $'', local, ${::} and ${//}
 set -f
