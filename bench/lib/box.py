@@ -114,6 +114,7 @@ class Box:
         self.put(self.build / "src/nvram/nvram", "bin/nvram")
         self.put(self.build / "src/nvram/libnvram.so", "lib/libnvram.so")
         self.put(self.build / "bench/bench_floor", "bin/floor")
+        self.put(self.build / "bench/bench_wlan", "bin/wlan")
         self.put(self.build / "bench/libbench_note.so", "lib/note.so")
         self.put("/usr/bin/valgrind.bin", "valgrind/valgrind")
         for name in VALGRIND:

@@ -1,5 +1,6 @@
 """Tables of speed and memory: rc against a program that does nothing, the floor, shell scripts and rule generators."""
 
+import collections
 import pathlib
 import re
 import statistics
@@ -15,7 +16,10 @@ ROUNDS = 41
 SLOW_ROUNDS = 5
 SCRIPTS = {"builtins": "shell script, built-ins only", "usual": "shell script, usual style"}
 # What an action leaves and another run would find.
-LEFT_BEHIND = {"firewall": "/tmp/rules", "dhcpd": "/var/udhcpd.leases"}
+LEFT_BEHIND = {"firewall": "/tmp/rules", "dhcpd": "/var/udhcpd.leases", "wlan": "/var/RT2860AP.dat"}
+# What an action is measured as, and what it is called.
+COMMANDS = {"firewall": ["/bin/rc", "firewall", "create"], "dhcpd": ["/bin/rc", "dhcpd", "create"], "wlan": ["/bin/wlan"]}
+TITLES = {"firewall": "rc firewall create", "dhcpd": "rc dhcpd create", "wlan": "the configuration of rc wlan start"}
 
 AIMS = {
     "floor": ("firewall at full house, instructions: rc within 1.5 times the floor", 1.5, "most"),
@@ -57,7 +61,7 @@ def script(action, style):
 
 def differences(box, action, styles=tuple(SCRIPTS)):
     """What does not leave the same files as rc: names of files by style."""
-    made = box.made_by(["/bin/rc", action, "create"], HOUSE)
+    made = box.made_by(COMMANDS[action], HOUSE)
     wrong = {}
     for style in styles:
         others = box.made_by(script(action, style), HOUSE)
@@ -69,10 +73,10 @@ def differences(box, action, styles=tuple(SCRIPTS)):
 
 def put_plan(box, action):
     """The floor's plan into the box; how many settings it reads and the lines that it gives to the shell."""
-    plan, gets, lines = box.plan_of(["/bin/rc", action, "create"], HOUSE)
+    plan, gets, lines = box.plan_of(COMMANDS[action], HOUSE)
     (box.root / PLAN.lstrip("/")).write_bytes(plan)
-    if box.made_by(["/bin/floor", PLAN], HOUSE) != box.made_by(["/bin/rc", action, "create"], HOUSE):
-        raise RuntimeError(f"the floor does not leave the files of rc {action} create")
+    if box.made_by(["/bin/floor", PLAN], HOUSE) != box.made_by(COMMANDS[action], HOUSE):
+        raise RuntimeError(f"the floor does not leave the files of {TITLES[action]}")
     return gets, lines
 
 
@@ -108,14 +112,15 @@ def start_section(box):
 
 def action_section(box, action, quick):
     """One action at full house: rows, and the instructions of rc and of the others by name."""
-    say(f"rc {action} create at full house")
+    title = TITLES[action]
+    say(f"{title} at full house")
     wrong = differences(box, action)
     if wrong:
-        raise RuntimeError(f"these files are not as rc {action} create leaves them: {wrong}")
+        raise RuntimeError(f"these files are not as {title} leaves them: {wrong}")
     gets, shell_lines = put_plan(box, action)
-    commands = {"rc": ["/bin/rc", action, "create"], "floor": ["/bin/floor", PLAN]}
+    commands = {"rc": COMMANDS[action], "floor": ["/bin/floor", PLAN]}
     commands |= {style: script(action, style) for style in SCRIPTS}
-    names = {"rc": f"rc {action} create", "floor": "the floor"} | SCRIPTS
+    names = {"rc": title, "floor": "the floor"} | SCRIPTS
     slow = [name for name in commands if name == "usual"]
     times = {}
     box.clear(HOUSE)
@@ -140,7 +145,8 @@ def action_section(box, action, quick):
         whole = total(counts[name])
         lines.append(f"| {names[name]} | {counts[name][0][1]:,} | {whole:,} | {whole / total(counts['rc']):.2f} | {wall} |"
                      f" {len(counts[name])} |")
-    started = " and ".join(f"`{line}`" for line in shell_lines) or "nothing"
+    started = " and ".join(f"`{line}`" + (f", {count} times" if count > 1 else "")
+                           for line, count in collections.Counter(shell_lines).items()) or "nothing"
     lines += ["", f"The floor reads {gets} settings, as rc does, and starts {started}. All leave the same files, byte for"
               " byte; that is checked before anything is counted. rc's milliseconds: "
               f"{statistics.median(taken for taken, _ in times['rc']) / 1e6:.1f}."]
@@ -175,11 +181,12 @@ def tables(build, quick):
     start, empty_memory = start_section(box)
     firewall, counts, memory = action_section(box, "firewall", quick)
     dhcpd, _, _ = action_section(box, "dhcpd", quick)
+    wlan, _, _ = action_section(box, "wlan", quick)
     ratios = {"floor": counts["rc"] / counts["floor"], "memory": memory / empty_memory,
               "own memory": box.own_memory(["/bin/rc", "firewall", "create"], HOUSE) / box.own_memory(["/bin/empty"], HOUSE)}
     ratios |= {style: counts[style] / counts["rc"] for style in SCRIPTS if style in counts}
     sections = [("Start and end of rc", start), ("rc firewall create, all lists full", firewall),
-                ("rc dhcpd create, all lists full", dhcpd)]
+                ("rc dhcpd create, all lists full", dhcpd), ("The configuration of rc wlan start, all lists full", wlan)]
     if not quick:
         lines, more = generator_section(box, counts["rc"])
         sections.append(("Rule generators of Debian", lines))

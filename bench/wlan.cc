@@ -1,0 +1,11 @@
+// The configuration part of "rc wlan start", which otherwise waits for the radio: writes
+// /var/RT2860AP.dat and /tmp/wifi_acc from the settings.
+
+#include "core/rc.h"
+#include "wireless/wireless.h"
+
+int main(int argc, char** argv) {
+    // With words it is rc: so all of rc is linked, and its start costs what rc's costs.
+    if (argc > 1) return rc_main(argc, argv);
+    return create_wifi_cfg() == 1 ? 0 : 1;
+}
