@@ -16,8 +16,9 @@ int File::print(const char* text, ...) {
     va_start(arguments, text);
     char line[512];
     const size_t length = compose(line, sizeof line, text, arguments);
-    const int written =
-        length < sizeof line ? put({line, length}) : put(format_list(text, arguments));
+    std::string longer;
+    if (length >= sizeof line) longer = format_list(text, arguments);
+    const int written = put(longer.empty() ? std::string_view(line, length) : longer);
     va_end(arguments);
     return written;
 }

@@ -1,6 +1,6 @@
 // Address reservations: carries "pcdb_list" into the lease file before the DHCP server reads it.
 
-#include <string.h>
+#include <string>
 
 #include "core/file.h"
 #include "core/nvram.h"
@@ -24,14 +24,12 @@ std::vector<Lease> read_leases(File& file) {
 }
 
 void write_leases(File& file, std::span<const Lease> leases) {
-    std::vector<unsigned char> bytes(leases.size() * lease_size);
-    unsigned char* end = bytes.data();
+    std::string bytes;
     for (const Lease& lease : leases) {
         const std::array<unsigned char, lease_size> record = encode_lease(lease);
-        memcpy(end, record.data(), lease_size);
-        end += lease_size;
+        bytes.append(reinterpret_cast<const char*>(record.data()), record.size());
     }
-    file.write(bytes);
+    file.put(bytes);
 }
 
 bool same_network(const Octets& a, const Octets& b) {
