@@ -2,8 +2,6 @@
 
 #include "firewall/services.h"
 
-#include <string.h>
-
 #include "core/text.h"
 
 namespace {
@@ -14,7 +12,7 @@ constexpr size_t service_name_limit = 14;
 bool may_name(std::string_view name, std::string_view record) {
     if (record.size() <= name.size()) return false;
     return (record[name.size()] == ':' || name.size() == service_name_limit) &&
-           memcmp(record.data(), name.data(), name.size()) == 0;
+           record.starts_with(name);
 }
 
 }  // namespace
