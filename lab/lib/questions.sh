@@ -20,10 +20,13 @@ callers() {
     done <<< "$lines" >> "$world/how"
 }
 
-# in_file PATTERN PATH. What is in /tmp/calls was noted by a stand-in.
+# in_file PATTERN PATH. What is in /tmp/calls was noted by a stand-in, and who that was is looked up afterwards: a line
+# that comes between the two readings is then known to the second, never only to the first.
 in_file() {
+    local status=0
+    grep -q -- "$1" "$root$2" || status=$?
     [ "$2" != /tmp/calls ] || callers "$1"
-    grep -q "$1" "$root$2"
+    return "$status"
 }
 
 setting() {

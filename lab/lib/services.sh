@@ -35,8 +35,8 @@ syslog_is() {
 
 # calls [PATTERN]: the command lines of the stand-ins, those that match, parted by "; ".
 calls() {
-    callers "${1-.}"
     grep -E -- "${1-.}" "$root/tmp/calls" 2>/dev/null | awk '{ printf "%s%s", (NR > 1 ? "; " : ""), $0 }'
+    callers "${1-.}"
 }
 
 # called DAEMON LINE: a stand-in for a daemon was started with that command line, and runs.

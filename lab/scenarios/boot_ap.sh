@@ -27,7 +27,7 @@ must_hold
 same "the default route" "192.168.1.1 br0" "$(default_route)"
 same "the name server" "nameserver 192.168.1.53" "$(cat "$root/tmp/resolv.conf")"
 like "the Ethernet driver was loaded (a stand-in notes its command line)" "/sbin/insmod *raeth.ko zl_lan_wan=0" \
-    "$(callers . && cat "$root/tmp/calls")"
+    "$(cat "$root/tmp/calls" && callers .)"
 comes "mini_httpd answers" answers pc1 http://192.168.1.2/
 same "no DHCP server" "" "$(router pidof udhcpd)"
 
