@@ -16,7 +16,7 @@ int SYSTEM(const char* text, ...) {
     char line[command_limit + 1];
     va_list arguments;
     va_start(arguments, text);
-    vsnprintf(line, sizeof line, text, arguments);
+    compose(line, sizeof line, text, arguments);
     va_end(arguments);
     platform::run_shell(line);
     platform::sleep_microseconds(1);

@@ -12,50 +12,48 @@
 
 namespace {
 
-// What fits is written, all of it is counted.
-struct Composed {
-    char* line;
-    size_t size;
+// A number's sign and digits, written so that they end where the room for them ends.
+const char* decimal(bool negative, unsigned magnitude, char* end) {
+    do *--end = static_cast<char>('0' + magnitude % 10);
+    while ((magnitude /= 10) != 0);
+    if (negative) *--end = '-';
+    return end;
+}
+
+// What fits in front of the line's end is written, all of it is counted. Nothing when there is a
+// conversion that only the C library knows.
+std::optional<size_t> compose_simple(char* line, size_t room, const char* text, va_list arguments) {
+    char digits[sizeof "-4294967295"];
+    char* const digits_end = digits + sizeof digits;
     size_t length = 0;
-
-    void add(std::string_view part) {
-        if (length < size) memcpy(line + length, part.data(), std::min(part.size(), size - length));
-        length += part.size();
+    while (*text != '\0') {
+        // A stretch of the text as it stands, or what a conversion gives.
+        const char* part = text;
+        size_t part_length = 1;
+        if (*text != '%') {
+            text = strchrnul(text, '%');
+            part_length = static_cast<size_t>(text - part);
+        } else if (text[1] == 's') {
+            part = va_arg(arguments, const char*);
+            if (!part) part = "(null)";
+            part_length = strlen(part);
+            text += 2;
+        } else if (text[1] == '%') {
+            text += 2;
+        } else if (text[1] == 'd' || text[1] == 'u') {
+            const unsigned number = text[1] == 'd' ? static_cast<unsigned>(va_arg(arguments, int))
+                                                   : va_arg(arguments, unsigned);
+            const bool negative = text[1] == 'd' && number > INT_MAX;
+            part = decimal(negative, negative ? 0u - number : number, digits_end);
+            part_length = static_cast<size_t>(digits_end - part);
+            text += 2;
+        } else {
+            return std::nullopt;
+        }
+        if (length < room) memcpy(line + length, part, std::min(part_length, room - length));
+        length += part_length;
     }
-
-    void add(const char* part) { add(std::string_view(part ? part : "(null)")); }
-
-    void add(int number) {
-        char digits[sizeof "-2147483648"];
-        char* const end = digits + sizeof digits;
-        char* first = end;
-        // Negated as an unsigned number, which the lowest int survives.
-        unsigned rest =
-            number < 0 ? 0u - static_cast<unsigned>(number) : static_cast<unsigned>(number);
-        do *--first = static_cast<char>('0' + rest % 10);
-        while ((rest /= 10) != 0);
-        if (number < 0) *--first = '-';
-        add({first, static_cast<size_t>(end - first)});
-    }
-};
-
-// False when there is a conversion that only the C library knows.
-bool compose_simple(Composed& composed, const char* text, va_list arguments) {
-    while (const char* conversion = strchr(text, '%')) {
-        composed.add({text, static_cast<size_t>(conversion - text)});
-        const char kind = conversion[1];
-        if (kind == 's')
-            composed.add(va_arg(arguments, const char*));
-        else if (kind == 'd')
-            composed.add(va_arg(arguments, int));
-        else if (kind == '%')
-            composed.add("%");
-        else
-            return false;
-        text = conversion + 2;
-    }
-    composed.add(text);
-    return true;
+    return length;
 }
 
 int within_int(long long number) {
@@ -67,14 +65,13 @@ int within_int(long long number) {
 }  // namespace
 
 size_t compose(char* line, size_t size, const char* text, va_list arguments) {
-    Composed composed = {.line = line, .size = size - 1};
     va_list copy;
     va_copy(copy, arguments);
-    const bool simple = compose_simple(composed, text, copy);
+    const std::optional<size_t> simple = compose_simple(line, size - 1, text, copy);
     va_end(copy);
     if (simple) {
-        line[std::min(composed.length, composed.size)] = '\0';
-        return composed.length;
+        line[std::min(*simple, size - 1)] = '\0';
+        return *simple;
     }
 
     va_copy(copy, arguments);

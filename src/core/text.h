@@ -12,8 +12,8 @@
 [[gnu::format(printf, 1, 2)]] std::string format(const char* text, ...);
 [[gnu::format(printf, 1, 0)]] std::string format_list(const char* text, va_list arguments);
 
-// vsnprintf(3) in a third of its time where the text has nothing but %s, %d and %%, as almost every
-// line of ours. The arguments are not used up.
+// vsnprintf(3) in a third of its time where the text has nothing but %s, %d, %u and %%, as almost
+// every line of ours. The arguments are not used up.
 [[gnu::format(printf, 3, 0)]] size_t compose(char* line, size_t size, const char* text,
                                              va_list arguments);
 

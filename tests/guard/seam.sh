@@ -7,7 +7,7 @@ shift
 
 # No system call among them: text, memory, arithmetic, and stdio on a stream that the platform
 # opened. The compiler's own division of 64 bits on a processor of 32 is not: lldiv(3) costs rc no kilobyte.
-pure='abort free malloc realloc strdup memchr memcmp memcpy memmove memset strlen strcmp strncmp strchr strrchr strstr
+pure='abort free malloc realloc strdup memchr memcmp memcpy memmove memset strlen strcmp strncmp strchr strchrnul strrchr strstr
 strpbrk strcasecmp strncasecmp lldiv strtol strtoul strtoll strtoull tolower toupper isxdigit isdigit isspace
 snprintf vsnprintf sscanf fprintf vfprintf fputs fputc fgets fread fwrite fseek fflush fclose fgetc ferror clearerr
 inet_aton inet_network inet_ntop inet_addr htonl ntohl

@@ -31,9 +31,10 @@ TEST(Text, ComposeKnowsTheUsualConversionsAndLeavesTheOthersToTheLibrary) {
               "-A chain:-2147483648 2147483647%");
     EXPECT_EQ(format("%s%s", "", ""), "");
     EXPECT_EQ(format("%d", 0), "0");
+    EXPECT_EQ(format("%u,%u,%u", 0U, 2147483648U, UINT_MAX), "0,2147483648,4294967295");
     // The first conversion is one of ours, the second is not: all of it goes to the library.
     EXPECT_EQ(format("%s %lld", "rate", 5'000'000'000LL), "rate 5000000000");
-    EXPECT_EQ(format("%d %u %02x %.1s", 7, 4'000'000'000U, 10U, "word"), "7 4000000000 0a w");
+    EXPECT_EQ(format("%d %%%u %02x %.1s", 7, 4'000'000'000U, 10U, "word"), "7 %4000000000 0a w");
 }
 
 TEST(Text, ComposeCutsAndTellsTheWholeLength) {
@@ -44,7 +45,7 @@ TEST(Text, ComposeCutsAndTellsTheWholeLength) {
     EXPECT_STREQ(line, "abcde-1");
     EXPECT_EQ(compose_into(line, "%s-%d.%s", "abcde", 12, "rest"), 13U);
     EXPECT_STREQ(line, "abcde-1");
-    EXPECT_EQ(compose_into(line, "%s-%u.%s", "abcde", 12U, "rest"), 13U);
+    EXPECT_EQ(compose_into(line, "%s-%02x.%s", "abcde", 18U, "rest"), 13U);
     EXPECT_STREQ(line, "abcde-1");
     EXPECT_EQ(compose_into(std::span(line).first(1), "%s", "abc"), 3U);
     EXPECT_STREQ(line, "");
