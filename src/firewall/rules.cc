@@ -2,7 +2,6 @@
 
 #include "firewall/rules.h"
 
-#include <stdarg.h>
 #include <string.h>
 
 #include <algorithm>
@@ -13,7 +12,7 @@
 namespace {
 
 // The script that rules go to; null when there is none.
-File* current_script = nullptr;
+RuleScript* current_script = nullptr;
 
 struct Chain {
     const char* table;
@@ -98,26 +97,47 @@ constexpr const char* dos_table[] = {
 const std::span<const char* const> dos_rules = dos_table;
 
 RuleScript::RuleScript() : file_(open_file("/tmp/rules", "w")) {
-    current_script = file_ ? &file_ : nullptr;
+    current_script = file_ ? this : nullptr;
 }
 
 RuleScript::~RuleScript() {
     current_script = nullptr;
+    if (file_) put_lines();
+}
+
+void RuleScript::put_lines() {
+    file_.put({lines_, length_});
+    length_ = 0;
+}
+
+size_t RuleScript::compose_rule(const char* text, va_list arguments) {
+    const size_t place = length_ + command.size();
+    if (place >= sizeof lines_) return sizeof lines_;
+    const size_t length = compose(lines_ + place, sizeof lines_ - place, text, arguments);
+    return place + std::min(length, rule_limit);
+}
+
+int RuleScript::add(const char* text, va_list arguments) {
+    size_t end = compose_rule(text, arguments);
+    if (end >= sizeof lines_) {
+        put_lines();
+        end = compose_rule(text, arguments);
+    }
+    const size_t start = length_;
+    memcpy(lines_ + start, command.data(), command.size());
+    // The line's end takes the place of the text's.
+    lines_[end] = '\n';
+    length_ = end + 1;
+    return static_cast<int>(length_ - start);
 }
 
 int fw_rule(const char* text, ...) {
     if (!current_script) return -1;
-    constexpr std::string_view command = "iptables ";
-    // The line's end takes the place of the text's.
-    char line[command.size() + rule_limit + 1];
-    memcpy(line, command.data(), command.size());
     va_list arguments;
     va_start(arguments, text);
-    const size_t length = compose(line + command.size(), rule_limit + 1, text, arguments);
+    const int written = current_script->add(text, arguments);
     va_end(arguments);
-    const size_t end = command.size() + std::min(length, rule_limit);
-    line[end] = '\n';
-    return current_script->put({line, end + 1});
+    return written;
 }
 
 void fw_rules(std::span<const char* const> table, const char* name) {

@@ -8,11 +8,12 @@ namespace {
 
 constexpr size_t service_name_limit = 14;
 
-// Whether the name may be the record's, told without taking the record apart: most are others'.
+// Whether the name may be the record's, told without taking the record apart: most are others', and
+// names that have a start in common mostly differ at their end.
 bool may_name(std::string_view name, std::string_view record) {
-    if (record.size() <= name.size()) return false;
+    if (name.empty() || record.size() <= name.size()) return false;
     return (record[name.size()] == ':' || name.size() == service_name_limit) &&
-           record.starts_with(name);
+           record[name.size() - 1] == name.back() && record.starts_with(name);
 }
 
 }  // namespace

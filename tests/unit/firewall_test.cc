@@ -34,6 +34,25 @@ TEST_F(FirewallTest, ARuleIsCutAt4095Characters) {
               "iptables " + std::string(4095, 'x') + "\niptables " + std::string(4095, 'y') + "\n");
 }
 
+// Lines wait for the next until one does not fit, wherever that is.
+TEST_F(FirewallTest, RulesOfEveryLengthStandOneBehindTheOther) {
+    for (size_t length = 4040; length <= 4095; length++) {
+        const std::string filler(length, 'x');
+        const std::string longest(4095, 'y');
+        {
+            const RuleScript script;
+            fw_rule("%s", filler.c_str());
+            EXPECT_EQ(fw_rule("-A %s -j %s", "A", "B"), 19);
+            EXPECT_EQ(fw_rule("%s", longest.c_str()), 4105);
+            fw_rule("-A C");
+        }
+        EXPECT_EQ(*played_.world.get("/tmp/rules"), "iptables " + filler +
+                                                        "\niptables -A A -j B\niptables " +
+                                                        longest + "\niptables -A C\n")
+            << length;
+    }
+}
+
 TEST_F(FirewallTest, AScriptThatCannotBeOpenedSwallowsRules) {
     played_.world.denied.insert({"/tmp/rules", "w"});
     {
