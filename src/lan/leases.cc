@@ -89,6 +89,7 @@ std::vector<Lease> enter_reservation(std::span<const Lease> leases, std::string_
                                      const HardwareAddress& hardware, const Octets& address,
                                      const Octets& lan_address) {
     std::vector<Lease> entered;
+    entered.reserve(leases.size() + 1);
     bool found = false;
     for (Lease lease : leases) {
         if (lease.address == Octets{}) break;

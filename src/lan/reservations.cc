@@ -1,6 +1,6 @@
 // Address reservations: carries "pcdb_list" into the lease file before the DHCP server reads it.
 
-#include <string>
+#include <algorithm>
 
 #include "core/file.h"
 #include "core/nvram.h"
@@ -24,12 +24,13 @@ std::vector<Lease> read_leases(File& file) {
 }
 
 void write_leases(File& file, std::span<const Lease> leases) {
-    std::string bytes;
+    std::vector<unsigned char> bytes(leases.size() * lease_size);
+    unsigned char* end = bytes.data();
     for (const Lease& lease : leases) {
         const std::array<unsigned char, lease_size> record = encode_lease(lease);
-        bytes.append(reinterpret_cast<const char*>(record.data()), record.size());
+        end = std::copy(record.begin(), record.end(), end);
     }
-    file.put(bytes);
+    file.write(bytes);
 }
 
 bool same_network(const Octets& a, const Octets& b) {
