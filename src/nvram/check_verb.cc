@@ -1,5 +1,6 @@
 // nvram check: prints what is wrong with settings, for people or as JSON.
 #include <cstdio>
+#include <utility>
 
 #include "nvram/check.h"
 #include "nvram/verbs.h"
@@ -92,9 +93,9 @@ static void print_text(const std::vector<Finding>& findings) {
 }
 
 // Lines that the reader skips come first.
-static std::vector<Finding> check_text(std::string_view text) {
+static std::vector<Finding> check_text(std::string text) {
     std::vector<BadLine> bad_lines;
-    const Image image(text, &bad_lines);
+    const Image image(std::move(text), &bad_lines);
     std::vector<Finding> findings;
     findings.reserve(bad_lines.size());
     for (const BadLine& line : bad_lines)
@@ -112,7 +113,7 @@ int check_verb(Store& store, const Call& call) {
     const char* const place = call.words.empty() ? "@working" : call.words[0];
     std::string text;
     if (!read_image_text(store, call, place, text)) return status_error;
-    const std::vector<Finding> findings = check_text(text);
+    const std::vector<Finding> findings = check_text(std::move(text));
     bool clean = true;
     for (const Finding& finding : findings) {
         if (call.json) print_json(finding);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace nvram {
 
@@ -95,9 +96,10 @@ static void sort_and_keep_last(std::vector<Entry>& entries) {
     entries.erase(entries.begin() + (out - entries.data()), entries.end());
 }
 
-Image::Image(std::string_view text, std::vector<BadLine>* bad_lines) {
-    bytes_.reserve(text.size() + 1);
-    bytes_.assign(text.begin(), text.end());
+Image::Image(std::string text, std::vector<BadLine>* bad_lines) : bytes_(std::move(text)) {
+    // More than any library's string holds in place.
+    constexpr std::size_t long_enough = 64;
+    if (bytes_.capacity() < long_enough) bytes_.reserve(long_enough);
     bytes_.push_back('\n');  // the last line may lack its end
 
     bool sorted = true;

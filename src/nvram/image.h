@@ -34,8 +34,9 @@ bool valid_key(std::string_view key);
 class Image {
   public:
     Image() = default;
-    // Blank lines and lines that begin with '#' are comments; of a key given twice the last counts.
-    explicit Image(std::string_view text, std::vector<BadLine>* bad_lines = nullptr);
+    // Takes the text over, so that it is in memory once. Blank lines and lines that begin with '#'
+    // are comments; of a key given twice the last counts.
+    explicit Image(std::string text, std::vector<BadLine>* bad_lines = nullptr);
 
     Image(Image&&) = default;
     Image& operator=(Image&&) = default;
@@ -55,8 +56,8 @@ class Image {
     std::string text() const;
 
   private:
-    // A vector, since moving a short string would move its bytes too.
-    std::vector<char> bytes_;
+    // Never short enough to stand in the object itself, since moving that would move the bytes.
+    std::string bytes_;
     std::vector<Entry> entries_;
 };
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "nvram/store.h"
 
@@ -61,7 +62,7 @@ EXPORTED char* __nvram_get_fun(const char* key, const char* path) {
     std::string text;
     if (!library().store.read_file(path, nvram::image_limit, text)) return nullptr;
     // The key and the path may be values of the image that was read before, which goes last.
-    nvram::Image image(text);
+    nvram::Image image(std::move(text));
     const std::optional<std::string_view> value = image.get(key);
     library().named = std::move(image);
     return lend(value);

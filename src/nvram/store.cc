@@ -77,7 +77,7 @@ const Image* Store::working() {
         return nullptr;
     }
     forget();
-    image_ = Image(text);
+    image_ = Image(std::move(text));
     seen_ = now;
     seen_file_ = file.release();
     return &image_;
@@ -92,7 +92,7 @@ bool Store::read_file(const std::string& path, std::size_t limit, std::string& t
 bool Store::read_image(const std::string& path, Image& image) {
     std::string text;
     if (!read_file(path, image_limit, text)) return false;
-    image = Image(text);
+    image = Image(std::move(text));
     return true;
 }
 
@@ -225,8 +225,8 @@ bool Store::load_factory() {
 bool Store::load() {
     const OpenFile held(lock());
     if (!held) return false;
-    if (const std::optional<std::string> flash = flash_image())
-        return put_working(Image(*flash).entries());
+    if (std::optional<std::string> flash = flash_image())
+        return put_working(Image(std::move(*flash)).entries());
     return errno == ENOENT && load_factory();
 }
 

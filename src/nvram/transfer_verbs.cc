@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "nvram/generation.h"
 #include "nvram/verbs.h"
@@ -49,7 +50,7 @@ int import_verb(Store& store, const Call& call) {
     if (!readable) return file_error(call, path);
 
     std::vector<BadLine> bad_lines;
-    const Image image(text, &bad_lines);
+    const Image image(std::move(text), &bad_lines);
     if (!report(call, path, bad_lines)) {
         std::fprintf(stderr, "nvram: import: nothing was changed\n");
         return status_error;
@@ -110,8 +111,8 @@ int diff_verb(Store& store, const Call& call) {
 
     std::vector<BadLine> old_bad;
     std::vector<BadLine> new_bad;
-    const bool differ =
-        print_difference(Image(old_text, &old_bad), Image(new_text, &new_bad), call.show_secrets);
+    const bool differ = print_difference(Image(std::move(old_text), &old_bad),
+                                         Image(std::move(new_text), &new_bad), call.show_secrets);
     const bool old_good = report(call, call.words[0], old_bad);
     const bool new_good = report(call, call.words[1], new_bad);
     if (!old_good || !new_good) return status_error;

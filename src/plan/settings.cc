@@ -5,7 +5,7 @@
 #include "nvram/image.h"
 
 Settings read_settings(std::string_view image) {
-    const nvram::Image parsed = nvram::Image(image);
+    const nvram::Image parsed = nvram::Image(std::string(image));
     Settings settings;
     for (const nvram::Entry& entry : parsed.entries())
         settings.emplace(std::string(entry.key), std::string(entry.value));

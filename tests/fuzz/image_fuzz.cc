@@ -9,7 +9,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     std::vector<nvram::BadLine> bad_lines;
-    const nvram::Image image(text, &bad_lines);
+    const nvram::Image image(std::string(text), &bad_lines);
     const std::string written = image.text();
     const nvram::Image again(written);
     if (again.text() != written) abort();
