@@ -68,6 +68,24 @@ TEST_F(PlatformTest, APipeIsReadAndWaitedFor) {
     EXPECT_EQ(output, "");
 }
 
+volatile sig_atomic_t signals = 0;
+
+// A settings library may use signals without SA_RESTART. The command waits for us to wait for it.
+TEST_F(PlatformTest, ASignalDoesNotEndAPipe) {
+    struct sigaction counting = {};
+    counting.sa_handler = [](int) { signals = signals + 1; };
+    struct sigaction before = {};
+    ASSERT_EQ(sigaction(SIGUSR1, &counting, &before), 0);
+    std::optional<std::string> output;
+    myPipe(
+        "echo one; until grep -q '^State:.S' /proc/$PPID/status; do :; done; kill -USR1 $PPID;"
+        " until grep -q '^State:.S' /proc/$PPID/status; do :; done; echo two",
+        output);
+    sigaction(SIGUSR1, &before, nullptr);
+    EXPECT_EQ(output, "one\ntwo\n");
+    EXPECT_EQ(signals, 1);
+}
+
 TEST_F(PlatformTest, APipeWithoutEndIsCutOff) {
     std::optional<std::string> output;
     EXPECT_EQ(myPipe("yes 2>/dev/null", output), 0);
