@@ -5,8 +5,12 @@
 #include <gtest/gtest.h>
 #include <limits.h>
 #include <stdarg.h>
+#include <stdlib.h>
 
+#include <algorithm>
 #include <span>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -92,6 +96,36 @@ TEST(Text, LeadingIntReadsAsAtoiAndStaysInRange) {
              Row{"- 5", 0},
          })
         EXPECT_EQ(leading_int(row.text), row.number) << row.text;
+}
+
+// The C library's answer, within int.
+void expect_as_strtoll(const std::string& text) {
+    char* end = nullptr;
+    const long long read = strtoll(text.c_str(), &end, 10);
+    const int expected = static_cast<int>(std::clamp<long long>(read, INT_MIN, INT_MAX));
+    ASSERT_EQ(leading_int(text.c_str()), expected) << text;
+
+    const char* rest = text.c_str();
+    int number = 77;
+    ASSERT_EQ(scan_int(rest, '\0', number), end != text.c_str()) << text;
+    ASSERT_EQ(number, end != text.c_str() ? expected : 77) << text;
+    ASSERT_EQ(rest, end) << text;
+}
+
+TEST(Text, NumbersReadAsTheCLibraryReadsThem) {
+    constexpr std::string_view characters = " \t\v\r-+019:x";
+    std::vector<std::string> texts = {""};
+    for (size_t i = 0; i < texts.size(); i++) {
+        expect_as_strtoll(texts[i]);
+        if (texts[i].size() == 4) continue;
+        for (const char c : characters) texts.push_back(texts[i] + c);
+    }
+    for (const long long limit : {INT_MAX * 1LL, INT_MIN * 1LL, UINT_MAX * 1LL, UINT_MAX * 2LL})
+        for (long long number = limit - 12; number <= limit + 12; number++)
+            for (const char* before : {"", " +", "000"})
+                expect_as_strtoll(before + std::to_string(number));
+    for (size_t digits = 1; digits < 40; digits++)
+        for (const char* sign : {"", "-"}) expect_as_strtoll(sign + std::string(digits, '9') + ";");
 }
 
 TEST(Text, ScanNumberKnowsNoNumberFromZero) {
