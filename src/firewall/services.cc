@@ -10,7 +10,7 @@ constexpr size_t service_name_limit = 14;
 
 // Whether the name may be the record's, told without taking the record apart: most are others', and
 // names that have a start in common mostly differ at their end.
-bool may_name(std::string_view name, std::string_view record) {
+bool may_name(std::string_view name, const std::string_view& record) {
     if (name.empty() || record.size() <= name.size()) return false;
     return (record[name.size()] == ':' || name.size() == service_name_limit) &&
            record[name.size() - 1] == name.back() && record.starts_with(name);
@@ -29,17 +29,21 @@ std::vector<std::string_view> parse_services(std::string_view table) {
 
 int search_serv(std::span<const std::string_view> records, Service& service,
                 std::string_view name) {
-    for (std::string_view record : records) {
+    for (const std::string_view& record : records) {
         if (!may_name(name, record)) continue;
-        const std::string_view record_name = cut(take_field(record, ':'), service_name_limit);
-        const std::string_view protocol = take_field(record, ':');
-        Service found = {.name = std::string(record_name), .protocol = std::string(protocol)};
+        std::string_view rest = record;
+        const std::string_view record_name = cut(take_field(rest, ':'), service_name_limit);
+        const std::string_view protocol = take_field(rest, ':');
         if (record_name.empty() || protocol.empty() || record_name != name) continue;
-        const std::string ports(record);
+        const std::string ports(rest);
         const char* text = ports.c_str();
-        if (!scan_int(text, '-', found.first_port) || !scan_int(text, '\0', found.last_port))
-            continue;
-        service = found;
+        int first_port = 0;
+        int last_port = 0;
+        if (!scan_int(text, '-', first_port) || !scan_int(text, '\0', last_port)) continue;
+        service = {.name = std::string(record_name),
+                   .protocol = std::string(protocol),
+                   .first_port = first_port,
+                   .last_port = last_port};
         return 0;
     }
     return -1;
