@@ -206,6 +206,14 @@ class Box:
                   "--callgrind-out-file=/out/%p", *command], {"VALGRIND_LIB": "/valgrind"})
         return counting.read_counts(self.root / "out")
 
+    def profile(self, command, settings):
+        """Of the first process alone, as counting.read_profile has it."""
+        self.clear(settings)
+        counting.empty(self.root / "out")
+        self.run(["/valgrind/valgrind", *counting.PROFILE, "--callgrind-out-file=/out/profile", *command],
+                 {"VALGRIND_LIB": "/valgrind"})
+        return counting.read_profile(self.root / "out/profile")
+
     def timed(self, rounds, removed, commands):
         """[(nanoseconds, kilobytes)] of each command, run in turn."""
         words = [self.build / "bench/bench_timed", self.root, str(rounds), removed]

@@ -1,6 +1,8 @@
 """Instructions, as callgrind counts them: of every process that a command starts."""
 
 import pathlib
+import re
+import subprocess
 
 # With --dump-every-bb the counts are written and begin anew at every system call: otherwise a process that forks would
 # hand its own on to its child.
@@ -27,3 +29,18 @@ def read_counts(folder):
                 if line.startswith("totals:"):
                     counts[process] = counts.get(process, 0) + int(line.split()[1])
     return [(names[process], counts[process]) for process in sorted(counts)]
+
+
+# One process, function by function.
+PROFILE = ["--tool=callgrind", "-q"]
+
+
+def read_profile(part):
+    """{function: instructions with all that it calls}, and under "" those of the whole process."""
+    printed = subprocess.run(["callgrind_annotate", "--inclusive=yes", "--threshold=100", part], check=True,
+                             capture_output=True, text=True).stdout
+    rows = {"": re.search(r"^([0-9,]+) .*PROGRAM TOTALS", printed, re.M)[1]}
+    for count, name in re.findall(r"^ *([0-9,]+) \([^)]*\)  [^:]*:(.*) \[[^]]*\]$", printed, re.M):
+        # A function of several variants stands there several times.
+        rows.setdefault(name, count)
+    return {name: int(count.replace(",", "")) for name, count in rows.items()}

@@ -43,11 +43,12 @@ std::vector<std::string_view> parse_keywords(std::string_view list) {
 std::vector<std::string_view> parse_blocked_services(std::string_view list) {
     std::vector<std::string_view> names;
     list.remove_prefix(std::min(list.size(), service_list_start));
-    while (!list.empty() && names.size() < service_capacity) {
-        const size_t end = std::min(list.find_first_of("\x01 "), list.size());
-        const std::string_view name = cut(list.substr(0, end), service_name_limit);
-        list.remove_prefix(std::min(list.size(), end + 1));
-        if (!name.empty()) names.push_back(name);
+    while (!list.empty()) {
+        std::string_view part = take_field(list, '\x01');
+        while (!part.empty() && names.size() < service_capacity) {
+            const std::string_view name = cut(take_field(part, ' '), service_name_limit);
+            if (!name.empty()) names.push_back(name);
+        }
     }
     return names;
 }

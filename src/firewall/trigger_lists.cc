@@ -23,8 +23,8 @@ PortRange take_range(std::string_view& record) {
     return {.first = std::string(first), .last = std::string(take_field(record, ':'))};
 }
 
-std::string entry(int code, const PortRange& ports) {
-    return format("%d,%s,%s", code, ports.first.c_str(), ports.last.c_str());
+std::string entry(const char* comma, int code, const PortRange& ports) {
+    return format("%s%d,%s,%s", comma, code, ports.first.c_str(), ports.last.c_str());
 }
 
 }  // namespace
@@ -44,8 +44,8 @@ TriggerLists parse_triggers(std::string_view list) {
         const PortRange incoming = take_range(record);
 
         const char* comma = lists.entries > 0 ? "," : "";
-        const std::string out = comma + entry(trigger_code, trigger);
-        const std::string in = comma + entry(incoming_code, incoming);
+        const std::string out = entry(comma, trigger_code, trigger);
+        const std::string in = entry(comma, incoming_code, incoming);
         if (lists.outport.size() + out.size() > trigger_list_limit ||
             lists.inport.size() + in.size() > trigger_list_limit)
             continue;
