@@ -23,7 +23,7 @@ const char* decimal(bool negative, unsigned magnitude, char* end) {
 // What fits in front of the line's end is written, all of it is counted. Nothing when there is a
 // conversion that only the C library knows.
 std::optional<size_t> compose_simple(char* line, size_t room, const char* text, va_list arguments) {
-    char digits[sizeof "-4294967295"];
+    char digits[sizeof "-2147483648"];
     char* const digits_end = digits + sizeof digits;
     size_t length = 0;
     while (*text != '\0') {

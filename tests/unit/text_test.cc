@@ -34,6 +34,8 @@ TEST(Text, ComposeKnowsTheUsualConversionsAndLeavesTheOthersToTheLibrary) {
     EXPECT_EQ(format("-A %s:%d %d%%", "chain", INT_MIN, INT_MAX),
               "-A chain:-2147483648 2147483647%");
     EXPECT_EQ(format("%s%s", "", ""), "");
+    const char* volatile absent = nullptr;
+    EXPECT_EQ(format("<%s>", absent), "<(null)>");
     EXPECT_EQ(format("%d", 0), "0");
     EXPECT_EQ(format("%u,%u,%u", 0U, 2147483648U, UINT_MAX), "0,2147483648,4294967295");
     // The first conversion is one of ours, the second is not: all of it goes to the library.
