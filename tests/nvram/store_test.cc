@@ -244,6 +244,9 @@ TEST(Store, LoadsTheNewestUndamagedGeneration) {
         {damaged, "-", "f=1\n", "(none)", EBADMSG},
         {"-", "", "f=1\n", "(none)", EBADMSG},
         {std::string(nvram::image_limit * 2, 'x'), "-", "f=1\n", "(none)", EBADMSG},
+        // Undamaged, but more than a working copy may hold.
+        {generation(3, "a=3\n" + std::string(nvram::image_limit + 200, '#')),
+         generation(2, "a=2\n"), "f=1\n", "a=2\n", 0},
         {"-", "-", "-", "(none)", ENOENT},
     };
     for (const Row& row : rows) {
