@@ -36,7 +36,7 @@ class RuleScript {
 
     File file_;
     size_t length_ = 0;
-    char lines_[command.size() + rule_limit + 1];
+    char lines_[command.size() + rule_limit + 1] = {};
 };
 
 // Writes one line into the current script, as its add does; -1 without one.
