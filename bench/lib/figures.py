@@ -41,7 +41,9 @@ def store_section(build):
         cells = " | ".join(f"{1e9 / each:,.0f} a second" for each in taken)
         lines.append(f"| {words} | {cells} | {taken[2] / taken[1]:.1f} times the time |")
     lines += ["", "A set reads, changes and writes the whole image, so its time grows with the image, as that of the first"
-              " get does. A commit waits for the disk that holds /tmp here."]
+              " get does: beyond that a large image costs the kernel's pages, which the C library gives back each time"
+              " (with `MALLOC_TOP_PAD_=4000000 MALLOC_TRIM_THRESHOLD_=100000000 MALLOC_MMAP_THRESHOLD_=100000000` in the"
+              " environment it grew by 10). A commit waits for the disk that holds /tmp here."]
     return lines
 
 
