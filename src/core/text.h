@@ -23,15 +23,15 @@ std::string percent_collapsed(std::string_view text);
 
 // The decimal number at the start of a text, as atoi(3) reads it: 0 when there is none. Held within
 // the range of int.
-int leading_int(const char* text);
+int leading_int(std::string_view text);
 
 // The decimal number that scanf's "%ld" would read at the start of a text; nothing when there is
 // none or when it is beyond long long.
 std::optional<long long> scan_number(const char* text);
 
 // Takes a number off the front as scanf's "%d" does, and the character that must follow it; '\0'
-// lets anything follow. False when it does not read, or is beyond int; text is then anywhere.
-bool scan_int(const char*& text, char follower, int& number);
+// lets anything follow. Held within int. False when it does not read; text is then anywhere.
+bool scan_int(std::string_view& text, char follower, int& number);
 
 // Copies src up to, not including, the first delimiter or its end. An absent src gives the empty
 // text.

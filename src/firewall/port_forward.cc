@@ -91,8 +91,8 @@ void write_range(const Network& net, const Forward& forward) {
         write_range_of_both(net, forward);
     else
         write_range_of_one(net, forward);
-    const bool has_pptp = leading_int(forward.first.c_str()) <= pptp_port &&
-                          pptp_port <= leading_int(forward.second.c_str());
+    const bool has_pptp =
+        leading_int(forward.first) <= pptp_port && pptp_port <= leading_int(forward.second);
     if (has_pptp && (both || forward.protocol == "tcp")) write_gre(net, host_of(net, forward));
 }
 

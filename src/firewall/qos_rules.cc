@@ -17,7 +17,7 @@ constexpr size_t rate_width = 7;
 constexpr size_t range_start_width = 20;
 
 int take_small_integer(std::string_view& record) {
-    return static_cast<signed char>(leading_int(std::string(take_field(record, '\x02')).c_str()));
+    return static_cast<signed char>(leading_int(take_field(record, '\x02')));
 }
 
 std::string take_text(std::string_view& record, size_t width) {

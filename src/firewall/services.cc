@@ -35,11 +35,9 @@ int search_serv(std::span<const std::string_view> records, Service& service,
         const std::string_view record_name = cut(take_field(rest, ':'), service_name_limit);
         const std::string_view protocol = take_field(rest, ':');
         if (record_name.empty() || protocol.empty() || record_name != name) continue;
-        const std::string ports(rest);
-        const char* text = ports.c_str();
         int first_port = 0;
         int last_port = 0;
-        if (!scan_int(text, '-', first_port) || !scan_int(text, '\0', last_port)) continue;
+        if (!scan_int(rest, '-', first_port) || !scan_int(rest, '\0', last_port)) continue;
         service = {.name = std::string(record_name),
                    .protocol = std::string(protocol),
                    .first_port = first_port,

@@ -36,7 +36,7 @@ TriggerLists parse_triggers(std::string_view list) {
     while (!list.empty()) {
         std::string_view record = take_field(list, '\x01');
         take_field(record, ':');  // the index
-        if (leading_int(std::string(take_field(record, ':')).c_str()) == 0) continue;
+        if (leading_int(take_field(record, ':')) == 0) continue;
         take_field(record, ':');  // the name
         trigger_code = protocol_code(take_field(record, ':'), trigger_code);
         const PortRange trigger = take_range(record);

@@ -15,7 +15,7 @@ constexpr size_t name_limit = 29;
 // The four numbers of a dotted quad; what is missing is 0.
 std::array<int, 4> quad_of(std::string_view text) {
     std::array<int, 4> quad = {};
-    for (int& number : quad) number = leading_int(std::string(take_field(text, '.')).c_str());
+    for (int& number : quad) number = leading_int(take_field(text, '.'));
     return quad;
 }
 
@@ -31,10 +31,8 @@ std::optional<StaticRoute> parse_route(std::string_view record) {
     }
     route.name = cut(route.name, name_limit);
 
-    const std::string numbers(record);
-    const char* rest = numbers.c_str();
-    if (!scan_int(rest, ':', route.metric) || !scan_int(rest, ':', route.listed) ||
-        !scan_int(rest, '\0', route.active))
+    if (!scan_int(record, ':', route.metric) || !scan_int(record, ':', route.listed) ||
+        !scan_int(record, '\0', route.active))
         return std::nullopt;
     return route;
 }

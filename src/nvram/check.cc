@@ -39,8 +39,7 @@ bool is_on(const Check& check, std::string_view key) {
 }
 
 int number_of(const Check& check, std::string_view key) {
-    // A zero byte follows each value of an image.
-    return leading_int(text_of(check, key).data());
+    return leading_int(text_of(check, key));
 }
 
 std::optional<std::uint32_t> address_of(const Check& check, std::string_view key) {

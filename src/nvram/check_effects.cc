@@ -117,7 +117,7 @@ std::string effect_by_form(const KnownSetting& known, std::string_view piece) {
         case Form::Flag:
             return "takes it as off: only a value that begins with 1 is on";
         case Form::Number:
-            return "reads it as " + std::to_string(leading_int(std::string(piece).c_str()));
+            return "reads it as " + std::to_string(leading_int(piece));
         case Form::Choice:
             return "hands it on as it stands";
         default:

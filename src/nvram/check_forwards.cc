@@ -33,8 +33,8 @@ void collect(std::vector<OpenPorts>& ports, const Check& check, const char* key,
     for (const std::string_view text : split_records(*known->record, text_of(check, key))) {
         ++entry;
         for (const Forward& forward : parse_forwards(text, store)) {
-            const int first = leading_int(forward.first.c_str());
-            const int last = is_range(key) ? leading_int(forward.second.c_str()) : first;
+            const int first = leading_int(forward.first);
+            const int last = is_range(key) ? leading_int(forward.second) : first;
             ports.push_back(
                 {.key = key, .entry = entry, .forward = forward, .first = first, .last = last});
         }
@@ -125,7 +125,7 @@ void check_triggers(Check& check) {
         ++entry;
         const std::vector<std::string_view> fields = split_fields(*known->record, text);
         if (fields.size() < known->record->fields.size()) continue;
-        if (leading_int(std::string(fields[on]).c_str()) == 0) continue;
+        if (leading_int(fields[on]) == 0) continue;
         ++count;
         check_ranges_of_trigger(check, entry, fields);
     }

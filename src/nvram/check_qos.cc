@@ -16,10 +16,6 @@ bool given(const std::string& text) {
     return !text.starts_with('0');
 }
 
-int number_in(const std::string& text) {
-    return leading_int(text.c_str());
-}
-
 struct Rule {
     std::string place;  // "entry 3"
     const QosRule& rule;
@@ -46,7 +42,7 @@ void check_mode(Check& check, const Rule& rule, bool by_priority) {
 void check_ports(Check& check, const Rule& rule) {
     const QosRule& qos = rule.rule;
     if (!given(qos.first_port) || !given(qos.last_port)) return;
-    if (number_in(qos.first_port) <= number_in(qos.last_port)) return;
+    if (leading_int(qos.first_port) <= leading_int(qos.last_port)) return;
     add_rule(check, Level::Error, rule, "has a first port above its last",
              "writes the range as it stands, and iptables refuses the rules",
              qos.last_port + " to " + qos.first_port);
@@ -61,7 +57,7 @@ void check_addresses(Check& check, const Rule& rule) {
         add_rule(check, Level::Warning, rule,
                  "is for " + qos.first_address + ", which is no host of the LAN " + lan->text(),
                  "writes a rule that no packet meets", "a host of " + lan->text());
-    if (!given(qos.last_octet) || number_in(qos.last_octet) >= static_cast<int>(*first & 255))
+    if (!given(qos.last_octet) || leading_int(qos.last_octet) >= static_cast<int>(*first & 255))
         return;
     add_rule(check, Level::Error, rule, "has a first address above its last",
              "writes a range that iptables refuses",
@@ -70,7 +66,7 @@ void check_addresses(Check& check, const Rule& rule) {
 
 void check_rate(Check& check, const Rule& rule, bool by_priority) {
     if (by_priority || rule.rule.priority != bandwidth_class) return;
-    const int rate = number_in(rule.rule.rate);
+    const int rate = leading_int(rule.rule.rate);
     const int line = number_of(check, "wan_bandwidth");
     if (rate <= 0)
         add_rule(check, Level::Error, rule, "has no rate",

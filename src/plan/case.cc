@@ -110,7 +110,7 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
         return "";
     }
     if (word == "pid") {
-        result_.world.pid = leading_int(rest.c_str());
+        result_.world.pid = leading_int(rest);
         const bool legal = result_.world.pid >= 1 && result_.world.pid <= highest_pid;
         return legal ? "" : "pid takes a number from 1 to 4194304";
     }
@@ -126,7 +126,7 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
             return "interface takes a name, an address and perhaps an MTU";
         World::Interface& stated = result_.world.interfaces[words[0]];
         if (words[1] != "-") stated.address = words[1];
-        if (words.size() == 3) stated.mtu = leading_int(words[2].c_str());
+        if (words.size() == 3) stated.mtu = leading_int(words[2]);
         if (stated.mtu < least_mtu) return "no interface has an MTU below 68";
         return "";
     }

@@ -2,8 +2,6 @@
 
 #include "sched/periods.h"
 
-#include <string>
-
 #include "core/text.h"
 
 std::string_view take_record(std::string_view& list) {
@@ -11,13 +9,11 @@ std::string_view take_record(std::string_view& list) {
 }
 
 std::optional<SchedulePeriod> parse_period(std::string_view record) {
-    const std::string copy(record);
-    const char* text = copy.c_str();
     SchedulePeriod period = {};
-    if (!scan_int(text, ':', period.day) || !scan_int(text, ':', period.start_hour) ||
-        !scan_int(text, '-', period.start_minute) || !scan_int(text, ':', period.end_hour) ||
-        !scan_int(text, '\0', period.end_minute))
-        return std::nullopt;
     period.day_text = record.substr(0, record.find(':'));
+    if (!scan_int(record, ':', period.day) || !scan_int(record, ':', period.start_hour) ||
+        !scan_int(record, '-', period.start_minute) || !scan_int(record, ':', period.end_hour) ||
+        !scan_int(record, '\0', period.end_minute))
+        return std::nullopt;
     return period;
 }

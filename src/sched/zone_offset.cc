@@ -1,7 +1,5 @@
 // What an offset text stands for.
 
-#include <string>
-
 #include "core/text.h"
 #include "sched/time_zones.h"
 
@@ -33,10 +31,7 @@ std::optional<int> offset_minutes(std::string_view offset) {
     const char sign = rest.size() > 3 ? rest[3] : '\0';
     if (sign != '-' && sign != '+') return std::nullopt;
     rest.remove_prefix(4);
-    const std::string hours(cut(take_field(rest, ' '), offset_limit));
-    const std::string suffix(rest);
-
-    int minutes = leading_int(hours.c_str()) * 60;
-    if (leading_int(suffix.c_str()) == 0) minutes += suffix_minutes(suffix);
+    int minutes = leading_int(cut(take_field(rest, ' '), offset_limit)) * 60;
+    if (leading_int(rest) == 0) minutes += suffix_minutes(rest);
     return sign == '-' ? -minutes : minutes;
 }

@@ -71,14 +71,10 @@ struct WmmNumbers {
     }
 };
 
-WmmNumbers parse_wmm(const char* text) {
+WmmNumbers parse_wmm(std::string_view text) {
     WmmNumbers wmm;
-    for (size_t i = 0; i < wmm.numbers.size(); i++) {
-        const char* number = text;
-        if (!scan_int(number, '\0', wmm.numbers[i])) break;
-        if (*number != '_') break;
-        text = number + 1;
-    }
+    for (int& number : wmm.numbers)
+        if (!scan_int(text, '_', number)) break;
     return wmm;
 }
 

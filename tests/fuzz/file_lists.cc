@@ -128,7 +128,7 @@ void expect_small_files(std::string_view bytes) {
         replace_older_run("/var/run/my_pid_wan");
         for (const Event& event : router.events())
             if (event.verb == "signal")
-                expect(leading_int(event.text.c_str() + event.text.rfind(' ')) > 1,
+                expect(leading_int(event.text.substr(event.text.rfind(' '))) > 1,
                        "only one process is signalled");
         expect(*router.world().get("/var/run/my_pid_wan") == "1000", "the run's own id");
     }

@@ -48,15 +48,15 @@ void expect_record(const nvram::KnownSetting& known, const std::string& text) {
 
 void expect_numbers(const std::string& text) {
     const std::optional<long long> scanned = scan_number(text.c_str());
-    const int leading = leading_int(text.c_str());
+    const int leading = leading_int(text);
     if (scanned)
         expect(leading == std::clamp<long long>(*scanned, INT_MIN, INT_MAX),
                "a number that is too large is held at the limit");
-    const char* rest = text.c_str();
+    std::string_view rest = text;
     int number = 0;
     if (scan_int(rest, '\0', number)) {
         expect(number == leading, "both ways of reading a number agree");
-        expect(rest > text.c_str() && rest <= text.c_str() + text.size(), "what is left is text");
+        expect(rest.size() < text.size() && text.ends_with(rest), "what is left is the end");
     } else {
         expect(leading == 0, "where there is no number there is 0");
     }
@@ -124,7 +124,7 @@ void expect_schedule(const std::string& text) {
         const std::optional<SchedulePeriod> period = parse_period(record);
         if (!period) continue;
         expect(lies_in(period->day_text, record), "the day is a part of the record");
-        expect(leading_int(std::string(period->day_text).c_str()) == period->day, "the day's text");
+        expect(leading_int(period->day_text) == period->day, "the day's text");
         const std::string written =
             format("%d:%d:%d-%d:%d", period->day, period->start_hour, period->start_minute,
                    period->end_hour, period->end_minute);

@@ -48,7 +48,7 @@ void expect_sound_events(const std::vector<Event>& events) {
             broken("this line is not cut", event.text);
         if (event.verb == "signal") {
             const size_t before_pid = event.text.rfind(' ');
-            if (leading_int(event.text.c_str() + before_pid) <= 1)
+            if (leading_int(event.text.substr(before_pid)) <= 1)
                 broken("signals more than one process", event.text);
         }
         if (event.verb == "note") broken("rc calls itself without end", event.text);

@@ -104,7 +104,7 @@ void damage(Model& model, std::string_view text) {
     const char* slot = slots[text.starts_with('b') ? 1 : 0];
     if (!disk().state.names.contains(slot)) return;
     std::string content = *disk().state.content(slot);
-    const auto place = static_cast<size_t>(leading_int(std::string(text.substr(1)).c_str()));
+    const auto place = static_cast<size_t>(leading_int(text.substr(1)));
     if (place >= content.size()) return;
     const bool was_good = nvram::decode(content).number != 0;
     content[place] = static_cast<char>(content[place] ^ 1);

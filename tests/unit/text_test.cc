@@ -105,13 +105,13 @@ void expect_as_strtoll(const std::string& text) {
     char* end = nullptr;
     const long long read = strtoll(text.c_str(), &end, 10);
     const int expected = static_cast<int>(std::clamp<long long>(read, INT_MIN, INT_MAX));
-    ASSERT_EQ(leading_int(text.c_str()), expected) << text;
+    ASSERT_EQ(leading_int(text), expected) << text;
 
-    const char* rest = text.c_str();
+    std::string_view rest = text;
     int number = 77;
     ASSERT_EQ(scan_int(rest, '\0', number), end != text.c_str()) << text;
     ASSERT_EQ(number, end != text.c_str() ? expected : 77) << text;
-    ASSERT_EQ(rest, end) << text;
+    ASSERT_EQ(rest.data(), end) << text;
 }
 
 TEST(Text, NumbersReadAsTheCLibraryReadsThem) {
@@ -140,8 +140,24 @@ TEST(Text, ScanNumberKnowsNoNumberFromZero) {
     EXPECT_EQ(scan_number("99999999999999999999999"), std::nullopt);
 }
 
+TEST(Text, NumbersEndWithTheirText) {
+    constexpr std::string_view whole = "+12:34";
+    EXPECT_EQ(leading_int(whole.substr(0, 2)), 1);
+    EXPECT_EQ(leading_int(whole.substr(0, 1)), 0);
+    EXPECT_EQ(leading_int({}), 0);
+    std::string_view rest = whole;
+    int number = 0;
+    EXPECT_TRUE(scan_int(rest, ':', number));
+    EXPECT_EQ(number, 12);
+    EXPECT_EQ(rest, "34");
+    rest = whole.substr(0, 3);
+    EXPECT_FALSE(scan_int(rest, ':', number)) << "what follows is not part of it";
+    rest = whole;
+    EXPECT_FALSE(scan_int(rest, '-', number));
+}
+
 TEST(Text, ScanIntLeavesTheNumberWhenNothingReads) {
-    const char* text = " x";
+    std::string_view text = " x";
     int number = 7;
     EXPECT_FALSE(scan_int(text, ':', number));
     EXPECT_EQ(number, 7);
