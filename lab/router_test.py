@@ -204,7 +204,12 @@ def shell():
         check(f"{host}: back", terminal.until("lab# "), terminal.seen)
     terminal.type("enter mars\n")
     check("enter mars", terminal.until("usage: enter router|provider|lan1|lan2"), terminal.seen)
+    check("enter mars: back", terminal.until("lab# "), terminal.seen)
+    # Shown by the shell's line editor, so it reads: a Ctrl-C in the moment before confuses it.
+    terminal.type("unfinished")
+    check("a line that is begun", terminal.until("unfinished"), terminal.seen)
     terminal.type("\x03")
+    check("Ctrl-C: a new prompt", terminal.until("lab# "), terminal.seen)
     terminal.type("echo still-$((1 + 1))\n")
     check("Ctrl-C leaves the shell alone", terminal.until("still-2"), terminal.seen)
     terminal.type("exit\n")
