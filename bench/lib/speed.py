@@ -182,9 +182,8 @@ def profile_section(box, totals):
     limit = AIMS["floor"][1] * totals["floor"] - sum(ours[title] for title in (LOADING, SETTINGS, SHELLS))
     lines = ["| | rc firewall create | the floor | rc's, in whole floors |", "|---|--:|--:|--:|"]
     lines += [f"| {title} | {ours[title]:,} | {floor[title]:,} | {ours[title] / totals['floor']:.2f} |" for title in ours]
-    return [*lines, "", "To be loaded, to read the settings and to start the same shells, and the one that makes its marker, leaves"
-            f" {limit:,.0f} instructions of the aim for {written} lines, {limit / written:.0f} for each; a line has some ten"
-            " parts, and one call of memcpy is 20. With those parts as they are now, and nothing else, rc would be at"
+    return [*lines, "", f"After loading, settings and shells the aim leaves {limit:,.0f} instructions for {written} lines, {limit / written:.0f} for"
+            " each; a line has some ten parts, and one call of memcpy takes 20. Were the handlers free, rc would be at"
             f" {(totals['rc'] - ours[HANDLERS]) / totals['floor']:.1f}."]
 
 
