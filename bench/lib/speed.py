@@ -156,10 +156,11 @@ def action_section(box, action, quick):
 
 LOADING = "loading the program and its libraries, and the end"
 SETTINGS = "settings: reading the image, looking them up"
+COMPOSING = "composing lines of texts and settings"
 HANDLERS = "the handlers: taking lists apart, looking services up"
 SHELLS = "the shells that are started"
 # Functions that do not call each other; C++'s are named without their arguments. What is left of main is the handlers'.
-SHARES = {SETTINGS: ("nvram_zel_safe_get",), "composing lines of texts and settings": ("compose",),
+SHARES = {SETTINGS: ("nvram_zel_safe_get",), COMPOSING: ("compose",),
           "writing files, starting shells": ("fopen", "fwrite", "fclose", "open", "write", "close", "system")}
 
 
@@ -178,12 +179,15 @@ def profile_section(box, totals):
     made = box.made_by(COMMANDS["firewall"], HOUSE)
     written = sum(content.count(b"\n") for content in made.values())
     ours = shares(box, COMMANDS["firewall"], totals["rc"])
+    unseen = [title for title in SHARES if not ours[title]]
+    if unseen:
+        raise RuntimeError(f"no function of these was seen in rc's profile: {unseen}")
     floor = shares(box, ["/bin/floor", PLAN], totals["floor"])
     limit = AIMS["floor"][1] * totals["floor"] - sum(ours[title] for title in (LOADING, SETTINGS, SHELLS))
     lines = ["| | rc firewall create | the floor | rc's, in whole floors |", "|---|--:|--:|--:|"]
     lines += [f"| {title} | {ours[title]:,} | {floor[title]:,} | {ours[title] / totals['floor']:.2f} |" for title in ours]
     return [*lines, "", f"After loading, settings and shells the aim leaves {limit:,.0f} instructions for {written} lines, {limit / written:.0f} for"
-            " each; a line has some ten parts, and one call of memcpy takes 20. Were the handlers free, rc would be at"
+            f" each; to compose one takes {ours[COMPOSING] / written:.0f} now. Were the handlers free, rc would be at"
             f" {(totals['rc'] - ours[HANDLERS]) / totals['floor']:.1f}."]
 
 
