@@ -9,8 +9,8 @@
 #include <unistd.h>
 
 #include "core/text.h"
-#include "plan/recording.h"
-#include "plan/settings.h"
+#include "plan/router/recording.h"
+#include "plan/router/settings.h"
 
 namespace {
 

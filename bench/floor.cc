@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "nvram/libnvram.h"
+#include "libnvram/libnvram.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "nvram/store.h"
+#include "libnvram/store.h"
 
 namespace {
 

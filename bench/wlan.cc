@@ -1,7 +1,7 @@
 // The configuration part of "rc wlan start", which otherwise waits for the radio: writes
 // /var/RT2860AP.dat and /tmp/wifi_acc from the settings.
 
-#include "core/rc.h"
+#include "rc/rc.h"
 #include "wireless/wireless.h"
 
 int main(int argc, char** argv) {

@@ -25,13 +25,13 @@ put() {
 
 build rcplan
 for table in sinks uses; do
-    "$build/src/plan/rcplan" sinks --table "$table" --settings lab/root/etc/default --case tests/cases/*/*.case > "$new"
-    put "src/nvram/$table.inc"
+    "$build/bin/rcplan" sinks --table "$table" --settings lab/root/etc/default --case tests/cases/*/*.case > "$new"
+    put "src/settings/$table.inc"
 done
 
 build rc_reference
 while read -r page file; do
-    "$build/src/reference/rc_reference" "$page" > "$new"
+    "$build/bin/rc_reference" "$page" > "$new"
     put "$file"
 done << 'END'
 settings.md docs/settings.md

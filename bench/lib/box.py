@@ -110,9 +110,9 @@ class Box:
         self.put(self.build / "bench/bench_empty", "bin/empty")
         for name in STAND_INS:
             os.link(self.root / "bin/empty", self.root / "bin" / name)
-        self.put(self.build / "src/core/rc", "bin/rc")
-        self.put(self.build / "src/nvram/nvram", "bin/nvram")
-        self.put(self.build / "src/nvram/libnvram.so", "lib/libnvram.so")
+        self.put(self.build / "bin/rc", "bin/rc")
+        self.put(self.build / "bin/nvram", "bin/nvram")
+        self.put(self.build / "lib/libnvram.so", "lib/libnvram.so")
         self.put(self.build / "bench/bench_floor", "bin/floor")
         self.put(self.build / "bench/bench_wlan", "bin/wlan")
         self.put(self.build / "bench/libbench_note.so", "lib/note.so")

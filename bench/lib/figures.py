@@ -9,8 +9,8 @@ import tempfile
 
 KEYS = (100, 1000, 10000)
 WORDS = {"get": "a get, the image at hand", "first_get": "a process's first get", "set": "a set", "commit": "a commit"}
-TARGETS = {"rc": "src/core/rc", "libnvram.so": "src/nvram/libnvram.so", "nvram": "src/nvram/nvram",
-           "nvram without the settings table": "src/nvram/nvram_without_table"}
+TARGETS = {"rc": "bin/rc", "libnvram.so": "lib/libnvram.so", "nvram": "bin/nvram",
+           "nvram without the settings table": "bin/nvram_without_table"}
 PLATFORMS = (("x86-64", "release", ""), ("MIPS, little-endian", "mipsel", "mipsel-linux-gnu-"))
 
 

@@ -13,7 +13,7 @@ skip() {
 # needs NAME: what the box is made of.
 needs() {
     local file program
-    for file in src/core/rc src/nvram/nvram src/nvram/libnvram.so; do
+    for file in bin/rc bin/nvram lib/libnvram.so; do
         if [ ! -e "$build/$file" ]; then
             echo "$1: $build/$file is missing: build the project first" >&2
             exit 2
@@ -32,16 +32,15 @@ nobody() {
 # give_up_rights NAME: where root is to be an ordinary user, that user runs lab/NAME with `again LAB BUILD`.
 give_up_rights() {
     [ "$as_user" ] && [ "$(id -u)" -eq 0 ] || return
-    if ! nobody test -r "$lab/$1" || ! nobody test -r "$build/src/core/rc"; then
+    if ! nobody test -r "$lab/$1" || ! nobody test -r "$build/bin/rc"; then
         # They are below a folder of somebody else's own: the user gets a copy of what is needed.
         copy=$(mktemp -d)
-        mkdir -p "$copy/build/src/core" "$copy/build/src/nvram"
+        mkdir -p "$copy/build/bin" "$copy/build/lib"
         cp -R "$lab" "$copy/lab"
-        cp "$build/src/core/rc" "$copy/build/src/core/"
-        cp "$build/src/nvram/nvram" "$build/src/nvram/libnvram.so" "$copy/build/src/nvram/"
-        if [ -e "$build/src/plan/rcplan" ]; then
-            mkdir "$copy/build/src/plan"
-            cp "$build/src/plan/rcplan" "$copy/build/src/plan/"
+        cp "$build/bin/rc" "$build/bin/nvram" "$copy/build/bin/"
+        cp "$build/lib/libnvram.so" "$copy/build/lib/"
+        if [ -e "$build/bin/rcplan" ]; then
+            cp "$build/bin/rcplan" "$copy/build/bin/"
         fi
         chmod -R go+rX "$copy"
         again "$copy/lab" "$copy/build"

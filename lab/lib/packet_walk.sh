@@ -68,7 +68,7 @@ remember_router() {
 
 # planned WORDS...: what rcplan says after "rc firewall start", or after $action; one JSON object.
 planned() {
-    "$build/src/plan/rcplan" packet --json --no-why --settings "$root/tmp/nvram" --world "$world/router.world" \
+    "$build/bin/rcplan" packet --json --no-why --settings "$root/tmp/nvram" --world "$world/router.world" \
         "$@" ${action:+$action}
 }
 

@@ -65,10 +65,10 @@ make_root() {
     mkdir -p "$root"/{bin,dev,flash,host,lib,proc,sbin,sys,tmp,usr/bin,usr/lib,usr/sbin,var/run}
     cp -R "$lab/root/." "$root/"
     install_listed_programs || return 1
-    install_program "$build/src/core/rc" /usr/sbin/rc
-    install_program "$build/src/nvram/nvram" /usr/sbin/nvram
-    install -m 755 "$build/src/nvram/libnvram.so" "$root/usr/lib/libnvram.so"
-    install_libraries "$build/src/nvram/libnvram.so"
+    install_program "$build/bin/rc" /usr/sbin/rc
+    install_program "$build/bin/nvram" /usr/sbin/nvram
+    install -m 755 "$build/lib/libnvram.so" "$root/usr/lib/libnvram.so"
+    install_libraries "$build/lib/libnvram.so"
     mount --bind "$world/flash" "$root/flash"
     : > "$root/dev/mtd0"
     mount --bind "$world/mtd0" "$root/dev/mtd0"

@@ -13,7 +13,7 @@ friend=198.51.100.201
 separator=$'\x01'
 field=$'\x02'
 
-if [ ! -x "$build/src/plan/rcplan" ]; then
+if [ ! -x "$build/bin/rcplan" ]; then
     echo "no rcplan in this build (RC_TESTS is off)"
     exit 77
 fi

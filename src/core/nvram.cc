@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "core/text.h"
-#include "nvram/libnvram.h"
+#include "libnvram/libnvram.h"
 
 Setting::Setting(char* owned) : text_(owned) {}
 

@@ -2,7 +2,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "nvram/check.h"
+#include "check/check.h"
 #include "nvram/verbs.h"
 
 namespace nvram {

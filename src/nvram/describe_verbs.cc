@@ -2,10 +2,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "nvram/forms.h"
-#include "nvram/sinks.h"
-#include "nvram/uses.h"
 #include "nvram/verbs.h"
+#include "settings/forms.h"
+#include "settings/sinks.h"
+#include "settings/uses.h"
 
 namespace nvram {
 

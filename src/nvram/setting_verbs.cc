@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "nvram/secret.h"
+#include "libnvram/secret.h"
 #include "nvram/verbs.h"
 
 namespace nvram {

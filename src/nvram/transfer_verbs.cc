@@ -6,7 +6,7 @@
 #include <cstring>
 #include <utility>
 
-#include "nvram/generation.h"
+#include "libnvram/generation.h"
 #include "nvram/verbs.h"
 
 namespace nvram {

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "nvram/store.h"
+#include "libnvram/store.h"
 
 namespace nvram {
 

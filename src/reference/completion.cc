@@ -4,7 +4,7 @@
 #include <map>
 #include <stdexcept>
 
-#include "core/apps.h"
+#include "rc/apps.h"
 #include "reference/completion_functions.h"
 #include "reference/reference.h"
 #include "reference/words.h"

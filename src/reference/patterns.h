@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "nvram/known_settings.h"
+#include "settings/table.h"
 
 // Decimal numbers from low to high; zeros may stand before them.
 std::string number_pattern(std::int64_t low, std::int64_t high);

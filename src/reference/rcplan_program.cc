@@ -1,5 +1,7 @@
 // The command line of rcplan, as its own options tell it.
-#include "plan/commands.h"
+#include <CLI/CLI.hpp>
+
+#include "rcplan/command_line.h"
 #include "reference/programs.h"
 
 namespace {

@@ -5,10 +5,10 @@
 #include <span>
 #include <string>
 
-#include "nvram/known_settings.h"
-#include "nvram/uses.h"
 #include "reference/examples.h"
 #include "reference/programs.h"
+#include "settings/table.h"
+#include "settings/uses.h"
 
 struct Reference {
     std::span<const nvram::SettingGroup> groups;

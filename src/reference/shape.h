@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "nvram/known_settings.h"
+#include "settings/table.h"
 
 // A field and what stands before it.
 struct ShapePiece {

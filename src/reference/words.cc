@@ -5,7 +5,7 @@
 
 #include <cctype>
 
-#include "nvram/image.h"
+#include "libnvram/image.h"
 
 using nvram::Form;
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "nvram/known_settings.h"
+#include "settings/table.h"
 
 // The words of a list that blanks part, or '|' where one of them holds a blank.
 std::vector<std::string_view> split_words(std::string_view text);

@@ -3,7 +3,7 @@
 #include "core/command.h"
 #include "core/file.h"
 #include "core/platform.h"
-#include "nvram/libnvram.h"
+#include "libnvram/libnvram.h"
 #include "wan/wan.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include "core/file.h"
 #include "core/platform.h"
 #include "core/text.h"
-#include "nvram/libnvram.h"
+#include "libnvram/libnvram.h"
 #include "wan/ppp.h"
 #include "wan/wan.h"
 

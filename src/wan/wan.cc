@@ -10,7 +10,7 @@
 #include "core/platform.h"
 #include "core/run_markers.h"
 #include "core/text.h"
-#include "nvram/libnvram.h"
+#include "libnvram/libnvram.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 
 #include <map>
 
-#include "plan/actions.h"
-#include "plan/case.h"
+#include "plan/router/actions.h"
+#include "plan/router/case.h"
 
 namespace {
 
@@ -66,7 +66,7 @@ constexpr const char* modes[] = {"r", "w", "a", "r+", "w", "pipe", "socket"};
 
 constexpr const char* zones[] = {"UTC+0", "GMT-1", "GMT+5 b", "XX -7 2", "EST5EDT", ":x", ""};
 
-using Answers = std::map<std::vector<std::string>, std::set<Question>>;
+using Answers = std::map<std::vector<std::string>, std::set<Input>>;
 Answers& known_answers() {
     static Answers answers;
     return answers;
@@ -149,36 +149,36 @@ void mutate_host(World& world, const std::string& name, Random& random) {
         world.hosts[name] = one_in(random, 4) ? "2001:db8::1" : drawn_address(random);
 }
 
-void answer_otherwise(Case& stated, const Question& question, Random& random) {
+void answer_otherwise(Case& stated, const Input& input, Random& random) {
     World& world = stated.world;
-    switch (question.kind) {
-        case Question::Kind::Setting:
-            mutate_setting(stated.settings, question.name, random);
+    switch (input.kind) {
+        case Input::Kind::Setting:
+            mutate_setting(stated.settings, input.name, random);
             return;
-        case Question::Kind::Flash:
+        case Input::Kind::Flash:
             mutate_flash(stated, random);
             return;
-        case Question::Kind::Address:
-        case Question::Kind::Mac:
-        case Question::Kind::Mtu:
-            mutate_interface(world, question.name, random);
+        case Input::Kind::Address:
+        case Input::Kind::Mac:
+        case Input::Kind::Mtu:
+            mutate_interface(world, input.name, random);
             return;
-        case Question::Kind::Output:
-            mutate_output(world, question.name, random);
+        case Input::Kind::Output:
+            mutate_output(world, input.name, random);
             return;
-        case Question::Kind::File:
-            mutate_file(world, question.name, random);
+        case Input::Kind::File:
+            mutate_file(world, input.name, random);
             return;
-        case Question::Kind::Host:
-            mutate_host(world, question.name, random);
+        case Input::Kind::Host:
+            mutate_host(world, input.name, random);
             return;
-        case Question::Kind::Clock:
+        case Input::Kind::Clock:
             mutate_clock(world, random);
             return;
-        case Question::Kind::Uptime:
+        case Input::Kind::Uptime:
             world.uptime_microseconds = static_cast<long long>(random()) * 2 * 1'000'000;
             return;
-        case Question::Kind::Pid:
+        case Input::Kind::Pid:
             world.pid = 1 + static_cast<int>(below(random, 4194304));
             return;
     }
@@ -194,7 +194,7 @@ void mutate_command(Case& stated, Random& random) {
     stated.words = one_in(random, 3) ? one_of(random, odd_commands) : one_of(random, actions);
 }
 
-void deny(World& world, const std::set<Question>& asked, Random& random) {
+void deny(World& world, const std::set<Input>& asked, Random& random) {
     if (!world.denied.empty() && one_in(random, 2)) {
         world.denied.clear();
         return;
@@ -207,7 +207,7 @@ void deny(World& world, const std::set<Question>& asked, Random& random) {
 
 }  // namespace
 
-void remember_asked(const std::vector<std::string>& words, const std::set<Question>& asked) {
+void remember_asked(const std::vector<std::string>& words, const std::set<Input>& asked) {
     // Words that a mutation made up are many, and each is met once.
     constexpr size_t most_commands = 512;
     Answers& answers = known_answers();
@@ -217,12 +217,11 @@ void remember_asked(const std::vector<std::string>& words, const std::set<Questi
 
 void mutate(Case& stated, Random& random) {
     const auto known = known_answers().find(stated.words);
-    const std::set<Question> none;
-    const std::set<Question>& asked = known == known_answers().end() ? none : known->second;
+    const std::set<Input> none;
+    const std::set<Input>& asked = known == known_answers().end() ? none : known->second;
     if (!asked.empty() && !one_in(random, 6)) {
-        const auto question =
-            std::next(asked.begin(), static_cast<long>(below(random, asked.size())));
-        answer_otherwise(stated, *question, random);
+        const auto input = std::next(asked.begin(), static_cast<long>(below(random, asked.size())));
+        answer_otherwise(stated, *input, random);
         return;
     }
     switch (below(random, 8)) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "plan/question.h"
+#include "plan/router/input.h"
 #include "values.h"
 
 struct Case;
@@ -18,7 +18,7 @@ void mutate(Case& stated, Random& random);
 // Takes over some of another case's givens.
 void cross(Case& stated, const Case& other, Random& random);
 
-// What rc asked of its surroundings in a run with these words. Kept for later mutations.
-void remember_asked(const std::vector<std::string>& words, const std::set<Question>& asked);
+// What rc read from its environment in a run with these words. Kept for later mutations.
+void remember_asked(const std::vector<std::string>& words, const std::set<Input>& asked);
 
 #endif

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "plan/case.h"
+#include "plan/router/case.h"
 
 // Up to and with "expect": parse_case reads the same givens from it. What a case file cannot say is
 // left out: words, names and paths that hold a double quote, and hardware addresses.

@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
-#include "nvram/check.h"
-#include "nvram/image.h"
-#include "nvram/secret.h"
+#include "check/check.h"
+#include "libnvram/image.h"
+#include "libnvram/secret.h"
 #include "values.h"
 
 namespace {

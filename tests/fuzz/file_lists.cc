@@ -5,16 +5,16 @@
 
 #include <algorithm>
 
-#include "core/boot.h"
-#include "core/factory_data.h"
 #include "core/file.h"
 #include "core/run_markers.h"
 #include "core/text.h"
 #include "expect.h"
 #include "lan/leases.h"
 #include "lists.h"
-#include "plan/recording.h"
-#include "plan/settings.h"
+#include "plan/router/recording.h"
+#include "plan/router/settings.h"
+#include "rc/boot.h"
+#include "rc/factory_data.h"
 
 namespace {
 

@@ -11,12 +11,12 @@
 #include <sstream>
 
 #include "case_text.h"
-#include "core/apps.h"
-#include "nvram/forms.h"
-#include "nvram/generation.h"
-#include "nvram/known_settings.h"
-#include "plan/actions.h"
-#include "plan/case.h"
+#include "libnvram/generation.h"
+#include "plan/router/actions.h"
+#include "plan/router/case.h"
+#include "rc/apps.h"
+#include "settings/forms.h"
+#include "settings/table.h"
 
 namespace {
 

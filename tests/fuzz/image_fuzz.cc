@@ -3,8 +3,8 @@
 
 #include <stdlib.h>
 
-#include "nvram/generation.h"
-#include "nvram/image.h"
+#include "libnvram/generation.h"
+#include "libnvram/image.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);

@@ -11,9 +11,9 @@
 #include "core/command.h"
 #include "core/text.h"
 #include "firewall/rules.h"
-#include "nvram/image.h"
-#include "plan/case.h"
-#include "plan/recording.h"
+#include "libnvram/image.h"
+#include "plan/router/case.h"
+#include "plan/router/recording.h"
 
 namespace {
 

@@ -7,12 +7,12 @@
 
 #include "core/text.h"
 #include "expect.h"
-#include "nvram/generation.h"
-#include "nvram/image.h"
-#include "nvram/libnvram.h"
-#include "nvram/places.h"
-#include "nvram/store.h"
-#include "plan/settings.h"
+#include "libnvram/generation.h"
+#include "libnvram/image.h"
+#include "libnvram/libnvram.h"
+#include "libnvram/places.h"
+#include "libnvram/store.h"
+#include "plan/router/settings.h"
 #include "simulated_disk.h"
 
 namespace {

@@ -4,8 +4,8 @@
 
 #include <ctype.h>
 
-#include "nvram/forms.h"
-#include "nvram/image.h"
+#include "libnvram/image.h"
+#include "settings/forms.h"
 
 // libFuzzer's own mutations, with its dictionary and what it has seen in comparisons.
 extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t max_size);

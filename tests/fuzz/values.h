@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "nvram/known_settings.h"
-#include "plan/settings.h"
+#include "plan/router/settings.h"
+#include "settings/table.h"
 
 using Random = std::minstd_rand;
 

@@ -32,18 +32,18 @@ def line(number, count, *branches, **more):
 
 
 # main.cc: line 1 is a comment, lines 5 to 7 are its function.
-counts = [{'file': 'src/core/main.cc',
+counts = [{'file': 'src/rc/main.cc',
            'lines': [line(1, 0, **{'gcovr/noncode': True}), line(5, 3, 3, 0), line(6, 0), line(7, 3)]},
           {'file': 'src/wan/wan.cc', 'lines': [line(1, 1, 1, 1, 0)]}]
 table = tool.figures(counts)
-expect('a folder', table['core'], [3, 2, 2, 1])
+expect('a folder', table['rc'], [3, 2, 2, 1])
 expect('another folder', table['wan'], [1, 1, 3, 2])
 expect('a folder without counts', table['lan'], [0, 0, 0, 0])
 expect('all', table['all'], [4, 3, 5, 3])
 left = tool.lines_left(counts)
-expect('the line that did not run', left, [('src/core/main.cc', 6, 'return rc_main(argc, argv);')])
+expect('the line that did not run', left, [('src/rc/main.cc', 6, 'return rc_main(argc, argv);')])
 expect('the lines with a branch that was not taken', [(some.file, some.number) for some in tool.branches_left(counts)],
-       [('src/core/main.cc', 5), ('src/wan/wan.cc', 1)])
+       [('src/rc/main.cc', 5), ('src/wan/wan.cc', 1)])
 
 expect('percent of all', tool.percent(10, 10), 100.0)
 expect('percent of nearly all', tool.percent(9999, 10000), 99.9)
@@ -51,7 +51,7 @@ expect('enough', tool.too_few({'all': [1000, 980, 0, 0]}), [])
 expect('too few', tool.too_few({'all': [1000, 979, 0, 0]}), ['fewer than 98 % of the lines ran'])
 
 REASONS = '''# what the file is
-src/core/main.cc
+src/rc/main.cc
   Nobody calls it,
   whatever happens.
   | return rc_main(argc, argv);
@@ -59,16 +59,16 @@ src/core/main.cc
   | }
 '''
 groups = tool.read_left(REASONS)
-expect('reasons', groups, [('src/core/main.cc', 'Nobody calls it, whatever happens.', ['return rc_main(argc, argv);']),
-                           ('src/core/main.cc', 'Another reason.', ['}'])])
+expect('reasons', groups, [('src/rc/main.cc', 'Nobody calls it, whatever happens.', ['return rc_main(argc, argv);']),
+                           ('src/rc/main.cc', 'Another reason.', ['}'])])
 expect('a reason whose line runs', tool.compare_left(groups, left),
-       ['has a reason, but runs or is gone: src/core/main.cc: }'])
+       ['has a reason, but runs or is gone: src/rc/main.cc: }'])
 expect('the same text twice, one reason', tool.compare_left(groups[:1], left + left),
-       ['no reason: src/core/main.cc: return rc_main(argc, argv);'])
-expect('no reason', tool.compare_left([], left), ['no reason: src/core/main.cc: return rc_main(argc, argv);'])
+       ['no reason: src/rc/main.cc: return rc_main(argc, argv);'])
+expect('no reason', tool.compare_left([], left), ['no reason: src/rc/main.cc: return rc_main(argc, argv);'])
 expect('all as it should be', tool.compare_left(groups[:1], left), [])
-expect('a reason without a line', tool.compare_left(tool.read_left('src/core/main.cc\n  Why?\n'), []),
-       ['a reason without a line: src/core/main.cc: Why?'])
+expect('a reason without a line', tool.compare_left(tool.read_left('src/rc/main.cc\n  Why?\n'), []),
+       ['a reason without a line: src/rc/main.cc: Why?'])
 for text in ['  | a line without a file', 'src/a.cc\n  | a line without a reason', 'something else']:
     with contextlib.redirect_stderr(io.StringIO()):
         try:
@@ -78,8 +78,8 @@ for text in ['  | a line without a file', 'src/a.cc\n  | a line without a reason
     expect(f'broken reasons: {text!r}', found, 2)
 
 page = tool.section(table, groups, 12)
-for row in ['| `src/core` | 3 | 2 | 66.6 | 2 | 1 | 50.0 |', '| all | 4 | 3 | 75.0 | 5 | 3 | 60.0 |',
-            '- `src/core/main.cc`: Another reason.', '      }']:
+for row in ['| `src/rc` | 3 | 2 | 66.6 | 2 | 1 | 50.0 |', '| all | 4 | 3 | 75.0 | 5 | 3 | 60.0 |',
+            '- `src/rc/main.cc`: Another reason.', '      }']:
     expect(f'the page has: {row}', row in page.split('\n'), True)
 expect('the page of all', 'No line is left.' in tool.section(table, [], None), True)
 

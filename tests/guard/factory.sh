@@ -12,7 +12,7 @@ trap 'rm -rf "$folder"' EXIT
 # Every word in quotes, and the keys that are put together: numbered WEP keys, and the WAN's further connections, of
 # which the settings hold the first.
 {
-    grep -ohE '"[A-Za-z][A-Za-z0-9_]*"' src/core/*.cc src/lan/*.cc src/wan/*.cc src/sched/*.cc src/firewall/*.cc \
+    grep -ohE '"[A-Za-z][A-Za-z0-9_]*"' src/core/*.cc src/rc/*.cc src/lan/*.cc src/wan/*.cc src/sched/*.cc src/firewall/*.cc \
         src/wireless/*.cc
     grep -ohE '"wifi_key%s[0-9]"' src/wireless/*.cc | sed 's/\(.*\)%s\(.*\)/\11\2\n\12\2\n\13\2\n\14\2/'
     grep -ohE '\("wan_ifname" \+ ' src/lan/igmp.cc | sed 's/.*/"wan_ifname1"/'
@@ -32,7 +32,7 @@ status=0
 complain() {
     [ -z "$2" ] || { echo "$1"; echo "$2"; status=1; }
 }
-complain 'in the sources, not in the table (src/nvram/settings_*.cc):' "$(comm -23 "$folder/named" "$folder/known")"
+complain 'in the sources, not in the table (src/settings/settings_*.cc):' "$(comm -23 "$folder/named" "$folder/known")"
 complain 'in the table, not in the sources:' "$(comm -13 "$folder/words" "$folder/known")"
 complain "in the table, not in $factory:" "$(sort -u "$folder/given" | comm -13 - "$folder/known")"
 complain "in $factory, not in the table:" "$(sort -u "$folder/given" | comm -23 - "$folder/known")"

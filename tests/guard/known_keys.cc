@@ -1,7 +1,7 @@
 // Prints the keys of the table of all settings, one a line.
 #include <cstdio>
 
-#include "nvram/known_settings.h"
+#include "settings/table.h"
 
 int main() {
     for (const nvram::SettingGroup& group : nvram::setting_groups())

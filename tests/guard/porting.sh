@@ -10,7 +10,7 @@ trap 'rm -rf "$folder"' EXIT
 status=0
 
 # The code, comments gone and adjacent literals joined.
-sed 's|//.*||; /#include/d' src/core/*.cc src/lan/*.cc src/wan/*.cc src/sched/*.cc src/firewall/*.cc src/wireless/*.cc |
+sed 's|//.*||; /#include/d' src/core/*.cc src/rc/*.cc src/lan/*.cc src/wan/*.cc src/sched/*.cc src/firewall/*.cc src/wireless/*.cc |
     awk '/"$/ { printf "%s", $0; next } { print }' | sed 's/" *"//g' > "$folder/sources"
 # What the cases have rc run, by itself and in the scripts that it writes.
 awk '$1 != "|" { script = 0 }

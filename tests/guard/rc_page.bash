@@ -10,7 +10,7 @@ wanted() {
     echo "not in $page: $1"
     failures=$((failures + 1))
 }
-code() { sed 's|//.*||' src/{core,lan,wan,sched,firewall,wireless}/*.cc; }
+code() { sed 's|//.*||' src/{core,rc,lan,wan,sched,firewall,wireless}/*.cc; }
 
 # The completion has the applications and their actions from the tables.
 # shellcheck source=completion/rc.bash

@@ -1,6 +1,6 @@
 // nvram check: values by themselves, records field by field, what is missing and what is unknown.
 #include "check_kit.h"
-#include "nvram/records.h"
+#include "settings/records.h"
 
 namespace {
 

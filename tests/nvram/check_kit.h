@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "nvram/check.h"
-#include "nvram/known_settings.h"
+#include "check/check.h"
+#include "settings/table.h"
 
 // The factory settings, with a network and a password of the user's own: nothing to be found.
 inline std::string sound_settings() {

@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-#include "nvram/generation.h"
+#include "libnvram/generation.h"
 #include "temporary_folder.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <cerrno>
 #include <random>
 
-#include "nvram/generation.h"
-#include "nvram/store.h"
+#include "libnvram/generation.h"
+#include "libnvram/store.h"
 #include "simulated_disk.h"
 
 namespace {

@@ -1,10 +1,10 @@
 // The forms that values have: what is of a form, what is not, and the form in words.
-#include "nvram/forms.h"
+#include "settings/forms.h"
 
 #include <gtest/gtest.h>
 
-#include "nvram/addresses.h"
-#include "nvram/records.h"
+#include "core/ipv4.h"
+#include "settings/records.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 // A generation's file: its bytes, and that no damaged one is ever taken.
-#include "nvram/generation.h"
+#include "libnvram/generation.h"
 
 #include <gtest/gtest.h>
 

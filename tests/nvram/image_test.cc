@@ -1,11 +1,11 @@
 // The text image: what is read, what is kept of a person's slips, what is written.
-#include "nvram/image.h"
+#include "libnvram/image.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
-#include "nvram/secret.h"
+#include "libnvram/secret.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The store's system calls when the system interrupts or refuses them: the linker puts these
 // functions in the place of the C library's (--wrap).
-#include "nvram/store_io.h"
+#include "libnvram/store_io.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <deque>
 
-#include "nvram/store.h"
+#include "libnvram/store.h"
 #include "temporary_folder.h"
 
 namespace {

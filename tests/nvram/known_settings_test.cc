@@ -1,5 +1,5 @@
 // The table of all settings: telling rows, what holds of every row, and the factory settings.
-#include "nvram/known_settings.h"
+#include "settings/table.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -10,8 +10,8 @@
 #include <set>
 #include <sstream>
 
-#include "nvram/image.h"
-#include "nvram/secret.h"
+#include "libnvram/image.h"
+#include "libnvram/secret.h"
 #include "sched/time_zones.h"
 
 using namespace nvram;

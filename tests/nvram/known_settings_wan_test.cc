@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "nvram/known_settings.h"
+#include "settings/table.h"
 
 using namespace nvram;
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <string>
 
-#include "nvram/known_settings.h"
+#include "settings/table.h"
 
 using namespace nvram;
 

@@ -1,7 +1,7 @@
 // The root folder of the library under test: $NVRAM_TEST_ROOT.
 #include <cstdlib>
 
-#include "nvram/places.h"
+#include "libnvram/places.h"
 
 namespace nvram {
 

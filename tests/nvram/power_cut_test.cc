@@ -3,8 +3,8 @@
 // ones.
 #include <gtest/gtest.h>
 
-#include "nvram/generation.h"
-#include "nvram/store.h"
+#include "libnvram/generation.h"
+#include "libnvram/store.h"
 #include "simulated_disk.h"
 
 namespace {

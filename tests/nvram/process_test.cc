@@ -15,8 +15,8 @@
 #include <random>
 #include <thread>
 
-#include "nvram/generation.h"
-#include "nvram/store.h"
+#include "libnvram/generation.h"
+#include "libnvram/store.h"
 #include "temporary_folder.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "nvram/store_io.h"
+#include "libnvram/store_io.h"
 
 namespace {
 

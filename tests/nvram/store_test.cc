@@ -1,12 +1,12 @@
 // The store over the simulated disk: what each operation leaves, and that a failure leaves nothing
 // changed.
-#include "nvram/store.h"
+#include "libnvram/store.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 
-#include "nvram/generation.h"
+#include "libnvram/generation.h"
 #include "simulated_disk.h"
 
 namespace {

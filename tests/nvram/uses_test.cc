@@ -1,5 +1,5 @@
 // Looking up which actions use a setting.
-#include "nvram/uses.h"
+#include "settings/uses.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // How two settings files differ in effect, and which of the settings are behind each difference.
 
-#include "plan/diff.h"
+#include "plan/diff/diff.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "plan/influence.h"
+#include "plan/trace/influence.h"
 
 namespace {
 
@@ -112,7 +112,7 @@ TEST(Neighbours, StayInTheirKind) {
 }
 
 TEST(Statements, ReadAsSentences) {
-    using Kind = Question::Kind;
+    using Kind = Input::Kind;
     EXPECT_EQ(statement({Kind::Setting, "lan_if"}, "br0"), "lan_if=br0");
     EXPECT_EQ(statement({Kind::Setting, "lan_if"}, ""), "lan_if=");
     EXPECT_EQ(statement({Kind::Setting, "lan_if"}, std::nullopt), "lan_if is not set");

@@ -1,11 +1,11 @@
 // What iptables lines leave in the tables: order, policies, refusals, and where each rule came
 // from.
 
-#include "plan/netfilter.h"
+#include "plan/netfilter/netfilter.h"
 
 #include <gtest/gtest.h>
 
-#include "plan/script.h"
+#include "plan/router/shell_script.h"
 
 namespace {
 

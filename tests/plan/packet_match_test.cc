@@ -1,12 +1,12 @@
 // What each condition of a rule asks of a packet, what iptables takes of it, and the order in which
 // the kernel asks.
 
-#include "plan/rule_reading.h"
+#include "plan/netfilter/rule_reading.h"
 #include "walked.h"
 
 namespace {
 
-Surroundings home() {
+Networks home() {
     return {.lan_if = "br0",
             .lan = read_network("192.168.1.1/24"),
             .wan_if = "eth2.2",

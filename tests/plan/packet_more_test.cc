@@ -200,10 +200,10 @@ TEST(Packet, LookUpsOfALinkThatIsDown) {
     const Netfilter tables = tables_after(
         "iptables -I PREROUTING -t nat -i br0 -p udp --dport 53 -d 192.168.1.1 -j DNAT --to"
         " 10.112.112.112\n");
-    const Surroundings home = {.lan_if = "br0",
-                               .lan = read_network("192.168.1.1/24"),
-                               .wan_if = "ppp0",
-                               .addresses = {{"br0", 0xc0a80101}}};
+    const Networks home = {.lan_if = "br0",
+                           .lan = read_network("192.168.1.1/24"),
+                           .wan_if = "ppp0",
+                           .addresses = {{"br0", 0xc0a80101}}};
     EXPECT_EQ(
         walk_of(tables, home, "proto=udp src=192.168.1.33 dst=192.168.1.1 dport=53").verdict_text(),
         "ACCEPT by FORWARD's policy, to 10.112.112.112:53 (DNAT by rule 1 of nat's PREROUTING)");
@@ -256,7 +256,7 @@ TEST(Packet, RulesThatOnlyCountAndReturn) {
 }
 
 TEST(PacketOptions, WhatIsDeduced) {
-    const Surroundings home = surroundings_of(Router().world());
+    const Networks home = networks_of(Router().world());
     struct Row {
         const char* options;
         std::vector<std::string> assumptions;
@@ -286,7 +286,7 @@ TEST(PacketOptions, WhatIsDeduced) {
 }
 
 TEST(PacketOptions, WhatIsWrong) {
-    const Surroundings home = surroundings_of(Router().world());
+    const Networks home = networks_of(Router().world());
     struct Row {
         const char* options;
         const char* message;
@@ -337,7 +337,7 @@ TEST(Packet, MalformedRulesNeverCrash) {
     size_t open = 0;
     const auto try_script = [&](const std::string& text) {
         const Netfilter tables = tables_after(text);
-        const Walk walk = walk_of(tables, surroundings_of(router.world()), web_from_lan);
+        const Walk walk = walk_of(tables, networks_of(router.world()), web_from_lan);
         EXPECT_NE(walk.verdict_text(), "");
         EXPECT_GE(tables.chains.size(), 11u);
         refused += tables.refused.size();

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "plan/masks.h"
-#include "plan/produced.h"
+#include "plan/trace/produced.h"
+#include "plan/trace/redaction.h"
 
 namespace {
 
@@ -23,9 +23,8 @@ struct MadeRun {
         plan.after.world.put(path, content);
     }
     void depends(size_t event, size_t line, const char* key, const char* value, bool decides) {
-        provenance.add(
-            {event, line},
-            {.question = {Question::Kind::Setting, key}, .answer = value, .decides = decides});
+        provenance.add({event, line},
+                       {.input = {Input::Kind::Setting, key}, .answer = value, .decides = decides});
     }
 };
 
@@ -162,14 +161,12 @@ TEST(Masks, OtherSettingsAreNoSecrets) {
     run.depends(0, 0, "lan_if", "br0", false);
     const Masks masks(run.plan, run.provenance);
     EXPECT_EQ(masks.line({0, 0}, "route br0"), "route br0");
-    EXPECT_EQ(masks.answer({.question = {Question::Kind::Setting, "lan_if"}, .answer = "br0"}),
-              "br0");
-    EXPECT_EQ(masks.answer(
-                  {.question = {Question::Kind::Setting, "wifi_psk_pwd1"}, .answer = "12345678"}),
-              "********");
+    EXPECT_EQ(masks.answer({.input = {Input::Kind::Setting, "lan_if"}, .answer = "br0"}), "br0");
+    EXPECT_EQ(
+        masks.answer({.input = {Input::Kind::Setting, "wifi_psk_pwd1"}, .answer = "12345678"}),
+        "********");
     // That there is none may be seen.
-    EXPECT_EQ(masks.answer({.question = {Question::Kind::Setting, "wifi_psk_pwd1"}, .answer = ""}),
-              "");
+    EXPECT_EQ(masks.answer({.input = {Input::Kind::Setting, "wifi_psk_pwd1"}, .answer = ""}), "");
 }
 
 TEST(Masks, WhatTheRunStoresIsHiddenInEveryLine) {

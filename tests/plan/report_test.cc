@@ -6,12 +6,12 @@
 
 #include <set>
 
-#include "core/apps.h"
-#include "nvram/known_settings.h"
-#include "plan/html.h"
-#include "plan/report.h"
-#include "plan/report_map.h"
-#include "plan/report_page.h"
+#include "plan/report/html.h"
+#include "plan/report/report.h"
+#include "plan/report/report_map.h"
+#include "plan/report/report_page.h"
+#include "rc/apps.h"
+#include "settings/table.h"
 
 namespace {
 
@@ -281,7 +281,7 @@ TEST(Report, OneByteThatIsZeroShowsAFileInHexadecimal) {
     plan.after.transcript.add_with_body("write", "/bytes", std::string("\0ab\n<c", 6));
     plan.after.world.put("/bytes", std::string("\0ab\n<c", 6));
     Provenance provenance;
-    provenance.add({0, 2}, {.question = {Question::Kind::Setting, "lan_if"}, .answer = "br0"});
+    provenance.add({0, 2}, {.input = {Input::Kind::Setting, "lan_if"}, .answer = "br0"});
     const std::string page = report_html(plan, provenance);
     expect_sound(page);
     expect_shows(page, "<code>00 61 62 0a 3c 63</code>");

@@ -1,13 +1,13 @@
 // Which restarts bring a running router from one settings file to another.
 
-#include "plan/restarts.h"
+#include "plan/diff/restarts.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "plan/plan.h"
-#include "plan/recording.h"
-#include "plan/running.h"
+#include "plan/diff/running.h"
+#include "plan/router/plan.h"
+#include "plan/router/recording.h"
 
 namespace {
 

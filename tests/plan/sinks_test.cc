@@ -1,7 +1,7 @@
 // The search for sinks, over a program of our own in rc's place: one sink of each kind, and texts
 // that must not be taken for one.
 
-#include "plan/sinks.h"
+#include "plan/trace/sink_search.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,8 +10,8 @@
 #include "core/file.h"
 #include "core/nvram.h"
 #include "core/platform.h"
-#include "core/rc.h"
 #include "core/text.h"
+#include "rc/rc.h"
 
 namespace {
 

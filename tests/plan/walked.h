@@ -5,9 +5,10 @@
 #include <gtest/gtest.h>
 
 #include "core/text.h"
-#include "plan/packet_options.h"
-#include "plan/plan.h"
-#include "plan/settings.h"
+#include "plan/netfilter/packet_options.h"
+#include "plan/netfilter/packet_walk.h"
+#include "plan/router/plan.h"
+#include "plan/router/settings.h"
 
 // "in=br0 proto=tcp dst=10.0.0.2 dport=80 over-limit"; in a payload "+" stands for a blank.
 inline PacketOptions options_of(std::string_view text) {
@@ -49,14 +50,13 @@ inline PacketOptions options_of(std::string_view text) {
 }
 
 // The walk of a packet that the options describe well.
-inline Walk walk_of(const Netfilter& tables, const Surroundings& surroundings,
-                    std::string_view packet) {
-    const auto stated = state_packet(options_of(packet), surroundings);
+inline Walk walk_of(const Netfilter& tables, const Networks& networks, std::string_view packet) {
+    const auto stated = state_packet(options_of(packet), networks);
     if (const auto* error = std::get_if<PacketError>(&stated)) {
         ADD_FAILURE() << packet << ": " << error->message;
         return {};
     }
-    return walk_packet(tables, surroundings, std::get<StatedPacket>(stated).packet);
+    return walk_packet(tables, networks, std::get<StatedPacket>(stated).packet);
 }
 
 // The tables after a script that is written and run.
@@ -91,7 +91,7 @@ class Router {
     Walk walk(std::string_view packet) const {
         const Plan plan = make_plan(world_, words_);
         return walk_of(netfilter_of(plan.after.transcript, plan.before),
-                       surroundings_of(plan.after.world), packet);
+                       networks_of(plan.after.world), packet);
     }
     std::string verdict(std::string_view packet) const { return walk(packet).verdict_text(); }
 

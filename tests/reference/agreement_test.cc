@@ -5,11 +5,11 @@
 #include <regex>
 #include <set>
 
-#include "nvram/forms.h"
-#include "nvram/records.h"
 #include "reference/examples.h"
 #include "reference/patterns.h"
 #include "reference/words.h"
+#include "settings/forms.h"
+#include "settings/records.h"
 
 namespace {
 

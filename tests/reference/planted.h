@@ -2,9 +2,9 @@
 #ifndef RC_TESTS_REFERENCE_PLANTED_H
 #define RC_TESTS_REFERENCE_PLANTED_H
 
-#include "nvram/known_settings.h"
-#include "nvram/uses.h"
 #include "reference/reference.h"
+#include "settings/table.h"
+#include "settings/uses.h"
 
 namespace planted {
 

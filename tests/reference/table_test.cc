@@ -5,7 +5,7 @@
 #include <regex>
 #include <set>
 
-#include "core/apps.h"
+#include "rc/apps.h"
 #include "reference/patterns.h"
 #include "reference/reference.h"
 #include "reference/words.h"

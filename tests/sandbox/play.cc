@@ -10,7 +10,7 @@
 #include <iterator>
 
 #include "kit.h"
-#include "plan/case.h"
+#include "plan/router/case.h"
 #include "root.h"
 #include "seal.h"
 #include "trace.h"

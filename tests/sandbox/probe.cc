@@ -6,11 +6,11 @@
 
 #include <string_view>
 
-#include "core/boot.h"
 #include "core/command.h"
 #include "core/file.h"
 #include "core/platform.h"
-#include "core/rc.h"
+#include "rc/boot.h"
+#include "rc/rc.h"
 
 namespace {
 

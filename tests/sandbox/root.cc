@@ -7,7 +7,7 @@
 
 #include <filesystem>
 
-#include "nvram/generation.h"
+#include "libnvram/generation.h"
 #include "trace.h"
 
 namespace fs = std::filesystem;

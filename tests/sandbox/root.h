@@ -5,7 +5,7 @@
 #include <string>
 
 #include "kit.h"
-#include "plan/world.h"
+#include "plan/router/world.h"
 
 // Puts the kit's files into a folder, to be linked into each root.
 bool store_kit(const Kit& kit, const std::string& folder);

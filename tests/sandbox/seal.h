@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "plan/world.h"
+#include "plan/router/world.h"
 
 // Gives this process mounts of its own, as the root of a user namespace where it is no root
 // already, with an empty file system in memory on top of private_folder. It goes with the process.

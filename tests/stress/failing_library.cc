@@ -6,7 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "nvram/libnvram.h"
+#include "libnvram/libnvram.h"
 
 namespace {
 

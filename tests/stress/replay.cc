@@ -5,7 +5,7 @@
 #include <map>
 #include <set>
 
-#include "nvram/image.h"
+#include "libnvram/image.h"
 
 namespace {
 

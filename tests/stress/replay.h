@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "plan/case.h"
-#include "plan/recording.h"
+#include "plan/router/case.h"
+#include "plan/router/recording.h"
 
 // One run of a case's command, and the router that it leaves.
 struct Played {

@@ -12,9 +12,9 @@
 #include <filesystem>
 #include <iostream>
 
+#include "libnvram/generation.h"
 #include "names.h"
-#include "nvram/generation.h"
-#include "plan/world.h"
+#include "plan/router/world.h"
 #include "tests/sandbox/kit.h"
 #include "tests/sandbox/root.h"
 #include "tests/sandbox/seal.h"

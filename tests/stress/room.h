@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "plan/settings.h"
+#include "plan/router/settings.h"
 
 namespace stress {
 

@@ -2,8 +2,8 @@
 
 #include "state.h"
 
-#include "nvram/generation.h"
-#include "nvram/image.h"
+#include "libnvram/generation.h"
+#include "libnvram/image.h"
 #include "room.h"
 
 namespace stress {

@@ -6,7 +6,7 @@
 #include <set>
 #include <string>
 
-#include "plan/settings.h"
+#include "plan/router/settings.h"
 
 namespace stress {
 

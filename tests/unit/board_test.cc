@@ -2,8 +2,8 @@
 
 #include <errno.h>
 
-#include "core/boot.h"
-#include "core/factory_data.h"
+#include "rc/boot.h"
+#include "rc/factory_data.h"
 #include "recorded.h"
 
 namespace {

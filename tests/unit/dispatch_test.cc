@@ -3,10 +3,10 @@
 
 #include <algorithm>
 
-#include "core/apps.h"
 #include "core/command.h"
-#include "core/rc.h"
 #include "core/run_markers.h"
+#include "rc/apps.h"
+#include "rc/rc.h"
 #include "recorded.h"
 
 namespace {

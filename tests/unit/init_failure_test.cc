@@ -1,6 +1,6 @@
 // What rc does when its boot initialisation fails.
 
-#include "core/rc.h"
+#include "rc/rc.h"
 #include "recorded.h"
 
 namespace {

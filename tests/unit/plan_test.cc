@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include "core/command.h"
-#include "plan/case.h"
-#include "plan/recording.h"
+#include "plan/router/case.h"
+#include "plan/router/recording.h"
+#include "plan/router/shell_effects.h"
 
 namespace {
 

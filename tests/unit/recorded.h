@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include "plan/recording.h"
-#include "plan/settings.h"
+#include "plan/router/recording.h"
+#include "plan/router/settings.h"
 
 class RecordedTest : public testing::Test {
   protected:

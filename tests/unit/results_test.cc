@@ -6,11 +6,11 @@
 #include <functional>
 #include <iterator>
 
-#include "core/apps.h"
-#include "core/boot.h"
 #include "core/run_state.h"
 #include "lan/leases.h"
-#include "plan/case.h"
+#include "plan/router/case.h"
+#include "rc/apps.h"
+#include "rc/boot.h"
 #include "recorded.h"
 #include "wan/wan.h"
 #include "wireless/wireless.h"

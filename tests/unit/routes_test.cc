@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "plan/recording.h"
-#include "plan/settings.h"
+#include "plan/router/recording.h"
+#include "plan/router/settings.h"
 
 namespace {
 

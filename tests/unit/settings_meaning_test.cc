@@ -6,9 +6,9 @@
 #include <sstream>
 
 #include "core/run_state.h"
-#include "nvram/known_settings.h"
-#include "nvram/setting_areas.h"
 #include "recorded.h"
+#include "settings/areas.h"
+#include "settings/table.h"
 #include "wireless/wireless.h"
 
 namespace {

@@ -99,7 +99,7 @@ def grouped(tried, key, equivalents):
 INTRODUCTION = """\
 A mutant is a copy of one source in which one thing is changed: a character of a text, a number by one, a comparison, a
 sign, a truth; two neighbouring statements (declarations aside) or rows change places; a statement or what stands behind
-an else is left out. The place is drawn by chance from all places of src/core, lan, wan, sched, firewall and wireless
+an else is left out. The place is drawn by chance from all places of src/core, rc, lan, wan, sched, firewall and wireless
 (without main and what the recording platform takes the place of) and of the settings store; a seed gives the same mutants
 again. One that does not compile with warnings as errors, or that the compiler makes the same object of, at -Os or at -O2,
 is drawn again. The cases are played with each mutant, then the unit tests; it survives when all of them pass. What

@@ -1,0 +1,161 @@
+// The firewall: NAT, remote management, the DMZ, access control and URL blocking.
+#include "check/check_parts.h"
+#include "firewall/block_lists.h"
+#include "firewall/services.h"
+#include "settings/records.h"
+
+namespace nvram {
+
+namespace {
+
+constexpr std::size_t service_capacity = 100;
+constexpr std::size_t passed_over = 4;
+constexpr std::string_view separators = "\x01 ";
+
+void check_nat(Check& check) {
+    if (is_on(check, "fw_nat")) return;
+    const bool off = begins_with(check, "fw_nat", '0');
+    add(check, Level::Warning, "fw_nat",
+        {.problem = "is not 1",
+         .effect =
+             std::string("leaves FORWARD open: whoever reaches the WAN side reaches the LAN") +
+             (off ? "; addresses are not translated" : ""),
+         .cure = "fw_nat=1"});
+}
+
+void check_remote(Check& check) {
+    if (!is_on(check, "fw_remote")) return;
+    if (begins_with(check, "fw_remote_type", '3'))
+        add(check, Level::Warning, "fw_remote_type",
+            {.problem = "opens the web interface to every host of the WAN",
+             .effect = "redirects port " + escaped(text_of(check, "fw_remote_port")) +
+                       " of the WAN to it, whoever asks",
+             .cure = "fw_remote_type=1 with fw_remote_single, or 2 with a range"});
+    const std::optional<std::uint32_t> start = parse_quad(text_of(check, "fw_remote_range_start"));
+    const std::optional<std::uint32_t> end = parse_quad(text_of(check, "fw_remote_range_end"));
+    if (!begins_with(check, "fw_remote_type", '2') || !start || !end || *start <= *end) return;
+    add(check, Level::Error, "fw_remote_range_start",
+        {.problem = "is above fw_remote_range_end=" + quad_text(*end),
+         .effect = "writes a range that holds no address, or that iptables refuses",
+         .cure = assignment("fw_remote_range_start", quad_text(*end)) + " " +
+                 assignment("fw_remote_range_end", quad_text(*start))});
+}
+
+// A setting that names a host of the LAN.
+void check_lan_host(Check& check, const char* switch_key, const char* key, const char* effect) {
+    const std::optional<Net> lan = lan_of(check);
+    const std::optional<std::uint32_t> host = address_of(check, key);
+    if (!is_on(check, switch_key) || !lan || !host) return;
+    if (*host == lan->address) {
+        add(check, Level::Error, key,
+            {.problem = "is the router's own address",
+             .effect = effect,
+             .cure = "another host of " + lan->text()});
+    } else if (!lan->has_host(*host)) {
+        add(check, Level::Error, key,
+            {.problem = "is no host of the LAN " + lan->text(),
+             .effect = effect,
+             .cure = "a host of " + lan->text()});
+    }
+}
+
+void check_dmz(Check& check) {
+    check_lan_host(check, "fw_dmz_enable", "fw_dmz",
+                   "sends all that comes from the WAN to an address that is not there");
+    if (!is_on(check, "fw_dmz_enable") || is_on(check, "fw_nat")) return;
+    add(check, Level::Warning, "fw_dmz_enable",
+        {.problem = "is on without fw_nat=1", .effect = "writes no DMZ rule", .cure = "fw_nat=1"});
+}
+
+bool service_is_known(const Check& check, std::string_view name) {
+    Service service;
+    return search_serv(text_of(check, "fw_services_def"), service, name) == 0 ||
+           search_serv(text_of(check, "fw_services"), service, name) == 0;
+}
+
+void check_service_names(Check& check, Level level) {
+    const std::vector<std::string_view> names =
+        parse_blocked_services(text_of(check, "access_control"));
+    std::string_view unknown;
+    std::string left_alone;
+    for (const std::string_view name : names) {
+        if (unknown.empty() && service_is_known(check, name)) continue;
+        if (unknown.empty()) unknown = name;
+        if (!left_alone.empty()) left_alone += ", ";
+        append_escaped(left_alone, name);
+    }
+    if (unknown.empty()) return;
+    add(check, level, "access_control",
+        {.problem =
+             "names " + quoted(unknown) + ", which neither fw_services_def nor fw_services has",
+         .effect = "stops there, and blocks none of these: " + left_alone,
+         .cure = "a name that fw_services has, as name:protocol:first-last"});
+}
+
+void check_service_list(Check& check) {
+    const std::string_view list = text_of(check, "access_control");
+    if (list.empty()) return;
+    // With another ac_control the list is there for later.
+    const Level level = number_of(check, "ac_control") == 2 ? Level::Error : Level::Warning;
+    const std::string_view head = list.substr(0, passed_over);
+    if (list.size() <= passed_over || head.find_first_of(separators) != std::string_view::npos)
+        add(check, level, "access_control",
+            {.problem = "has no four characters before its first name",
+             .effect = "passes over " + quoted(head) + ", whatever it is",
+             .cure = "four other characters before the first name, such as 0000"});
+    check_service_names(check, level);
+
+    std::size_t count = 0;
+    std::string_view rest = list.substr(head.size());
+    while (!rest.empty()) {
+        const std::size_t end = std::min(rest.find_first_of(separators), rest.size());
+        if (end > 0) ++count;
+        rest.remove_prefix(std::min(rest.size(), end + 1));
+    }
+    if (count <= service_capacity) return;
+    add(check, level, "access_control",
+        {.problem = "has " + std::to_string(count) + " names, and the most is " +
+                    std::to_string(service_capacity),
+         .effect = "passes over the rest",
+         .cure = "at most " + std::to_string(service_capacity) + " names"});
+}
+
+// The services of one table: their ports, and whether another table hides them.
+void check_service_table(Check& check, const char* key) {
+    const KnownSetting* const known = find_known(key);
+    if (known == nullptr) return;
+    const bool users_own = known->key == std::string_view("fw_services");
+    unsigned entry = 0;
+    for (const std::string_view text : split_records(*known->record, text_of(check, key))) {
+        ++entry;
+        const std::string name(text.substr(0, text.find(':')));
+        const std::string place = place_text(entry, nullptr) + ": " + quoted(name);
+        Service service;
+        if (search_serv(text, service, name) != 0) continue;
+        if (service.first_port > service.last_port)
+            add(check, Level::Error, key,
+                {.problem = place + " has a first port above its last",
+                 .effect = "writes the range as it stands, and iptables refuses the rule",
+                 .cure = "first " + std::to_string(service.last_port) + ", last " +
+                         std::to_string(service.first_port)});
+        if (users_own && search_serv(text_of(check, "fw_services_def"), service, name) == 0)
+            add(check, Level::Warning, key,
+                {.problem = place + " has the name of a service in fw_services_def",
+                 .effect = "takes the one of fw_services_def",
+                 .cure = "another name"});
+    }
+}
+
+}  // namespace
+
+void check_firewall(Check& check) {
+    check_nat(check);
+    check_remote(check);
+    check_dmz(check);
+    check_lan_host(check, "fw_block_trust_enable", "fw_block_trust", "exempts nobody");
+    check_service_list(check);
+    check_service_table(check, "fw_services_def");
+    check_service_table(check, "fw_services");
+}
+
+}  // namespace nvram

@@ -1,0 +1,225 @@
+// Values by themselves: their forms, and the shapes of their records.
+#include <algorithm>
+#include <iterator>
+
+#include "check/check_parts.h"
+#include "libnvram/secret.h"
+#include "settings/records.h"
+
+namespace nvram {
+
+namespace {
+
+constexpr std::size_t near = 2;
+
+// The word that was probably meant; none among words of a letter or two, which are all near.
+std::string_view nearest_word(const Limits& limits, std::string_view value) {
+    std::string_view nearest;
+    std::size_t distance = near + 1;
+    for (const std::string_view word : words_of(limits.choices)) {
+        const std::size_t found = edit_distance(word, value, near);
+        if (found >= distance || found + 1 >= word.size()) continue;
+        distance = found;
+        nearest = word;
+    }
+    return nearest;
+}
+
+// What may be written instead: the nearest word, or what the factory has.
+std::string better_value(const KnownSetting& known, std::string_view value) {
+    const Limits limits = limits_of(known);
+    if (limits.form == Form::Choice && !value.empty())
+        return std::string(nearest_word(limits, value));
+    return known.factory;
+}
+
+std::string cure_of(const KnownSetting& known, std::string_view value) {
+    const std::string better = better_value(known, value);
+    return better.empty() ? wanted(limits_of(known)) : assignment(known.key, better);
+}
+
+// Texts that rc cuts; longer ones of other settings go on as they are, to a driver that refuses
+// them.
+constexpr std::string_view cut_by_rc[] = {"device_name", "http_realm", "mail_title"};
+
+void check_length(Check& check, const KnownSetting& known, std::string_view value) {
+    const auto limit = static_cast<std::size_t>(known.high);
+    if (known.form != Form::Text || limit == 0 || value.size() <= limit) return;
+    const bool cut =
+        std::find(std::begin(cut_by_rc), std::end(cut_by_rc), known.key) != std::end(cut_by_rc);
+    const std::string most = std::to_string(limit);
+    const std::string_view kept = value.substr(0, limit);
+    const std::string kept_text = "keeps the first " + most + ": " + quoted(kept);
+    add(check, cut ? Level::Warning : Level::Error, known.key,
+        {.problem = "has " + std::to_string(value.size()) + " characters, and the most is " + most,
+         .effect =
+             cut ? kept_text : "hands all of it on, to a driver that takes no more than " + most,
+         .cure = is_secret(known.key) ? "at most " + most + " characters"
+                                      : assignment(known.key, kept)});
+}
+
+void check_flag(Check& check, const KnownSetting& known, std::string_view value) {
+    if (known.form != Form::Flag || value.size() == 1) return;
+    add(check, Level::Warning, known.key,
+        {.problem = "is longer than a flag",
+         .effect = std::string("looks at the first character, ") + value[0] + ", and at no other",
+         .cure = assignment(known.key, value.substr(0, 1))});
+}
+
+void check_field(Check& check, const KnownSetting& known, const Piece& piece, const Field& field) {
+    Limits limits = limits_of(field);
+    // Of a record's flag every character counts.
+    if (field.form == Form::Flag) limits = {.form = Form::Choice, .choices = "0 1"};
+    const std::string place = place_text(piece.entry, field.name);
+    if (piece.text.empty()) {
+        if (field.may_be_empty) return;
+        add(check, Level::Error, known.key,
+            {.problem = place + ": is empty: " + wanted(limits) + " is wanted",
+             .effect = effect_of_wrong(check, known, ""),
+             .cure = wanted(limits)});
+        return;
+    }
+    const std::string problem = form_problem(limits, piece.text);
+    if (!problem.empty()) {
+        add(check, Level::Error, known.key,
+            {.problem = place + ": " + quoted(piece.text) + " " + problem,
+             .effect = effect_of_wrong(check, known, piece.text),
+             .cure = wanted(limits)});
+        return;
+    }
+    const auto limit = static_cast<std::size_t>(field.high);
+    if (field.form != Form::Text || limit == 0 || piece.text.size() <= limit) return;
+    add(check, Level::Warning, known.key,
+        {.problem = place + ": " + quoted(piece.text) + " has " +
+                    std::to_string(piece.text.size()) + " characters, and the most is " +
+                    std::to_string(limit),
+         .effect = "keeps " + quoted(piece.text.substr(0, limit)),
+         .cure = "at most " + std::to_string(limit) + " characters"});
+}
+
+void check_entry(Check& check, const KnownSetting& known, std::string_view text, unsigned entry) {
+    const Record& record = *known.record;
+    const std::vector<std::string_view> fields = split_fields(record, text);
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        const Piece piece = {.text = fields[i], .entry = entry, .field = record.fields[i].name};
+        check_field(check, known, piece, record.fields[i]);
+    }
+    if (fields.size() == record.fields.size()) return;
+    std::string where = place_text(entry, nullptr);
+    if (!where.empty()) where += ": ";
+    add(check, Level::Error, known.key,
+        {.problem =
+             where + quoted(text) + " ends before field " + record.fields[fields.size()].name,
+         .effect = "does not use the entry as it is meant",
+         .cure = std::string("an entry of the form ") + quoted(record.shape)});
+}
+
+// Whether a record takes a place in rc's store.
+bool is_counted(const Record& record, std::string_view text) {
+    if (*record.counted == '\0') return true;
+    const std::vector<std::string_view> fields = split_fields(record, text);
+    const std::size_t place = field_place(record, record.counted);
+    return place < fields.size() && fields[place] == "1";
+}
+
+void check_count(Check& check, const KnownSetting& known,
+                 const std::vector<std::string_view>& records) {
+    const Record& record = *known.record;
+    std::size_t counted = 0;
+    std::string unused;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        if (!is_counted(record, records[i]) || ++counted <= record.most) continue;
+        unused += unused.empty() ? "does not use entry " : ", ";
+        unused += std::to_string(i + 1);
+    }
+    if (record.most == 0 || counted <= record.most) return;
+    const char* const on = *record.counted == '\0' ? "" : " that are on";
+    add(check, Level::Error, known.key,
+        {.problem = "has " + std::to_string(counted) + " entries" + on + ", and the most is " +
+                    std::to_string(record.most),
+         .effect = unused,
+         .cure = "at most " + std::to_string(record.most) + " entries" + on});
+}
+
+void check_records(Check& check, const KnownSetting& known, std::string_view value) {
+    const Record& record = *known.record;
+    const std::vector<std::string_view> records = split_records(record, value);
+    unsigned entry = 0;
+    for (const std::string_view text : records) {
+        ++entry;
+        if (!text.empty()) {
+            check_entry(check, known, text, record.between == '\0' ? 0 : entry);
+            continue;
+        }
+        add(check, Level::Note, known.key,
+            {.problem = "entry " + std::to_string(entry) + " is empty",
+             .effect = "passes it over",
+             .cure = "one separator between two entries"});
+    }
+    check_count(check, known, records);
+}
+
+// A further WAN connection's interface, whose number igmp_port gives.
+bool is_made_up_by_rc(std::string_view key) {
+    constexpr std::string_view beginning = "wan_ifname";
+    return key.starts_with(beginning) && key.size() == beginning.size() + 1;
+}
+
+}  // namespace
+
+void check_form(Check& check, const KnownSetting& known, std::string_view value) {
+    // Its names are parted by blanks, too; check_firewall.cc reads it as rc does.
+    if (known.key == std::string_view("access_control")) return;
+    if (known.record != nullptr) return check_records(check, known, value);
+    const std::string problem = form_problem(limits_of(known), value);
+    if (!problem.empty()) {
+        add(check, Level::Error, known.key,
+            {.problem = problem,
+             .effect = effect_of_wrong(check, known, value),
+             .cure = cure_of(known, value)});
+        return;
+    }
+    check_length(check, known, value);
+    check_flag(check, known, value);
+}
+
+void check_missing(Check& check, const KnownSetting& known, bool absent) {
+    const bool differs = absent && *known.when_absent != '\0';
+    if (known.may_be_empty && !differs) return;
+    std::string effect = differs ? known.when_absent : known.when_empty;
+    if (effect.empty()) effect = "reads the empty text";
+    const Level level = !differs ? Level::Error : known.may_be_empty ? Level::Note : Level::Warning;
+    add(check, level, known.key,
+        {.problem = absent ? "is not set" : "is empty: " + wanted(limits_of(known)) + " is wanted",
+         .effect = effect,
+         .cure = cure_of(known, "")});
+}
+
+void check_unknown(Check& check, std::string_view key) {
+    if (is_made_up_by_rc(key)) return;
+    std::string_view nearest;
+    std::size_t distance = near + 1;
+    for (const SettingGroup& group : setting_groups()) {
+        for (const KnownSetting& known : group.settings) {
+            const std::size_t found = edit_distance(known.key, key, near);
+            if (found >= distance) continue;
+            distance = found;
+            nearest = known.key;
+        }
+    }
+    if (nearest.empty()) {
+        add(check, Level::Note, key,
+            {.problem = "is no setting of rc's", .effect = "never reads it", .cure = ""});
+        return;
+    }
+    // The slip may be in the name of a password.
+    const bool secret = is_secret(key) || is_secret(nearest);
+    const std::string_view value = secret ? "..." : text_of(check, key);
+    add(check, Level::Note, key,
+        {.problem = "is no setting of rc's; there is " + std::string(nearest),
+         .effect = "never reads it",
+         .cure = assignment(nearest, value)},
+        secret);
+}
+
+}  // namespace nvram

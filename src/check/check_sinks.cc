@@ -1,0 +1,279 @@
+// What a value does to the lines that rc puts it into: whether it stays the text that was meant.
+#include <algorithm>
+
+#include "check/check_parts.h"
+#include "libnvram/secret.h"
+#include "settings/records.h"
+
+namespace nvram {
+
+namespace {
+
+constexpr std::string_view white_space = " \t";
+constexpr std::string_view special_when_bare = ";&|<>()$`\\\"'\n*?[";
+// At the start of a word only: a comment, a home folder.
+constexpr std::string_view special_at_word_start = "#~";
+constexpr std::string_view special_in_double_quotes = "\"$`\\";
+constexpr std::string_view all_special = "\n\t !\"#$%&'()*;<>?[\\]^`{|}~";
+
+// Characters that rc puts a backslash before. What is escaped where is told by each sink; this is
+// for showing the line as it comes out.
+struct Escaped {
+    const char* key;
+    std::string_view characters;
+};
+constexpr std::string_view of_accounts = "\\\"$'`";
+constexpr std::string_view of_station = "`\"";
+constexpr Escaped escaped_keys[] = {
+    {"l2tp_password", of_accounts},  {"l2tp_username", of_accounts},
+    {"pppoe_password", of_accounts}, {"pppoe_service", of_accounts},
+    {"pppoe_username", of_accounts}, {"pptp_password", of_accounts},
+    {"pptp_username", of_accounts},  {"wifi_key13", of_station},
+    {"wifi_key23", of_station},      {"wifi_key33", of_station},
+    {"wifi_key43", of_station},      {"wifi_psk2_pwd3", of_station},
+    {"wifi_psk_pwd3", of_station},
+};
+
+// What a text does that it should not do.
+struct Danger {
+    Level level;
+    std::string characters;  // those that do it, each once; empty when it is all of them
+    std::string_view reason;
+};
+using Dangers = std::vector<Danger>;
+
+// A text where a shell reads it.
+struct Place {
+    std::string_view before;
+    std::string_view behind;
+};
+
+bool holds(std::string_view characters, char c) {
+    return characters.find(c) != std::string_view::npos;
+}
+
+void note_character(std::string& characters, char c) {
+    if (!holds(characters, c)) characters += c;
+}
+
+std::string found_in(std::string_view text, std::string_view characters) {
+    std::string found;
+    for (const char c : text)
+        if (holds(characters, c)) note_character(found, c);
+    return found;
+}
+
+void add_danger(Dangers& dangers, Level level, const std::string& characters,
+                std::string_view reason) {
+    if (!characters.empty()) dangers.push_back({level, characters, reason});
+}
+
+// Without the characters that rc does not let through; the table tells of special ones only.
+std::string passing(std::string_view text, std::string_view passes) {
+    std::string rest;
+    for (const char c : text)
+        if (!holds(all_special, c) || holds(passes, c)) rest += c;
+    return rest;
+}
+
+void find_bare(Dangers& dangers, std::string_view text, const Place& place) {
+    std::string special;
+    char before = place.before.empty() ? ' ' : place.before.back();
+    for (const char c : text) {
+        const bool at_start = holds(white_space, before) && holds(special_at_word_start, c);
+        if (at_start || holds(special_when_bare, c)) note_character(special, c);
+        before = c;
+    }
+    add_danger(dangers, Level::Error, special, "outside quotes a shell reads more into it");
+    add_danger(dangers, Level::Warning, found_in(text, white_space),
+               "a shell makes several words of it");
+
+    const bool redirected = place.behind.starts_with('>') || place.behind.starts_with('<');
+    const std::size_t word = text.find_last_of(white_space) + 1;  // npos + 1 is 0
+    const bool new_word = word > 0 || place.before.empty() || place.before.ends_with(' ');
+    if (redirected && new_word && word < text.size() &&
+        text.find_first_not_of("0123456789", word) == std::string_view::npos)
+        dangers.push_back(
+            {Level::Error, "", "ends in a number right before > or <, which a shell takes along"});
+}
+
+void find_in_double_quotes(Dangers& dangers, std::string_view text) {
+    add_danger(dangers, Level::Error, found_in(text, special_in_double_quotes),
+               "between double quotes a shell reads more into it");
+}
+
+void find_in_single_quotes(Dangers& dangers, std::string_view text) {
+    add_danger(dangers, Level::Error, found_in(text, "'"), "it ends the single quotes");
+}
+
+// What quotes are open at the end of the start of a shell line.
+Quoting quoting_behind(std::string_view start) {
+    Quoting quoting = Quoting::Bare;
+    for (std::size_t i = 0; i < start.size(); ++i) {
+        if (start[i] == '\\' && quoting != Quoting::SingleQuoted) {
+            ++i;
+        } else if (start[i] == '\'' && quoting != Quoting::DoubleQuoted) {
+            quoting = quoting == Quoting::Bare ? Quoting::SingleQuoted : Quoting::Bare;
+        } else if (start[i] == '"' && quoting != Quoting::SingleQuoted) {
+            quoting = quoting == Quoting::Bare ? Quoting::DoubleQuoted : Quoting::Bare;
+        }
+    }
+    return quoting;
+}
+
+void find_in_shell(Dangers& dangers, Quoting quoting, std::string_view text, const Place& place) {
+    if (quoting == Quoting::Bare) find_bare(dangers, text, place);
+    if (quoting == Quoting::DoubleQuoted) find_in_double_quotes(dangers, text);
+    if (quoting == Quoting::SingleQuoted) find_in_single_quotes(dangers, text);
+}
+
+// Where the command of a system crontab's line begins, behind five fields of time and the user;
+// npos when the line's start does not reach it.
+std::size_t command_start(std::string_view start) {
+    constexpr int fields = 6;
+    std::size_t at = 0;
+    for (int field = 0; field < fields; ++field) {
+        at = start.find_first_of(white_space, at);
+        if (at == std::string_view::npos) return at;
+        at = std::min(start.find_first_not_of(white_space, at), start.size());
+    }
+    return at;
+}
+
+bool sets_variable(std::string_view line) {
+    const std::size_t name_end = line.find_first_of(" \t=");
+    return name_end != std::string_view::npos && line[name_end] == '=';
+}
+
+void find_in_crontab(Dangers& dangers, std::string_view text, const Place& place) {
+    add_danger(dangers, Level::Error, found_in(text, "\n"), "it begins a line of its own");
+    if (sets_variable(place.before)) return;
+    const std::size_t start = command_start(place.before);
+    if (start == std::string_view::npos) {
+        add_danger(dangers, Level::Error, found_in(text, white_space),
+                   "cron takes what follows for the next field");
+        return;
+    }
+    add_danger(dangers, Level::Error, found_in(text, "%"), "cron ends the command there");
+    Place inside = place;
+    inside.before.remove_prefix(start);
+    find_in_shell(dangers, quoting_behind(inside.before), text, inside);
+}
+
+std::string_view escaped_in(std::string_view key) {
+    for (const Escaped& escaped : escaped_keys)
+        if (key == escaped.key) return escaped.characters;
+    return {};
+}
+
+Dangers dangers_in(const Sink& sink, std::string_view whole) {
+    const std::string text = passing(whole, sink.passes);
+    const std::string_view line = sink.line;
+    const std::size_t at = std::min(line.find('\x01'), line.size());
+    const Place place = {.before = line.substr(0, at),
+                         .behind = line.substr(std::min(line.size(), at + 1))};
+    Dangers dangers;
+    if (sink.quoting == Quoting::File)
+        add_danger(dangers, Level::Error, found_in(text, "\n"), "it begins a line of its own");
+    if (sink.quoting == Quoting::Crontab) find_in_crontab(dangers, text, place);
+    find_in_shell(dangers, sink.quoting, text, place);
+    // Between double quotes a backslash protects no single quote, and stays.
+    if (sink.quoting == Quoting::DoubleQuoted && holds(escaped_in(sink.key), '\''))
+        add_danger(dangers, Level::Warning, found_in(whole, "'"),
+                   "it arrives with a backslash before it");
+    return dangers;
+}
+
+std::string characters_in_words(const std::string& characters) {
+    std::string words;
+    for (const char c : characters) {
+        if (!words.empty()) words += ' ';
+        if (c == ' ') words += "a blank";
+        if (c == '\t') words += "a tab";
+        if (c == '\n') words += "a newline";
+        if (!holds(" \t\n", c)) words += c;
+    }
+    return words;
+}
+
+// One thing that a piece of a value does, in however many lines.
+struct Harm {
+    Danger danger;
+    const Sink* first;
+    unsigned more;
+};
+
+void note_harm(std::vector<Harm>& harms, const Danger& danger, const Sink& sink) {
+    for (Harm& harm : harms) {
+        if (harm.danger.reason != danger.reason || harm.danger.characters != danger.characters)
+            continue;
+        ++harm.more;
+        if (stands_alone(sink) && !stands_alone(*harm.first)) harm.first = &sink;
+        return;
+    }
+    harms.push_back({.danger = danger, .first = &sink, .more = 0});
+}
+
+std::string escaped_text(std::string_view text, std::string_view escaped) {
+    std::string whole;
+    for (const char c : text) {
+        if (holds(escaped, c)) whole += '\\';
+        whole += c;
+    }
+    return whole;
+}
+
+std::string problem_of(const Danger& danger, bool secret) {
+    if (danger.characters.empty()) return std::string(danger.reason);
+    // Of a secret it is not told which character it is.
+    const std::string what =
+        secret ? "a character that does not stay text" : characters_in_words(danger.characters);
+    return "holds " + what + ": " + std::string(danger.reason);
+}
+
+std::string cure_of(const Danger& danger, bool secret) {
+    if (secret) return "letters and digits";
+    if (danger.characters.empty()) return "a text that does not end in a number";
+    return "a text without " + characters_in_words(danger.characters);
+}
+
+void add_harm(Check& check, const KnownSetting& known, const Piece& piece, const Harm& harm) {
+    const bool secret = is_secret(known.key);
+    const bool has_field = piece.field != nullptr && *piece.field != '\0';
+    const std::string place = place_text(piece.entry, has_field ? piece.field : nullptr);
+    const std::string text = escaped_text(piece.text, escaped_in(known.key));
+    const std::string_view where = harm.first->place;
+    std::string effect = where == "command" ? "runs: " : "writes into " + std::string(where) + ": ";
+    effect += line_with(*harm.first, shown_piece(known, text));
+    if (harm.more == 1) effect += " (and another such line)";
+    if (harm.more > 1) effect += " (and " + std::to_string(harm.more) + " more such lines)";
+    add(check, harm.danger.level, known.key,
+        {.problem = (place.empty() ? "" : place + ": ") + problem_of(harm.danger, secret),
+         .effect = effect,
+         .cure = cure_of(harm.danger, secret)});
+}
+
+// Whether a piece of a value stands in a sink's line; the table may not tell which field it is.
+bool stands_in(const Sink& sink, const Piece& piece) {
+    return sink.field == nullptr || piece.field == nullptr ||
+           sink.field == std::string_view(piece.field);
+}
+
+void check_piece(Check& check, const KnownSetting& known, const Piece& piece) {
+    std::vector<Harm> harms;
+    for (const Sink& sink : check.sinks) {
+        if (sink.key != std::string_view(known.key) || !stands_in(sink, piece)) continue;
+        for (const Danger& danger : dangers_in(sink, piece.text)) note_harm(harms, danger, sink);
+    }
+    for (const Harm& harm : harms) add_harm(check, known, piece, harm);
+}
+
+}  // namespace
+
+void check_sinks(Check& check, const KnownSetting& known, std::string_view value) {
+    for (const Piece& piece : pieces_of(known, value)) check_piece(check, known, piece);
+    // A list that stands in a line as a whole, its separators included.
+    if (known.record != nullptr) check_piece(check, known, {.text = value, .field = ""});
+}
+
+}  // namespace nvram

@@ -1,0 +1,196 @@
+// The WAN: fixed addresses, MTU, demand dialling, accounts, and what runs over it.
+#include "check/check_parts.h"
+#include "libnvram/secret.h"
+
+namespace nvram {
+
+namespace {
+
+// A port whose address is fixed.
+struct FixedPort {
+    const char* mode;
+    const char* switch_key;  // "1" is fixed; nullptr when it always is
+    const char* address;
+    const char* netmask;
+    const char* gateway;  // nullptr when there is none
+};
+constexpr FixedPort fixed_ports[] = {
+    {"ip", nullptr, "fix_ipaddr", "fix_netmask", "fix_gateway"},
+    {"pptp", "pptp_type", "pptp_ipaddr", "pptp_fix_netmask", "pptp_fix_gateway"},
+    {"l2tp", "l2tp_type", "l2tp_ipaddr", "l2tp_netmask", nullptr},
+};
+
+void check_gateway(Check& check, const FixedPort& port, const Net& net) {
+    if (port.gateway == nullptr) return;
+    const std::optional<std::uint32_t> gateway = address_of(check, port.gateway);
+    if (!gateway) return;
+    if (*gateway == net.address) {
+        add(check, Level::Error, port.gateway,
+            {.problem = std::string("is the port's own address, ") + port.address,
+             .effect = "sends what leaves the router to the router itself",
+             .cure = "the provider's gateway in " + net.text()});
+        return;
+    }
+    if (net.has_host(*gateway)) return;
+    add(check, Level::Error, port.gateway,
+        {.problem = "is no host of " + net.text() + ", the network of " + port.address,
+         .effect = "runs /sbin/route add default gw " + quad_text(*gateway) +
+                   ", which the kernel refuses: there is no default route",
+         .cure = "the provider's gateway in " + net.text()});
+}
+
+void check_fixed_port(Check& check, const FixedPort& port) {
+    if (text_of(check, "wan_mode") != port.mode) return;
+    if (port.switch_key != nullptr && !is_on(check, port.switch_key)) return;
+    const std::optional<std::uint32_t> mask = parse_quad(text_of(check, port.netmask));
+    if (!address_of(check, port.address) || !mask || !is_mask(*mask)) return;
+    const std::optional<Net> net =
+        parse_net(text_of(check, port.address), text_of(check, port.netmask));
+    if (!net) {
+        add(check, Level::Error, port.netmask,
+            {.problem = "leaves no room for a gateway",
+             .effect = "gives the port a network without other hosts",
+             .cure = assignment(port.netmask, "255.255.255.0")});
+        return;
+    }
+    if (!net->has_host(net->address))
+        add(check, Level::Error, port.address,
+            {.problem = "is the network's or the broadcast address of " + net->text(),
+             .effect = "gives the port an address that no host can have",
+             .cure = "the address that the provider has given"});
+    const std::optional<Net> lan = lan_of(check);
+    if (lan && (lan->holds(net->first()) || net->holds(lan->first())))
+        add(check, Level::Error, port.address,
+            {.problem = "is in a network that overlaps the LAN " + lan->text(),
+             .effect = "gives both sides addresses of one network, and the kernel finds one side",
+             .cure = "another network for the LAN"});
+    check_gateway(check, port, *net);
+}
+
+struct LinkMtu {
+    const char* mode;
+    int most;
+};
+constexpr LinkMtu link_mtus[] = {{"pppoe", 1492}, {"pptp", 1462}, {"l2tp", 1464}};
+
+// 1500 is every link's default, and each then takes its own.
+void check_mtu(Check& check) {
+    const int mtu = number_of(check, "wan_mtu");
+    for (const LinkMtu& link : link_mtus) {
+        if (text_of(check, "wan_mode") != link.mode || mtu <= link.most || mtu == 1500) continue;
+        add(check, Level::Warning, "wan_mtu",
+            {.problem = std::string("is more than ") + link.mode + " carries, " +
+                        std::to_string(link.most),
+             .effect = "gives it to pppd, and the largest packets are lost",
+             .cure = assignment("wan_mtu", std::to_string(link.most))});
+    }
+}
+
+struct Demand {
+    const char* mode;
+    const char* dial;
+    const char* idle;
+};
+constexpr Demand demands[] = {
+    {"pppoe", "wan_dod", "pppoe_idle"},
+    {"pptp", "pptp_dod", "pptp_idle"},
+    {"l2tp", "l2tp_dod", "l2tp_idle"},
+};
+
+void check_demand(Check& check) {
+    for (const Demand& demand : demands) {
+        if (text_of(check, "wan_mode") != demand.mode || !is_on(check, demand.dial)) continue;
+        if (number_of(check, demand.idle) != 0) continue;
+        add(check, Level::Warning, demand.idle,
+            {.problem = std::string("is no time, and ") + demand.dial + "=1 dials on demand",
+             .effect = "gives pppd neither the idle time nor the word demand: the link stays up",
+             .cure = assignment(demand.idle, "5")});
+    }
+}
+
+void check_name_servers(Check& check) {
+    if (text_of(check, "wan_mode") != "ip" || is_on(check, "wan_fix_dns")) return;
+    if (!is_missing(check, "wan_dns1") || !is_missing(check, "wan_dns2")) return;
+    add(check, Level::Warning, "wan_dns1",
+        {.problem = "is empty as is wan_dns2, and wan_mode=ip learns no name server",
+         .effect = "leaves /etc/resolv.conf without a name server",
+         .cure = "wan_dns1=203.0.113.53"});
+}
+
+// The lowest bit of the first byte marks a group's address.
+void check_own_mac(Check& check, const char* key) {
+    const std::string_view mac = text_of(check, key);
+    if (!is_mac(mac)) return;
+    const bool group = std::string_view("13579bBdDfF").find(mac[1]) != std::string_view::npos;
+    const bool zero = mac.find_first_not_of("0:") == std::string_view::npos;
+    if (!group && !zero) return;
+    add(check, Level::Error, key,
+        {.problem = group ? "is the address of a group, not of a port" : "is no port's address",
+         .effect = "gives it to ifconfig, which refuses it: the port keeps its own",
+         .cure = "an address whose second digit is even"});
+}
+
+bool is_station(const Check& check) {
+    return is_on(check, "wifi_ap_mode") && begins_with(check, "ap_mode", '0');
+}
+
+void check_wireless_wan(Check& check) {
+    if (text_of(check, "wan_line") == "wisp" && !is_station(check))
+        add(check, Level::Warning, "wan_line",
+            {.problem = "runs the WAN over the radio, which is no station",
+             .effect = "loads the access point's driver, and the WAN has no link",
+             .cure = "wifi_ap_mode=1 ap_mode=0"});
+    if (is_on(check, "wifi_ap_mode") && !is_station(check))
+        add(check, Level::Warning, "wifi_ap_mode",
+            {.problem = "makes a station of the radio only with ap_mode=0",
+             .effect = "starts the access point",
+             .cure = "ap_mode=0"});
+}
+
+// The secrets' and l2tpd's files get accounts as the shell would want them.
+void check_l2tp_account(Check& check, const char* key) {
+    const std::string_view text = text_of(check, key);
+    if (text_of(check, "wan_mode") != "l2tp" || text.find_first_of(" \t%") == text.npos) return;
+    const bool secret = is_secret(key);
+    add(check, Level::Error, key,
+        {.problem = secret ? "holds a character that the secrets files do not keep"
+                           : "holds a blank, a tab or %, which the secrets files do not keep",
+         .effect = "doubles each % there, and white space begins the next field: no login fits",
+         .cure = secret ? "..." : "a name without them"});
+}
+
+void check_multicast(Check& check) {
+    const std::string_view port = text_of(check, "igmp_port");
+    if (!is_on(check, "igmp_enable") || port.empty() || port[0] == '0') return;
+    const std::string key = std::string("wan_ifname") + port[0];
+    if (!text_of(check, key).empty()) return;
+    add(check, Level::Error, "igmp_port",
+        {.problem = "names a connection without an interface: " + key + " is empty",
+         .effect = "starts no proxy, or one without an interface",
+         .cure = "igmp_port=0"});
+}
+
+void check_ddns_name(Check& check) {
+    if (text_of(check, "ddns_user_name").find(':') == std::string_view::npos) return;
+    add(check, Level::Error, "ddns_user_name",
+        {.problem = "holds a colon",
+         .effect = "puts name:password into one word, and the client ends the name at the colon",
+         .cure = "a name without a colon"});
+}
+
+}  // namespace
+
+void check_wan(Check& check) {
+    for (const FixedPort& port : fixed_ports) check_fixed_port(check, port);
+    check_mtu(check);
+    check_demand(check);
+    check_name_servers(check);
+    check_own_mac(check, "wan_macaddr");
+    check_wireless_wan(check);
+    check_l2tp_account(check, "l2tp_username");
+    check_l2tp_account(check, "l2tp_password");
+    check_multicast(check);
+    check_ddns_name(check);
+}
+
+}  // namespace nvram

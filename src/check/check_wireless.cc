@@ -1,0 +1,232 @@
+// Wireless networks: names, pass phrases and WEP keys, by what their security asks for.
+#include "check/check_parts.h"
+
+namespace nvram {
+
+namespace {
+
+// The settings of one network.
+struct Network {
+    const char* name;
+    const char* ssid;
+    const char* security;
+    const char* key_length;  // nullptr: the length of a key tells what it is
+    const char* default_key;
+    const char* wep_keys[4];
+    const char* wpa_phrase;
+    const char* wpa2_phrase;
+    bool own;  // an access point's, not one that the router joins
+};
+
+constexpr Network first_network = {
+    .name = "the first network",
+    .ssid = "wifi_ssid",
+    .security = "wifi_wep_on",
+    .key_length = "wifi_key_len",
+    .default_key = "wifi_def_key",
+    .wep_keys = {"wifi_key1", "wifi_key2", "wifi_key3", "wifi_key4"},
+    .wpa_phrase = "wifi_psk_pwd",
+    .wpa2_phrase = "wifi_psk2_pwd",
+    .own = true,
+};
+
+constexpr Network second_network = {
+    .name = "the second network",
+    .ssid = "wifi_ssid2",
+    .security = "wifi_wep_on2",
+    .key_length = "wifi_key_len2",
+    .default_key = "wifi_def_key2",
+    .wep_keys = {"wifi_key12", "wifi_key22", "wifi_key32", "wifi_key42"},
+    .wpa_phrase = "wifi_psk_pwd2",
+    .wpa2_phrase = "wifi_psk2_pwd2",
+    .own = true,
+};
+
+constexpr Network station = {
+    .name = "the station",
+    .ssid = "sta_ssid",
+    .security = "wifi_wep_on3",
+    .key_length = nullptr,
+    .default_key = "wifi_def_key3",
+    .wep_keys = {"wifi_key13", "wifi_key23", "wifi_key33", "wifi_key43"},
+    .wpa_phrase = "wifi_psk_pwd3",
+    .wpa2_phrase = "wifi_psk2_pwd3",
+    .own = false,
+};
+
+constexpr Network repeater = {
+    .name = "the repeater",
+    .ssid = "ssid_apcli_wds",
+    .security = "wifi_wep_on5",
+    .key_length = nullptr,
+    .default_key = "wifi_def_key5",
+    .wep_keys = {"wifi_key15", "wifi_key25", "wifi_key35", "wifi_key45"},
+    .wpa_phrase = "wifi_psk_pwd5",
+    .wpa2_phrase = "wifi_psk2_pwd5",
+    .own = false,
+};
+
+bool is_printable(std::string_view text) {
+    for (const char c : text)
+        if (c < ' ' || c > '~') return false;
+    return true;
+}
+
+// 8 to 63 printable characters, or the key itself in 64 hexadecimal digits (IEEE 802.11).
+const char* phrase_problem(std::string_view phrase) {
+    if (phrase.empty()) return "is empty";
+    if (phrase.size() == 64) return is_hex(phrase) ? nullptr : "has 64 characters, not all digits";
+    if (phrase.size() < 8) return "is shorter than 8 characters";
+    if (phrase.size() > 63) return "is longer than 63 characters";
+    return is_printable(phrase) ? nullptr : "holds characters that no pass phrase has";
+}
+
+void check_phrase(Check& check, const Network& network, const char* key) {
+    const char* const problem = phrase_problem(text_of(check, key));
+    if (problem == nullptr) return;
+    add(check, Level::Error, key,
+        {.problem = std::string(problem) + ", and " +
+                    assignment(network.security, text_of(check, network.security)) + " needs it",
+         .effect = std::string("hands it to the driver, which refuses it: ") + network.name +
+                   (network.own ? " does not come up as it should" : " joins nothing"),
+         .cure = "8 to 63 characters, or 64 hexadecimal digits"});
+}
+
+// What is wrong with a WEP key of the length that the settings tell; 5 and 13 are characters, all
+// else is hexadecimal digits.
+std::string wep_key_problem(std::string_view key, std::string_view length) {
+    const bool text = length == "5" || length == "13";
+    const std::size_t wanted = length == "5" ? 5 : length == "13" ? 13 : length == "26" ? 26 : 10;
+    const std::string what =
+        std::to_string(wanted) + (text ? " characters" : " hexadecimal digits");
+    if (key.size() == wanted && (text || is_hex(key))) return "";
+    return "is not of " + what;
+}
+
+std::string free_wep_key_problem(std::string_view key) {
+    if (key.size() == 5 || key.size() == 13) return "";
+    if ((key.size() == 10 || key.size() == 26) && is_hex(key)) return "";
+    return "is neither of 5 or 13 characters nor of 10 or 26 hexadecimal digits";
+}
+
+void check_wep(Check& check, const Network& network) {
+    if (network.own)
+        add(check, Level::Warning, network.security,
+            {.problem = std::string("gives ") + network.name + " WEP, which is broken in minutes",
+             .effect = "sets it up as asked",
+             .cure = assignment(network.security, "3") + " with " + network.wpa2_phrase});
+    const std::string_view index = text_of(check, network.default_key);
+    for (std::size_t i = 0; i < std::size(network.wep_keys); ++i) {
+        const char* const key = network.wep_keys[i];
+        const std::string_view text = text_of(check, key);
+        const bool in_use = index == std::to_string(i + 1);
+        std::string problem;
+        if (text.empty()) {
+            if (!in_use) continue;
+            problem = "is empty, and " + assignment(network.default_key, index) + " selects it";
+        } else if (network.key_length != nullptr) {
+            problem = wep_key_problem(text, text_of(check, network.key_length));
+            if (!problem.empty())
+                problem += ", as " +
+                           assignment(network.key_length, text_of(check, network.key_length)) +
+                           " has it";
+        } else {
+            problem = free_wep_key_problem(text);
+        }
+        if (problem.empty()) continue;
+        add(check, in_use ? Level::Error : Level::Warning, key,
+            {.problem = problem,
+             .effect = "hands it to the driver, which refuses it",
+             .cure = "5 or 13 characters, or 10 or 26 hexadecimal digits, by the length set"});
+    }
+}
+
+void check_security(Check& check, const Network& network) {
+    const int mode = number_of(check, network.security);
+    if (mode == 0 && network.own)
+        add(check, Level::Note, network.security,
+            {.problem = std::string("leaves ") + network.name + " open",
+             .effect = "lets everybody in reach join and listen",
+             .cure = assignment(network.security, "3") + " with " + network.wpa2_phrase});
+    if (mode == 1) check_wep(check, network);
+    if (mode == 2) check_phrase(check, network, network.wpa_phrase);
+    if (mode == 3 || mode == 4) check_phrase(check, network, network.wpa2_phrase);
+}
+
+// In the driver's lines a semicolon parts the networks.
+void check_semicolons(Check& check, const Network& network) {
+    const auto refuse = [&](const char* key) {
+        if (text_of(check, key).find(';') == std::string_view::npos) return;
+        add(check, Level::Error, key,
+            {.problem = "holds a semicolon, and enable_ssid2=1 has two networks",
+             .effect =
+                 "joins both networks' texts with a semicolon, and the driver parts them there",
+             .cure = "a text without a semicolon"});
+    };
+    refuse(network.ssid);
+    if (number_of(check, network.security) != 1) return;
+    for (const char* const key : network.wep_keys) refuse(key);
+}
+
+void check_two_networks(Check& check) {
+    check_security(check, second_network);
+    check_semicolons(check, first_network);
+    check_semicolons(check, second_network);
+    const std::string_view name = text_of(check, first_network.ssid);
+    if (!name.empty() && name == text_of(check, second_network.ssid))
+        add(check, Level::Warning, second_network.ssid,
+            {.problem = "is the name of the first network too",
+             .effect = "sets up both under one name, and clients join either",
+             .cure = "another name"});
+    const int first = number_of(check, first_network.security);
+    const int second = number_of(check, second_network.security);
+    if ((second == 5 || second == 6) && first != 5 && first != 6)
+        add(check, Level::Error, second_network.security,
+            {.problem = "asks for RADIUS, and wifi_wep_on does not",
+             .effect =
+                 "starts the RADIUS client for the first network only: nobody joins the second",
+             .cure = "wifi_wep_on2=3 with wifi_psk2_pwd2"});
+}
+
+void check_channel(Check& check) {
+    constexpr int most_in_america = 11;
+    const std::string_view region = text_of(check, "wifi_region");
+    if (region != "USA" && region != "Canada") return;
+    if (number_of(check, "wifi_channel") <= most_in_america) return;
+    add(check, Level::Error, "wifi_channel",
+        {.problem = "is not used in wifi_region=" + std::string(region),
+         .effect = "hands it to the driver, whose channels end at 11 there",
+         .cure = "wifi_channel=auto"});
+}
+
+void check_wmm(Check& check, const char* key) {
+    constexpr std::size_t wanted = 16;
+    const std::string_view text = text_of(check, key);
+    std::size_t numbers = 1;
+    for (const char c : text) numbers += c == '_' ? 1 : 0;
+    if (text.empty() || numbers >= wanted) return;
+    const KnownSetting* const known = find_known(key);
+    add(check, Level::Error, key,
+        {.problem = "has " + std::to_string(numbers) + " numbers, and " + std::to_string(wanted) +
+                    " are wanted",
+         .effect = "takes 0 for those that are missing",
+         .cure = assignment(key, known == nullptr ? "" : known->factory)});
+}
+
+}  // namespace
+
+void check_wireless(Check& check) {
+    check_wmm(check, "wifi_wmm_ap");
+    check_wmm(check, "wifi_wmm_sta");
+    if (!text_of(check, repeater.ssid).empty()) check_security(check, repeater);
+    if (is_on(check, "wifi_ap_mode") && begins_with(check, "ap_mode", '0')) {
+        check_security(check, station);
+        return;
+    }
+    if (begins_with(check, "wifi_dot11_mode", '0')) return;
+    check_security(check, first_network);
+    if (is_on(check, "enable_ssid2")) check_two_networks(check);
+    check_channel(check);
+}
+
+}  // namespace nvram

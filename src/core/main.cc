@@ -1,7 +1,0 @@
-// The program rc: one run, then the end.
-
-#include "core/rc.h"
-
-int main(int argc, char** argv) {
-    return rc_main(argc, argv);
-}

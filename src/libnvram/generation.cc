@@ -1,0 +1,51 @@
+// One generation of the settings as flash holds it: "nvram 1 generation=N length=L crc32=XXXXXXXX",
+// then the image.
+#include "libnvram/generation.h"
+
+#include <charconv>
+#include <cstdio>
+
+namespace nvram {
+
+// The usual CRC-32 (reflected, polynomial 0x04c11db7), bit by bit: an image is small and a table is
+// not.
+static std::uint32_t crc32(std::uint32_t crc, std::string_view bytes) {
+    crc = ~crc;
+    for (const char c : bytes) {
+        crc ^= static_cast<unsigned char>(c);
+        for (int bit = 0; bit < 8; ++bit) crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xedb88320U : 0U);
+    }
+    return ~crc;
+}
+
+static constexpr std::string_view before_number = "nvram 1 generation=";
+
+std::string encode(const Generation& generation) {
+    char line[header_limit];
+    std::snprintf(line, sizeof line, "nvram 1 generation=%u length=%zu ", generation.number,
+                  generation.image.size());
+    std::string text = line;
+    // The number is under the checksum too: a flipped bit there would make an old generation the
+    // newest.
+    const std::uint32_t crc = crc32(crc32(0, text), generation.image);
+    std::snprintf(line, sizeof line, "crc32=%08x\n", crc);
+    text += line;
+    text += generation.image;
+    return text;
+}
+
+Generation decode(std::string_view text) {
+    if (!text.starts_with(before_number)) return {};
+    const std::size_t header_end = text.find('\n');
+    if (header_end == std::string_view::npos) return {};
+
+    Generation generation;
+    const char* const digits = text.data() + before_number.size();
+    std::from_chars(digits, text.data() + header_end, generation.number);
+    generation.image = text.substr(header_end + 1);
+    // Encoding it again compares the length, the checksum and the spelling of the numbers at once.
+    if (encode(generation) != text) return {};
+    return generation;
+}
+
+}  // namespace nvram

@@ -1,0 +1,28 @@
+// One generation of the settings as flash holds it: a header line with the generation's number,
+// length and checksum, then the text image. Pure: no system calls.
+#ifndef RC_LIBNVRAM_GENERATION_H
+#define RC_LIBNVRAM_GENERATION_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace nvram {
+
+// Room for the header line with the largest numbers.
+inline constexpr std::size_t header_limit = 80;
+
+struct Generation {
+    std::uint32_t number = 0;  // counts up from 1; 0 is none
+    std::string_view image;    // a part of the text that was decoded
+};
+
+std::string encode(const Generation& generation);
+
+// Number 0 when a single byte is wrong, missing or too many.
+Generation decode(std::string_view text);
+
+}  // namespace nvram
+
+#endif

@@ -1,0 +1,191 @@
+// The settings' text image: reading it in place, looking up, changing, writing.
+#include "libnvram/image.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace nvram {
+
+static bool key_character(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '-' || c == '.';
+}
+
+bool valid_key(std::string_view key) {
+    for (const char c : key)
+        if (!key_character(c)) return false;
+    return !key.empty() && key.size() <= key_limit;
+}
+
+static int hex_digit(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+// Unescapes in place and returns the new end. What is no escape of ours is a person's own backslash
+// and stays; so does \x00, since no value holds a zero byte.
+static char* unescape(char* text, const char* end) {
+    char* out = text;
+    const char* in = text;
+    for (;;) {
+        // Most values hold no escape, and lists a stretch without one between every two.
+        const auto rest = static_cast<std::size_t>(end - in);
+        const void* const backslash = std::memchr(in, '\\', rest);
+        const std::size_t plain =
+            backslash != nullptr
+                ? static_cast<std::size_t>(static_cast<const char*>(backslash) - in)
+                : rest;
+        if (out != in) std::memmove(out, in, plain);
+        out += plain;
+        in += plain;
+        if (in == end) return out;
+        if (*in == '\\' && end - in >= 2 && in[1] == '\\') {
+            *out++ = '\\';
+            in += 2;
+            continue;
+        }
+        if (*in == '\\' && end - in >= 4 && in[1] == 'x') {
+            const int high = hex_digit(in[2]);
+            const int low = hex_digit(in[3]);
+            if (high >= 0 && low >= 0 && high + low > 0) {
+                *out++ = static_cast<char>(high * 16 + low);
+                in += 4;
+                continue;
+            }
+        }
+        *out++ = *in++;
+    }
+}
+
+// nullptr, or why the line is bad. The line's end byte is writable: a zero byte may go there.
+static const char* parse_line(char* line, char* end, Entry& entry) {
+    const auto length = static_cast<std::size_t>(end - line);
+    if (std::memchr(line, '\0', length) != nullptr) return "holds a zero byte";
+    char* const equals = static_cast<char*>(std::memchr(line, '=', length));
+    if (equals == nullptr) return "is not KEY=VALUE";
+    entry.key = std::string_view(line, static_cast<std::size_t>(equals - line));
+    if (!valid_key(entry.key)) return "has a bad key (1 to 127 of A-Z a-z 0-9 _ - .)";
+
+    char* const value_end = unescape(equals + 1, end);
+    entry.value = std::string_view(equals + 1, static_cast<std::size_t>(value_end - equals - 1));
+    if (entry.value.size() > value_limit) return "has a value of more than 65536 bytes";
+    *value_end = '\0';
+    return nullptr;
+}
+
+// Lines with the same key are ordered by place, so that the last of them is the one that stays.
+static int compare(const void* left, const void* right) {
+    const Entry& a = *static_cast<const Entry*>(left);
+    const Entry& b = *static_cast<const Entry*>(right);
+    const int order = a.key.compare(b.key);
+    if (order != 0) return order;
+    return a.key.data() < b.key.data() ? -1 : 1;
+}
+
+// The C library's sort is two kilobytes less than the template, and an image that we wrote is
+// sorted anyway.
+static void sort_and_keep_last(std::vector<Entry>& entries) {
+    std::qsort(entries.data(), entries.size(), sizeof(Entry), compare);
+    Entry* out = entries.data();
+    for (std::size_t i = 0; i < entries.size(); ++i)
+        if (i + 1 == entries.size() || entries[i].key != entries[i + 1].key) *out++ = entries[i];
+    entries.erase(entries.begin() + (out - entries.data()), entries.end());
+}
+
+Image::Image(std::string text, std::vector<BadLine>* bad_lines) : bytes_(std::move(text)) {
+    // More than any library's string holds in place.
+    constexpr std::size_t long_enough = 64;
+    if (bytes_.capacity() < long_enough) bytes_.reserve(long_enough);
+    bytes_.push_back('\n');  // the last line may lack its end
+
+    bool sorted = true;
+    unsigned number = 0;
+    char* const end = bytes_.data() + bytes_.size();
+    for (char* line = bytes_.data(); line != end;) {
+        char* const line_end =
+            static_cast<char*>(std::memchr(line, '\n', static_cast<std::size_t>(end - line)));
+        ++number;
+        if (line != line_end && *line != '#') {
+            Entry entry;
+            const char* const reason = parse_line(line, line_end, entry);
+            if (reason == nullptr) {
+                if (!entries_.empty() && entries_.back().key >= entry.key) sorted = false;
+                entries_.push_back(entry);
+            } else if (bad_lines != nullptr) {
+                bad_lines->push_back({number, reason});
+            }
+        }
+        line = line_end + 1;
+    }
+    if (!sorted) sort_and_keep_last(entries_);
+}
+
+static bool before(const Entry& entry, std::string_view key) {
+    return entry.key < key;
+}
+
+std::optional<std::string_view> Image::get(std::string_view key) const {
+    const auto place = std::lower_bound(entries_.begin(), entries_.end(), key, before);
+    if (place == entries_.end() || place->key != key) return std::nullopt;
+    return place->value;
+}
+
+bool Image::set(std::string_view key, std::string_view value) {
+    if (!valid_key(key) || value.size() > value_limit) return false;
+    apply({key, value});
+    *this = Image(text());
+    return true;
+}
+
+std::string Image::text() const {
+    return serialise(entries_);
+}
+
+bool Image::apply(const Entry& change) {
+    const auto place = std::lower_bound(entries_.begin(), entries_.end(), change.key, before);
+    const bool present = place != entries_.end() && place->key == change.key;
+    if (change.value.data() == nullptr) {
+        if (present) entries_.erase(place);
+        return present;
+    }
+    if (present && place->value == change.value) return false;
+    if (present) {
+        place->value = change.value;
+    } else {
+        entries_.insert(place, change);
+    }
+    return true;
+}
+
+void append_escaped(std::string& out, std::string_view value) {
+    static constexpr char digits[] = "0123456789abcdef";
+    for (const char c : value) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte == '\\') {
+            out += "\\\\";
+        } else if (byte < 0x20 || byte == 0x7f) {
+            out += "\\x";
+            out += digits[byte >> 4];
+            out += digits[byte & 15];
+        } else {
+            out += c;
+        }
+    }
+}
+
+std::string serialise(const std::vector<Entry>& entries) {
+    std::string text;
+    for (const Entry& entry : entries) {
+        text += entry.key;
+        text += '=';
+        append_escaped(text, entry.value);
+        text += '\n';
+    }
+    return text;
+}
+
+}  // namespace nvram

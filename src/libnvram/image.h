@@ -1,0 +1,71 @@
+// The settings' text image: one key=value a line, sorted by key. Pure: no system calls.
+#ifndef RC_LIBNVRAM_IMAGE_H
+#define RC_LIBNVRAM_IMAGE_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace nvram {
+
+inline constexpr std::size_t key_limit = 127;
+inline constexpr std::size_t value_limit = 65536;
+inline constexpr std::size_t image_limit = 1048576;
+
+// As a change, an entry whose value is no_value removes its key; "" is a value like any other.
+struct Entry {
+    std::string_view key;
+    std::string_view value;
+};
+
+inline constexpr std::string_view no_value{};
+
+// A line that the reader skipped; the reason completes "line 7 ...".
+struct BadLine {
+    unsigned number;
+    const char* reason;
+};
+
+// 1 to 127 of A-Z a-z 0-9 _ - and '.'.
+bool valid_key(std::string_view key);
+
+class Image {
+  public:
+    Image() = default;
+    // Takes the text over, so that it is in memory once. Blank lines and lines that begin with '#'
+    // are comments; of a key given twice the last counts.
+    explicit Image(std::string text, std::vector<BadLine>* bad_lines = nullptr);
+
+    Image(Image&&) = default;
+    Image& operator=(Image&&) = default;
+
+    // Sorted by key in byte order, no key twice. A zero byte follows each value. The texts live
+    // until the image goes or is changed; moving it leaves them in place.
+    const std::vector<Entry>& entries() const { return entries_; }
+    std::optional<std::string_view> get(std::string_view key) const;
+
+    // False, and nothing changed, when the key is bad or the value too long.
+    bool set(std::string_view key, std::string_view value);
+
+    // Carries out one change; false when it changes nothing. Its texts have to live as long as the
+    // image.
+    bool apply(const Entry& change);
+
+    std::string text() const;
+
+  private:
+    // Never short enough to stand in the object itself, since moving that would move the bytes.
+    std::string bytes_;
+    std::vector<Entry> entries_;
+};
+
+std::string serialise(const std::vector<Entry>& entries);
+
+// One value as an image holds it: backslash, bytes below 0x20 and 0x7f escaped.
+void append_escaped(std::string& out, std::string_view value);
+
+}  // namespace nvram
+
+#endif

@@ -1,0 +1,69 @@
+// The six C functions of libnvram.so over one store per process.
+#include "libnvram/libnvram.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "libnvram/store.h"
+
+#define EXPORTED extern "C" __attribute__((visibility("default")))
+
+namespace {
+
+struct Library {
+    nvram::Store store{nvram::places_below(nvram::library_root())};
+    nvram::Image named;  // what __nvram_get_fun read last
+};
+
+// Made at the first call, so that nothing runs before main, and never freed.
+Library& library() {
+    static Library* const only = new Library;
+    return *only;
+}
+
+// The C interface hands out char*; the values of an image are ours to lend, and nobody writes to
+// them.
+char* lend(std::optional<std::string_view> value) {
+    return value ? const_cast<char*>(value->data()) : nullptr;
+}
+
+}  // namespace
+
+EXPORTED int nvram_zel_load() {
+    return library().store.load() ? 0 : -1;
+}
+
+EXPORTED char* nvram_zel_get(const char* key) {
+    if (key == nullptr) return nullptr;
+    const nvram::Image* const image = library().store.working();
+    return image != nullptr ? lend(image->get(key)) : nullptr;
+}
+
+EXPORTED char* nvram_zel_safe_get(const char* key) {
+    const char* const value = nvram_zel_get(key);
+    char* const copy = strdup(value != nullptr ? value : "");
+    if (copy == nullptr) std::abort();
+    return copy;
+}
+
+EXPORTED int nvram_zel_set(const char* key, const char* value) {
+    const std::string_view new_value = value != nullptr ? std::string_view(value) : nvram::no_value;
+    return library().store.change({{key != nullptr ? key : "", new_value}}) ? 0 : -1;
+}
+
+EXPORTED int nvram_zel_commit() {
+    return library().store.commit() ? 0 : -1;
+}
+
+EXPORTED char* __nvram_get_fun(const char* key, const char* path) {
+    if (key == nullptr || path == nullptr) return nullptr;
+    std::string text;
+    if (!library().store.read_file(path, nvram::image_limit, text)) return nullptr;
+    // The key and the path may be values of the image that was read before, which goes last.
+    nvram::Image image(std::move(text));
+    const std::optional<std::string_view> value = image.get(key);
+    library().named = std::move(image);
+    return lend(value);
+}

@@ -1,0 +1,38 @@
+// A router that has been booted and is in use, as a plan for changing its settings begins with.
+#ifndef RC_PLAN_DIFF_RUNNING_H
+#define RC_PLAN_DIFF_RUNNING_H
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "plan/router/settings.h"
+#include "plan/router/transcript.h"
+#include "plan/router/world.h"
+
+// What is taken for granted of a router when nothing is stated of it: the Internet side is up, its
+// interfaces have addresses (RFC 5737), the provider's name server is known, its clients run, and
+// the names of servers are found.
+World world_in_use(const Settings& settings);
+
+// One run of rc.
+struct Run {
+    Transcript transcript;
+    std::set<std::string> asked;  // settings
+    World after;
+};
+
+// Plays rc with these words (argv[0] first), at the time of the world's beginning: how long earlier
+// runs paused makes no difference to what is written.
+Run run_on(const World& router, const std::vector<std::string>& words);
+
+struct Boot {
+    Transcript init;  // rc init
+    std::set<std::string> asked;
+    World router;
+};
+
+// Power on, then every application, the Internet side and its services.
+Boot boot(const World& world, const Settings& settings);
+
+#endif

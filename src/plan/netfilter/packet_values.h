@@ -1,0 +1,71 @@
+// What rules and packets are made of, as iptables writes it: addresses, ports, MAC addresses,
+// flags. Each reader returns nothing for what iptables would refuse.
+#ifndef RC_PLAN_NETFILTER_PACKET_VALUES_H
+#define RC_PLAN_NETFILTER_PACKET_VALUES_H
+
+#include <stdint.h>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+// An IPv4 address as a number: 192.168.1.1 is 0xc0a80101.
+using Ipv4 = uint32_t;
+
+struct Network {
+    Ipv4 address = 0;
+    Ipv4 mask = 0xffffffff;
+
+    bool holds(Ipv4 other) const { return (other & mask) == (address & mask); }
+};
+
+struct AddressRange {
+    Ipv4 first = 0;
+    Ipv4 last = 0;
+};
+
+struct NumberRange {
+    unsigned first = 0;
+    unsigned last = 0;
+
+    bool holds(unsigned number) const { return first <= number && number <= last; }
+};
+
+// Where NAT leads: an address and a port, either of which may be missing.
+struct Endpoint {
+    std::optional<Ipv4> address;
+    std::optional<unsigned> port;
+};
+
+// TCP's flags with the values of its header.
+enum TcpFlag : unsigned { Fin = 1, Syn = 2, Rst = 4, Psh = 8, Ack = 16, Urg = 32 };
+
+// A whole number as iptables reads it: decimal, octal behind "0", hexadecimal behind "0x".
+std::optional<unsigned> read_number(std::string_view text, unsigned least, unsigned most);
+// Four decimal numbers with dots.
+std::optional<Ipv4> read_address(std::string_view text);
+// ADDRESS, ADDRESS/BITS or ADDRESS/MASK.
+std::optional<Network> read_network(std::string_view text);
+// ADDRESS or ADDRESS-ADDRESS.
+std::optional<AddressRange> read_address_range(std::string_view text);
+// N, N:M, N: or :M, up to 65535.
+std::optional<NumberRange> read_number_range(std::string_view text);
+// ADDRESS, ADDRESS:PORT or :PORT.
+std::optional<Endpoint> read_endpoint(std::string_view text);
+// A number up to 255, or a name; "all" is 0.
+std::optional<unsigned> read_protocol(std::string_view text);
+// Six pairs of hexadecimal digits, in lower case.
+std::optional<std::string> read_mac(std::string_view text);
+// Names with commas between them, "ALL" or "NONE".
+std::optional<unsigned> read_tcp_flags(std::string_view text);
+// A number, or the name of an ICMP type; 255 is any.
+std::optional<unsigned> read_icmp_type(std::string_view text);
+
+std::string address_text(Ipv4 address);
+// "192.168.1.5:80"; without a port the address alone.
+std::string endpoint_text(std::optional<Ipv4> address, std::optional<unsigned> port);
+std::string protocol_text(unsigned protocol);
+std::string tcp_flags_text(unsigned flags);
+std::string icmp_type_text(unsigned type);
+
+#endif

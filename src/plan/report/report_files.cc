@@ -1,0 +1,89 @@
+// The report's files: what the run leaves behind, line by line with the settings of each.
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "plan/report/html.h"
+#include "plan/report/report_parts.h"
+
+namespace {
+
+// The number of a line leads to where it was written.
+std::string number_html(const FileLine& line, size_t number) {
+    if (line.origins.empty()) return fmt::format(R"(<span class="number">{}</span>)", number);
+    return fmt::format(R"(<a class="number" href="#{}" title="where it is written")"
+                       R"( aria-label="line {}, where it is written">{}</a>)",
+                       line_id(line.origins.front()), number, number);
+}
+
+// Of a text image of settings, only what the run stores is its product.
+bool is_shown(const ProducedFile& file, const FileLine& line) {
+    return !file.image() || !line.origins.empty();
+}
+
+std::string size_text(const Report& report, const ProducedFile& file) {
+    const size_t bytes = report.plan.after.world.get(file.path)->size();
+    if (bytes == 0) return "empty";
+    if (file.binary()) return counted(bytes, "byte");
+    const auto shown = static_cast<size_t>(std::ranges::count_if(
+        file.lines, [&](const FileLine& line) { return is_shown(file, line); }));
+    const std::string lines = counted(file.lines.size(), "line");
+    return shown == file.lines.size() ? lines
+                                      : fmt::format("{} of {}: what the run stores", shown, lines);
+}
+
+void put_lines(std::string& out, const Report& report, size_t index) {
+    const ProducedFile& file = report.files[index];
+    for (size_t i = 0; i < file.lines.size(); i++) {
+        if (!is_shown(file, file.lines[i])) continue;
+        const bool ended = i + 1 < file.lines.size() || file.ended;
+        out += fmt::format(R"(<li class="line" id="{}">{} <code>{}</code>{}{}</li>)",
+                           file_line_id(index, i), number_html(file.lines[i], i + 1),
+                           shown_line(report.masks.line(file, file.lines[i])),
+                           ended ? "" : R"( <span class="note">no newline at the end</span>)",
+                           reasons_html(report, own_reasons(report, file.lines[i])));
+    }
+}
+
+void put_bytes(std::string& out, const Report& report, const ProducedFile& file) {
+    Event event = {.verb = "write",
+                   .text = "",
+                   .body = *report.plan.after.world.get(file.path),
+                   .has_body = true};
+    bool secret = false;
+    FileLine all;
+    for (const FileLine& line : file.lines) {
+        secret = secret || report.masks.line(file, line) != line.text;
+        all.origins.insert(all.origins.end(), line.origins.begin(), line.origins.end());
+    }
+    std::vector<std::string> lines = event_lines(event);
+    lines.erase(lines.begin());
+    if (secret) lines = {std::string(mask)};
+    for (const std::string& line : lines)
+        out += fmt::format(R"(<li class="line"><code>{}</code></li>)",
+                           html_escaped(line.substr(line.find_first_not_of(" x"))));
+    const std::string reasons = reasons_html(report, own_reasons(report, all));
+    if (!reasons.empty()) out += "<li>" + reasons + "</li>";
+}
+
+}  // namespace
+
+void put_files(std::string& out, const Report& report) {
+    if (report.files.empty()) return;
+    out += R"(<section id="files" class="group"><h2>Files</h2>)"
+           R"(<p class="note">What the run makes or changes, as it is at the end.</p>)";
+    for (size_t index = 0; index < report.files.size(); index++) {
+        const ProducedFile& file = report.files[index];
+        out += fmt::format(
+            R"(<details class="file group" id="{}"><summary class="head"><code>{}</code>)"
+            R"( <span class="note">{}</span></summary><ol class="content">)",
+            file_id(index), shown_line(file.path), size_text(report, file));
+        if (file.binary())
+            put_bytes(out, report, file);
+        else
+            put_lines(out, report, index);
+        out += "</ol></details>\n";
+    }
+    out += "</section>\n";
+}

@@ -1,0 +1,17 @@
+// The chains of a table of the packet filter as a drawing.
+#ifndef RC_PLAN_REPORT_REPORT_MAP_H
+#define RC_PLAN_REPORT_REPORT_MAP_H
+
+#include <string>
+#include <string_view>
+
+#include "plan/netfilter/netfilter.h"
+
+// The id of the place that tells a chain's rules.
+std::string chain_id(std::string_view table, std::string_view name);
+
+// SVG for an HTML page: chains as nodes that link to chain_id, jumps as arrows, each with the
+// numbers of its rules. Empty when Graphviz cannot lay it out.
+std::string chain_map(const Netfilter& tables, std::string_view table);
+
+#endif

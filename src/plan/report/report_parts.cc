@@ -1,0 +1,114 @@
+// What the parts of a report's page share.
+
+#include "plan/report/report_parts.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "plan/report/html.h"
+
+namespace {
+
+bool same(const Influence& a, const Influence& b) {
+    return a.decides == b.decides && a.input == b.input;
+}
+
+bool holds(const std::vector<Influence>& list, const Influence& influence) {
+    return std::ranges::any_of(list, [&](const Influence& one) { return same(one, influence); });
+}
+
+}  // namespace
+
+Report::Report(const Plan& shown, const Provenance& traced)
+    : plan(shown),
+      provenance(traced),
+      masks(shown, traced),
+      tables(netfilter_of(shown.after.transcript, shown.before)),
+      files(produced_lines(shown)) {
+    for (size_t file = 0; file < files.size(); file++)
+        for (size_t line = 0; line < files[file].lines.size(); line++)
+            for (const Origin& origin : files[file].lines[line].origins)
+                if (origin.line > 0) places.try_emplace(origin, file, line);
+    for (const TranscriptLine& line : lines_of(plan.after.transcript)) {
+        for (Influence influence : provenance.of(line.origin)) {
+            influence.decides = false;
+            Subject& subject = subjects[influence.input];
+            subject.influence = influence;
+            subject.lines.push_back(line.origin);
+        }
+    }
+}
+
+std::string line_id(const Origin& origin) {
+    if (origin.line == 0) return fmt::format("line-{}", origin.event + 1);
+    return fmt::format("line-{}-{}", origin.event + 1, origin.line);
+}
+
+std::string file_id(size_t file) {
+    return fmt::format("produced-{}", file + 1);
+}
+
+std::string file_line_id(size_t file, size_t line) {
+    return fmt::format("produced-{}-{}", file + 1, line + 1);
+}
+
+std::string subject_id(const Input& input) {
+    return std::string(kind_name(input.kind)) + "-" + anchor(input.name);
+}
+
+std::vector<Influence> own_reasons(const Report& report, const Origin& origin) {
+    std::vector<Influence> reasons = report.provenance.of(origin);
+    if (origin.line == 0) return reasons;
+    const std::vector<Influence>& head = report.provenance.of({origin.event, 0});
+    std::erase_if(reasons, [&](const Influence& reason) { return holds(head, reason); });
+    return reasons;
+}
+
+std::vector<Influence> own_reasons(const Report& report, const FileLine& line) {
+    std::vector<Influence> reasons;
+    for (const Origin& origin : line.origins)
+        for (const Influence& reason : own_reasons(report, origin))
+            if (!holds(reasons, reason)) reasons.push_back(reason);
+    return reasons;
+}
+
+std::string reason_html(const Report& report, const Influence& influence) {
+    const std::string condition = influence.decides ? "if " : "";
+    const std::string id = subject_id(influence.input);
+    if (influence.input.kind != Input::Kind::Setting)
+        return fmt::format(R"({}<a href="#{}">{}</a>)", condition, id,
+                           html_escaped(statement(influence.input, influence.answer)));
+    const std::string value =
+        influence.answer ? "=<code>" + shown_line(report.masks.answer(influence)) + "</code>"
+                         : " is not set";
+    return fmt::format(R"({}<a href="#{}"><code>{}</code></a>{})", condition, id,
+                       shown_line(influence.input.name), value);
+}
+
+std::string why_html(const Report& report, const std::vector<Influence>& reasons) {
+    if (reasons.empty()) return "";
+    std::string out = R"(<details class="why"><summary>why</summary><ul>)";
+    for (const Influence& reason : reasons) out += "<li>" + reason_html(report, reason) + "</li>";
+    return out + "</ul></details>";
+}
+
+std::string reasons_html(const Report& report, const std::vector<Influence>& reasons) {
+    if (reasons.empty()) return "";
+    std::string out = R"(<span class="reasons">)";
+    for (size_t i = 0; i < reasons.size(); i++)
+        out += (i == 0 ? "" : "; ") + reason_html(report, reasons[i]);
+    return out + "</span>";
+}
+
+std::string text_html(const Report& report, const Origin& origin, const std::string& text) {
+    return shown_line(report.masks.line(origin, text));
+}
+
+bool is_binary(const Event& event) {
+    return event.body.find('\0') != std::string::npos;
+}
+
+std::string counted(size_t count, const char* one) {
+    return fmt::format("{} {}{}", count, one, count == 1 ? "" : "s");
+}

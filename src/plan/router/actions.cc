@@ -1,0 +1,15 @@
+// Every way in which rc is called, from the tables of rc itself.
+
+#include "plan/router/actions.h"
+
+#include "rc/apps.h"
+
+std::vector<std::vector<std::string>> all_actions() {
+    std::vector<std::vector<std::string>> actions = {
+        {"rc", "init"}, {"rc", "wan", "start"}, {"rc", "wan", "stop"}, {"rc", "wan", "restart"}};
+    for (const rc_app* list : {rc_apps, rc_services})
+        for (const rc_app* app = list; app->name; app++)
+            for (const char* action : {"start", "stop", "restart", "create"})
+                actions.push_back({"rc", app->name, action});
+    return actions;
+}

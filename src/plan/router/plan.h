@@ -1,0 +1,34 @@
+// A plan: one run of rc over the recording platform, and the router that it began with.
+#ifndef RC_PLAN_ROUTER_PLAN_H
+#define RC_PLAN_ROUTER_PLAN_H
+
+#include <string>
+#include <vector>
+
+#include "plan/router/recording.h"
+#include "plan/router/settings.h"
+
+struct Plan {
+    // rc's whole argument list.
+    std::vector<std::string> words;
+    World before;
+    // The router afterwards, the transcript, and what rc asked on the way.
+    Recording after;
+    int status = 0;
+};
+
+// A world of its own: worlds share the contents of files, and a run changes them in place.
+World copy_of(const World& world);
+
+// The router with these settings: in the working copy, and as its factory settings. "rc init" finds
+// no working copy, as after power-on.
+World router_with(const World& world, const Settings& settings,
+                  const std::vector<std::string>& words);
+
+// Plays rc with these words (argv[0] first) over a copy of this router.
+Plan make_plan(const World& router, const std::vector<std::string>& words);
+
+// The files that the run made or changed, by path; /proc and /dev are not files of the router's.
+std::vector<std::string> produced_files(const Plan& plan);
+
+#endif

@@ -1,0 +1,98 @@
+// The settings store of the recording platform: the six functions of nvram/libnvram.h over the
+// world's files.
+
+#include <errno.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "core/text.h"
+#include "libnvram/libnvram.h"
+#include "plan/router/recording.h"
+#include "plan/router/settings.h"
+
+namespace {
+
+// What nvram_zel_get and __nvram_get_fun hand out lives here until the next call.
+std::string handed_out;
+
+// What an image holds. The last one that was asked for is kept: rc asks for many settings of one.
+const Settings& settings_of(const std::string& image) {
+    static std::string known_image;
+    static Settings known;
+    if (image != known_image) {
+        known = read_settings(image);
+        known_image = image;
+    }
+    return known;
+}
+
+void note_asked(const char* key) {
+    Recording& played = recording();
+    played.asked.insert({.kind = Input::Kind::Setting, .name = key});
+    if (played.transcript.depth == 0) played.settings_of_its_own.insert(key);
+}
+
+std::optional<std::string> find(const char* key, const std::string& path) {
+    const std::string* text = recording().world.get(path);
+    if (!key || !text) return std::nullopt;
+    note_asked(key);
+    if (call_fails(Fallible::SettingGet, EIO)) return std::nullopt;
+    const Settings& settings = settings_of(*text);
+    const auto found = settings.find(key);
+    if (found == settings.end()) return std::nullopt;
+    return found->second;
+}
+
+char* hand_out(const std::optional<std::string>& value) {
+    if (!value) return nullptr;
+    handed_out = *value;
+    return handed_out.data();
+}
+
+}  // namespace
+
+int nvram_zel_load() {
+    Recording& played = recording();
+    World& world = played.world;
+    const std::string* image = world.get(flash_image);
+    if (!image) image = world.get(factory_image);
+    played.asked.insert({.kind = Input::Kind::Flash, .name = ""});
+    const bool loads = image && !call_fails(Fallible::SettingsLoad, EIO);
+    played.transcript.add("load", loads ? "" : "failed");
+    if (!loads) return -1;
+    world.put(working_copy, settings_image(read_settings(*image)));
+    return 0;
+}
+
+char* nvram_zel_get(const char* key) {
+    return hand_out(find(key, working_copy));
+}
+
+char* nvram_zel_safe_get(const char* key) {
+    return strdup(find(key, working_copy).value_or("").c_str());
+}
+
+int nvram_zel_set(const char* key, const char* value) {
+    Recording& played = recording();
+    played.transcript.add("set", format("%s=%s", key, value));
+    if (played.transcript.depth == 0) played.settings_of_its_own.insert(key);
+    const std::string* text = played.world.get(working_copy);
+    if (call_fails(Fallible::SettingSet, ENOSPC) || !text) return -1;
+    Settings settings = read_settings(*text);
+    settings[key] = value;
+    played.world.put(working_copy, settings_image(settings));
+    return 0;
+}
+
+int nvram_zel_commit() {
+    Recording& played = recording();
+    played.transcript.add("commit", "");
+    const std::string* text = played.world.get(working_copy);
+    if (call_fails(Fallible::SettingsCommit, EIO) || !text) return -1;
+    played.world.put(flash_image, *text);
+    return 0;
+}
+
+char* __nvram_get_fun(const char* key, const char* path) {
+    return hand_out(find(key, path));
+}

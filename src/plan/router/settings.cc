@@ -1,0 +1,19 @@
+// Settings as the workstation's side holds them, and their text image.
+
+#include "plan/router/settings.h"
+
+#include "libnvram/image.h"
+
+Settings read_settings(std::string_view image) {
+    const nvram::Image parsed = nvram::Image(std::string(image));
+    Settings settings;
+    for (const nvram::Entry& entry : parsed.entries())
+        settings.emplace(std::string(entry.key), std::string(entry.value));
+    return settings;
+}
+
+std::string settings_image(const Settings& settings) {
+    std::vector<nvram::Entry> entries;
+    for (const auto& [key, value] : settings) entries.push_back({.key = key, .value = value});
+    return nvram::serialise(entries);
+}

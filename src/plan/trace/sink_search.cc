@@ -1,0 +1,275 @@
+// The search for the places where settings end up.
+
+#include "plan/trace/sink_search.h"
+
+#include <algorithm>
+#include <functional>
+#include <tuple>
+
+#include "core/text.h"
+#include "plan/router/lines.h"
+#include "settings/records.h"
+#include "settings/table.h"
+
+namespace {
+
+// Letters only, so that no handler takes it for a number; no other text of rc's holds it; short,
+// since some fields of records are.
+constexpr std::string_view marker = "Zq";
+// A list's longer values are marked in their first parts; the rest is more of the same.
+constexpr size_t most_parts = 40;
+
+// Values longer than this say no more about where they end up.
+constexpr size_t long_value = 200;
+
+bool is_blank(char c) {
+    return c == ' ' || c == '\t';
+}
+
+size_t word_start(std::string_view line, size_t at) {
+    while (at > 0 && !is_blank(line[at - 1])) at--;
+    return at;
+}
+
+// What one use of a text has in common with the others of its kind: for a command, its program and
+// the option in front of the text; for a line of a file, the name in front of its "=".
+std::string use_of(const FoundSink& sink) {
+    const std::string_view line = sink.line;
+    const size_t place = line.find('\x01');
+    const std::string_view before = line.substr(0, place);
+    if (sink.quoting == nvram::Quoting::File)
+        return std::string(before.substr(
+            0, std::min(before.find('='), before.size()) * (contains(before, "=") ? 1 : 0)));
+    const size_t first = std::min(line.find_first_not_of(" \t"), place);
+    std::string use(line.substr(first, std::min(line.find_first_of(" \t", first), place) - first));
+    size_t end = word_start(line, place);
+    while (end > 0 && is_blank(line[end - 1])) end--;
+    const size_t start = word_start(line, end);
+    if (start != first && line[start] == '-')
+        use += " " + std::string(line.substr(start, end - start));
+    return use;
+}
+
+// What an example that is not whole shows: empty places, hostile values made harmless, other parts
+// of the marked value.
+constexpr std::string_view gaps_in_examples[] = {"  ", "\"\"", "''", "::", "\t\t\t",
+                                                 "xx", ";x",   "-.", ": ", marker};
+
+// Lines in which other settings are filled in make the better examples.
+auto rank(const FoundSink& sink) {
+    size_t gaps = 0;
+    for (const std::string_view gap : gaps_in_examples)
+        for (size_t at = sink.line.find(gap); at != std::string::npos;
+             at = sink.line.find(gap, at + 1))
+            gaps++;
+    return std::tuple(gaps, sink.line.size(), sink.line);
+}
+
+// All lines that a run hands to a shell or leaves in files: use(place, line). Binary files have
+// none.
+template <class Use>
+void for_each_output(const Plan& plan, Use use) {
+    std::set<std::string> written;
+    const auto use_body = [&](const std::string& path, const std::string& body) {
+        written.insert(path);
+        if (contains(body, std::string_view("\0", 1))) return;
+        for (const std::string_view line : body_lines(body)) use(path, line);
+    };
+    for (const Event& event : plan.after.transcript.events()) {
+        if (event.verb == "run" || event.verb == "pipe") use("command", event.text);
+        if (event.verb == "write" || event.verb == "append") use_body(event.text, event.body);
+    }
+    // What shell lines write.
+    for (const std::string& path : produced_files(plan))
+        if (!written.contains(path) && path != working_copy && path != flash_image)
+            use_body(path, *plan.after.world.get(path));
+}
+
+// What would end a quotation of its own or stand for something else is taken out of all settings,
+// so that what is found is the quoting of rc's own lines.
+World plain_router(const World& router) {
+    World world = copy_of(router);
+    for (const char* path : {working_copy, flash_image, factory_image}) {
+        const std::string* image = world.get(path);
+        if (!image) continue;
+        Settings settings = read_settings(*image);
+        for (auto& [key, value] : settings) {
+            value.resize(std::min(value.size(), long_value));
+            for (char& c : value)
+                if (contains("'\"`$\\%(){}[]*?|&<>!#~^\n\t", {&c, 1}) || c > '~' || c < 0) c = 'x';
+        }
+        world.put(path, settings_image(settings));
+    }
+    return world;
+}
+
+Plan play_with(const World& router, const std::vector<std::string>& words, const std::string& key,
+               const std::string& value) {
+    World world = copy_of(router);
+    change_setting(world, key, value);
+    return make_plan(world, words);
+}
+
+}  // namespace
+
+nvram::Quoting quoting_at(std::string_view line, size_t place) {
+    char quote = '\0';
+    // pppd gives what is quoted behind this option to a shell of its own, where it is bare.
+    bool of_pppd = false;
+    for (size_t i = 0; i < std::min(place, line.size()); i++) {
+        const char c = line[i];
+        if (c == '\\' && quote != '\'') {
+            i++;
+        } else if (quote == c) {
+            quote = '\0';
+        } else if (quote == '\0' && (c == '"' || c == '\'')) {
+            quote = c;
+            of_pppd = line.substr(0, i).ends_with("pty ");
+        }
+    }
+    if (quote == '\0' || of_pppd) return nvram::Quoting::Bare;
+    return quote == '"' ? nvram::Quoting::DoubleQuoted : nvram::Quoting::SingleQuoted;
+}
+
+void SinkSearch::play_plain(const World& router, const std::vector<std::string>& words) {
+    const Plan plan = make_plan(router, words);
+    note_uses(plan);
+    note_scripts(plan.after.transcript);
+}
+
+void SinkSearch::play_marked(const World& stated, const std::vector<std::string>& words) {
+    const World router = plain_router(stated);
+    const Plan plan = make_plan(router, words);
+    for (const Input& input : plan.after.asked) {
+        if (input.kind != Input::Kind::Setting) continue;
+        Trial trial = {.router = &router,
+                       .words = &words,
+                       .key = input.name,
+                       .mark = {"", std::string(marker), "", ""},
+                       .field = ""};
+        const std::string value = value_of_input(plan.before, input).value_or("");
+        const nvram::KnownSetting* known = nvram::find_known(input.name);
+        if (!known || !known->record) {
+            try_mark(trial);
+            mark_parts(trial, value, 0, value.size());
+            continue;
+        }
+        for (const nvram::Piece& piece : nvram::pieces_of(*known, value)) {
+            trial.field = piece.field;
+            mark_parts(trial, value, static_cast<size_t>(piece.text.data() - value.data()),
+                       piece.text.size());
+        }
+    }
+}
+
+// Marks the numbers and words of one part of a value, each in turn.
+void SinkSearch::mark_parts(Trial trial, const std::string& value, size_t from, size_t size) {
+    const std::string mark(marker);
+    auto parts = tokens_of(value.substr(from, size));
+    if (parts.empty() && !trial.field.empty()) parts.emplace_back(0, 0);
+    parts.resize(std::min(parts.size(), most_parts));
+    for (const auto& [at, length] : parts) {
+        const std::string part = value.substr(from + at, length);
+        trial.mark.before = value.substr(0, from + at);
+        trial.mark.behind = value.substr(from + at + length);
+        // Instead of the part, behind it and in front of it: what is compared or read as a number
+        // may pass with one of them.
+        for (const std::string& text : {mark, part + mark, mark + part}) {
+            trial.mark.text = text;
+            trial.mark.field = value.substr(from, at) + text +
+                               value.substr(from + at + length, size - at - length);
+            try_mark(trial);
+        }
+    }
+}
+
+void SinkSearch::try_mark(const Trial& trial) {
+    const Plan plan = play_with(*trial.router, *trial.words, trial.key, trial.mark.value());
+    for_each_output(plan, [&](const std::string& place, std::string_view line) {
+        if (contains(line, marker)) note_line(trial, place, std::string(line));
+    });
+}
+
+void SinkSearch::note_line(const Trial& trial, const std::string& place, std::string line) {
+    // What parts the records of lists does not arrive in lines.
+    for (char& c : line)
+        if (c == '\x01') c = ' ';
+    // The whole value where it came out whole, or the whole field.
+    std::string text = trial.mark.text;
+    for (const std::string& wider : {trial.mark.field, trial.mark.value()})
+        if (contains(wider, marker) && contains(line, wider)) text = wider;
+    const size_t at = line.find(text);
+    if (at == std::string::npos) return;
+    for (size_t next = at; next != std::string::npos; next = line.find(text, next))
+        line.replace(next, text.size(), "\x01");
+    FoundSink sink = {.key = trial.key,
+                      .quoting = nvram::Quoting::File,
+                      .place = place,
+                      .line = line,
+                      .passes = "",
+                      .field = trial.field};
+    if (contains(place, "crontab"))
+        sink.quoting = nvram::Quoting::Crontab;
+    else if (place == "command" || scripts_.contains(place))
+        sink.quoting = quoting_at(line, at);
+    const std::string same =
+        format("%s\n%s\n%d\n%s\n%s", sink.key.c_str(), sink.field.c_str(),
+               static_cast<int>(sink.quoting), place.c_str(), use_of(sink).c_str());
+    const auto found = places_.find(same);
+    if (found != places_.end() && rank(found->second.sink) <= rank(sink)) return;
+    places_.insert_or_assign(
+        same,
+        Place{.sink = sink, .router = *trial.router, .words = *trial.words, .mark = trial.mark});
+}
+
+// Which characters come through: each stands between the two letters of the marker once, and is
+// looked for there. A newline ends the line itself.
+static std::string passing_characters(const std::function<Plan(const std::string&)>& play_text,
+                                      const std::string& place) {
+    std::string passes;
+    for (const char c : special_characters) {
+        const std::string through = {marker[0], c, marker[1]};
+        bool arrived = false;
+        for_each_output(play_text(through), [&](const std::string& where, std::string_view line) {
+            if (where != place) return;
+            const bool ended = c == '\n' && place != "command" && line.ends_with(marker[0]);
+            arrived = arrived || ended || contains(line, through);
+        });
+        if (arrived) passes += c;
+    }
+    return passes;
+}
+
+void SinkSearch::note_uses(const Plan& plan) {
+    if (plan.words.size() < 2 || (plan.words.size() < 3 && plan.words[1] != "init")) return;
+    for (const std::string& key : plan.after.settings_of_its_own) uses_[key].insert(plan.words[1]);
+}
+
+// "/bin/sh -x /tmp/rules", "/tmp/qos.conf start", "sh /etc/rc.local &"
+void SinkSearch::note_scripts(const Transcript& transcript) {
+    for (const Event& event : transcript.events()) {
+        if (event.verb != "run") continue;
+        std::string_view rest = event.text;
+        for (std::string_view word = take_field(rest, ' ');; word = take_field(rest, ' ')) {
+            if (word.starts_with('/') && !word.ends_with("/sh"))
+                scripts_.insert(std::string(word.substr(0, word.find('&'))));
+            if (word.starts_with('/') && !word.ends_with("/sh")) break;
+            if (rest.empty()) break;
+            if (!word.empty() && !word.ends_with("sh") && word != "-x" && word != "-c") break;
+        }
+    }
+}
+
+std::vector<FoundSink> SinkSearch::found() const {
+    std::vector<FoundSink> list;
+    for (const auto& [same, place] : places_) {
+        list.push_back(place.sink);
+        const auto play_text = [&place = place](const std::string& text) {
+            return play_with(place.router, place.words, place.sink.key,
+                             place.mark.before + text + place.mark.behind);
+        };
+        list.back().passes = passing_characters(play_text, place.sink.place);
+    }
+    std::ranges::sort(list);
+    return list;
+}

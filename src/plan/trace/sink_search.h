@@ -1,0 +1,90 @@
+// Where the texts of settings end up: command lines, scripts, crontabs, daemons' files. Found by
+// playing rc with a marked value in the place of each setting, and of each part of it.
+#ifndef RC_PLAN_TRACE_SINK_SEARCH_H
+#define RC_PLAN_TRACE_SINK_SEARCH_H
+
+#include <compare>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "plan/router/plan.h"
+#include "settings/sinks.h"
+
+struct FoundSink {
+    std::string key;
+    nvram::Quoting quoting;
+    // "command", or the path of a file.
+    std::string place;
+    // The line, with a byte \x01 where the text stands.
+    std::string line;
+    // Those of special_characters that arrive there as they are.
+    std::string passes;
+    // The field of a record that stands there; empty for the value as a whole.
+    std::string field;
+
+    // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 takes the comparison's 0 for a pointer.
+    friend auto operator<=>(const FoundSink&, const FoundSink&) = default;
+};
+
+// What means something to a shell, in a crontab or as the end of a line.
+inline constexpr std::string_view special_characters = "\n\t !\"#$%&'()*;<>?[\\]^`{|}~";
+
+// What stands around a place of a shell line.
+nvram::Quoting quoting_at(std::string_view line, size_t place);
+
+class SinkSearch {
+  public:
+    // Plays these words on this router as they are, and notes which settings they use and which
+    // files a shell runs. Belongs before all marked plays, so that no script is taken for a file.
+    void play_plain(const World& router, const std::vector<std::string>& words);
+
+    // Plays these words once for each setting that they ask for and each part of its value, marked.
+    void play_marked(const World& stated, const std::vector<std::string>& words);
+
+    // What was found, by key; of lines that differ in other settings only, one.
+    std::vector<FoundSink> found() const;
+
+    // The applications that read or write each setting themselves, each once, by name.
+    const std::map<std::string, std::set<std::string>>& uses() const { return uses_; }
+
+  private:
+    // A value with a marked part in it.
+    struct Mark {
+        std::string before;
+        std::string text;
+        std::string behind;
+        // The field of a record that the text is a part of, marked.
+        std::string field;
+
+        std::string value() const { return before + text + behind; }
+    };
+    // One play with a marked value, kept for playing it again.
+    struct Trial {
+        const World* router;
+        const std::vector<std::string>* words;
+        std::string key;
+        Mark mark;
+        std::string field;
+    };
+    struct Place {
+        FoundSink sink;
+        World router;
+        std::vector<std::string> words;
+        Mark mark;
+    };
+
+    std::map<std::string, Place> places_;
+    std::map<std::string, std::set<std::string>> uses_;
+    std::set<std::string> scripts_;
+
+    void note_uses(const Plan& plan);
+    void note_scripts(const Transcript& transcript);
+    void mark_parts(Trial trial, const std::string& value, size_t from, size_t size);
+    void try_mark(const Trial& trial);
+    void note_line(const Trial& trial, const std::string& place, std::string line);
+};
+
+#endif

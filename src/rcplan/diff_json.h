@@ -1,0 +1,22 @@
+// What rcplan diff prints as JSON for programs, one object a line.
+#ifndef RC_RCPLAN_DIFF_JSON_H
+#define RC_RCPLAN_DIFF_JSON_H
+
+#include <string>
+#include <vector>
+
+#include "plan/diff/diff.h"
+#include "plan/diff/restarts.h"
+
+// Objects of the type "setting": key, a, b, secret; null where there is no such setting.
+std::string settings_json(const std::vector<SettingChange>& changes);
+
+// Objects of the types "lines" (of a body that both write) and "events", then one of the type
+// "total". Lines stand as in case files.
+std::string difference_json(const Difference& difference);
+
+// Objects of the types "before", "action", "gentler", "boot" and "unused", then one of the type
+// "total".
+std::string advice_json(const Advice& advice);
+
+#endif

@@ -1,0 +1,36 @@
+// Whole files, and messages on standard error.
+
+#include "rcplan/files.h"
+
+#include <errno.h>
+#include <stdio.h>
+#include <string.h>
+
+#include <fstream>
+#include <iostream>
+#include <memory>
+
+std::optional<std::string> read_file(const std::string& path) {
+    std::string text;
+    const std::unique_ptr<FILE, int (*)(FILE*)> file(
+        path == "-" ? fdopen(0, "r") : fopen(path.c_str(), "r"), fclose);
+    char piece[4096];
+    size_t count = 0;
+    while (file && (count = fread(piece, 1, sizeof piece, file.get())) > 0)
+        text.append(piece, count);
+    if (file && !ferror(file.get())) return text;
+    complain(path + ": " + strerror(errno));
+    return std::nullopt;
+}
+
+bool write_file(const std::string& path, const std::string& text) {
+    std::ofstream file(path, std::ios::binary);
+    file << text;
+    if (file.flush()) return true;
+    complain(path + ": " + strerror(errno));
+    return false;
+}
+
+void complain(const std::string& what) {
+    std::cerr << "rcplan: " << what << "\n";
+}

@@ -1,0 +1,59 @@
+// rcplan packet: what the firewall does with a packet, which rule decides, and the settings behind
+// it.
+
+#include <iostream>
+
+#include "plan/netfilter/packet_options.h"
+#include "rcplan/files.h"
+#include "rcplan/packet_json.h"
+#include "rcplan/packet_report.h"
+#include "rcplan/verbs.h"
+
+namespace {
+
+constexpr int status_accepted = 0;
+constexpr int status_dropped = 1;
+
+// The router that the rules are made on.
+std::optional<World> router_of(const PacketVerbOptions& options,
+                               const std::vector<std::string>& words) {
+    std::optional<World> router = stated_router(options.router, words);
+    if (!router || options.wan_address.empty()) return router;
+    const std::string wan_if = networks_of(*router).wan_if;
+    if (!read_address(options.wan_address) || wan_if.empty()) {
+        complain(wan_if.empty() ? "the settings name no interface of the WAN (wan_ifname)"
+                                : "--wan-address takes an address such as 203.0.113.7");
+        return std::nullopt;
+    }
+    router->interfaces[wan_if].address = options.wan_address;
+    return router;
+}
+
+}  // namespace
+
+int packet_verb(const PacketVerbOptions& options) {
+    const std::vector<std::string> words = rc_words(
+        options.words.empty() ? std::vector<std::string>{"firewall", "start"} : options.words);
+    const std::optional<World> router = router_of(options, words);
+    if (!router) return status_wrong_use;
+    const Plan plan = make_plan(*router, words);
+    const Networks networks = networks_of(plan.after.world);
+    const auto stated = state_packet(options.packet, networks);
+    if (const auto* error = std::get_if<PacketError>(&stated)) {
+        complain(error->message);
+        return status_wrong_use;
+    }
+    const Netfilter tables = netfilter_of(plan.after.transcript, plan.before);
+    const auto& [packet, assumptions] = std::get<StatedPacket>(stated);
+    PacketReport report = {.plan = plan,
+                           .tables = tables,
+                           .provenance = options.no_why ? Provenance() : trace(plan),
+                           .packet = packet,
+                           .assumptions = assumptions,
+                           .walk = walk_packet(tables, networks, packet)};
+    if (!networks.wan_if.empty() && !networks.addresses.contains(networks.wan_if))
+        report.assumptions.push_back(networks.wan_if + " has no address (--wan-address, --world)");
+    std::cout << (options.json ? packet_json(report) : packet_text(report));
+    if (report.walk.verdict == Verdict::Unknown) return status_wrong_use;
+    return report.walk.verdict == Verdict::Accept ? status_accepted : status_dropped;
+}

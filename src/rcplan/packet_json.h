@@ -1,0 +1,12 @@
+// A packet's walk as JSON for programs.
+#ifndef RC_RCPLAN_PACKET_JSON_H
+#define RC_RCPLAN_PACKET_JSON_H
+
+#include <string>
+
+#include "rcplan/packet_report.h"
+
+// One object (rcplan(1)).
+std::string packet_json(const PacketReport& report);
+
+#endif

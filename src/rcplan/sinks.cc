@@ -1,0 +1,152 @@
+// rcplan sinks: where the texts of settings end up; and the tables of it that nvram is built with.
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iostream>
+#include <iterator>
+#include <set>
+
+#include "plan/router/actions.h"
+#include "plan/router/case.h"
+#include "plan/trace/sink_search.h"
+#include "rcplan/files.h"
+#include "rcplan/verbs.h"
+#include "settings/table.h"
+
+namespace {
+
+const char* quoting_name(nvram::Quoting quoting) {
+    switch (quoting) {
+        case nvram::Quoting::Bare:
+            return "Bare";
+        case nvram::Quoting::DoubleQuoted:
+            return "DoubleQuoted";
+        case nvram::Quoting::SingleQuoted:
+            return "SingleQuoted";
+        case nvram::Quoting::File:
+            return "File";
+        case nvram::Quoting::Crontab:
+            return "Crontab";
+    }
+    return "";
+}
+
+const char* quoting_words(nvram::Quoting quoting) {
+    switch (quoting) {
+        case nvram::Quoting::Bare:
+            return "a word of a shell line";
+        case nvram::Quoting::DoubleQuoted:
+            return "in double quotes";
+        case nvram::Quoting::SingleQuoted:
+            return "in single quotes";
+        case nvram::Quoting::File:
+            return "a line of a file";
+        case nvram::Quoting::Crontab:
+            return "a line of a crontab";
+    }
+    return "";
+}
+
+// As a C++ literal. A hexadecimal escape would go on into a following digit, so octal ones stand.
+std::string literal(const std::string& text) {
+    std::string out = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\')
+            out += {'\\', c};
+        else if (c < 0x20 || c > 0x7e)
+            out += fmt::format("\\{:03o}", static_cast<unsigned char>(c));
+        else
+            out += c;
+    }
+    return out + "\"";
+}
+
+void print_sinks(const std::vector<FoundSink>& sinks, const std::vector<std::string>& keys) {
+    std::string key;
+    for (const FoundSink& sink : sinks) {
+        if (!keys.empty() && std::ranges::find(keys, sink.key) == keys.end()) continue;
+        if (sink.key != key) std::cout << sink.key << "\n";
+        key = sink.key;
+        std::string line = sink.line;
+        for (size_t at = line.find('\x01'); at != std::string::npos; at = line.find('\x01', at))
+            line.replace(at, 1, "{" + (sink.field.empty() ? key : sink.field) + "}");
+        std::cout << "    " << (sink.place == "command" ? "runs" : sink.place) << ", "
+                  << quoting_words(sink.quoting) << ":\n        " << escape_line(line) << "\n";
+    }
+}
+
+constexpr const char* renewed =
+    "// Written by tools/renew.sh: rcplan {} over every action and every case.\n";
+
+void print_sink_table(const std::vector<FoundSink>& sinks) {
+    std::cout << fmt::format(renewed, "sinks --table sinks");
+    for (const FoundSink& sink : sinks)
+        if (nvram::find_known(sink.key))
+            std::cout << fmt::format("{{{}, Quoting::{}, {},\n {},\n {}, {}}},\n",
+                                     literal(sink.key), quoting_name(sink.quoting),
+                                     literal(sink.place), literal(sink.line), literal(sink.passes),
+                                     literal(sink.field));
+}
+
+void print_use_table(const SinkSearch& search) {
+    std::cout << fmt::format(renewed, "sinks --table uses");
+    // Groups run applications of the tables; cases call rc by words that are none.
+    std::set<std::string> names;
+    for (const std::vector<std::string>& words : all_actions()) names.insert(words[1]);
+    for (const auto& [key, callers] : search.uses()) {
+        // rc makes some names of numbers in other settings.
+        if (!nvram::find_known(key)) continue;
+        std::vector<std::string> actions;
+        std::ranges::set_intersection(callers, names, std::back_inserter(actions));
+        std::cout << fmt::format("{{{}, \"{}\"}},\n", literal(key), fmt::join(actions, " "));
+    }
+}
+
+// A router and a call of rc.
+struct Play {
+    World router;
+    std::vector<std::string> words;
+};
+
+bool add_case(const std::string& path, std::vector<Play>& plays) {
+    const std::optional<std::string> text = read_file(path);
+    if (!text) return false;
+    const auto parsed = parse_case(*text);
+    if (const auto* error = std::get_if<CaseError>(&parsed)) {
+        complain(path + ": " + error->message);
+        return false;
+    }
+    const Case& stated = std::get<Case>(parsed);
+    plays.push_back({.router = case_world(stated), .words = stated.words});
+    return true;
+}
+
+bool collect(const SinksOptions& options, std::vector<Play>& plays) {
+    for (const std::vector<std::string>& words : all_actions()) {
+        std::optional<World> router = stated_router(options.router, words);
+        if (!router) return false;
+        plays.push_back({.router = std::move(*router), .words = words});
+    }
+    return std::ranges::all_of(options.cases,
+                               [&](const std::string& path) { return add_case(path, plays); });
+}
+
+}  // namespace
+
+int sinks_verb(const SinksOptions& options) {
+    std::vector<Play> plays;
+    if (!collect(options, plays)) return status_wrong_use;
+    SinkSearch search;
+    for (const Play& play : plays) search.play_plain(play.router, play.words);
+    if (options.table == "uses") {
+        print_use_table(search);
+        return status_done;
+    }
+    for (const Play& play : plays) search.play_marked(play.router, play.words);
+    if (options.table == "sinks")
+        print_sink_table(search.found());
+    else
+        print_sinks(search.found(), options.keys);
+    return status_done;
+}

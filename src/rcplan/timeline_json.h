@@ -1,0 +1,13 @@
+// A plan as JSON for programs.
+#ifndef RC_RCPLAN_TIMELINE_JSON_H
+#define RC_RCPLAN_TIMELINE_JSON_H
+
+#include <string>
+
+#include "plan/router/plan.h"
+#include "plan/trace/influence.h"
+
+// One JSON object a line, in the order of the transcript, then one of the type "total" (rcplan(1)).
+std::string json_lines(const Plan& plan, const Provenance* provenance);
+
+#endif

@@ -1,0 +1,248 @@
+// The forms that values have.
+#include "settings/forms.h"
+
+#include <algorithm>
+
+#include "core/ipv4.h"
+
+namespace nvram {
+
+namespace {
+
+constexpr std::size_t interface_name_limit = 15;
+constexpr std::size_t host_name_limit = 253;
+constexpr std::size_t host_label_limit = 63;
+constexpr std::size_t mac_length = 17;
+constexpr std::int32_t highest_port = 65535;
+
+bool is_digit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+bool is_letter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool is_hex_digit(char c) {
+    return is_digit(c) || (lower(c) >= 'a' && lower(c) <= 'f');
+}
+
+// The kernel's own rule, without the names of folders.
+bool is_interface(std::string_view text) {
+    if (text.empty() || text.size() > interface_name_limit) return false;
+    if (text == "." || text == "..") return false;
+    for (const char c : text)
+        if (c <= ' ' || c > '~' || c == '/') return false;
+    return true;
+}
+
+bool is_host_label(std::string_view label) {
+    if (label.empty() || label.size() > host_label_limit) return false;
+    if (label.front() == '-' || label.back() == '-') return false;
+    for (const char c : label)
+        if (!is_digit(c) && !is_letter(c) && c != '-') return false;
+    return true;
+}
+
+// What is made of digits and dots alone is meant to be an address.
+bool is_host(std::string_view text) {
+    if (text.find_first_not_of("0123456789.") == std::string_view::npos)
+        return parse_quad(text).has_value();
+    if (text.size() > host_name_limit) return false;
+    while (true) {
+        const std::size_t dot = text.find('.');
+        if (!is_host_label(text.substr(0, dot))) return false;
+        if (dot == std::string_view::npos) return true;
+        text.remove_prefix(dot + 1);
+    }
+}
+
+bool is_netmask(std::string_view text) {
+    const std::optional<std::uint32_t> mask = parse_quad(text);
+    return mask && is_mask(*mask);
+}
+
+bool is_word_of(std::string_view text, const char* choices) {
+    for (const std::string_view word : words_of(choices))
+        if (word == text) return true;
+    return false;
+}
+
+std::string joined(const char* choices) {
+    std::string list;
+    for (const std::string_view word : words_of(choices)) {
+        if (!list.empty()) list += ", ";
+        list += word;
+    }
+    return list;
+}
+
+std::string range_in_words(std::int32_t low, std::int32_t high) {
+    return " from " + std::to_string(low) + " to " + std::to_string(high);
+}
+
+// Without the words that are legal besides.
+std::string wanted_by_form(const Limits& limits) {
+    switch (limits.form) {
+        case Form::Text:
+            return "a text";
+        case Form::Flag:
+            return "1 (on) or 0 (off)";
+        case Form::Number:
+            if (limits.low == 0 && limits.high == 0) return "a number";
+            return "a number" + range_in_words(limits.low, limits.high);
+        case Form::Choice:
+            return "one of " + joined(limits.choices);
+        case Form::Address:
+            return "an IPv4 address such as 192.168.1.1";
+        case Form::Netmask:
+            return "a netmask such as 255.255.255.0";
+        case Form::Mac:
+            return "a MAC address such as 00:11:22:33:44:55";
+        case Form::Interface:
+            return "an interface's name of 1 to 15 characters";
+        case Form::Host:
+            return "a host name or an IPv4 address";
+        case Form::Hex:
+            if (limits.low == limits.high)
+                return std::to_string(limits.low) + " hexadecimal digits";
+            return "hexadecimal digits," + range_in_words(limits.low, limits.high) + " of them";
+        case Form::Record:
+            break;
+    }
+    return "a record";
+}
+
+std::string number_problem(const Limits& limits, std::string_view text) {
+    const std::optional<long long> number = plain_number(text);
+    if (!number) return "is no number";
+    const bool any = limits.low == 0 && limits.high == 0;
+    if (!any && (*number < limits.low || *number > limits.high)) return "is out of range";
+    // Programs that read numbers in C's notation take a zero in front for octal.
+    if (limits.high == highest_port && text.size() > 1 && text[0] == '0')
+        return "begins with 0, which iptables takes for octal";
+    return "";
+}
+
+std::string netmask_problem(std::string_view text) {
+    if (!parse_quad(text)) return "is no netmask";
+    return is_netmask(text) ? "" : "is no netmask, since its ones do not stand together";
+}
+
+std::string hex_problem(const Limits& limits, std::string_view text) {
+    if (!is_hex(text)) return "is not hexadecimal";
+    const auto digits = static_cast<std::int64_t>(text.size());
+    if (limits.high != 0 && (digits < limits.low || digits > limits.high))
+        return "has " + std::to_string(digits) + " digits";
+    return "";
+}
+
+std::string problem_by_form(const Limits& limits, std::string_view text) {
+    switch (limits.form) {
+        case Form::Text:
+        case Form::Record:
+            break;
+        case Form::Flag:
+            return text[0] == '0' || text[0] == '1' ? "" : "is neither on nor off";
+        case Form::Number:
+            return number_problem(limits, text);
+        case Form::Choice:
+            return is_word_of(text, limits.choices) ? "" : "is none of rc's words";
+        case Form::Address:
+            return parse_quad(text) ? "" : "is no IPv4 address";
+        case Form::Netmask:
+            return netmask_problem(text);
+        case Form::Mac:
+            return is_mac(text) ? "" : "is no MAC address";
+        case Form::Interface:
+            return is_interface(text) ? "" : "is no name of an interface";
+        case Form::Host:
+            return is_host(text) ? "" : "is neither a host name nor an address";
+        case Form::Hex:
+            return hex_problem(limits, text);
+    }
+    return "";
+}
+
+}  // namespace
+
+Limits limits_of(const KnownSetting& known) {
+    return {.form = known.form, .low = known.low, .high = known.high, .choices = known.choices};
+}
+
+Limits limits_of(const Field& field) {
+    return {.form = field.form, .low = field.low, .high = field.high, .choices = field.choices};
+}
+
+std::vector<std::string_view> words_of(const char* choices) {
+    std::vector<std::string_view> words;
+    const char separator = choice_separator(choices);
+    for (std::string_view rest = choices; !rest.empty();) {
+        const std::string_view word = rest.substr(0, rest.find(separator));
+        rest.remove_prefix(std::min(rest.size(), word.size() + 1));
+        if (!word.empty()) words.push_back(word);
+    }
+    return words;
+}
+
+std::string wanted(const Limits& limits) {
+    std::string text = wanted_by_form(limits);
+    if (limits.form != Form::Choice && *limits.choices != '\0')
+        text += ", or one of " + joined(limits.choices);
+    return text;
+}
+
+std::string form_problem(const Limits& limits, std::string_view text) {
+    if (limits.form != Form::Choice && is_word_of(text, limits.choices)) return "";
+    std::string problem = problem_by_form(limits, text);
+    if (!problem.empty()) problem += ": " + wanted(limits) + " is wanted";
+    return problem;
+}
+
+std::optional<long long> plain_number(std::string_view text) {
+    const bool negative = text.starts_with('-');
+    if (negative) text.remove_prefix(1);
+    // Eighteen digits are within a long long.
+    if (text.empty() || text.size() > 18) return std::nullopt;
+    long long number = 0;
+    for (const char c : text) {
+        if (!is_digit(c)) return std::nullopt;
+        number = number * 10 + (c - '0');
+    }
+    return negative ? -number : number;
+}
+
+bool is_mac(std::string_view text) {
+    if (text.size() != mac_length) return false;
+    for (std::size_t i = 0; i < text.size(); ++i)
+        if (i % 3 == 2 ? text[i] != ':' : !is_hex_digit(text[i])) return false;
+    return true;
+}
+
+bool is_hex(std::string_view text) {
+    return std::all_of(text.begin(), text.end(), is_hex_digit);
+}
+
+// One row of the usual table at a time: distances of one's beginnings to other's beginnings.
+std::size_t edit_distance(std::string_view one, std::string_view other, std::size_t limit) {
+    const std::size_t longer = std::max(one.size(), other.size());
+    if (longer - std::min(one.size(), other.size()) > limit) return limit + 1;
+    std::vector<std::size_t> row(other.size() + 1);
+    for (std::size_t j = 0; j < row.size(); ++j) row[j] = j;
+    for (std::size_t i = 0; i < one.size(); ++i) {
+        std::size_t diagonal = row[0];
+        row[0] = i + 1;
+        for (std::size_t j = 0; j < other.size(); ++j) {
+            const std::size_t changed = diagonal + (lower(one[i]) == lower(other[j]) ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({changed, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+}  // namespace nvram

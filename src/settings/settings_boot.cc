@@ -1,0 +1,64 @@
+// Rows of the table of all settings: boot, and what the board knows of itself.
+#include "settings/areas.h"
+
+namespace nvram {
+
+static constexpr KnownSetting boot_rows[] = {
+    {.key = "ap_mode",
+     .form = Form::Flag,
+     .may_be_empty = true,
+     .factory = "0",
+     .when_empty = "the device is a router",
+     .help = "plain access point (1) or router (0)"},
+    {.key = "restore_default",
+     .form = Form::Flag,
+     .may_be_empty = true,
+     .factory = "0",
+     .when_empty = "the settings are kept",
+     .help = "1: the next boot returns to the factory settings, which set this back to 0"},
+    {.key = "upgrade_default",
+     .form = Form::Flag,
+     .may_be_empty = true,
+     .factory = "0",
+     .when_empty = "nothing is taken over",
+     .help = "1: the next boot takes fw_services_def from the image file, and sets this to 0"},
+    {.key = "wifi_present",
+     .form = Form::Flag,
+     .may_be_empty = true,
+     .factory = "0",
+     .when_empty = "nothing; boot writes it",
+     .help = "written at boot: the device has a radio (1)"},
+    {.key = "lan_assign_mac",
+     .form = Form::Mac,
+     .factory = "02:00:00:00:00:01",
+     .when_empty = "the LAN port keeps its MAC address: ifconfig and the radio driver refuse none",
+     .help = "MAC address of the LAN side; boot writes the board's own"},
+    {.key = "lan_assign_mac_2",
+     .form = Form::Mac,
+     .may_be_empty = true,
+     .when_empty = "nothing; boot writes it with the board's own MAC address",
+     .help = "written at boot: the board's MAC address with its last byte plus one"},
+    {.key = "assign_mac",
+     .form = Form::Mac,
+     .may_be_empty = true,
+     .when_empty = "nothing; boot writes it with the board's own MAC address",
+     .help =
+         "written at boot: MAC address of the WAN side, the board's with its last byte plus one"},
+    {.key = "wan_macaddr_default",
+     .form = Form::Mac,
+     .may_be_empty = true,
+     .when_empty =
+         "the WAN port gets the address of /proc/mac, or without that file a built-in one",
+     .help =
+         "MAC address of the WAN port unless wan_macaddr gives one; boot writes the board's own"},
+    {.key = "wsc_device_pin",
+     .form = Form::Number,
+     .may_be_empty = true,
+     .secret = true,
+     .high = 99999999,
+     .when_empty = "boot takes the board's own from flash",
+     .help = "the device's WPS PIN, 8 digits, the last one a check digit"},
+};
+constexpr std::span<const KnownSetting> boot_settings = boot_rows;
+
+}  // namespace nvram

@@ -1,0 +1,275 @@
+// Rows of the table of all settings: firewall, port forwarding, access control and URL blocking.
+#include "settings/areas.h"
+
+namespace nvram {
+
+static constexpr std::int32_t last_port = 65535;
+
+static constexpr KnownSetting firewall_rows[] = {
+    {.key = "fw_nat",
+     .form = Form::Flag,
+     .factory = "1",
+     .when_empty = "addresses are translated, but FORWARD is left open and there is no DMZ",
+     .help = "address translation, and nothing forwarded unasked (1), or neither (0)"},
+    {.key = "fw_response_ping",
+     .form = Form::Flag,
+     .may_be_empty = true,
+     .factory = "0",
+     .when_empty = "it is off",
+     .help = "pings from the WAN are answered (1)"},
+    {.key = "fw_remote",
+     .form = Form::Flag,
+     .may_be_empty = true,
+     .factory = "0",
+     .when_empty = "it is off",
+     .help = "remote management: the web interface can be reached from the WAN (1)"},
+    {.key = "fw_remote_port",
+     .form = Form::Number,
+     .low = 1,
+     .high = last_port,
+     .factory = "8080",
+     .when_empty = "the rule of remote management fails",
+     .help = "remote management: TCP port on the WAN"},
+    {.key = "fw_remote_type",
+     .form = Form::Choice,
+     .choices = "1 2 3",
+     .factory = "1",
+     .when_empty = "nothing leads to the web interface from outside",
+     .help = "remote management from one address (1), a range (2) or anywhere (3)"},
+    {.key = "fw_remote_single",
+     .form = Form::Address,
+     .may_be_empty = true,
+     .when_empty = "with fw_remote_type 1 the rule fails",
+     .help = "remote management: the one address, when fw_remote_type is 1"},
+    {.key = "fw_remote_range_start",
+     .form = Form::Address,
+     .may_be_empty = true,
+     .when_empty = "with fw_remote_type 2 the rule fails",
+     .help = "remote management: first address of the range, when fw_remote_type is 2"},
+    {.key = "fw_remote_range_end",
+     .form = Form::Address,
+     .may_be_empty = true,
+     .when_empty = "with fw_remote_type 2 the rule fails",
+     .help = "remote management: last address of the range, when fw_remote_type is 2"},
+    {.key = "fw_ttl",
+     .form = Form::Choice,
+     .may_be_empty = true,
+     .choices = "0 1 2 3 4",
+     .factory = "0",
+     .when_empty = "as 0",
+     .help =
+         "time to live: as it is (0), 1 more (1), 2 more (2), set to 1 (3), set to fw_ttl_ud (4)"},
+    {.key = "fw_ttl_ud",
+     .form = Form::Number,
+     .low = 1,
+     .high = 255,
+     .factory = "64",
+     .when_empty = "with fw_ttl 4 packets leave with a time to live of 0",
+     .help = "time to live of what leaves the router when fw_ttl is 4, in hops"},
+    {.key = "log_outgoing",
+     .form = Form::Flag,
+     .may_be_empty = true,
+     .factory = "0",
+     .when_empty = "it is off",
+     .help = "new connections from the LAN are logged (1)"},
+};
+constexpr std::span<const KnownSetting> firewall_settings = firewall_rows;
+
+static constexpr Field single_fields[] = {
+    {.name = "name", .form = Form::Text, .may_be_empty = true, .help = "not used"},
+    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
+    {.name = "any", .form = Form::Text, .may_be_empty = true, .help = "not used"},
+    {.name = "outside", .form = Form::Number, .low = 1, .high = last_port, .help = "WAN port"},
+    {.name = "inside", .form = Form::Number, .low = 1, .high = last_port, .help = "host's port"},
+    {.name = "protocol", .form = Form::Choice, .choices = "tcp udp"},
+    {.name = "host",
+     .form = Form::Number,
+     .low = 1,
+     .high = 254,
+     .help = "last number of the host's address; the others are those of lan_ipaddr"},
+};
+static constexpr Record single_record = {.between = '\x01',
+                                         .shape = "name:on:any:outside:inside:protocol:host",
+                                         .fields = single_fields,
+                                         .most = 15,
+                                         .counted = "on"};
+
+static constexpr Field range_fields[] = {
+    {.name = "name", .form = Form::Text, .may_be_empty = true, .help = "not used"},
+    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
+    {.name = "any", .form = Form::Text, .may_be_empty = true, .help = "not used"},
+    {.name = "first", .form = Form::Number, .low = 1, .high = last_port, .help = "first port"},
+    {.name = "last", .form = Form::Number, .low = 1, .high = last_port, .help = "last port"},
+    {.name = "protocol", .form = Form::Choice, .choices = "tcp udp both"},
+    {.name = "host",
+     .form = Form::Number,
+     .low = 1,
+     .high = 254,
+     .help = "last number of the host's address; the others are those of lan_ipaddr"},
+};
+static constexpr Record range_record = {.between = '\x01',
+                                        .shape = "name:on:any:first:last:protocol:host",
+                                        .fields = range_fields,
+                                        .most = 10,
+                                        .counted = "on"};
+
+static constexpr Field trigger_fields[] = {
+    {.name = "index", .form = Form::Number, .high = 9999, .help = "not used"},
+    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
+    {.name = "name", .form = Form::Text, .may_be_empty = true, .help = "not used"},
+    {.name = "trigger_protocol", .form = Form::Choice, .choices = "tcp udp both"},
+    {.name = "trigger_first", .form = Form::Number, .low = 1, .high = last_port},
+    {.name = "trigger_last", .form = Form::Number, .low = 1, .high = last_port},
+    {.name = "protocol", .form = Form::Choice, .choices = "tcp udp both", .help = "incoming"},
+    {.name = "first", .form = Form::Number, .low = 1, .high = last_port, .help = "incoming"},
+    {.name = "last", .form = Form::Number, .low = 1, .high = last_port, .help = "incoming"},
+};
+// Not a count but a length limits them: 511 characters of ports.
+static constexpr Record trigger_record = {
+    .between = '\x01',
+    .shape = "index:on:name:trigger_protocol:trigger_first-trigger_last:protocol:first-last",
+    .fields = trigger_fields};
+
+static constexpr KnownSetting forward_rows[] = {
+    {.key = "fw_in_rules",
+     .form = Form::Record,
+     .may_be_empty = true,
+     .record = &single_record,
+     .when_empty = "no single port is forwarded",
+     .help = "forwards of single ports of the WAN to hosts of the LAN"},
+    {.key = "fw_out_rules",
+     .form = Form::Record,
+     .may_be_empty = true,
+     .record = &range_record,
+     .when_empty = "no range of ports is forwarded",
+     .help = "forwards of ranges of ports of the WAN to hosts of the LAN"},
+    {.key = "fw_spapp",
+     .form = Form::Record,
+     .may_be_empty = true,
+     .record = &trigger_record,
+     .when_empty = "the kernel module is loaded without entries",
+     .help = "special applications: a host that sends to trigger ports gets incoming ports opened"},
+    {.key = "fw_dmz_enable",
+     .form = Form::Flag,
+     .may_be_empty = true,
+     .factory = "0",
+     .when_empty = "it is off",
+     .help = "DMZ: what comes from the WAN and is not forwarded otherwise goes to fw_dmz (1)"},
+    {.key = "fw_dmz",
+     .form = Form::Address,
+     .may_be_empty = true,
+     .when_empty = "with fw_dmz_enable 1 the rules of the DMZ fail",
+     .help = "address of the DMZ host in the LAN"},
+};
+constexpr std::span<const KnownSetting> forward_settings = forward_rows;
+
+static constexpr Field service_fields[] = {
+    {.name = "name", .form = Form::Text, .high = 14},
+    {.name = "protocol", .form = Form::Choice, .choices = "tcp udp both any"},
+    {.name = "first", .form = Form::Number, .low = 1, .high = last_port, .help = "first port"},
+    {.name = "last", .form = Form::Number, .low = 1, .high = last_port, .help = "last port"},
+};
+static constexpr Record service_record = {
+    .between = '\x01', .shape = "name:protocol:first-last", .fields = service_fields};
+
+static constexpr Field blocked_fields[] = {
+    {.name = "service",
+     .form = Form::Text,
+     .high = 29,
+     .help = "a name of fw_services_def or fw_services; an unknown one ends the list"},
+};
+static constexpr Record blocked_record = {
+    .between = '\x01', .shape = "service", .fields = blocked_fields, .most = 100, .passed_over = 4};
+
+static constexpr Field trusted_fields[] = {
+    {.name = "mac", .form = Form::Mac},
+};
+static constexpr Record trusted_record = {
+    .between = '\x01', .shape = "mac", .fields = trusted_fields};
+
+static constexpr Field keyword_fields[] = {
+    {.name = "keyword", .form = Form::Text, .high = 127, .help = "one word of the shell"},
+};
+static constexpr Record keyword_record = {
+    .between = '\x01', .shape = "keyword", .fields = keyword_fields};
+
+static constexpr KnownSetting block_rows[] = {
+    {.key = "ac_control",
+     .form = Form::Choice,
+     .may_be_empty = true,
+     .choices = "0 1 2",
+     .factory = "0",
+     .when_empty = "as 0",
+     .help = "access control: off (0), nothing of the LAN passes (1), listed services do not (2)"},
+    {.key = "ac_sch",
+     .form = Form::Choice,
+     .may_be_empty = true,
+     .choices = "0 1",
+     .factory = "0",
+     .when_empty = "always",
+     .help = "access control always (0) or only while a schedule is open (1)"},
+    {.key = "access_control",
+     .form = Form::Record,
+     .may_be_empty = true,
+     .record = &blocked_record,
+     .when_empty = "no service is blocked",
+     .help =
+         "blocked services, when ac_control is 2; four characters that nobody reads come first"},
+    {.key = "fw_services",
+     .form = Form::Record,
+     .may_be_empty = true,
+     .record = &service_record,
+     .when_empty = "access control knows the predefined services only",
+     .help = "services of the user's own, for access control"},
+    {.key = "fw_services_def",
+     .form = Form::Record,
+     .may_be_empty = true,
+     .record = &service_record,
+     .when_empty = "access control knows the user's services only",
+     .help = "predefined services, for access control; their names win over those of fw_services"},
+    {.key = "fw_trustenable",
+     .form = Form::Flag,
+     .may_be_empty = true,
+     .factory = "0",
+     .when_empty = "nobody is exempt",
+     .help = "the hosts of access_group are exempt from access control (1)"},
+    {.key = "access_group",
+     .form = Form::Record,
+     .may_be_empty = true,
+     .record = &trusted_record,
+     .when_empty = "nobody is exempt",
+     .help = "MAC addresses of the hosts exempt from access control, when fw_trustenable is 1"},
+    {.key = "log_access",
+     .form = Form::Flag,
+     .may_be_empty = true,
+     .factory = "0",
+     .when_empty = "it is off",
+     .help = "what access control blocks is logged (1)"},
+    {.key = "fw_block",
+     .form = Form::Choice,
+     .may_be_empty = true,
+     .choices = "0 1 2",
+     .factory = "0",
+     .when_empty = "as 0",
+     .help = "URL blocking by keywords: off (0), always (1), while a schedule is open (2)"},
+    {.key = "fw_block_keyword",
+     .form = Form::Record,
+     .may_be_empty = true,
+     .record = &keyword_record,
+     .when_empty = "no web request is blocked",
+     .help = "keywords; web requests that hold one are blocked"},
+    {.key = "fw_block_trust_enable",
+     .form = Form::Flag,
+     .may_be_empty = true,
+     .factory = "0",
+     .when_empty = "nobody is exempt",
+     .help = "the host fw_block_trust is exempt from URL blocking (1)"},
+    {.key = "fw_block_trust",
+     .form = Form::Address,
+     .may_be_empty = true,
+     .when_empty = "nobody is exempt",
+     .help = "address of the LAN host exempt from URL blocking"},
+};
+constexpr std::span<const KnownSetting> block_settings = block_rows;
+
+}  // namespace nvram

@@ -1,0 +1,150 @@
+// Rows of the table of all settings: LAN, DHCP server, static routes and RIP.
+#include "settings/areas.h"
+
+namespace nvram {
+
+static constexpr KnownSetting lan_rows[] = {
+    {.key = "lan_if",
+     .form = Form::Interface,
+     .factory = "br0",
+     .when_empty = "rules and commands of the LAN name no interface, and fail",
+     .when_absent =
+         "the firewall takes br0; other commands name no interface; QoS is not taken down",
+     .help = "interface that carries the LAN's address; QoS keeps 10 characters of it"},
+    {.key = "lan_ipaddr",
+     .form = Form::Address,
+     .factory = "192.168.1.1",
+     .when_empty = "the LAN gets no address, and the firewall's rules that name it fail",
+     .help = "the router's address in the LAN"},
+    {.key = "lan_netmask",
+     .form = Form::Netmask,
+     .factory = "255.255.255.0",
+     .when_empty = "ifconfig fails, so the LAN gets no address; clients are handed no netmask",
+     .help = "netmask of the LAN; the DHCP server hands it out"},
+    {.key = "lan_bipaddr",
+     .form = Form::Address,
+     .factory = "192.168.1.255",
+     .when_empty = "ifconfig fails, so the LAN gets no address",
+     .help = "broadcast address of the LAN; has to fit lan_ipaddr and lan_netmask"},
+    {.key = "ap_gateway",
+     .form = Form::Address,
+     .may_be_empty = true,
+     .when_empty = "no default route is set",
+     .help = "access point mode: the default gateway"},
+    {.key = "ap_dns",
+     .form = Form::Address,
+     .may_be_empty = true,
+     .when_empty = "/tmp/resolv.conf is not written",
+     .help = "access point mode: the name server"},
+};
+constexpr std::span<const KnownSetting> lan_settings = lan_rows;
+
+static constexpr Field reservation_fields[] = {
+    {.name = "host",
+     .form = Form::Text,
+     .may_be_empty = true,
+     .high = 15,
+     .help = "host name, for the lease list only"},
+    {.name = "address",
+     .form = Form::Address,
+     .help = "its last number within those of the pool; the first is taken from lan_ipaddr"},
+    {.name = "mac", .form = Form::Mac},
+};
+// The lease file holds no more records.
+static constexpr Record reservation_record = {
+    .between = '\x01', .shape = "host;address;mac", .fields = reservation_fields, .most = 254};
+
+// In days: more seconds than this do not fit the 32 bits of a lease time.
+static constexpr std::int32_t longest_lease = 49710;
+
+static constexpr KnownSetting dhcp_server_rows[] = {
+    {.key = "dhcp_server_enable",
+     .form = Form::Flag,
+     .factory = "1",
+     .when_empty = "nothing is done: no server, and the leases are kept",
+     .help = "DHCP server: on (1), or off and its leases deleted (0)"},
+    {.key = "dhcp_start_ip",
+     .form = Form::Address,
+     .factory = "192.168.1.33",
+     .when_empty = "udhcpd is given none; a reservation may be as low as it likes",
+     .help = "first address of the pool"},
+    {.key = "dhcp_end_ip",
+     .form = Form::Address,
+     .factory = "192.168.1.64",
+     .when_empty = "udhcpd is given none; reservations lie beyond the pool and are not entered",
+     .help = "last address of the pool"},
+    {.key = "lan_lease_time",
+     .form = Form::Number,
+     .low = 1,
+     .high = longest_lease,
+     .factory = "1",
+     .when_empty = "leases last 0 s",
+     .help = "lease time, in days"},
+    {.key = "dhcp_server_extended_option",
+     .form = Form::Choice,
+     .may_be_empty = true,
+     .choices = "enable disable",
+     .factory = "disable",
+     .when_empty = "as disable",
+     .help = "enable: dhcp_gateway_ip and dhcp_dns_ip are handed out"},
+    {.key = "dhcp_gateway_ip",
+     .form = Form::Address,
+     .may_be_empty = true,
+     .factory = "0.0.0.0",
+     .when_empty = "lan_ipaddr is handed out, as with 0.0.0.0",
+     .help = "default router handed out when dhcp_server_extended_option is enable; 0.0.0.0: none"},
+    {.key = "dhcp_dns_ip",
+     .form = Form::Address,
+     .may_be_empty = true,
+     .factory = "0.0.0.0",
+     .when_empty = "the servers of /etc/resolv.conf are handed out, or without any lan_ipaddr",
+     .help = "name server handed out when dhcp_server_extended_option is enable; 0.0.0.0: none"},
+    {.key = "pcdb_list",
+     .form = Form::Record,
+     .may_be_empty = true,
+     .record = &reservation_record,
+     .when_empty = "no address is reserved",
+     .help =
+         "address reservations: which host, known by its MAC address, always gets which address"},
+};
+constexpr std::span<const KnownSetting> dhcp_server_settings = dhcp_server_rows;
+
+static constexpr Field route_fields[] = {
+    {.name = "name", .form = Form::Text, .high = 29, .help = "no blank in it"},
+    {.name = "destination", .form = Form::Address},
+    {.name = "netmask", .form = Form::Netmask},
+    {.name = "gateway", .form = Form::Address},
+    // RIP takes 16 for infinity.
+    {.name = "metric", .form = Form::Number, .high = 15},
+    {.name = "listed", .form = Form::Choice, .choices = "0 1", .help = "1: stands in /tmp/sroute"},
+    {.name = "active", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
+};
+static constexpr Record route_record = {
+    .between = ' ',
+    .shape = "name:destination:netmask:gateway:metric:listed:active",
+    .fields = route_fields,
+    .most = 1};
+
+static constexpr KnownSetting route_rows[] = {
+    {.key = "rt_static_route",
+     .form = Form::Record,
+     .may_be_empty = true,
+     .record = &route_record,
+     .when_empty = "no route is set",
+     .help = "static routes; only the first is put into the kernel's table"},
+    {.key = "rt_rip_direction",
+     .form = Form::Choice,
+     .choices = "0 i o b",
+     .factory = "0",
+     .when_empty = "RIP runs in both directions",
+     .help = "RIP on the WAN: off (0), receive (i), send (o), both (b)"},
+    {.key = "rt_rip_version",
+     .form = Form::Choice,
+     .choices = "1 2 2B",
+     .factory = "2",
+     .when_empty = "routed takes the next option for its version",
+     .help = "version of RIP: 1, 2, or 2 with broadcasts (2B)"},
+};
+constexpr std::span<const KnownSetting> route_settings = route_rows;
+
+}  // namespace nvram

@@ -1,0 +1,24 @@
+// Which actions of rc read or write each setting.
+#ifndef RC_SETTINGS_USES_H
+#define RC_SETTINGS_USES_H
+
+#include <span>
+#include <string_view>
+
+namespace nvram {
+
+struct Use {
+    const char* key;
+    // Names as they stand behind rc, parted by blanks: "wan firewall".
+    const char* actions;
+};
+
+// Sorted by key; a setting without a row is used by no action.
+std::span<const Use> setting_uses();
+
+// The actions of a key; "" when there are none.
+std::string_view actions_of(std::span<const Use> uses, std::string_view key);
+
+}  // namespace nvram
+
+#endif

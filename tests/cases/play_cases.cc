@@ -1,0 +1,41 @@
+// Plays case files over the recording platform and compares the transcripts, as rcplan check does.
+// It needs nothing but rc and the platform, so that it is built for the router's architecture too.
+//   play_cases CASE...
+
+#include <stdio.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "plan/router/case.h"
+
+namespace {
+
+bool play_one(const char* path) {
+    std::ifstream file(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const auto parsed = parse_case(text);
+    if (const auto* error = std::get_if<CaseError>(&parsed)) {
+        printf("%s: %s\n", path, error->message.c_str());
+        return false;
+    }
+    const Case& stated = std::get<Case>(parsed);
+    Recording played;
+    played.world = case_world(stated);
+    play(played, stated.words);
+    const std::string difference = transcript_difference(stated.expected, played.transcript.text());
+    if (difference.empty()) return true;
+    printf("DIFFERS  %s: %s\n%s", path, stated.title.c_str(), difference.c_str());
+    return false;
+}
+
+}  // namespace
+
+int main(int count, char** words) {
+    int failed = 0;
+    for (int i = 1; i < count; i++)
+        if (!play_one(words[i])) failed++;
+    printf("%d cases, %d differ\n", count - 1, failed);
+    return failed == 0 && count > 1 ? 0 : 1;
+}
