@@ -2,7 +2,7 @@
 
 option(RC_SANITIZE "Address and undefined-behaviour sanitizers" OFF)
 
-add_compile_options(-Wall -Wextra -Werror -Wshadow -Wformat=2 -Wconversion -Wsign-conversion
+add_compile_options(-Wall -Wextra -Wshadow -Wformat=2 -Wconversion -Wsign-conversion
     -Wnon-virtual-dtor -Wold-style-cast -Wundef -Wimplicit-fallthrough)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-Wduplicated-cond -Wlogical-op -Wuseless-cast)

@@ -1,32 +1,82 @@
-# The libraries of the workstation's side and of the tests.
+# The libraries of the workstation's side and of the tests, and which parts are built.
+#
+# RC_WORKSTATION: rcplan and what generates the reference. RC_TESTS: the tests, which need the former. AUTO builds a part
+# when its packages are there and says which are missing; ON makes a missing package an error.
+
+set(RC_WORKSTATION AUTO CACHE STRING "Build rcplan: AUTO, ON or OFF")
+set(RC_TESTS AUTO CACHE STRING "Build the tests: AUTO, ON or OFF")
+set_property(CACHE RC_WORKSTATION RC_TESTS PROPERTY STRINGS AUTO ON OFF)
+
+# Leaves in RC_BUILD_<PART> whether a part is built. The arguments after the first two name missing packages.
+function(decide part what)
+    set(wanted ${RC_${part}})
+    list(JOIN ARGN " " missing)
+    if(wanted STREQUAL "AUTO")
+        if(missing)
+            message(STATUS "Left out: ${what}. Debian packages needed: ${missing}")
+            set(wanted OFF)
+        else()
+            set(wanted ON)
+        endif()
+    elseif(wanted AND missing)
+        message(FATAL_ERROR "RC_${part}=${wanted} needs these Debian packages: ${missing}")
+    endif()
+    set(RC_BUILD_${part} ${wanted} PARENT_SCOPE)
+endfunction()
 
 if(NOT CMAKE_CROSSCOMPILING)
-    find_package(CLI11 REQUIRED)
-    find_package(fmt REQUIRED)
-    find_package(nlohmann_json REQUIRED)
-    find_package(GTest REQUIRED)
-    # Graphviz brings no configuration for CMake.
-    find_library(GRAPHVIZ_GVC gvc REQUIRED)
-    find_library(GRAPHVIZ_CGRAPH cgraph REQUIRED)
+    if(RC_WORKSTATION)
+        find_package(CLI11 QUIET)
+        find_package(fmt QUIET)
+        find_package(nlohmann_json QUIET)
+        find_path(DTL_HEADERS dtl/dtl.hpp)
+        # Graphviz brings no configuration for CMake.
+        find_library(GRAPHVIZ_GVC gvc)
+        find_library(GRAPHVIZ_CGRAPH cgraph)
+        foreach(found CLI11_FOUND:libcli11-dev fmt_FOUND:libfmt-dev nlohmann_json_FOUND:nlohmann-json3-dev
+                DTL_HEADERS:libdtl-dev GRAPHVIZ_GVC:libgraphviz-dev)
+            string(REPLACE ":" ";" found ${found})
+            list(GET found 0 variable)
+            list(GET found 1 package)
+            if(NOT ${variable})
+                list(APPEND workstation_packages ${package})
+            endif()
+        endforeach()
+    endif()
+    decide(WORKSTATION "rcplan" ${workstation_packages})
+    if(RC_TESTS)
+        find_package(GTest QUIET)
+        find_package(benchmark QUIET)
+        foreach(found GTest_FOUND:libgtest-dev GTest_FOUND:libgmock-dev benchmark_FOUND:libbenchmark-dev)
+            string(REPLACE ":" ";" found ${found})
+            list(GET found 0 variable)
+            list(GET found 1 package)
+            if(NOT ${variable})
+                list(APPEND test_packages ${package})
+            endif()
+        endforeach()
+        if(NOT RC_BUILD_WORKSTATION)
+            list(APPEND test_packages ${workstation_packages})
+        endif()
+    endif()
+    decide(TESTS "the tests" ${test_packages})
+    if(RC_BUILD_TESTS AND NOT RC_BUILD_WORKSTATION)
+        message(FATAL_ERROR "RC_TESTS=ON needs RC_WORKSTATION=ON: the tests play rcplan")
+    endif()
     return()
 endif()
 
-# For a foreign processor there are no packages of them. The report does without Graphviz then; of the others headers and
-# sources suit any processor. The headers get a folder of their own: with /usr/include as a whole, the C library's headers
-# of this machine would come along.
-set(header_folder ${PROJECT_BINARY_DIR}/headers)
-foreach(library CLI fmt nlohmann)
-    find_path(${library}_parent ${library} PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
-    file(MAKE_DIRECTORY ${header_folder})
-    file(CREATE_LINK ${${library}_parent}/${library} ${header_folder}/${library} SYMBOLIC)
-endforeach()
-foreach(library CLI11::CLI11 fmt::fmt nlohmann_json::nlohmann_json)
-    add_library(${library} INTERFACE IMPORTED)
-    target_include_directories(${library} SYSTEM INTERFACE ${header_folder})
-endforeach()
-target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
+# A foreign build has the tests when it is asked for them, and of the workstation's side what plays the cases.
+if(RC_TESTS STREQUAL "AUTO")
+    set(RC_TESTS OFF)
+endif()
+set(RC_BUILD_TESTS ${RC_TESTS})
+set(RC_BUILD_WORKSTATION ${RC_TESTS})
+if(NOT RC_TESTS)
+    return()
+endif()
 
-# GoogleTest is one source file and one for main, as its packages have them.
+# For a foreign processor there are no packages of GoogleTest. It is one source file and one for main, as its packages have them.
 function(add_test_library name folder)
     find_path(${name}_folder src/${name}-all.cc PATHS /usr/src/googletest/${folder}
         NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)

@@ -14,7 +14,7 @@ separator=$'\x01'
 field=$'\x02'
 
 if [ ! -x "$build/bin/rcplan" ]; then
-    echo "no rcplan in this build (RC_TESTS is off)"
+    echo "no rcplan in this build (RC_WORKSTATION is off)"
     exit 77
 fi
 command -v perl > /dev/null || { echo "perl is not installed (see lab/packages.txt)"; exit 77; }

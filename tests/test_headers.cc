@@ -1,0 +1,5 @@
+// Nothing but the headers, which this program compiles for all test programs.
+
+int main() {
+    return 0;
+}
