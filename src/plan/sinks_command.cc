@@ -6,7 +6,7 @@
 
 #include "nvram/known_settings.h"
 #include "plan/actions.h"
-#include "plan/case.h"
+#include "plan/case_file.h"
 #include "plan/commands.h"
 #include "plan/sinks.h"
 
@@ -113,14 +113,12 @@ struct Play {
 };
 
 bool add_case(const std::string& path, std::vector<Play>& plays) {
-    const std::optional<std::string> text = read_file(path);
-    if (!text) return false;
-    const auto parsed = parse_case(*text);
-    if (const auto* error = std::get_if<CaseError>(&parsed)) {
-        complain(path + ": " + error->message);
+    const auto loaded = load_case(path);
+    if (const auto* error = std::get_if<CaseError>(&loaded)) {
+        complain(error->message);
         return false;
     }
-    const Case& stated = std::get<Case>(parsed);
+    const auto& stated = std::get<Case>(loaded);
     plays.push_back({.router = case_world(stated), .words = stated.words});
     return true;
 }
