@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 #include "core/text.h"
 #include "plan/case_difference.h"
@@ -138,8 +139,11 @@ std::string joined_head(const Head& head, std::vector<Item> inherited) {
     while (!lines.empty())
         if (const std::string_view line = take_field(lines, '\n'); line.starts_with("#"))
             text.append(line).append("\n");
-    for (const std::vector<Item>* items : {&std::as_const(inherited), &head.items})
-        for (const Item& item : *items) text += item.text;
+    std::vector<Item> items = std::move(inherited);
+    items.insert(items.end(), head.items.begin(), head.items.end());
+    std::stable_partition(items.begin(), items.end(),
+                          [](const Item& item) { return item.directive == "command"; });
+    for (const Item& item : items) text += item.text;
     return text + "expect\n";
 }
 
@@ -149,7 +153,10 @@ FileOrError whole_case(const std::string& path, const std::string& text) {
     auto parsed = parse_case(text);
     if (const auto* error = std::get_if<CaseError>(&parsed))
         return CaseError{path + ": " + error->message};
-    return CaseFile{.stated = std::move(std::get<Case>(parsed)), .base = {}, .wrong_changes = {}};
+    return CaseFile{.stated = std::move(std::get<Case>(parsed)),
+                    .whole = text,
+                    .base = {},
+                    .wrong_changes = {}};
 }
 
 // `text` is that of the file at `path`, whose head is `head`.
@@ -177,13 +184,14 @@ FileOrError joined_case(const std::string& path, const Head& head, std::string_v
     auto* file = std::get_if<CaseFile>(&joined);
     if (!file) return joined;
 
-    file->stated.head = head.text;
+    file->whole = std::exchange(file->stated.head, head.text);
     file->base = std::get<CaseFile>(base).stated.expected;
     const auto expected = apply_changes(*file->base, text.substr(head.text.size()), head.lines + 1);
     if (const auto* error = std::get_if<CaseError>(&expected))
         file->wrong_changes = path + ": " + error->message;
     else
         file->stated.expected = std::get<std::string>(expected);
+    file->whole += file->stated.expected;
     return joined;
 }
 

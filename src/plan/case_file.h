@@ -17,6 +17,8 @@ struct CaseFile {
     // As load_case has it; nothing is expected while `wrong_changes` is set. The head is the file's
     // own.
     Case stated;
+    // The text of a whole case that states the same.
+    std::string whole;
     // The transcript of the case that this one is like; nullopt for a whole case.
     std::optional<std::string> base;
     // Why the changes cannot be applied to the base, the path first; else empty.

@@ -8,6 +8,18 @@
 
 namespace {
 
+int print_whole(const std::string& path) {
+    const auto read = read_case_file(path);
+    const auto* error = std::get_if<CaseError>(&read);
+    const std::string wrong = error ? error->message : std::get<CaseFile>(read).wrong_changes;
+    if (!wrong.empty()) {
+        complain(wrong);
+        return status_wrong_use;
+    }
+    std::cout << std::get<CaseFile>(read).whole;
+    return status_done;
+}
+
 int check_one(const std::string& path, bool update) {
     const auto read = read_case_file(path);
     if (const auto* error = std::get_if<CaseError>(&read)) {
@@ -43,7 +55,7 @@ int check_one(const std::string& path, bool update) {
 
 // A base is rewritten before the cases whose changes refer to it.
 void put_bases_first(std::vector<std::string>& paths) {
-    std::ranges::stable_partition(paths, [](const std::string& path) {
+    std::stable_partition(paths.begin(), paths.end(), [](const std::string& path) {
         const auto read = read_case_file(path);
         const auto* file = std::get_if<CaseFile>(&read);
         return !file || !file->base;
@@ -52,6 +64,7 @@ void put_bases_first(std::vector<std::string>& paths) {
 
 struct Options {
     bool update = false;
+    bool whole = false;
     std::vector<std::string> paths;
 };
 
@@ -61,12 +74,16 @@ void add_check(CLI::App& app, int& status) {
     CLI::App* command =
         app.add_subcommand("check", "plays case files and compares the transcripts");
     const auto options = std::make_shared<Options>();
-    command->add_flag("--update", options->update,
-                      "rewrites the expectations with what came out; read that diff");
+    CLI::Option* update =
+        command->add_flag("--update", options->update,
+                          "rewrites the expectations with what came out; read that diff");
+    command->add_flag("--whole", options->whole, "prints the cases whole, and plays nothing")
+        ->excludes(update);
     command->add_option("CASE", options->paths, "case files")->type_name("")->required();
     command->callback([options, &status] {
         if (options->update) put_bases_first(options->paths);
         for (const std::string& path : options->paths)
-            status = std::max(status, check_one(path, options->update));
+            status = std::max(
+                status, options->whole ? print_whole(path) : check_one(path, options->update));
     });
 }

@@ -136,6 +136,14 @@ expect
 END
 diff wanted like.case || failures=$((failures + 1))
 expect 0 check like.case base.case
+expect 0 check --whole like.case
+mv out whole.case
+sed -n 2,4p whole.case | tr '\n' ';' | grep -qx 'command  rc upnp stop;expect;print  ap_name=upnp action=stop;' || {
+    cat whole.case
+    failures=$((failures + 1))
+}
+expect 0 check whole.case
+expect 2 check --whole --update like.case
 # One line too many or too few fails in this form too.
 sed '/upnptab/d' like.case > fewer.case
 expect 1 check fewer.case

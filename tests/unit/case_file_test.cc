@@ -374,6 +374,28 @@ TEST_F(CaseFiles, AnExpectationKeepsItsForm) {
     EXPECT_EQ(expectation(stale, "print  b\nexit   0\n"), "- print  a\n+ print  b\n");
 }
 
+TEST_F(CaseFiles, PrintedWholeACaseStatesTheSame) {
+    put("x.case",
+        "# t\n# why\nlike  base.case\nwithout  setting b\nwithout  file\nwithout  flash f\n"
+        "without  environment\nsetting  a=2\ncommand  rc beacon stop\nexpect\n- print  a\n");
+    EXPECT_EQ(std::get<CaseFile>(read_case_file(folder_ / "x.case")).whole,
+              "# t\n"
+              "# why\n"
+              "command  rc beacon stop\n"
+              "flash    g=1\n"
+              "output  ps -ax\n"
+              "     | init\n"
+              "deny  /one w\n"
+              "interface  br0 192.168.1.1 1400\n"
+              "interface  eth2 10.0.0.1\n"
+              "host  a.example 10.0.0.9\n"
+              "uptime  5\n"
+              "pid  7\n"
+              "setting  a=2\n"
+              "expect\n"
+              "exit   0\n");
+}
+
 TEST_F(CaseFiles, BelowAFolderAreAllItsCases) {
     put("deep/z.case", "");
     put("a.case", "");
