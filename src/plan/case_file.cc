@@ -56,7 +56,7 @@ struct Head {
         Item item;  // what is left out
     };
     std::vector<Without> without;
-    // Two of one kind are no way to say anything.
+    // "line 3: ...", or empty.
     std::string wrong;
 };
 
@@ -186,7 +186,9 @@ FileOrError joined_case(const std::string& path, const Head& head, std::string_v
 
     file->whole = std::exchange(file->stated.head, head.text);
     file->base = std::get<CaseFile>(base).stated.expected;
-    const auto expected = apply_changes(*file->base, text.substr(head.text.size()), head.lines + 1);
+    // The line "expect" may be the last one, without a newline.
+    const std::string_view changes = text.substr(std::min(head.text.size(), text.size()));
+    const auto expected = apply_changes(*file->base, changes, head.lines + 1);
     if (const auto* error = std::get_if<CaseError>(&expected))
         file->wrong_changes = path + ": " + error->message;
     else

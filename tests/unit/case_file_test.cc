@@ -252,6 +252,10 @@ TEST_F(CaseFiles, EverythingIsInherited) {
     EXPECT_EQ(stated.head, "# another\nlike  base.case\nexpect\n");
 }
 
+TEST_F(CaseFiles, ExpectMayEndTheFile) {
+    EXPECT_EQ(loaded("x.case", "# t\nlike  base.case\nexpect").expected, "print  a\nexit   0\n");
+}
+
 TEST_F(CaseFiles, OwnLinesReplaceInheritedOnes) {
     const Case stated = loaded("deep/other.case",
                                "# another\n"
