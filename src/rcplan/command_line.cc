@@ -169,8 +169,11 @@ void add_check(CLI::App& app, int& status) {
     CLI::App* command =
         app.add_subcommand("check", "plays case files and compares the transcripts");
     const auto options = std::make_shared<CheckOptions>();
-    command->add_flag("--update", options->update,
-                      "rewrites the expectations with what came out; read that diff");
+    CLI::Option* update =
+        command->add_flag("--update", options->update,
+                          "rewrites the expectations with what came out; read that diff");
+    command->add_flag("--whole", options->whole, "prints the cases whole, and plays nothing")
+        ->excludes(update);
     command->add_option("CASE", options->cases, "case files")->type_name("")->required();
     command->callback([options, &status] { status = check_verb(*options); });
 }

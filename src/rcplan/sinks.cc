@@ -8,7 +8,7 @@
 #include <set>
 
 #include "plan/router/actions.h"
-#include "plan/router/case.h"
+#include "plan/router/case_file.h"
 #include "plan/trace/sink_search.h"
 #include "rcplan/files.h"
 #include "rcplan/verbs.h"
@@ -110,14 +110,12 @@ struct Play {
 };
 
 bool add_case(const std::string& path, std::vector<Play>& plays) {
-    const std::optional<std::string> text = read_file(path);
-    if (!text) return false;
-    const auto parsed = parse_case(*text);
-    if (const auto* error = std::get_if<CaseError>(&parsed)) {
-        complain(path + ": " + error->message);
+    const auto loaded = load_case(path);
+    if (const auto* error = std::get_if<CaseError>(&loaded)) {
+        complain(error->message);
         return false;
     }
-    const Case& stated = std::get<Case>(parsed);
+    const auto& stated = std::get<Case>(loaded);
     plays.push_back({.router = case_world(stated), .words = stated.words});
     return true;
 }

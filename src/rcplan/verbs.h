@@ -61,6 +61,7 @@ int packet_verb(const PacketVerbOptions& options);
 
 struct CheckOptions {
     bool update = false;
+    bool whole = false;
     std::vector<std::string> cases;
 };
 int check_verb(const CheckOptions& options);

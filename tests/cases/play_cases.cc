@@ -4,23 +4,19 @@
 
 #include <stdio.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
-#include "plan/router/case.h"
+#include "plan/router/case_file.h"
 
 namespace {
 
 bool play_one(const char* path) {
-    std::ifstream file(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    const auto parsed = parse_case(text);
-    if (const auto* error = std::get_if<CaseError>(&parsed)) {
-        printf("%s: %s\n", path, error->message.c_str());
+    const auto loaded = load_case(path);
+    if (const auto* error = std::get_if<CaseError>(&loaded)) {
+        printf("%s\n", error->message.c_str());
         return false;
     }
-    const Case& stated = std::get<Case>(parsed);
+    const Case& stated = std::get<Case>(loaded);
     Recording played;
     played.world = case_world(stated);
     play(played, stated.words);

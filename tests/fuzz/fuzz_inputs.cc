@@ -14,6 +14,7 @@
 #include "libnvram/generation.h"
 #include "plan/router/actions.h"
 #include "plan/router/case.h"
+#include "plan/router/case_file.h"
 #include "rc/apps.h"
 #include "settings/forms.h"
 #include "settings/table.h"
@@ -159,25 +160,18 @@ void add_actions(AllSeeds& seeds, const Settings& factory) {
     }
 }
 
-// In an order that does not depend on the file system's.
-std::vector<fs::path> cases_below(const fs::path& folder) {
-    std::vector<fs::path> cases;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder))
-        if (entry.path().extension() == ".case") cases.push_back(entry.path());
-    std::sort(cases.begin(), cases.end());
-    return cases;
-}
-
 void make(const fs::path& out, const fs::path& factory, const fs::path& separators,
           const fs::path& folder) {
-    const std::vector<fs::path> cases = cases_below(folder);
+    const std::vector<std::string> cases = case_paths(folder);
     AllSeeds seeds(out);
     write_file(out / "words.dict", read_file(separators) + words());
     add_actions(seeds, read_settings(read_file(factory)));
-    for (const fs::path& path : cases) {
-        const auto parsed = parse_case(read_file(path));
-        const auto* stated = std::get_if<Case>(&parsed);
-        if (!stated || !plays_alike(*stated)) throw std::runtime_error("no seed: " + path.string());
+    for (const std::string& path : cases) {
+        const auto loaded = load_case(path);
+        if (const auto* error = std::get_if<CaseError>(&loaded))
+            throw std::runtime_error(error->message);
+        const auto* stated = std::get_if<Case>(&loaded);
+        if (!plays_alike(*stated)) throw std::runtime_error("no seed: " + path);
         seeds.add(*stated);
     }
     std::cout << cases.size() << " cases; seeds: " << seeds.rc.count() << " for rc, "

@@ -108,6 +108,56 @@ expect 0 check --update other.case
 says out 'updated  other.case'
 cmp -s good.case other.case || { echo 'an updated case is not what came out'; failures=$((failures + 1)); }
 
+# A case that is like another keeps this form, and its base is rewritten first.
+sed 's/killall/killall -9/' good.case > base.case
+printf '%s\n' '# like it' 'like  base.case' 'command  rc upnp stop' expect > like.case
+expect 1 check like.case
+says out '- run    /usr/bin/killall -9 mini_httpd'
+says out '+ run    /usr/bin/killall -9 upnpd'
+expect 0 check --update like.case base.case
+cmp -s good.case base.case || { echo 'a base is not rewritten'; failures=$((failures + 1)); }
+cat > wanted << 'END'
+# like it
+like  base.case
+command  rc upnp stop
+expect
+- print  ap_name=httpd action=stop
+- run    echo /proc/uptime >/var/run/rc.httpd.run
+- run    /usr/bin/killall mini_httpd
+- remove /var/run/rc.httpd.run
++ print  ap_name=upnp action=stop
++ run    echo /proc/uptime >/var/run/rc.upnp.run
++ run    /usr/bin/killall -9 upnpd
++ remove /tmp/upnptab
++ pause  3 s
++ begin  route del -net 239.0.0.0 netmask 255.0.0.0\s
++ run    route del -net 239.0.0.0 netmask 255.0.0.0\s
++ remove /var/run/rc.upnp.run
+END
+diff wanted like.case || failures=$((failures + 1))
+expect 0 check like.case base.case
+expect 0 check --whole like.case
+mv out whole.case
+sed -n 2,4p whole.case | tr '\n' ';' | grep -qx 'command  rc upnp stop;expect;print  ap_name=upnp action=stop;' || {
+    cat whole.case
+    failures=$((failures + 1))
+}
+expect 0 check whole.case
+expect 2 check --whole --update like.case
+# One line too many or too few fails in this form too.
+sed '/upnptab/d' like.case > fewer.case
+expect 1 check fewer.case
+says out '+ remove /tmp/upnptab'
+sed 's/^+ remove .tmp.upnptab/&\n&/' like.case > more.case
+expect 1 check more.case
+says out '- remove /tmp/upnptab'
+# Changes to a line that the base no longer has.
+sed 's/mini_httpd/micro_httpd/' like.case > stale.case
+expect 2 check stale.case
+says err "rcplan: stale.case: line 7: 'run    /usr/bin/killall micro_httpd' is not in the base"
+expect 0 check --update stale.case
+diff wanted stale.case || failures=$((failures + 1))
+
 # The time-line: what the pauses come to so far stands on the left where it changes.
 expect 0 run --set fw_nat=1 firewall start
 grep -qx '     0 s  print  ap_name=firewall action=start' out || { cat out; failures=$((failures + 1)); }

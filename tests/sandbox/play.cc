@@ -1,16 +1,13 @@
 // sealed_play: plays case files with the real rc in a sealed root and compares the transcripts.
 
-#include <errno.h>
 #include <string.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 
 #include "kit.h"
 #include "plan/router/case.h"
+#include "plan/router/case_file.h"
 #include "root.h"
 #include "seal.h"
 #include "trace.h"
@@ -114,26 +111,15 @@ int wrong(const std::string& what) {
     return wrong_use;
 }
 
-// What is wrong with the file, or "".
-std::string read_case(const std::string& path, std::vector<NamedCase>& cases) {
-    std::ifstream file(path, std::ios::binary);
-    const std::string text(std::istreambuf_iterator<char>(file), {});
-    if (!file) return path + ": " + strerror(errno);
-    auto parsed = parse_case(text);
-    if (const auto* error = std::get_if<CaseError>(&parsed)) return path + ": " + error->message;
-    cases.push_back({.path = path, .stated = std::move(std::get<Case>(parsed))});
-    return "";
-}
-
-std::string read_cases(const std::string& path, std::vector<NamedCase>& cases) {
-    if (!std::filesystem::is_directory(path)) return read_case(path, cases);
-    std::vector<std::string> paths;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(path))
-        if (entry.path().extension() == ".case") paths.push_back(entry.path());
-    std::sort(paths.begin(), paths.end());
-    for (const std::string& found : paths)
-        if (std::string error = read_case(found, cases); !error.empty()) return error;
-    return paths.empty() ? path + ": there are no cases" : "";
+// What is wrong with a file, or "".
+std::string read_cases(const std::string& folder, std::vector<NamedCase>& cases) {
+    const std::vector<std::string> paths = case_paths(folder);
+    for (const std::string& path : paths) {
+        auto loaded = load_case(path);
+        if (const auto* error = std::get_if<CaseError>(&loaded)) return error->message;
+        cases.push_back({.path = path, .stated = std::move(std::get<Case>(loaded))});
+    }
+    return paths.empty() ? folder + ": there are no cases" : "";
 }
 
 // Differing and broken cases count more than skipped ones, and skipped ones are not passed.

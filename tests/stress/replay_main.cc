@@ -4,11 +4,9 @@
 //   that are rare
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 
+#include "plan/router/case_file.h"
 #include "replay.h"
 
 namespace {
@@ -71,24 +69,13 @@ void play_with_every_fault(const Case& stated, const std::string& path, Tally& t
     }
 }
 
-std::vector<std::string> case_paths(const std::string& path) {
-    if (!std::filesystem::is_directory(path)) return {path};
-    std::vector<std::string> paths;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(path))
-        if (entry.path().extension() == ".case") paths.push_back(entry.path());
-    std::sort(paths.begin(), paths.end());
-    return paths;
-}
-
 bool play_file(const std::string& path, Tally& tally) {
-    std::ifstream file(path, std::ios::binary);
-    const std::string text(std::istreambuf_iterator<char>(file), {});
-    const auto parsed = parse_case(text);
-    if (const auto* error = std::get_if<CaseError>(&parsed)) {
-        std::cerr << path << ": " << error->message << "\n";
+    const auto loaded = load_case(path);
+    if (const auto* error = std::get_if<CaseError>(&loaded)) {
+        std::cerr << error->message << "\n";
         return false;
     }
-    play_with_every_fault(std::get<Case>(parsed), path, tally);
+    play_with_every_fault(std::get<Case>(loaded), path, tally);
     return true;
 }
 

@@ -2,13 +2,12 @@
 // their own work. A transcript does not show it: most results only decide whether a group goes on.
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 
 #include "core/run_state.h"
 #include "lan/leases.h"
 #include "plan/router/case.h"
+#include "plan/router/case_file.h"
 #include "rc/apps.h"
 #include "rc/boot.h"
 #include "recorded.h"
@@ -82,14 +81,11 @@ void check_applications(const std::string& file, const Case& stated) {
 // Calls this with the name of every case ("lan/upnp_off") and what it states.
 void for_each_case(const std::function<void(const std::string&, const Case&)>& look) {
     const std::filesystem::path folder = CASES_FOLDER;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        if (entry.path().extension() != ".case") continue;
-        std::ifstream file(entry.path());
-        const std::string text((std::istreambuf_iterator<char>(file)), {});
-        const auto parsed = parse_case(text);
-        const std::string name = relative(entry.path(), folder).replace_extension().string();
-        ASSERT_TRUE(std::holds_alternative<Case>(parsed)) << name;
-        look(name, std::get<Case>(parsed));
+    for (const std::filesystem::path path : case_paths(folder)) {
+        const auto loaded = load_case(path);
+        const auto* error = std::get_if<CaseError>(&loaded);
+        ASSERT_EQ(error, nullptr) << error->message;
+        look(relative(path, folder).replace_extension().string(), std::get<Case>(loaded));
     }
 }
 

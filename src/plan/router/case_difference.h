@@ -1,0 +1,20 @@
+// The expectation of a case that is like another: the changes to the other's transcript
+// (docs/cases.md, "Like another case").
+#ifndef RC_PLAN_ROUTER_CASE_DIFFERENCE_H
+#define RC_PLAN_ROUTER_CASE_DIFFERENCE_H
+
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "plan/router/case.h"
+
+// The whole transcript. An error names the line of the file, whose line `first_line` is the first
+// of the changes.
+std::variant<std::string, CaseError> apply_changes(std::string_view base, std::string_view changes,
+                                                   int first_line);
+
+// The changes that make `transcript` of `base`: apply_changes reads the same transcript from them.
+std::string changes_between(std::string_view base, std::string_view transcript);
+
+#endif
