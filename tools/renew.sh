@@ -1,6 +1,6 @@
 #!/bin/sh
 # Writes anew what is generated: from every action and every case, where settings end up and which actions use them; from
-# the table of settings, reference, man page, schema and completion.
+# the table of settings, reference, man page, schema, completion and the list of secrets.
 #   renew.sh [BUILD_DIR]
 set -eu
 cd "$(dirname "$0")/.."
@@ -37,5 +37,6 @@ done << 'END'
 settings.md docs/settings.md
 settings.5 docs/man/nvram-settings.5
 schema docs/settings.schema.json
+secret src/libnvram/secret.inc
 completion completion/rc.bash
 END

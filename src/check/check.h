@@ -9,14 +9,9 @@
 
 #include "libnvram/image.h"
 #include "settings/sinks.h"
+#include "settings/table.h"
 
 namespace nvram {
-
-enum class Level : std::uint8_t {
-    Note,     // worth knowing
-    Warning,  // legal, and probably not what was meant
-    Error,    // rc cannot do what the setting says
-};
 
 struct Finding {
     Level level;

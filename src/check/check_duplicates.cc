@@ -6,44 +6,35 @@ namespace nvram {
 
 namespace {
 
-struct Unique {
-    const char* key;
-    const char* field;
-    Level level;
-    const char* effect;
-};
-
-constexpr Unique unique_fields[] = {
-    {"access_group", "mac", Level::Note, "writes the same rule twice"},
-    {"fw_block_keyword", "keyword", Level::Note, "writes the same rule twice"},
-    {"fw_services", "name", Level::Warning, "finds the first of a name only"},
-    {"fw_services_def", "name", Level::Warning, "finds the first of a name only"},
-    {"pcdb_list", "address", Level::Warning, "lets the earlier one's lease end"},
-    {"pcdb_list", "mac", Level::Warning, "keeps the later one only"},
-    {"wifi_access_list", "mac", Level::Note, "hands the driver the same address twice"},
-};
-
 // Case does not count in MAC addresses.
 bool same_text(std::string_view one, std::string_view other) {
     return is_mac(one) ? edit_distance(one, other, 0) == 0 : one == other;
 }
 
-void check_list(Check& check, const Unique& unique) {
-    const KnownSetting* const known = find_known(unique.key);
-    if (known == nullptr) return;
-    const std::vector<Piece> pieces = pieces_of(*known, text_of(check, unique.key));
+void check_field(Check& check, const KnownSetting& known, const Field& field) {
+    const std::vector<Piece> pieces = pieces_of(known, text_of(check, known.key));
     for (std::size_t i = 0; i < pieces.size(); ++i) {
-        if (pieces[i].field != std::string_view(unique.field) || pieces[i].text.empty()) continue;
+        if (pieces[i].field != field.name || pieces[i].text.empty()) continue;
         for (std::size_t j = 0; j < i; ++j) {
             if (pieces[j].field != pieces[i].field || !same_text(pieces[j].text, pieces[i].text))
                 continue;
-            add(check, unique.level, unique.key,
-                {.problem = place_text(pieces[i].entry, nullptr) + " has the " + unique.field +
+            add(check, field.twice_level, known.key,
+                {.problem = place_text(pieces[i].entry, nullptr) + " has the " + field.name +
                             " of " + place_text(pieces[j].entry, nullptr) + ", " +
                             quoted(pieces[i].text),
-                 .effect = unique.effect,
+                 .effect = field.twice,
                  .cure = "one of the two"});
             break;
+        }
+    }
+}
+
+void check_lists(Check& check) {
+    for (const SettingGroup& group : setting_groups()) {
+        for (const KnownSetting& known : group.settings) {
+            if (known.record == nullptr) continue;
+            for (const Field& field : known.record->fields)
+                if (field.twice != nullptr) check_field(check, known, field);
         }
     }
 }
@@ -67,7 +58,7 @@ void check_peers(Check& check) {
 }  // namespace
 
 void check_duplicates(Check& check) {
-    for (const Unique& unique : unique_fields) check_list(check, unique);
+    check_lists(check);
     check_peers(check);
 }
 

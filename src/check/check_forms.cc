@@ -1,7 +1,4 @@
 // Values by themselves: their forms, and the shapes of their records.
-#include <algorithm>
-#include <iterator>
-
 #include "check/check_parts.h"
 #include "libnvram/secret.h"
 #include "settings/records.h"
@@ -38,24 +35,17 @@ std::string cure_of(const KnownSetting& known, std::string_view value) {
     return better.empty() ? wanted(limits_of(known)) : assignment(known.key, better);
 }
 
-// Texts that rc cuts; longer ones of other settings go on as they are, to a driver that refuses
-// them.
-constexpr std::string_view cut_by_rc[] = {"device_name", "http_realm", "mail_title"};
-
 void check_length(Check& check, const KnownSetting& known, std::string_view value) {
     const auto limit = static_cast<std::size_t>(known.high);
     if (known.form != Form::Text || limit == 0 || value.size() <= limit) return;
-    const bool cut =
-        std::find(std::begin(cut_by_rc), std::end(cut_by_rc), known.key) != std::end(cut_by_rc);
     const std::string most = std::to_string(limit);
     const std::string_view kept = value.substr(0, limit);
     const std::string kept_text = "keeps the first " + most + ": " + quoted(kept);
-    add(check, cut ? Level::Warning : Level::Error, known.key,
+    add(check, known.cut ? Level::Warning : Level::Error, known.key,
         {.problem = "has " + std::to_string(value.size()) + " characters, and the most is " + most,
-         .effect =
-             cut ? kept_text : "hands all of it on, to a driver that takes no more than " + most,
-         .cure = is_secret(known.key) ? "at most " + most + " characters"
-                                      : assignment(known.key, kept)});
+         .effect = known.cut ? kept_text
+                             : "hands all of it on, to a driver that takes no more than " + most,
+         .cure = known.secret ? "at most " + most + " characters" : assignment(known.key, kept)});
 }
 
 void check_flag(Check& check, const KnownSetting& known, std::string_view value) {

@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "check/check_parts.h"
-#include "libnvram/secret.h"
 #include "settings/records.h"
 
 namespace nvram {
@@ -15,24 +14,6 @@ constexpr std::string_view special_when_bare = ";&|<>()$`\\\"'\n*?[";
 constexpr std::string_view special_at_word_start = "#~";
 constexpr std::string_view special_in_double_quotes = "\"$`\\";
 constexpr std::string_view all_special = "\n\t !\"#$%&'()*;<>?[\\]^`{|}~";
-
-// Characters that rc puts a backslash before. What is escaped where is told by each sink; this is
-// for showing the line as it comes out.
-struct Escaped {
-    const char* key;
-    std::string_view characters;
-};
-constexpr std::string_view of_accounts = "\\\"$'`";
-constexpr std::string_view of_station = "`\"";
-constexpr Escaped escaped_keys[] = {
-    {"l2tp_password", of_accounts},  {"l2tp_username", of_accounts},
-    {"pppoe_password", of_accounts}, {"pppoe_service", of_accounts},
-    {"pppoe_username", of_accounts}, {"pptp_password", of_accounts},
-    {"pptp_username", of_accounts},  {"wifi_key13", of_station},
-    {"wifi_key23", of_station},      {"wifi_key33", of_station},
-    {"wifi_key43", of_station},      {"wifi_psk2_pwd3", of_station},
-    {"wifi_psk_pwd3", of_station},
-};
 
 // What a text does that it should not do.
 struct Danger {
@@ -160,13 +141,7 @@ void find_in_crontab(Dangers& dangers, std::string_view text, const Place& place
     find_in_shell(dangers, quoting_behind(inside.before), text, inside);
 }
 
-std::string_view escaped_in(std::string_view key) {
-    for (const Escaped& escaped : escaped_keys)
-        if (key == escaped.key) return escaped.characters;
-    return {};
-}
-
-Dangers dangers_in(const Sink& sink, std::string_view whole) {
+Dangers dangers_in(const KnownSetting& known, const Sink& sink, std::string_view whole) {
     const std::string text = passing(whole, sink.passes);
     const std::string_view line = sink.line;
     const std::size_t at = std::min(line.find('\x01'), line.size());
@@ -178,7 +153,7 @@ Dangers dangers_in(const Sink& sink, std::string_view whole) {
     if (sink.quoting == Quoting::Crontab) find_in_crontab(dangers, text, place);
     find_in_shell(dangers, sink.quoting, text, place);
     // Between double quotes a backslash protects no single quote, and stays.
-    if (sink.quoting == Quoting::DoubleQuoted && holds(escaped_in(sink.key), '\''))
+    if (sink.quoting == Quoting::DoubleQuoted && holds(escaped_characters(known.escapes), '\''))
         add_danger(dangers, Level::Warning, found_in(whole, "'"),
                    "it arrives with a backslash before it");
     return dangers;
@@ -238,10 +213,10 @@ std::string cure_of(const Danger& danger, bool secret) {
 }
 
 void add_harm(Check& check, const KnownSetting& known, const Piece& piece, const Harm& harm) {
-    const bool secret = is_secret(known.key);
+    const bool secret = known.secret;
     const bool has_field = piece.field != nullptr && *piece.field != '\0';
     const std::string place = place_text(piece.entry, has_field ? piece.field : nullptr);
-    const std::string text = escaped_text(piece.text, escaped_in(known.key));
+    const std::string text = escaped_text(piece.text, escaped_characters(known.escapes));
     const std::string_view where = harm.first->place;
     std::string effect = where == "command" ? "runs: " : "writes into " + std::string(where) + ": ";
     effect += line_with(*harm.first, shown_piece(known, text));
@@ -263,7 +238,8 @@ void check_piece(Check& check, const KnownSetting& known, const Piece& piece) {
     std::vector<Harm> harms;
     for (const Sink& sink : check.sinks) {
         if (sink.key != std::string_view(known.key) || !stands_in(sink, piece)) continue;
-        for (const Danger& danger : dangers_in(sink, piece.text)) note_harm(harms, danger, sink);
+        for (const Danger& danger : dangers_in(known, sink, piece.text))
+            note_harm(harms, danger, sink);
     }
     for (const Harm& harm : harms) add_harm(check, known, piece, harm);
 }

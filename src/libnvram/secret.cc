@@ -3,19 +3,20 @@
 
 namespace nvram {
 
-// The beginnings of names, since a wireless profile's number follows: wifi_psk_pwd2 is the second
-// SSID's, wifi_key13 the station's first WEP key. (wifi_key_len and wifi_wpapsk_key are no secrets:
-// a length and a cipher's name.)
+// The secrets of the table of settings that are not called passwords. They are the beginnings of
+// names, since a wireless profile's number follows: wifi_psk_pwd2 is the second network's,
+// wifi_key13 the station's first WEP key.
 static constexpr const char* secret_beginnings[] = {
-    "wifi_key1",    "wifi_key2",     "wifi_key3",       "wifi_key4",
-    "wifi_psk_pwd", "wifi_psk2_pwd", "wifi_radius_pwd", "wsc_device_pin",
+#include "libnvram/secret.inc"
 };
 
 bool is_secret(std::string_view key) {
     for (const char* beginning : secret_beginnings)
         if (key.starts_with(beginning)) return true;
-    // http_password, mail_password, ddns_password, bpa_password, pppoe_password, pptp_password,
-    // l2tp_password, and whatever another program calls by such a name.
+    return names_password(key);
+}
+
+bool names_password(std::string_view key) {
     return key.find("passw") != std::string_view::npos;
 }
 

@@ -23,13 +23,12 @@ constexpr Page pages[] = {
     {.name = "settings.md", .text = settings_markdown},
     {.name = "settings.5", .text = settings_man_page},
     {.name = "schema", .text = settings_schema},
+    {.name = "secret", .text = secret_beginnings},
     {.name = "completion", .text = completion},
 };
 
 int print(const std::string& name) {
-    const Reference reference = {.groups = nvram::setting_groups(),
-                                 .uses = nvram::setting_uses(),
-                                 .examples = setting_examples()};
+    const Reference reference = {.groups = nvram::setting_groups(), .uses = nvram::setting_uses()};
     for (const Page& page : pages)
         if (name == page.name) std::fputs(page.text(reference).c_str(), stdout);
     return std::fflush(stdout) == 0 ? 0 : 1;

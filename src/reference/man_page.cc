@@ -121,13 +121,13 @@ std::string form_lines(const FormInWords& parts, std::string_view help) {
     return help.empty() ? text : text + "\\(en " + roff(help) + "\n";
 }
 
-std::string record_items(const Reference& reference, const KnownSetting& setting) {
+std::string record_items(const KnownSetting& setting) {
     std::string text = ".It each record\n.Ql " + word(escaped(setting.record->shape)) + "\n";
     for (const nvram::Field& field : setting.record->fields)
         text +=
             fmt::format(".It Em {}\n{}", word(field.name), form_lines(in_words(field), field.help));
-    const std::string_view example = example_of(reference.examples, setting.key);
-    if (!example.empty()) text += ".It example\n.Ql " + word(escaped(example)) + "\n";
+    if (setting.example != nullptr)
+        text += ".It example\n.Ql " + word(escaped(setting.example)) + "\n";
     return text;
 }
 
@@ -151,7 +151,7 @@ std::string entry(const Reference& reference, const KnownSetting& setting) {
     std::string text = fmt::format(".It Va {}\n", word(setting.key)) + line(sentence(setting.help));
     text += ".Bl -tag -width \"factory value\" -compact\n";
     text += ".It form\n" + form_lines(in_words(setting), "");
-    if (setting.record != nullptr) text += record_items(reference, setting);
+    if (setting.record != nullptr) text += record_items(setting);
     text += factory_item(setting);
     if (*setting.when_empty != '\0') text += item("empty", setting.when_empty);
     if (*setting.when_absent != '\0') text += item("absent", setting.when_absent);

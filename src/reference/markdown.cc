@@ -90,13 +90,12 @@ std::string actions_line(std::string_view actions) {
     return fmt::format("- Used by: {}\n", fmt::join(list, ", "));
 }
 
-std::string record_lines(const Reference& reference, const KnownSetting& setting) {
+std::string record_lines(const KnownSetting& setting) {
     std::string text = fmt::format("- Each record: {}\n", code(escaped(setting.record->shape)));
     text += fields_table(*setting.record);
-    const std::string_view example = example_of(reference.examples, setting.key);
-    if (!example.empty())
+    if (setting.example != nullptr)
         text += fmt::format("- Example: {}\n",
-                            code(fmt::format("{}={}", setting.key, escaped(example))));
+                            code(fmt::format("{}={}", setting.key, escaped(setting.example))));
     return text;
 }
 
@@ -104,7 +103,7 @@ std::string entry(const Reference& reference, const KnownSetting& setting) {
     std::string text =
         fmt::format("\n### {}\n\n{}\n\n", plain(setting.key), plain(sentence(setting.help)));
     text += fmt::format("- Form: {}\n", marked_up(in_words(setting)));
-    if (setting.record != nullptr) text += record_lines(reference, setting);
+    if (setting.record != nullptr) text += record_lines(setting);
     text += fmt::format("- Factory value: {}\n", value(setting.factory));
     if (*setting.when_empty != '\0')
         text += fmt::format("- Empty: {}\n", plain(setting.when_empty));

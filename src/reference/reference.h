@@ -5,7 +5,6 @@
 #include <span>
 #include <string>
 
-#include "reference/examples.h"
 #include "reference/programs.h"
 #include "settings/table.h"
 #include "settings/uses.h"
@@ -13,7 +12,6 @@
 struct Reference {
     std::span<const nvram::SettingGroup> groups;
     std::span<const nvram::Use> uses;
-    std::span<const Example> examples;
 };
 
 // docs/settings.md
@@ -24,6 +22,9 @@ std::string settings_man_page(const Reference& reference);
 
 // docs/settings.schema.json: JSON Schema, draft 2020-12.
 std::string settings_schema(const Reference& reference);
+
+// src/libnvram/secret.inc
+std::string secret_beginnings(const Reference& reference);
 
 // completion/rc.bash
 std::string bash_completion(const Reference& reference, std::span<const Program> programs);

@@ -3,17 +3,22 @@
 
 namespace nvram {
 
+static constexpr Need with_ddns = {.when = if_begins_not("ddns_enable", "0")};
+
 static constexpr KnownSetting ddns_rows[] = {
     // Only a first character of 0 is off, here and for the wildcards.
     {.key = "ddns_enable",
      .form = Form::Flag,
      .factory = "0",
      .when_empty = "dynamic DNS is on",
+     .when_wrong = "takes it as on: only a value that begins with 0 is off",
      .help = "the WAN's address is registered with a dynamic DNS provider (1) or not (0)"},
     {.key = "ddns_service_provider",
      .form = Form::Text,
      .may_be_empty = true,
+     .example = "dyndns",
      .when_empty = "the client takes its next option for the provider",
+     .needed = &with_ddns,
      .help = "provider, by the name that the client ez-ipupdate knows it by (its option -S)"},
     {.key = "ddns_old_service",
      .form = Form::Text,
@@ -24,24 +29,31 @@ static constexpr KnownSetting ddns_rows[] = {
     {.key = "ddns_user_name",
      .form = Form::Text,
      .may_be_empty = true,
+     .example = "name",
      .when_empty = "the client gets an empty name",
+     .needed = &with_ddns,
      .help =
          "name of the account at the provider; without a colon, which would begin the password"},
     {.key = "ddns_password",
      .form = Form::Text,
      .may_be_empty = true,
      .secret = true,
+     .example = "...",
      .when_empty = "the client gets an empty password",
+     .needed = &with_ddns,
      .help = "password of the account at the provider"},
     {.key = "ddns_host_name",
      .form = Form::Host,
      .may_be_empty = true,
+     .example = "router.example.com",
      .when_empty = "the client takes its next option for the name",
+     .needed = &with_ddns,
      .help = "host name that is registered"},
     {.key = "ddns_use_wildcards",
      .form = Form::Flag,
      .factory = "0",
      .when_empty = "names below the host name are registered too",
+     .when_wrong = "takes it as on: only a value that begins with 0 is off",
      .help = "names below the host name lead to the same address (1) or not (0)"},
 };
 constexpr std::span<const KnownSetting> ddns_settings = ddns_rows;

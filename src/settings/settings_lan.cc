@@ -3,6 +3,8 @@
 
 namespace nvram {
 
+static constexpr Need as_access_point = {.when = if_on("ap_mode"), .level = Level::Note};
+
 static constexpr KnownSetting lan_rows[] = {
     {.key = "lan_if",
      .form = Form::Interface,
@@ -29,12 +31,16 @@ static constexpr KnownSetting lan_rows[] = {
     {.key = "ap_gateway",
      .form = Form::Address,
      .may_be_empty = true,
+     .example = "192.168.1.254",
      .when_empty = "no default route is set",
+     .needed = &as_access_point,
      .help = "access point mode: the default gateway"},
     {.key = "ap_dns",
      .form = Form::Address,
      .may_be_empty = true,
+     .example = "192.168.1.254",
      .when_empty = "/tmp/resolv.conf is not written",
+     .needed = &as_access_point,
      .help = "access point mode: the name server"},
 };
 constexpr std::span<const KnownSetting> lan_settings = lan_rows;
@@ -47,8 +53,13 @@ static constexpr Field reservation_fields[] = {
      .help = "host name, for the lease list only"},
     {.name = "address",
      .form = Form::Address,
+     .twice_level = Level::Warning,
+     .twice = "lets the earlier one's lease end",
      .help = "its last number within those of the pool; the first is taken from lan_ipaddr"},
-    {.name = "mac", .form = Form::Mac},
+    {.name = "mac",
+     .form = Form::Mac,
+     .twice_level = Level::Warning,
+     .twice = "keeps the later one only"},
 };
 // The lease file holds no more records.
 static constexpr Record reservation_record = {
@@ -62,6 +73,7 @@ static constexpr KnownSetting dhcp_server_rows[] = {
      .form = Form::Flag,
      .factory = "1",
      .when_empty = "nothing is done: no server, and the leases are kept",
+     .when_wrong = "neither starts the DHCP server nor deletes its leases",
      .help = "DHCP server: on (1), or off and its leases deleted (0)"},
     {.key = "dhcp_start_ip",
      .form = Form::Address,
@@ -86,6 +98,7 @@ static constexpr KnownSetting dhcp_server_rows[] = {
      .choices = "enable disable",
      .factory = "disable",
      .when_empty = "as disable",
+     .when_wrong = "takes it as off: only enable is on",
      .help = "enable: dhcp_gateway_ip and dhcp_dns_ip are handed out"},
     {.key = "dhcp_gateway_ip",
      .form = Form::Address,
@@ -103,7 +116,9 @@ static constexpr KnownSetting dhcp_server_rows[] = {
      .form = Form::Record,
      .may_be_empty = true,
      .record = &reservation_record,
+     .example = "pc1;192.168.1.20;00:11:22:aa:bb:cc",
      .when_empty = "no address is reserved",
+     .when_wrong = "leaves the reservation out",
      .help =
          "address reservations: which host, known by its MAC address, always gets which address"},
 };
@@ -130,13 +145,16 @@ static constexpr KnownSetting route_rows[] = {
      .form = Form::Record,
      .may_be_empty = true,
      .record = &route_record,
+     .example = "office:10.1.0.0:255.255.0.0:192.168.1.254:2:1:1",
      .when_empty = "no route is set",
+     .when_wrong = "adds no route, or hands route what it refuses",
      .help = "static routes; only the first is put into the kernel's table"},
     {.key = "rt_rip_direction",
      .form = Form::Choice,
      .choices = "0 i o b",
      .factory = "0",
      .when_empty = "RIP runs in both directions",
+     .when_wrong = "receives and sends",
      .help = "RIP on the WAN: off (0), receive (i), send (o), both (b)"},
     {.key = "rt_rip_version",
      .form = Form::Choice,

@@ -46,6 +46,11 @@ static constexpr Record qos_record = {.between = '\x01',
                                       .fields = qos_fields,
                                       .most = 20};
 
+static constexpr Need rate_with_qos = {.when = if_on("qos_enable"),
+                                       .effect = "computes rates of 0, which tc refuses"};
+static constexpr Need rules_with_qos = {
+    .when = if_on("qos_enable"), .level = Level::Note, .cure = "a list of rules"};
+
 static constexpr KnownSetting qos_rows[] = {
     {.key = "qos_enable",
      .form = Form::Flag,
@@ -58,18 +63,34 @@ static constexpr KnownSetting qos_rows[] = {
      .choices = "priority bandwidth",
      .factory = "priority",
      .when_empty = "as bandwidth",
+     .when_wrong = "takes a word that begins with p for priority, any other for bandwidth",
      .help = "shaping by three priorities, or by rules that each have a rate of their own"},
     {.key = "wan_bandwidth",
      .form = Form::Number,
      .high = highest_rate,
      .factory = "0",
+     .example = "2000",
      .when_empty = "all rates are 0, which tc refuses",
+     .needed = &rate_with_qos,
      .help = "the line's rate for QoS, in kbit/s"},
     {.key = "qos",
      .form = Form::Record,
      .may_be_empty = true,
      .record = &qos_record,
+     .example = "1\x02"
+                "0\x02"
+                "calls\x02"
+                "5060\x02"
+                "5061\x02"
+                "udp\x02"
+                "0\x02"
+                "0\x02"
+                "0\x02"
+                "0\x01",
      .when_empty = "all traffic falls into the default class",
+     .when_wrong =
+         "copies the field into /tmp/qos.conf as it stands, and tc or iptables refuses its line",
+     .needed = &rules_with_qos,
      .help = "QoS rules; those of class 0 to 2 count by priority, those of class 9 by bandwidth"},
 };
 constexpr std::span<const KnownSetting> qos_settings = qos_rows;

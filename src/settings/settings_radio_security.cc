@@ -10,6 +10,9 @@ static constexpr std::int32_t most_name = 32;
 static constexpr std::int32_t most_wep_key = 26;
 static constexpr std::int32_t most_phrase = 64;
 
+// Both kinds of RADIUS, WPA and WPA2. The second network asks the same server.
+static constexpr Need with_radius = {.when = if_is("wifi_wep_on", "5 6")};
+
 static constexpr KnownSetting network_rows[] = {
     {.key = "wifi_ssid",
      .form = Form::Text,
@@ -30,6 +33,7 @@ static constexpr KnownSetting network_rows[] = {
      .choices = "0 1 2 3 4 5 6",
      .factory = "0",
      .when_empty = "the network is open",
+     .when_wrong = "takes its number: of a text that is 0, an open network; above 6 it is as 4",
      .help =
          "network 1: open (0), WEP (1), WPA-PSK (2), WPA2-PSK (3), both (4), WPA (5), WPA2 (6)"},
     {.key = "wifi_auth_type",
@@ -38,6 +42,7 @@ static constexpr KnownSetting network_rows[] = {
      .choices = "1 2 3",
      .factory = "1",
      .when_empty = "as with 3",
+     .when_wrong = "lets the driver find out (WEPAUTO)",
      .help = "network 1, WEP: authentication is open (1), by shared key (2), either (3)"},
     {.key = "wifi_key_len",
      .form = Form::Choice,
@@ -45,6 +50,7 @@ static constexpr KnownSetting network_rows[] = {
      .choices = "5 10 13 26",
      .factory = "10",
      .when_empty = "the keys are hexadecimal",
+     .when_wrong = "takes the WEP keys for hexadecimal",
      .help = "network 1, WEP: length of a key, of text (5, 13) or hexadecimal digits (10, 26)"},
     {.key = "wifi_def_key",
      .form = Form::Choice,
@@ -109,7 +115,9 @@ static constexpr KnownSetting network_rows[] = {
     {.key = "wifi_radius_server",
      .form = Form::Address,
      .may_be_empty = true,
+     .example = "192.168.1.20",
      .when_empty = "the driver's line has no value",
+     .needed = &with_radius,
      .help = "WPA and WPA2 with RADIUS: address of the RADIUS server"},
     {.key = "wifi_radius_port",
      .form = Form::Number,
@@ -122,7 +130,9 @@ static constexpr KnownSetting network_rows[] = {
      .form = Form::Text,
      .may_be_empty = true,
      .secret = true,
+     .example = "...",
      .when_empty = "the driver's line has no value",
+     .needed = &with_radius,
      .help = "WPA and WPA2 with RADIUS: secret that the router shares with the RADIUS server"},
 };
 constexpr std::span<const KnownSetting> network_settings = network_rows;
@@ -146,6 +156,7 @@ static constexpr KnownSetting guest_network_rows[] = {
      .choices = "0 1 2 3 4 5 6",
      .factory = "0",
      .when_empty = "the second network is open",
+     .when_wrong = "takes its number: of a text that is 0, an open network; above 6 it is as 4",
      .help =
          "network 2: open (0), WEP (1), WPA-PSK (2), WPA2-PSK (3), both (4), WPA (5), WPA2 (6)"},
     {.key = "wifi_auth_type2",
@@ -154,6 +165,7 @@ static constexpr KnownSetting guest_network_rows[] = {
      .choices = "1 2 3",
      .factory = "1",
      .when_empty = "as with 3",
+     .when_wrong = "lets the driver find out (WEPAUTO)",
      .help = "network 2, WEP: authentication is open (1), by shared key (2), either (3)"},
     {.key = "wifi_key_len2",
      .form = Form::Choice,
@@ -161,6 +173,7 @@ static constexpr KnownSetting guest_network_rows[] = {
      .choices = "5 10 13 26",
      .factory = "10",
      .when_empty = "the keys are hexadecimal",
+     .when_wrong = "takes the WEP keys for hexadecimal",
      .help = "network 2, WEP: length of a key, of text (5, 13) or hexadecimal digits (10, 26)"},
     {.key = "wifi_def_key2",
      .form = Form::Choice,
@@ -227,9 +240,15 @@ constexpr std::span<const KnownSetting> guest_network_settings = guest_network_r
 
 // What follows the 17 characters of an address, up to the end of its record, is not read. 56 of
 // them, joined by ";", are as many as the driver's line of 1023 characters takes.
-static constexpr Field access_fields[] = {{.name = "mac", .form = Form::Mac}};
+static constexpr Field access_fields[] = {
+    {.name = "mac", .form = Form::Mac, .twice = "hands the driver the same address twice"}};
 static constexpr Record access_record = {
     .between = '\x01', .shape = "mac", .fields = access_fields, .most = 56};
+
+static constexpr Need with_access_list = {.when = if_on("wifi_access_control"),
+                                          .level = Level::Warning,
+                                          .effect = "lets nobody join",
+                                          .cure = "00:11:22:33:44:55"};
 
 static constexpr KnownSetting radio_access_rows[] = {
     {.key = "wifi_access_control",
@@ -238,18 +257,24 @@ static constexpr KnownSetting radio_access_rows[] = {
      .choices = "0 1 2",
      .factory = "0",
      .when_empty = "everybody may use the radio",
+     .when_wrong = "lets everybody in",
      .help = "who may use the radio: everybody (0), the listed (1), all but the listed (2)"},
     {.key = "wifi_access_list",
      .form = Form::Record,
      .may_be_empty = true,
      .record = &access_record,
+     .example = "00:11:22:aa:bb:cc\x01"
+                "00:11:22:aa:bb:dd",
      .when_empty = "nobody is listed",
+     .when_wrong = "takes 17 characters from the start of each record, whatever they are",
+     .needed = &with_access_list,
      .help = "MAC addresses of the clients that wifi_access_control speaks of, for both networks"},
     // A start looks for 1, a stop for 0.
     {.key = "h_wsc_enable",
      .form = Form::Flag,
      .factory = "0",
      .when_empty = "WPS is not started, and a daemon that runs is not stopped",
+     .when_wrong = "turns WPS off at the start, and leaves it running at the stop",
      .help = "WPS is on (1) or off (0)"},
     {.key = "wifi_wsc_configured",
      .form = Form::Choice,
@@ -257,6 +282,7 @@ static constexpr KnownSetting radio_access_rows[] = {
      .choices = "0 1",
      .factory = "0",
      .when_empty = "not configured",
+     .when_wrong = "hands the driver its number plus one",
      .help = "WPS tells that the network is not configured yet (0) or that it is (1)"},
     {.key = "wds_enable",
      .form = Form::Flag,

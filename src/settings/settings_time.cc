@@ -21,6 +21,10 @@ static constexpr const char* zone_keys =
     "+3c|+3:30|+4a|+4b|+4:30|+5a|+5b|+5 a1|+5 a2|+5 b|+6a|+6 2|+6 a|+7|+7 2|+8a|+8 2|+8c|"
     "+8b|+8d|+9a|+9b|+9c|+9:30a|+9:30b|+10a|+10b|+10c|+10d|+10e|+11|+12a|+12 2|+13";
 
+static constexpr Need with_own_time_server = {.when = if_begins_not("ntp_custom", "0")};
+static constexpr Need with_radio_schedule = {
+    .when = if_is("wireless_sch_en", "enable"), .level = Level::Warning, .cure = "1:8:0-18:0"};
+
 static constexpr KnownSetting time_rows[] = {
     {.key = "time_zone",
      .form = Form::Text,
@@ -39,28 +43,37 @@ static constexpr KnownSetting time_rows[] = {
      .choices = zone_keys,
      .factory = "GMTb",
      .when_empty = "there is no daylight saving",
+     .when_wrong = "finds no rule, and never applies daylight saving",
      .help = "zone of the daylight-saving rule, by its key in the table of zones, such as +1a"},
     {.key = "ntp_custom",
      .form = Form::Flag,
      .factory = "0",
      .when_empty = "ntp_server is taken, as with 1",
+     .when_wrong = "takes it as on, and asks the server of ntp_server",
      .help = "time client: its own servers (0) or ntp_server (1)"},
     {.key = "ntp_server",
      .form = Form::Host,
      .may_be_empty = true,
+     .example = "pool.ntp.org",
      .when_empty = "with ntp_custom 1 the time client is given no server",
+     .needed = &with_own_time_server,
      .help = "time server, used when ntp_custom is 1"},
     {.key = "fw_schedule",
      .form = Form::Record,
      .may_be_empty = true,
      .record = &period_record,
+     .example = "1:8:30-17:0\x01"
+                "2:8:30-17:0",
      .when_empty = "this list opens no period",
+     .when_wrong = "never opens a period that it cannot read, or whose day or hour there is not",
      .help = "when rules by schedule apply; of a period past midnight only the part after it"},
     {.key = "fw_schedule2",
      .form = Form::Record,
      .may_be_empty = true,
      .record = &period_record,
+     .example = "5:22:0-6:0",
      .when_empty = "this list opens no period",
+     .when_wrong = "never opens a period that it cannot read, or whose day or hour there is not",
      .help = "a second list like fw_schedule; of a period past midnight only the part before it"},
     {.key = "wireless_sch_en",
      .form = Form::Choice,
@@ -68,12 +81,17 @@ static constexpr KnownSetting time_rows[] = {
      .choices = "enable disable",
      .factory = "disable",
      .when_empty = "as disable",
+     .when_wrong = "takes it as off: only enable is on",
      .help = "enable: the radio is on by wl_schedule"},
     {.key = "wl_schedule",
      .form = Form::Record,
      .may_be_empty = true,
      .record = &period_record,
+     .example = "1:8:0-22:0\x01"
+                "0:0:0-0:0",
      .when_empty = "the radio follows no schedule",
+     .when_wrong = "passes over a record that it cannot read, and gives cron any number",
+     .needed = &with_radio_schedule,
      .help = "when the radio is on; 0:0-0:0 keeps it off all day"},
 };
 constexpr std::span<const KnownSetting> time_settings = time_rows;

@@ -7,6 +7,13 @@ namespace nvram {
 static constexpr std::int32_t least_mtu = 68;
 static constexpr std::int32_t most_mtu = 1500;
 
+static constexpr Need with_own_name_servers = {.when = if_on("wan_fix_dns"),
+                                               .level = Level::Warning};
+static constexpr Need address_in_mode_ip = {.when = if_is("wan_mode", "ip"),
+                                            .effect = "gives the port no address"};
+static constexpr Need gateway_in_mode_ip = {.when = if_is("wan_mode", "ip"),
+                                            .effect = "sets no default route"};
+
 static constexpr KnownSetting wan_rows[] = {
     {.key = "wan_mode",
      .form = Form::Choice,
@@ -14,6 +21,7 @@ static constexpr KnownSetting wan_rows[] = {
      .choices = "dhcpc ip pppoe pptp l2tp bpa ras",
      .factory = "dhcpc",
      .when_empty = "no WAN is started",
+     .when_wrong = "starts no connection at all",
      .help =
          "leased address (dhcpc), fixed (ip), PPPoE, PPTP, L2TP, BigPond (bpa) or RAS login (ras)"},
     // A text that holds wisp moves the PPPoE relay and the DHCP redirection to the radio, but only
@@ -24,6 +32,7 @@ static constexpr KnownSetting wan_rows[] = {
      .choices = "ethernet wisp",
      .factory = "ethernet",
      .when_empty = "the WAN is the Ethernet port",
+     .when_wrong = "takes some of it for the radio when it holds wisp, and the wired port else",
      .help =
          "what the WAN runs over: the Ethernet port, or the radio towards a wireless ISP (wisp)"},
     {.key = "wan_phy_ifname",
@@ -94,11 +103,15 @@ static constexpr KnownSetting wan_rows[] = {
      .choices = "0 1",
      .factory = "0",
      .when_empty = "the name servers are the provider's",
+     .when_wrong =
+         "looks for exactly 1, for a number but 0, or for a first character of 1, by the mode",
      .help = "name servers: the provider's (0), or wan_dns1 to wan_dns3 in their place (1)"},
     {.key = "wan_dns1",
      .form = Form::Address,
      .may_be_empty = true,
+     .example = "203.0.113.53",
      .when_empty = "its line is left out; the other two are added to what /etc/resolv.conf holds",
+     .needed = &with_own_name_servers,
      .help = "first name server: in mode ip, and in every mode when wan_fix_dns is 1"},
     {.key = "wan_dns2",
      .form = Form::Address,
@@ -114,7 +127,9 @@ static constexpr KnownSetting wan_rows[] = {
      .form = Form::Address,
      .may_be_empty = true,
      .factory = "0.0.0.0",
+     .example = "203.0.113.2",
      .when_empty = "in mode ip, ifconfig gets no address and fails",
+     .needed = &address_in_mode_ip,
      .help = "address of the WAN port in mode ip"},
     {.key = "fix_netmask",
      .form = Form::Netmask,
@@ -125,7 +140,9 @@ static constexpr KnownSetting wan_rows[] = {
      .form = Form::Address,
      .may_be_empty = true,
      .factory = "0.0.0.0",
+     .example = "203.0.113.1",
      .when_empty = "in mode ip, route gets no gateway and fails: there is no default route",
+     .needed = &gateway_in_mode_ip,
      .help = "default gateway in mode ip"},
 };
 constexpr std::span<const KnownSetting> wan_settings = wan_rows;

@@ -8,21 +8,32 @@ namespace nvram {
 // rc hands pppd the idle time in seconds, and pppd counts them in an int.
 static constexpr std::int32_t most_idle_minutes = INT32_MAX / 60;
 
+static constexpr Need in_mode_pppoe = {.when = if_is("wan_mode", "pppoe")};
+static constexpr Need with_fixed_pppoe = {.when = if_is("wan_mode", "pppoe"),
+                                          .also = if_begins("wan_iptype_pppoe", "F")};
+
 static constexpr KnownSetting pppoe_rows[] = {
     {.key = "pppoe_username",
      .form = Form::Text,
      .may_be_empty = true,
+     .escapes = Escapes::Account,
+     .example = "name",
      .when_empty = "pppd gets an empty user name",
+     .needed = &in_mode_pppoe,
      .help = "PPPoE: name of the account"},
     {.key = "pppoe_password",
      .form = Form::Text,
      .may_be_empty = true,
      .secret = true,
+     .escapes = Escapes::Account,
+     .example = "...",
      .when_empty = "pppd gets an empty password",
+     .needed = &in_mode_pppoe,
      .help = "PPPoE: password of the account"},
     {.key = "pppoe_service",
      .form = Form::Text,
      .may_be_empty = true,
+     .escapes = Escapes::Account,
      .when_empty = "any service that answers is taken",
      .help = "PPPoE: name of the service to be asked for"},
     // Only the first letter, a capital F, counts.
@@ -32,12 +43,15 @@ static constexpr KnownSetting pppoe_rows[] = {
      .choices = "Dynamic Fixed",
      .factory = "Dynamic",
      .when_empty = "the provider gives the address",
+     .when_wrong = "takes a word that begins with F for Fixed, any other for Dynamic",
      .help =
          "PPPoE: the provider gives the address (Dynamic), or pppoe_ipaddr is asked for (Fixed)"},
     {.key = "pppoe_ipaddr",
      .form = Form::Address,
      .may_be_empty = true,
+     .example = "203.0.113.2",
      .when_empty = "with type Fixed, pppd's address option is a bare colon",
+     .needed = &with_fixed_pppoe,
      .help = "PPPoE: own address of the link when wan_iptype_pppoe is Fixed"},
     // Any number but 0 dials on demand; the hang-up wants 1.
     {.key = "wan_dod",
@@ -46,6 +60,7 @@ static constexpr KnownSetting pppoe_rows[] = {
      .choices = "0 1",
      .factory = "0",
      .when_empty = "the link is always up",
+     .when_wrong = "takes any number but 0 for dialling on demand, and a text for 0",
      .help = "PPPoE: the link is always up (0) or dialled on demand (1)"},
     {.key = "pppoe_idle",
      .form = Form::Number,
@@ -57,18 +72,37 @@ static constexpr KnownSetting pppoe_rows[] = {
 };
 constexpr std::span<const KnownSetting> pppoe_settings = pppoe_rows;
 
+static constexpr Need in_mode_pptp = {.when = if_is("wan_mode", "pptp")};
+static constexpr Need with_pptp_address = {.when = if_is("wan_mode", "pptp"),
+                                           .also = if_begins_not("pptp_server_type", "d")};
+static constexpr Need with_pptp_name = {.when = if_is("wan_mode", "pptp"),
+                                        .also = if_begins("pptp_server_type", "d")};
+static constexpr Need address_of_pptp_port = {
+    .when = if_is("wan_mode", "pptp"), .also = if_on("pptp_type"), .effect = "does not dial"};
+static constexpr Need gateway_of_pptp_port = {.when = if_is("wan_mode", "pptp"),
+                                              .also = if_on("pptp_type"),
+                                              .effect = "has no way to the server"};
+static constexpr Need name_server_of_pptp_port = {
+    .when = if_is("wan_mode", "pptp"), .also = if_on("pptp_type"), .level = Level::Warning};
+
 static constexpr KnownSetting pptp_rows[] = {
     // Account and server stand unquoted in pppd's line.
     {.key = "pptp_username",
      .form = Form::Text,
      .may_be_empty = true,
+     .escapes = Escapes::Account,
+     .example = "name",
      .when_empty = "pppd takes the next word of its line, password, for the name",
+     .needed = &in_mode_pptp,
      .help = "PPTP: name of the account"},
     {.key = "pptp_password",
      .form = Form::Text,
      .may_be_empty = true,
      .secret = true,
+     .escapes = Escapes::Account,
+     .example = "...",
      .when_empty = "pppd takes the next word of its line, mtu, for the password",
+     .needed = &in_mode_pptp,
      .help = "PPTP: password of the account"},
     {.key = "pptp_server_type",
      .form = Form::Choice,
@@ -76,17 +110,22 @@ static constexpr KnownSetting pptp_rows[] = {
      .choices = "i d",
      .factory = "i",
      .when_empty = "the server is given by its address",
+     .when_wrong = "takes pptp_server, as if it were i",
      .help =
          "PPTP: the server is given by address (i, pptp_server) or name (d, pptp_server_domain)"},
     {.key = "pptp_server",
      .form = Form::Address,
      .may_be_empty = true,
+     .example = "203.0.113.1",
      .when_empty = "pptp is told no server and fails",
+     .needed = &with_pptp_address,
      .help = "PPTP: address of the server; with type d rc writes the address of the name here"},
     {.key = "pptp_server_domain",
      .form = Form::Host,
      .may_be_empty = true,
+     .example = "vpn.example.com",
      .when_empty = "with type d nothing is found: rc empties pptp_server and does not dial",
+     .needed = &with_pptp_name,
      .help = "PPTP: name of the server, looked up at each WAN start when pptp_server_type is d"},
     {.key = "pptp_id",
      .form = Form::Text,
@@ -99,13 +138,16 @@ static constexpr KnownSetting pptp_rows[] = {
      .choices = "0 1",
      .factory = "0",
      .when_empty = "the port's address is leased",
+     .when_wrong = "takes a number of 1 for fixed, anything else for leased",
      .help = "PPTP: address of the port under the tunnel, leased (0) or fixed (1)"},
     {.key = "pptp_ipaddr",
      .form = Form::Address,
      .may_be_empty = true,
      .factory = "0.0.0.0",
+     .example = "10.0.0.2",
      .when_empty =
          "with type 1, ifconfig gets no address and fails, and the tunnel is dialled all the same",
+     .needed = &address_of_pptp_port,
      .help = "PPTP: fixed address of the port; with 0.0.0.0 the tunnel is not dialled"},
     {.key = "pptp_fix_netmask",
      .form = Form::Netmask,
@@ -116,12 +158,16 @@ static constexpr KnownSetting pptp_rows[] = {
      .form = Form::Address,
      .may_be_empty = true,
      .factory = "0.0.0.0",
+     .example = "10.0.0.1",
      .when_empty = "with type 1, route gets no gateway and fails: the server is not reached",
+     .needed = &gateway_of_pptp_port,
      .help = "PPTP: gateway towards the server when the port's address is fixed"},
     {.key = "pptp_wan_dns1",
      .form = Form::Address,
      .may_be_empty = true,
+     .example = "10.0.0.1",
      .when_empty = "with type 1, /etc/resolv.conf gets a line that names no server",
+     .needed = &name_server_of_pptp_port,
      .help = "PPTP: name server when the port's address is fixed"},
     {.key = "pptp_dod",
      .form = Form::Flag,
@@ -139,22 +185,34 @@ static constexpr KnownSetting pptp_rows[] = {
 };
 constexpr std::span<const KnownSetting> pptp_settings = pptp_rows;
 
+static constexpr Need in_mode_l2tp = {.when = if_is("wan_mode", "l2tp")};
+static constexpr Need address_of_l2tp_port = {
+    .when = if_is("wan_mode", "l2tp"), .also = if_on("l2tp_type"), .effect = "does not dial"};
+
 static constexpr KnownSetting l2tp_rows[] = {
     {.key = "l2tp_username",
      .form = Form::Text,
      .may_be_empty = true,
+     .escapes = Escapes::Account,
+     .example = "name",
      .when_empty = "the secrets files hold a line without a name, and l2tpd gets none",
+     .needed = &in_mode_l2tp,
      .help = "L2TP: name of the account"},
     {.key = "l2tp_password",
      .form = Form::Text,
      .may_be_empty = true,
      .secret = true,
+     .escapes = Escapes::Account,
+     .example = "...",
      .when_empty = "the secrets files hold a line without a password",
+     .needed = &in_mode_l2tp,
      .help = "L2TP: password of the account"},
     {.key = "l2tp_server",
      .form = Form::Host,
      .may_be_empty = true,
+     .example = "lns.example.com",
      .when_empty = "l2tpd gets no server to dial",
+     .needed = &in_mode_l2tp,
      .help = "L2TP: name or address of the server (LNS)"},
     {.key = "l2tp_type",
      .form = Form::Choice,
@@ -162,13 +220,16 @@ static constexpr KnownSetting l2tp_rows[] = {
      .choices = "0 1",
      .factory = "0",
      .when_empty = "the port's address is leased",
+     .when_wrong = "takes a number of 1 for fixed, anything else for leased",
      .help = "L2TP: address of the port under the tunnel, leased (0) or fixed (1)"},
     {.key = "l2tp_ipaddr",
      .form = Form::Address,
      .may_be_empty = true,
      .factory = "0.0.0.0",
+     .example = "10.0.0.2",
      .when_empty =
          "with type 1, ifconfig gets no address and fails, and the tunnel is dialled all the same",
+     .needed = &address_of_l2tp_port,
      .help = "L2TP: fixed address of the port; with 0.0.0.0 the tunnel is not dialled"},
     {.key = "l2tp_netmask",
      .form = Form::Netmask,
@@ -186,6 +247,7 @@ static constexpr KnownSetting l2tp_rows[] = {
      .form = Form::Flag,
      .factory = "0",
      .when_empty = "neither is done: no dialling on demand, and no redialling after a loss",
+     .when_wrong = "neither dials on demand nor redials",
      .help = "L2TP: the tunnel is redialled when it is lost (0) or dialled on demand (1)"},
     {.key = "l2tp_idle",
      .form = Form::Number,
@@ -204,18 +266,24 @@ static constexpr KnownSetting l2tp_rows[] = {
 };
 constexpr std::span<const KnownSetting> l2tp_settings = l2tp_rows;
 
+static constexpr Need in_mode_bpa = {.when = if_is("wan_mode", "bpa")};
+
 // The login flags are the login clients' to set, from their scripts; rc only reads them.
 static constexpr KnownSetting login_client_rows[] = {
     {.key = "bpa_username",
      .form = Form::Text,
      .may_be_empty = true,
+     .example = "name",
      .when_empty = "the login client's file names no account",
+     .needed = &in_mode_bpa,
      .help = "BigPond: name of the account"},
     {.key = "bpa_password",
      .form = Form::Text,
      .may_be_empty = true,
      .secret = true,
+     .example = "...",
      .when_empty = "the login client's file holds no password",
+     .needed = &in_mode_bpa,
      .help = "BigPond: password of the account"},
     {.key = "bpa_login",
      .form = Form::Choice,
@@ -223,6 +291,7 @@ static constexpr KnownSetting login_client_rows[] = {
      .choices = "0 1",
      .factory = "0",
      .when_empty = "in mode bpa the LAN is kept off the WAN",
+     .when_wrong = "takes it as not logged in, unless its number is 1",
      .help =
          "BigPond: the login client has logged in (1); until then the LAN is kept off the WAN (0)"},
     {.key = "ras_login",
@@ -231,6 +300,7 @@ static constexpr KnownSetting login_client_rows[] = {
      .choices = "0 1",
      .factory = "0",
      .when_empty = "in mode ras the LAN is kept off the WAN",
+     .when_wrong = "takes it as not logged in, unless its number is 1",
      .help = "RAS: the login client has logged in (1); until then the LAN is kept off the WAN (0)"},
     {.key = "ras_dod",
      .form = Form::Flag,

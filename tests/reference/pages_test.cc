@@ -139,7 +139,7 @@ TEST(Markdown, ASecondHeadingOfTheSameNameIsNumbered) {
         {.key = "QoS", .form = nvram::Form::Flag, .help = "on (1)"},
         {.key = "settings", .form = nvram::Form::Flag, .help = "on (1)"}};
     const nvram::SettingGroup groups[] = {{.title = "QoS", .settings = rows}};
-    const std::string page = settings_markdown({.groups = groups, .uses = {}, .examples = {}});
+    const std::string page = settings_markdown({.groups = groups, .uses = {}});
     EXPECT_NE(page.find("- [QoS](#qos): [QoS](#qos-1),\n  [settings](#settings-1)\n"),
               std::string::npos);
 }
@@ -205,7 +205,7 @@ TEST(ManPage, NoCharacterOfAHelpIsARequest) {
                                              .when_empty = "'tis \"that\" - C:\\dir",
                                              .help = ".de is no request"}};
     const nvram::SettingGroup groups[] = {{.title = "G", .settings = rows}};
-    const std::string page = settings_man_page({.groups = groups, .uses = {}, .examples = {}});
+    const std::string page = settings_man_page({.groups = groups, .uses = {}});
     EXPECT_NE(page.find("\n\\&.de is no request.\n"), std::string::npos);
     EXPECT_NE(page.find("\n.Ql \\&.x\\ \\(aqy\n"), std::string::npos);
     EXPECT_NE(page.find("\n\\(aqtis \\(dqthat\\(dq \\- C:\\edir\n"), std::string::npos);
@@ -264,10 +264,26 @@ TEST(ManPage, LongLiteralsMayBeBroken) {
     const std::string value =
         "a_b:c\x01"
         "d012345678901234567890123456789";
-    const Example examples[] = {{.key = "open", .value = value.c_str()}};
-    const std::string page =
-        settings_man_page({.groups = planted::groups, .uses = {}, .examples = examples});
+    nvram::KnownSetting open = planted::row("open");
+    open.example = value.c_str();
+    const nvram::SettingGroup groups[] = {{.title = "G", .settings = {&open, 1}}};
+    const std::string page = settings_man_page({.groups = groups, .uses = {}});
     EXPECT_NE(page.find(".Ql \\&a_\\:b:\\:c\\:\\ex01d0123"), std::string::npos);
+}
+
+TEST(Secrets, AreListedByTheBeginningsOfTheirNames) {
+    constexpr nvram::KnownSetting rows[] = {
+        {.key = "wep", .form = nvram::Form::Text, .help = "on (1)"},
+        {.key = "wep_key12", .form = nvram::Form::Text, .secret = true, .help = "second"},
+        {.key = "wep_key1", .form = nvram::Form::Text, .secret = true, .help = "first"},
+        {.key = "pin", .form = nvram::Form::Number, .secret = true, .help = "number"},
+        {.key = "mail_password", .form = nvram::Form::Text, .secret = true, .help = "by its name"},
+    };
+    const nvram::SettingGroup groups[] = {{.title = "G", .settings = rows}};
+    EXPECT_EQ(secret_beginnings({.groups = groups, .uses = {}}),
+              "// Written by tools/renew.sh: rc_reference secret.\n"
+              "\"pin\",\n"
+              "\"wep_key1\",\n");
 }
 
 }  // namespace

@@ -99,6 +99,8 @@ inline constexpr nvram::KnownSetting net_rows[] = {
      .form = Form::Record,
      .may_be_empty = true,
      .record = &periods,
+     .example = "1:8:30-17:0\x01"
+                "2:8:30-17:0",
      .help = "when it is open"},
     {.key = "doors",
      .form = Form::Record,
@@ -121,13 +123,7 @@ inline constexpr nvram::Use uses[] = {
     {.key = "light", .actions = "wan firewall"},
 };
 
-inline constexpr Example examples[] = {
-    {.key = "open",
-     .value = "1:8:30-17:0\x01"
-              "2:8:30-17:0"},
-};
-
-inline constexpr Reference reference = {.groups = groups, .uses = uses, .examples = examples};
+inline constexpr Reference reference = {.groups = groups, .uses = uses};
 
 // Fails to compile when there is none of that name.
 constexpr const nvram::KnownSetting& row(std::string_view key) {

@@ -1,4 +1,4 @@
-// The table of settings as it is: what the pages need of its rows, the examples and the uses.
+// The table of settings as it is: what the pages need of its rows and of the uses.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -23,6 +23,9 @@ std::vector<const KnownSetting*> rows() {
 
 bool legal(const KnownSetting& setting, std::string_view value) {
     if (value.empty()) return setting.may_be_empty;
+    if (setting.form == nvram::Form::Text && setting.high > 0 &&
+        value.size() > static_cast<size_t>(setting.high))
+        return false;
     const std::string pattern = value_pattern(setting);
     return pattern.empty() || std::regex_match(std::string(value), std::regex(pattern));
 }
@@ -40,20 +43,24 @@ TEST(Table, FactoryValuesAreOfTheirForm) {
         EXPECT_TRUE(legal(*row, row->factory)) << row->key << "=" << row->factory;
 }
 
-TEST(Table, RecordsHaveAnExampleUnlessTheFactoryHasOne) {
+TEST(Table, ExamplesAreOfTheirForm) {
     for (const KnownSetting* row : rows()) {
-        if (row->record == nullptr || *row->factory != '\0') continue;
-        const std::string_view example = example_of(setting_examples(), row->key);
-        EXPECT_FALSE(example.empty()) << row->key;
-        EXPECT_TRUE(legal(*row, example)) << row->key << "=" << escaped(example);
+        if (row->example == nullptr) continue;
+        EXPECT_STRNE(row->example, "") << row->key;
+        EXPECT_TRUE(legal(*row, row->example)) << row->key << "=" << escaped(row->example);
     }
 }
 
-TEST(Table, ExamplesAreOfRecords) {
-    for (const Example& example : setting_examples()) {
-        const KnownSetting* row = nvram::find_known(example.key);
-        ASSERT_NE(row, nullptr) << example.key;
-        EXPECT_NE(row->record, nullptr) << example.key;
+// The pages show those of records, nvram check those of settings that are needed.
+TEST(Table, ExamplesAreThereWhereTheyAreShown) {
+    for (const KnownSetting* row : rows()) {
+        const bool in_pages = row->record != nullptr;
+        const bool in_check = row->needed != nullptr && row->needed->cure == nullptr;
+        if (row->example != nullptr) {
+            EXPECT_TRUE(in_pages || in_check) << row->key << ": nobody shows the example";
+        } else {
+            EXPECT_FALSE(in_check || (in_pages && *row->factory == '\0')) << row->key;
+        }
     }
 }
 
