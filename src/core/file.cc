@@ -14,11 +14,7 @@ File open_file(const char* path, const char* mode) {
 int File::print(const char* text, ...) {
     va_list arguments;
     va_start(arguments, text);
-    char line[512];
-    const size_t length = compose(line, sizeof line, text, arguments);
-    std::string longer;
-    if (length >= sizeof line) longer = format_list(text, arguments);
-    const int written = put(longer.empty() ? std::string_view(line, length) : longer);
+    const int written = vfprintf(stream_.get(), text, arguments);
     va_end(arguments);
     return written;
 }

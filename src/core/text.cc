@@ -56,25 +56,15 @@ std::optional<size_t> compose_simple(char* line, size_t room, const char* text, 
     return length;
 }
 
-// Takes a number off the front as strtol(3) reads it, in a third of its time, and holds it within
-// int. False, and nothing changed, when there is none.
+// Takes a number off the front as strtol(3) reads it, and holds it within int. False, and nothing
+// changed, when there is none.
 bool take_int(std::string_view& text, int& number) {
-    const char* at = text.data();
-    const char* const end = at + text.size();
-    while (at != end && (*at == ' ' || (*at >= '\t' && *at <= '\r'))) at++;
-    const bool negative = at != end && *at == '-';
-    if (negative || (at != end && *at == '+')) at++;
-
-    const char* const digits = at;
-    const unsigned limit = INT_MAX + (negative ? 1u : 0u);
-    unsigned long long magnitude = 0;
-    for (; at != end && *at >= '0' && *at <= '9'; at++)
-        magnitude =
-            std::min<unsigned long long>(magnitude * 10 + static_cast<unsigned>(*at - '0'), limit);
-    if (at == digits) return false;
-    const auto held = static_cast<unsigned>(magnitude);
-    number = static_cast<int>(negative ? 0u - held : held);
-    text.remove_prefix(static_cast<size_t>(at - text.data()));
+    const std::string ended(text);
+    char* end = nullptr;
+    const long long whole = strtoll(ended.c_str(), &end, 10);
+    if (end == ended.c_str()) return false;
+    number = static_cast<int>(std::clamp<long long>(whole, INT_MIN, INT_MAX));
+    text.remove_prefix(static_cast<size_t>(end - ended.c_str()));
     return true;
 }
 
@@ -96,20 +86,12 @@ size_t compose(char* line, size_t size, const char* text, va_list arguments) {
     return length < 0 ? 0 : static_cast<size_t>(length);
 }
 
-std::string format_list(const char* text, va_list arguments) {
-    char line[256];
-    const size_t length = compose(line, sizeof line, text, arguments);
-    if (length < sizeof line) return {line, length};
-
-    std::string result(length, '\0');
-    compose(result.data(), length + 1, text, arguments);
-    return result;
-}
-
 std::string format(const char* text, ...) {
     va_list arguments;
     va_start(arguments, text);
-    std::string result = format_list(text, arguments);
+    char nothing[1];
+    std::string result(compose(nothing, sizeof nothing, text, arguments), '\0');
+    compose(result.data(), result.size() + 1, text, arguments);
     va_end(arguments);
     return result;
 }

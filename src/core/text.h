@@ -10,10 +10,10 @@
 
 // The text that printf would print, as long as it is.
 [[gnu::format(printf, 1, 2)]] std::string format(const char* text, ...);
-[[gnu::format(printf, 1, 0)]] std::string format_list(const char* text, va_list arguments);
 
-// vsnprintf(3) in a third of its time where the text has nothing but %s, %d, %u and %%, as almost
-// every line of ours. The arguments are not used up.
+// vsnprintf(3), done here where the text has nothing but %s, %d, %u and %%, as almost every line of
+// ours: left to the C library, rc firewall create with all lists full takes 40 % more instructions.
+// The arguments are not used up.
 [[gnu::format(printf, 3, 0)]] size_t compose(char* line, size_t size, const char* text,
                                              va_list arguments);
 

@@ -23,8 +23,8 @@ void block_service(const Setting& lan_if, const Service& service) {
 void block_services(const Setting& lan_if, const std::vector<std::string_view>& names) {
     const Setting predefined_table = nvram_text("fw_services_def");
     const Setting own_table = nvram_text("fw_services");
-    const std::vector<std::string_view> predefined = parse_services(predefined_table.view());
-    const std::vector<std::string_view> own = parse_services(own_table.view());
+    const std::vector<ServiceRecord> predefined = parse_services(predefined_table.view());
+    const std::vector<ServiceRecord> own = parse_services(own_table.view());
     for (const std::string_view name : names) {
         Service service;
         if (search_serv(predefined, service, name) != 0 && search_serv(own, service, name) != 0)

@@ -14,6 +14,8 @@ namespace {
 // The script that rules go to; null when there is none.
 RuleScript* current_script = nullptr;
 
+constexpr std::string_view command = "iptables ";
+
 struct Chain {
     const char* table;
     const char* name;
@@ -102,33 +104,15 @@ RuleScript::RuleScript() : file_(open_file("/tmp/rules", "w")) {
 
 RuleScript::~RuleScript() {
     current_script = nullptr;
-    if (file_) put_lines();
-}
-
-void RuleScript::put_lines() {
-    file_.put({lines_, length_});
-    length_ = 0;
-}
-
-size_t RuleScript::compose_rule(const char* text, va_list arguments) {
-    const size_t place = length_ + command.size();
-    if (place >= sizeof lines_) return sizeof lines_;
-    const size_t length = compose(lines_ + place, sizeof lines_ - place, text, arguments);
-    return place + std::min(length, rule_limit);
 }
 
 int RuleScript::add(const char* text, va_list arguments) {
-    size_t end = compose_rule(text, arguments);
-    if (end >= sizeof lines_) {
-        put_lines();
-        end = compose_rule(text, arguments);
-    }
-    const size_t start = length_;
-    memcpy(lines_ + start, command.data(), command.size());
-    // The line's end takes the place of the text's.
-    lines_[end] = '\n';
-    length_ = end + 1;
-    return static_cast<int>(length_ - start);
+    char line[command.size() + rule_limit + sizeof "\n"];
+    memcpy(line, command.data(), command.size());
+    char* const rule = line + command.size();
+    const size_t length = std::min(compose(rule, rule_limit + 1, text, arguments), rule_limit);
+    rule[length] = '\n';
+    return file_.put({line, rule + length + 1});
 }
 
 int fw_rule(const char* text, ...) {

@@ -6,7 +6,6 @@
 #include <stddef.h>
 
 #include <span>
-#include <string_view>
 
 #include "core/file.h"
 
@@ -22,21 +21,11 @@ class RuleScript {
     RuleScript(const RuleScript&) = delete;
     RuleScript& operator=(const RuleScript&) = delete;
 
-    // Writes one line, "iptables " and the rule; some lines are kept together until the next do not
-    // fit. Returns the line's length.
+    // Writes one line, "iptables " and the rule. Returns the line's length.
     [[gnu::format(printf, 2, 0)]] int add(const char* text, va_list arguments);
 
   private:
-    static constexpr std::string_view command = "iptables ";
-
-    void put_lines();
-    // Composes behind the lines, with room for the command; where it ends, or the lines' size when
-    // that is beyond them. The longest rule fits when there are no lines.
-    [[gnu::format(printf, 2, 0)]] size_t compose_rule(const char* text, va_list arguments);
-
     File file_;
-    size_t length_ = 0;
-    char lines_[command.size() + rule_limit + 1] = {};
 };
 
 // Writes one line into the current script, as its add does; -1 without one.

@@ -8,37 +8,28 @@ namespace {
 
 constexpr size_t service_name_limit = 14;
 
-// Whether the name may be the record's, told without taking the record apart: most are others', and
-// names that have a start in common mostly differ at their end.
-bool may_name(std::string_view name, const std::string_view& record) {
-    if (name.empty() || record.size() <= name.size()) return false;
-    return (record[name.size()] == ':' || name.size() == service_name_limit) &&
-           record[name.size() - 1] == name.back() && record.starts_with(name);
-}
-
 }  // namespace
 
-std::vector<std::string_view> parse_services(std::string_view table) {
-    std::vector<std::string_view> records;
+std::vector<ServiceRecord> parse_services(std::string_view table) {
+    std::vector<ServiceRecord> records;
     while (!table.empty()) {
-        const std::string_view record = take_field(table, '\x01');
-        records.push_back(record);
+        std::string_view rest = take_field(table, '\x01');
+        const std::string_view name = cut(take_field(rest, ':'), service_name_limit);
+        if (!name.empty()) records.push_back({.name = name, .rest = rest});
     }
     return records;
 }
 
-int search_serv(std::span<const std::string_view> records, Service& service,
-                std::string_view name) {
-    for (const std::string_view& record : records) {
-        if (!may_name(name, record)) continue;
-        std::string_view rest = record;
-        const std::string_view record_name = cut(take_field(rest, ':'), service_name_limit);
+int search_serv(std::span<const ServiceRecord> records, Service& service, std::string_view name) {
+    for (const ServiceRecord& record : records) {
+        if (record.name != name) continue;
+        std::string_view rest = record.rest;
         const std::string_view protocol = take_field(rest, ':');
-        if (record_name.empty() || protocol.empty() || record_name != name) continue;
+        if (protocol.empty()) continue;
         int first_port = 0;
         int last_port = 0;
         if (!scan_int(rest, '-', first_port) || !scan_int(rest, '\0', last_port)) continue;
-        service = {.name = std::string(record_name),
+        service = {.name = std::string(name),
                    .protocol = std::string(protocol),
                    .first_port = first_port,
                    .last_port = last_port};

@@ -14,12 +14,17 @@ struct Service {
     int last_port = 0;
 };
 
-// The name:protocol:first-last records of a table, as views into it. Who looks many names up
-// separates them once.
-std::vector<std::string_view> parse_services(std::string_view table);
+// One name:protocol:first-last record of a table, as views into it.
+struct ServiceRecord {
+    std::string_view name;  // never empty
+    std::string_view rest;  // protocol:first-last
+};
+
+// The records of a table. Who looks many names up separates them once.
+std::vector<ServiceRecord> parse_services(std::string_view table);
 
 // Looks a name up in a table. 0 with the service filled, -1 when it is not there.
-int search_serv(std::span<const std::string_view> records, Service& service, std::string_view name);
+int search_serv(std::span<const ServiceRecord> records, Service& service, std::string_view name);
 int search_serv(std::string_view table, Service& service, std::string_view name);
 
 // Looks a name up in the user's table, then in the predefined one. -1 when the user's has it, else
