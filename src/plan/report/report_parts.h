@@ -26,7 +26,7 @@ struct Report {
     const Provenance& provenance;
     Masks masks;
     Netfilter tables;
-    std::vector<ProducedFile> files;
+    std::vector<FollowedFile> files;
     // Where a line of the transcript stands in the files: which file, and which line of it from 0.
     std::map<Origin, std::pair<size_t, size_t>> places;
     // Settings first, each kind by name.
