@@ -11,7 +11,7 @@
 
 namespace {
 
-// Where a program's output, or what it complains, goes.
+// Where a program's output goes, or what else it writes.
 struct Redirection {
     std::string path;
     bool append = false;
@@ -26,7 +26,7 @@ struct PlainCommand {
 };
 
 bool add_redirection(PlainCommand& command, const ShellPiece& piece) {
-    // Both into the same file, or both nowhere.
+    // Complaints are not stated, wherever they go.
     if (piece.descriptor == "2" && piece.sign == ">&" && piece.text == "1") return true;
     const bool append = piece.sign == ">>";
     if ((!append && piece.sign != ">") || piece.text.empty()) return false;
