@@ -24,7 +24,7 @@ bool is_interface(std::string_view asked, std::string_view name) {
 
 MatchAnswer match_network(const std::string& asked, std::optional<Ipv4> address,
                           const char* missing) {
-    const std::optional<Network> network = read_network(asked);
+    const std::optional<Net> network = read_network(asked);
     if (network && network->mask == 0) return yes_or_no(true);
     if (!address) return unknown(missing);
     return yes_or_no(network && network->holds(*address));
