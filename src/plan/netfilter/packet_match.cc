@@ -51,20 +51,6 @@ MatchAnswer match_flags(const Packet& packet, unsigned mask, unsigned wanted) {
 
 }  // namespace
 
-const char* state_name(ConnectionState state) {
-    switch (state) {
-        case ConnectionState::New:
-            return "NEW";
-        case ConnectionState::Established:
-            return "ESTABLISHED";
-        case ConnectionState::Related:
-            return "RELATED";
-        case ConnectionState::Invalid:
-            break;
-    }
-    return "INVALID";
-}
-
 MatchAnswer match_in(OptionWords words, const Packet& packet) {
     return yes_or_no(is_interface(words[0], packet.in));
 }

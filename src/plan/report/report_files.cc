@@ -1,11 +1,12 @@
 // The report's files: what the run leaves behind, line by line with the settings of each.
 
+#include "plan/report/report_files.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
 
 #include "plan/report/html.h"
-#include "plan/report/report_parts.h"
 
 namespace {
 
