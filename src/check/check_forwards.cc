@@ -3,8 +3,8 @@
 
 #include "check/check_parts.h"
 #include "core/text.h"
-#include "firewall/port_forward.h"
-#include "firewall/special_apps.h"
+#include "firewall/forward_lists.h"
+#include "firewall/trigger_lists.h"
 #include "settings/records.h"
 
 namespace nvram {

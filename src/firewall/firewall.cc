@@ -100,13 +100,6 @@ std::string address_of(const char* ifname) {
     return getIPAddress(ifname).value_or("");
 }
 
-char schedule_character() {
-    File schedule = open_file("/tmp/cron_schedule", "r");
-    unsigned char first[1] = {};
-    if (schedule) schedule.read(first);
-    return static_cast<char>(first[0]);
-}
-
 int get_if_mtu(const char* ifname) {
     int mtu = 0;
     switch (platform::interface_mtu(ifname, mtu)) {

@@ -28,9 +28,6 @@ using QosTable = std::array<QosRule, qos_capacity>;
 // Fills a cleared table from a list. The number of records read, -1 when there are none.
 int parse_qos_rules(std::string_view list, QosTable& table);
 
-// The same from "qos" itself.
-int read_qos_rules(QosTable& table);
-
 // The end of an address range: the first address with another last octet.
 std::string make_range_end(std::string_view first_address, std::string_view last_octet);
 

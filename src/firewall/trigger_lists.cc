@@ -1,7 +1,8 @@
 // Special applications: the records of "fw_spapp".
 
+#include "firewall/trigger_lists.h"
+
 #include "core/text.h"
-#include "firewall/special_apps.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "core/platform.h"
 #include "core/text.h"
 #include "lan/lan.h"
-#include "lan/leases.h"
+#include "lan/reservations.h"
 
 namespace {
 

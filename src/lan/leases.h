@@ -56,15 +56,4 @@ std::vector<Lease> enter_reservation(std::span<const Lease> leases, std::string_
                                      const HardwareAddress& hardware, const Octets& address,
                                      const Octets& lan_address);
 
-// The handlers' steps on the file itself.
-
-// Empties the lease file when its leases belong to another network than the LAN's; makes it when it
-// is missing.
-void change_lease();
-// Enters one entry of "pcdb_list", unless its address lies outside the pool.
-void dhcp_write_leases(std::string_view entry);
-// Enters one reservation. 0, or -1 with a message when the file cannot be opened.
-int search_leases(std::string_view hostname, const HardwareAddress& hardware,
-                  const Octets& address);
-
 #endif

@@ -1,11 +1,12 @@
 // Address reservations: carries "pcdb_list" into the lease file before the DHCP server reads it.
 
+#include "lan/reservations.h"
+
 #include <algorithm>
 
 #include "core/file.h"
 #include "core/nvram.h"
 #include "core/platform.h"
-#include "lan/leases.h"
 
 namespace {
 

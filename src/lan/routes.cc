@@ -55,10 +55,3 @@ std::string network_text(std::string_view destination, std::string_view netmask)
     if (fourth == 0) text = format("%d.%d.%d.0", d[0], d[1], d[2]);
     return text;
 }
-
-int mask_length(const char* netmask) {
-    uint32_t rest = inet_network(netmask);
-    int length = 0;
-    for (; rest != 0 && length < 31; length++) rest <<= 1;
-    return rest == 0 ? length : 0;
-}

@@ -9,12 +9,12 @@
 #include "core/run_markers.h"
 #include "core/text.h"
 #include "expect.h"
-#include "lan/leases.h"
+#include "lan/reservations.h"
 #include "lists.h"
 #include "plan/router/recording.h"
 #include "plan/router/settings.h"
-#include "rc/boot.h"
 #include "rc/factory_data.h"
+#include "rc/unused.h"
 
 namespace {
 

@@ -8,10 +8,10 @@
 #include "core/text.h"
 #include "expect.h"
 #include "firewall/block_lists.h"
-#include "firewall/port_forward.h"
+#include "firewall/forward_lists.h"
 #include "firewall/qos_rules.h"
 #include "firewall/services.h"
-#include "firewall/special_apps.h"
+#include "firewall/trigger_lists.h"
 #include "lists.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <iterator>
 
 #include "core/run_state.h"
-#include "lan/leases.h"
+#include "lan/reservations.h"
 #include "plan/router/case.h"
 #include "rc/apps.h"
 #include "rc/boot.h"

@@ -1,6 +1,6 @@
 // Port forwarding: the settings' records, and where they lead.
-#ifndef RC_FIREWALL_PORT_FORWARD_H
-#define RC_FIREWALL_PORT_FORWARD_H
+#ifndef RC_FIREWALL_FORWARD_LISTS_H
+#define RC_FIREWALL_FORWARD_LISTS_H
 
 #include <string>
 #include <string_view>

@@ -1,6 +1,6 @@
 // Special applications: the lists that the port triggering module is loaded with.
-#ifndef RC_FIREWALL_SPECIAL_APPS_H
-#define RC_FIREWALL_SPECIAL_APPS_H
+#ifndef RC_FIREWALL_TRIGGER_LISTS_H
+#define RC_FIREWALL_TRIGGER_LISTS_H
 
 #include <string>
 #include <string_view>
