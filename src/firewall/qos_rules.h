@@ -6,7 +6,8 @@
 #include <string>
 #include <string_view>
 
-constexpr size_t qos_capacity = 20;
+#include "core/limits.h"
+
 // The class of a rule with a rate of its own.
 constexpr int bandwidth_class = 9;
 
@@ -23,7 +24,7 @@ struct QosRule {
     int priority = 0;  // class 0, 1, 2, or bandwidth_class
 };
 
-using QosTable = std::array<QosRule, qos_capacity>;
+using QosTable = std::array<QosRule, limits::qos_rules>;
 
 // Fills a cleared table from a list. The number of records read, -1 when there are none.
 int parse_qos_rules(std::string_view list, QosTable& table);

@@ -5,9 +5,6 @@
 #include <string>
 #include <string_view>
 
-// Each list holds no more characters than this.
-constexpr size_t trigger_list_limit = 511;
-
 // One entry of each list for every application, protocol code, first and last port.
 struct TriggerLists {
     std::string outport;

@@ -228,8 +228,10 @@ constexpr std::span<const KnownSetting> guest_network_settings = guest_network_r
 // What follows the 17 characters of an address, up to the end of its record, is not read. 56 of
 // them, joined by ";", are as many as the driver's line of 1023 characters takes.
 static constexpr Field access_fields[] = {{.name = "mac", .form = Form::Mac}};
-static constexpr Record access_record = {
-    .between = '\x01', .shape = "mac", .fields = access_fields, .most = 56};
+static constexpr Record access_record = {.between = '\x01',
+                                         .shape = "mac",
+                                         .fields = access_fields,
+                                         .most = limits::access_list_addresses};
 
 static constexpr KnownSetting radio_access_rows[] = {
     {.key = "wifi_access_control",

@@ -11,8 +11,8 @@ static constexpr KnownSetting wan_rows[] = {
     {.key = "wan_mode",
      .form = Form::Choice,
      .may_be_empty = true,
-     .choices = "dhcpc ip pppoe pptp l2tp bpa ras",
-     .factory = "dhcpc",
+     .choices = wan_mode::joined.data(),
+     .factory = wan_mode::dhcpc,
      .when_empty = "no WAN is started",
      .help =
          "leased address (dhcpc), fixed (ip), PPPoE, PPTP, L2TP, BigPond (bpa) or RAS login (ras)"},
