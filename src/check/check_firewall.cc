@@ -1,5 +1,6 @@
 // The firewall: NAT, remote management, the DMZ, access control and URL blocking.
 #include "check/check_parts.h"
+#include "core/limits.h"
 #include "firewall/block_lists.h"
 #include "firewall/services.h"
 #include "settings/records.h"
@@ -8,8 +9,6 @@ namespace nvram {
 
 namespace {
 
-constexpr std::size_t service_capacity = 100;
-constexpr std::size_t passed_over = 4;
 constexpr std::string_view separators = "\x01 ";
 
 void check_nat(Check& check) {
@@ -97,8 +96,9 @@ void check_service_list(Check& check) {
     if (list.empty()) return;
     // With another ac_control the list is there for later.
     const Level level = number_of(check, "ac_control") == 2 ? Level::Error : Level::Warning;
-    const std::string_view head = list.substr(0, passed_over);
-    if (list.size() <= passed_over || head.find_first_of(separators) != std::string_view::npos)
+    const std::string_view head = list.substr(0, limits::blocked_services_start);
+    if (list.size() <= limits::blocked_services_start ||
+        head.find_first_of(separators) != std::string_view::npos)
         add(check, level, "access_control",
             {.problem = "has no four characters before its first name",
              .effect = "passes over " + quoted(head) + ", whatever it is",
@@ -112,12 +112,12 @@ void check_service_list(Check& check) {
         if (end > 0) ++count;
         rest.remove_prefix(std::min(rest.size(), end + 1));
     }
-    if (count <= service_capacity) return;
+    if (count <= limits::blocked_services) return;
     add(check, level, "access_control",
         {.problem = "has " + std::to_string(count) + " names, and the most is " +
-                    std::to_string(service_capacity),
+                    std::to_string(limits::blocked_services),
          .effect = "passes over the rest",
-         .cure = "at most " + std::to_string(service_capacity) + " names"});
+         .cure = "at most " + std::to_string(limits::blocked_services) + " names"});
 }
 
 // The services of one table: their ports, and whether another table hides them.

@@ -2,9 +2,10 @@
 #include <cstring>
 
 #include "check/check_parts.h"
+#include "core/limits.h"
 #include "core/text.h"
-#include "firewall/port_forward.h"
-#include "firewall/special_apps.h"
+#include "firewall/forward_lists.h"
+#include "firewall/trigger_lists.h"
 #include "settings/records.h"
 
 namespace nvram {
@@ -134,7 +135,7 @@ void check_triggers(Check& check) {
     add(check, Level::Error, "fw_spapp",
         {.problem = "has " + std::to_string(count) +
                     " entries that are on, which do not fit into " +
-                    std::to_string(trigger_list_limit) + " characters of ports",
+                    std::to_string(limits::trigger_list) + " characters of ports",
          .effect = "uses " + std::to_string(used) + " of them",
          .cure = "fewer entries"});
 }

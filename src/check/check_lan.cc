@@ -1,6 +1,7 @@
 // The LAN: its addresses, the DHCP server's pool, reservations and options, static routes.
 #include "check/check_parts.h"
 #include "core/text.h"
+#include "core/wan_modes.h"
 #include "lan/leases.h"
 #include "lan/routes.h"
 #include "settings/records.h"
@@ -146,7 +147,7 @@ void check_gateway_of_route(Check& check, const StaticRoute& route) {
     // Where the WAN's address is leased, its network is not known here.
     const std::optional<Net> wan =
         parse_net(text_of(check, "fix_ipaddr"), text_of(check, "fix_netmask"));
-    const bool wan_known = text_of(check, "wan_mode") == "ip" && wan;
+    const bool wan_known = text_of(check, "wan_mode") == wan_mode::ip && wan;
     if (!wan_known || wan->has_host(*gateway)) return;
     add(check, Level::Error, "rt_static_route",
         {.problem = "entry 1: gateway " + route.gateway + " is in neither the LAN nor the WAN",

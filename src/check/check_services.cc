@@ -1,6 +1,6 @@
 // The web interface's login, the clock, and settings that boot acts upon.
 #include "check/check_parts.h"
-#include "sched/time_zones.h"
+#include "sched/zone_offset.h"
 
 namespace nvram {
 

@@ -1,5 +1,6 @@
 // The WAN: fixed addresses, MTU, demand dialling, accounts, and what runs over it.
 #include "check/check_parts.h"
+#include "core/wan_modes.h"
 #include "libnvram/secret.h"
 
 namespace nvram {
@@ -15,9 +16,9 @@ struct FixedPort {
     const char* gateway;  // nullptr when there is none
 };
 constexpr FixedPort fixed_ports[] = {
-    {"ip", nullptr, "fix_ipaddr", "fix_netmask", "fix_gateway"},
-    {"pptp", "pptp_type", "pptp_ipaddr", "pptp_fix_netmask", "pptp_fix_gateway"},
-    {"l2tp", "l2tp_type", "l2tp_ipaddr", "l2tp_netmask", nullptr},
+    {wan_mode::ip, nullptr, "fix_ipaddr", "fix_netmask", "fix_gateway"},
+    {wan_mode::pptp, "pptp_type", "pptp_ipaddr", "pptp_fix_netmask", "pptp_fix_gateway"},
+    {wan_mode::l2tp, "l2tp_type", "l2tp_ipaddr", "l2tp_netmask", nullptr},
 };
 
 void check_gateway(Check& check, const FixedPort& port, const Net& net) {
@@ -71,7 +72,8 @@ struct LinkMtu {
     const char* mode;
     int most;
 };
-constexpr LinkMtu link_mtus[] = {{"pppoe", 1492}, {"pptp", 1462}, {"l2tp", 1464}};
+constexpr LinkMtu link_mtus[] = {
+    {wan_mode::pppoe, 1492}, {wan_mode::pptp, 1462}, {wan_mode::l2tp, 1464}};
 
 // 1500 is every link's default, and each then takes its own.
 void check_mtu(Check& check) {
@@ -92,9 +94,9 @@ struct Demand {
     const char* idle;
 };
 constexpr Demand demands[] = {
-    {"pppoe", "wan_dod", "pppoe_idle"},
-    {"pptp", "pptp_dod", "pptp_idle"},
-    {"l2tp", "l2tp_dod", "l2tp_idle"},
+    {wan_mode::pppoe, "wan_dod", "pppoe_idle"},
+    {wan_mode::pptp, "pptp_dod", "pptp_idle"},
+    {wan_mode::l2tp, "l2tp_dod", "l2tp_idle"},
 };
 
 void check_demand(Check& check) {
@@ -109,7 +111,7 @@ void check_demand(Check& check) {
 }
 
 void check_name_servers(Check& check) {
-    if (text_of(check, "wan_mode") != "ip" || is_on(check, "wan_fix_dns")) return;
+    if (text_of(check, "wan_mode") != wan_mode::ip || is_on(check, "wan_fix_dns")) return;
     if (!is_missing(check, "wan_dns1") || !is_missing(check, "wan_dns2")) return;
     add(check, Level::Warning, "wan_dns1",
         {.problem = "is empty as is wan_dns2, and wan_mode=ip learns no name server",
@@ -150,7 +152,8 @@ void check_wireless_wan(Check& check) {
 // The secrets' and l2tpd's files get accounts as the shell would want them.
 void check_l2tp_account(Check& check, const char* key) {
     const std::string_view text = text_of(check, key);
-    if (text_of(check, "wan_mode") != "l2tp" || text.find_first_of(" \t%") == text.npos) return;
+    if (text_of(check, "wan_mode") != wan_mode::l2tp || text.find_first_of(" \t%") == text.npos)
+        return;
     const bool secret = is_secret(key);
     add(check, Level::Error, key,
         {.problem = secret ? "holds a character that the secrets files do not keep"

@@ -89,19 +89,6 @@ void print_line(const char* text) {
     print("%s\n", text);
 }
 
-void console_trace(FILE* stream, const char* file, int line, const char* function, const char* text,
-                   ...) {
-    if (!stream) stream = platform::open_file("/dev/console", "a+");
-    if (!stream) return;
-
-    fprintf(stream, "=%s(%d):%s=| ", file, line, function);
-    va_list arguments;
-    va_start(arguments, text);
-    vfprintf(stream, text, arguments);
-    va_end(arguments);
-    if (stream != platform::standard_output()) fclose(stream);
-}
-
 void DEBUG(const char* text, ...) {
     FILE* stream = platform::open_file("/tmp/qostest", "a+");
     if (!stream) return;

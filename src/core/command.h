@@ -31,11 +31,6 @@ std::optional<std::string> getIPAddress(const char* ifname);
 [[gnu::format(printf, 1, 2)]] void print(const char* text, ...);
 void print_line(const char* text);
 
-// Traces one message to a stream, which is then closed unless it is standard output; with none, to
-// /dev/console.
-[[gnu::format(printf, 5, 6)]] void console_trace(FILE* stream, const char* file, int line,
-                                                 const char* function, const char* text, ...);
-
 // Appends one line to /tmp/qostest.
 [[gnu::format(printf, 1, 2)]] void DEBUG(const char* text, ...);
 

@@ -56,10 +56,6 @@ int rc_remove_marker(const char* name) {
     return 0;
 }
 
-int rc_marker_hook() {
-    return 0;
-}
-
 void replace_older_run(const char* pid_file) {
     if (File older = open_file(pid_file, "r")) {
         // 0 and below would signal whole process groups, 1 is init.

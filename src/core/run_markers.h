@@ -12,7 +12,4 @@ int rc_remove_marker(const char* name);
 // Ends an older run that wrote its process id to the PID file, and writes this run's there.
 void replace_older_run(const char* pid_file);
 
-// Kept beside the markers for boards that hook in here; nothing in rc calls it. Always 0.
-int rc_marker_hook();
-
 #endif

@@ -128,12 +128,6 @@ bool scan_int(std::string_view& text, char follower, int& number) {
     return true;
 }
 
-void strccpy(std::string& dest, const char* src, char delimiter) {
-    dest.clear();
-    if (!src) return;
-    while (*src && *src != delimiter) dest += *src++;
-}
-
 std::string_view take_field(std::string_view& rest, char delimiter) {
     const size_t end = rest.find(delimiter);
     const std::string_view field = rest.substr(0, end);

@@ -33,10 +33,6 @@ std::optional<long long> scan_number(const char* text);
 // lets anything follow. Held within int. False when it does not read; text is then anywhere.
 bool scan_int(std::string_view& text, char follower, int& number);
 
-// Copies src up to, not including, the first delimiter or its end. An absent src gives the empty
-// text.
-void strccpy(std::string& dest, const char* src, char delimiter);
-
 // Takes the text before the next delimiter off the front of rest; the delimiter goes with it.
 std::string_view take_field(std::string_view& rest, char delimiter);
 

@@ -5,6 +5,7 @@
 #include "firewall/firewall.h"
 #include "firewall/rules.h"
 #include "firewall/services.h"
+#include "sched/sched.h"
 
 namespace {
 
@@ -34,11 +35,6 @@ void block_services(const Setting& lan_if, const std::vector<std::string_view>& 
 }
 
 }  // namespace
-
-int get_serv(std::string_view name, Service& service) {
-    if (search_serv(nvram_text("fw_services").view(), service, name) == 0) return -1;
-    return search_serv(nvram_text("fw_services_def").view(), service, name);
-}
 
 void fw_access_control() {
     fw_rule("-A BLOCK -j DROP");

@@ -8,6 +8,7 @@
 #include "core/nvram.h"
 #include "core/platform.h"
 #include "core/text.h"
+#include "core/wan_modes.h"
 #include "firewall/rules.h"
 #include "sched/sched.h"
 
@@ -29,7 +30,7 @@ void write_masquerade(const Setting& wan) {
     if (!script) return;
     script.print("iptables -t nat -A POSTROUTING -o %s -j MASQUERADE \n", wan.text());
     const Setting mode = nvram_text("wan_mode");
-    if (mode.is("pptp") || mode.is("l2tp"))
+    if (mode.is(wan_mode::pptp) || mode.is(wan_mode::l2tp))
         script.print("iptables -t nat -A POSTROUTING -o %s -j MASQUERADE \n",
                      physical_port().text());
 }
@@ -100,13 +101,6 @@ std::string address_of(const char* ifname) {
     return getIPAddress(ifname).value_or("");
 }
 
-char schedule_character() {
-    File schedule = open_file("/tmp/cron_schedule", "r");
-    unsigned char first[1] = {};
-    if (schedule) schedule.read(first);
-    return static_cast<char>(first[0]);
-}
-
 int get_if_mtu(const char* ifname) {
     int mtu = 0;
     switch (platform::interface_mtu(ifname, mtu)) {
@@ -138,8 +132,8 @@ int create_firewall_cfg() {
     fw_access_control();
     fw_port_forward();
     fw_port_range_forward();
-    write_login_block("bpa", "bpa_login");
-    write_login_block("ras", "ras_login");
+    write_login_block(wan_mode::bpa, "bpa_login");
+    write_login_block(wan_mode::ras, "ras_login");
     write_mss(wan);
     write_multicast();
     write_ttl();
@@ -165,7 +159,8 @@ int start_firewall() {
     platform::sleep_seconds(1);
     platform::run_shell("/bin/sh -x /tmp/pnat");
     // The login's own scripts write this one; without it the shell complains and nothing is lost.
-    if (mode.contains("bpa")) platform::run_shell("/bin/sh -x /tmp/bpa_netfilter_heartbeat");
+    if (mode.contains(wan_mode::bpa))
+        platform::run_shell("/bin/sh -x /tmp/bpa_netfilter_heartbeat");
     platform::run_shell("echo 1 > /proc/sys/net/ipv4/ip_forward");
     platform::run_shell("echo 180 > /proc/sys/net/ipv4/netfilter/ip_conntrack_udp_timeout_stream");
     return 0;

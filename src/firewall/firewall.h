@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "firewall/qos_rules.h"
+
 // firewall.cc: the handlers. They return 0.
 int create_firewall_cfg();
 int start_firewall();
@@ -24,11 +26,10 @@ void fw_special_apps();
 // qos.cc: writes /tmp/qos.conf and starts it; takes the shaping down.
 void create_qos_cfg();
 void stop_qos();
+// Fills a cleared table from "qos", as parse_qos_rules does from a list.
+int read_qos_rules(QosTable& table);
 
 // The IPv4 address of an interface, the empty text when it has none.
 std::string address_of(const char* ifname);
-
-// The first character of /tmp/cron_schedule, '\0' when there is none.
-char schedule_character();
 
 #endif

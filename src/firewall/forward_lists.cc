@@ -1,9 +1,10 @@
 // Port forwarding: the records of "fw_in_rules" and "fw_out_rules", and the LAN's addresses.
 
+#include "firewall/forward_lists.h"
+
 #include <arpa/inet.h>
 
 #include "core/text.h"
-#include "firewall/port_forward.h"
 
 namespace {
 

@@ -1,10 +1,9 @@
 // Port forwarding, single ports and ranges: chains PF, POSTROUTING and FORWARD.
 
-#include "firewall/port_forward.h"
-
 #include "core/nvram.h"
 #include "core/text.h"
 #include "firewall/firewall.h"
+#include "firewall/forward_lists.h"
 #include "firewall/rules.h"
 
 namespace {

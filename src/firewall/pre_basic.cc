@@ -5,6 +5,7 @@
 
 #include "core/file.h"
 #include "core/nvram.h"
+#include "core/wan_modes.h"
 #include "firewall/firewall.h"
 #include "firewall/rules.h"
 
@@ -64,7 +65,7 @@ void fw_pre_basic() {
     const Setting lan_address = nvram_text("lan_ipaddr");
     const std::string wan_address = address_of(wan.text());
 
-    if (nvram_text("wan_mode").is("dhcpc"))
+    if (nvram_text("wan_mode").is(wan_mode::dhcpc))
         fw_rule("-A PRE_BASIC -t nat -i %s -p udp -d 255.255.255.255 --dport 68 -j ACCEPT",
                 wan.text());
     if (!wan_address.empty() && !nvram_text("fw_nat").off())

@@ -2,12 +2,12 @@
 
 #include "firewall/qos_rules.h"
 
+#include "core/limits.h"
 #include "core/text.h"
 
 namespace {
 
-// The widths of a rule's fields.
-constexpr size_t name_width = 20;
+// The widths of a rule's other fields.
 constexpr size_t port_width = 5;
 constexpr size_t protocol_width = 4;
 constexpr size_t address_width = 15;
@@ -28,7 +28,7 @@ QosRule parse_rule(std::string_view record) {
     QosRule rule;
     rule.enabled = take_small_integer(record);
     rule.direction = take_small_integer(record);
-    rule.name = take_text(record, name_width);
+    rule.name = take_text(record, limits::qos_rule_name);
     rule.first_port = take_text(record, port_width);
     rule.last_port = take_text(record, port_width);
     rule.protocol = take_text(record, protocol_width);

@@ -6,7 +6,8 @@
 #include <string>
 #include <string_view>
 
-constexpr size_t qos_capacity = 20;
+#include "core/limits.h"
+
 // The class of a rule with a rate of its own.
 constexpr int bandwidth_class = 9;
 
@@ -23,13 +24,10 @@ struct QosRule {
     int priority = 0;  // class 0, 1, 2, or bandwidth_class
 };
 
-using QosTable = std::array<QosRule, qos_capacity>;
+using QosTable = std::array<QosRule, limits::qos_rules>;
 
 // Fills a cleared table from a list. The number of records read, -1 when there are none.
 int parse_qos_rules(std::string_view list, QosTable& table);
-
-// The same from "qos" itself.
-int read_qos_rules(QosTable& table);
 
 // The end of an address range: the first address with another last octet.
 std::string make_range_end(std::string_view first_address, std::string_view last_octet);

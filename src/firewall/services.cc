@@ -2,19 +2,14 @@
 
 #include "firewall/services.h"
 
+#include "core/limits.h"
 #include "core/text.h"
-
-namespace {
-
-constexpr size_t service_name_limit = 14;
-
-}  // namespace
 
 std::vector<ServiceRecord> parse_services(std::string_view table) {
     std::vector<ServiceRecord> records;
     while (!table.empty()) {
         std::string_view rest = take_field(table, '\x01');
-        const std::string_view name = cut(take_field(rest, ':'), service_name_limit);
+        const std::string_view name = cut(take_field(rest, ':'), limits::service_name);
         if (!name.empty()) records.push_back({.name = name, .rest = rest});
     }
     return records;

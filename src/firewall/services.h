@@ -27,8 +27,4 @@ std::vector<ServiceRecord> parse_services(std::string_view table);
 int search_serv(std::span<const ServiceRecord> records, Service& service, std::string_view name);
 int search_serv(std::string_view table, Service& service, std::string_view name);
 
-// Looks a name up in the user's table, then in the predefined one. -1 when the user's has it, else
-// what the second search returns.
-int get_serv(std::string_view name, Service& service);
-
 #endif

@@ -1,12 +1,11 @@
 // Special applications: port triggering by a kernel module. Writes /tmp/pnat.
 
-#include "firewall/special_apps.h"
-
 #include <arpa/inet.h>
 
 #include "core/file.h"
 #include "core/nvram.h"
 #include "firewall/firewall.h"
+#include "firewall/trigger_lists.h"
 
 namespace {
 

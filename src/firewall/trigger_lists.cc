@@ -1,7 +1,9 @@
 // Special applications: the records of "fw_spapp".
 
+#include "firewall/trigger_lists.h"
+
+#include "core/limits.h"
 #include "core/text.h"
-#include "firewall/special_apps.h"
 
 namespace {
 
@@ -46,8 +48,8 @@ TriggerLists parse_triggers(std::string_view list) {
         const char* comma = lists.entries > 0 ? "," : "";
         const std::string out = entry(comma, trigger_code, trigger);
         const std::string in = entry(comma, incoming_code, incoming);
-        if (lists.outport.size() + out.size() > trigger_list_limit ||
-            lists.inport.size() + in.size() > trigger_list_limit)
+        if (lists.outport.size() + out.size() > limits::trigger_list ||
+            lists.inport.size() + in.size() > limits::trigger_list)
             continue;
         lists.outport += out;
         lists.inport += in;

@@ -7,6 +7,7 @@
 #include "firewall/block_lists.h"
 #include "firewall/firewall.h"
 #include "firewall/rules.h"
+#include "sched/sched.h"
 
 namespace {
 

@@ -8,8 +8,9 @@
 #include "core/nvram.h"
 #include "core/platform.h"
 #include "core/text.h"
+#include "core/wan_modes.h"
 #include "lan/lan.h"
-#include "lan/leases.h"
+#include "lan/reservations.h"
 
 namespace {
 
@@ -84,7 +85,7 @@ int start_dhcp_server() {
     if (!enabled.on()) return 0;
 
     const Setting mode = nvram_text("wan_mode");
-    if (mode.contains("bpa")) {
+    if (mode.contains(wan_mode::bpa)) {
         launch("start dhcpd ... creat config...", "excute command 1 ...");
         return 0;
     }

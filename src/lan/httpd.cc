@@ -2,6 +2,7 @@
 
 #include "core/command.h"
 #include "core/file.h"
+#include "core/limits.h"
 #include "core/nvram.h"
 #include "core/platform.h"
 #include "core/text.h"
@@ -9,21 +10,18 @@
 
 namespace {
 
-// The longest realm that the server is given.
-constexpr size_t realm_limit = 127;
-
 // The realm shown in the login prompt. One made from the device's name also tells the DSL line's
 // type, which the firmware image states in the first character of /etc/version-ft.
 std::string login_realm(std::string_view device_name, std::string_view own_realm) {
-    if (!own_realm.empty()) return std::string(cut(own_realm, realm_limit));
+    if (!own_realm.empty()) return std::string(cut(own_realm, limits::login_realm));
 
-    std::string realm(cut(device_name, realm_limit));
+    std::string realm(cut(device_name, limits::login_realm));
     if (File line_type = open_file("/etc/version-ft", "r")) {
         unsigned char type[1] = {};
         line_type.read(type);
         realm += type[0] == 'b' || type[0] == 'B' ? "(ANNEX B)" : "(ANNEX A)";
     }
-    return std::string(cut(realm, realm_limit));
+    return std::string(cut(realm, limits::login_realm));
 }
 
 }  // namespace

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include "core/limits.h"
+
 constexpr const char* lease_file = "/var/udhcpd.leases";
 
 // An IPv4 address as its four octets, first octet first, which is how the file holds it.
@@ -22,13 +24,11 @@ using HardwareAddress = std::array<unsigned char, 16>;
 struct Lease {
     HardwareAddress hardware = {};
     Octets address = {};
-    uint32_t seconds = 0;                // remaining lease time
-    std::array<char, 16> hostname = {};  // ends in a zero byte
+    uint32_t seconds = 0;                                         // remaining lease time
+    std::array<char, limits::lease_host_name + 1> hostname = {};  // ends in a zero byte
 };
 
 constexpr size_t lease_size = 40;
-// The program reads no more records than this.
-constexpr size_t lease_capacity = 254;
 // A reservation is a lease for 365 days.
 constexpr uint32_t reservation_seconds = 31536000;
 
@@ -55,16 +55,5 @@ std::optional<Reservation> parse_reservation(std::string_view entry);
 std::vector<Lease> enter_reservation(std::span<const Lease> leases, std::string_view hostname,
                                      const HardwareAddress& hardware, const Octets& address,
                                      const Octets& lan_address);
-
-// The handlers' steps on the file itself.
-
-// Empties the lease file when its leases belong to another network than the LAN's; makes it when it
-// is missing.
-void change_lease();
-// Enters one entry of "pcdb_list", unless its address lies outside the pool.
-void dhcp_write_leases(std::string_view entry);
-// Enters one reservation. 0, or -1 with a message when the file cannot be opened.
-int search_leases(std::string_view hostname, const HardwareAddress& hardware,
-                  const Octets& address);
 
 #endif

@@ -1,11 +1,12 @@
 // Address reservations: carries "pcdb_list" into the lease file before the DHCP server reads it.
 
+#include "lan/reservations.h"
+
 #include <algorithm>
 
 #include "core/file.h"
 #include "core/nvram.h"
 #include "core/platform.h"
-#include "lan/leases.h"
 
 namespace {
 
@@ -15,7 +16,7 @@ Octets address_setting(const Setting& setting) {
 
 // Records up to the first partial one, no more than the capacity.
 std::vector<Lease> read_leases(File& file) {
-    std::array<unsigned char, lease_capacity * lease_size> bytes;
+    std::array<unsigned char, limits::leases * lease_size> bytes;
     const size_t count = file.read(bytes) / lease_size;
     std::vector<Lease> leases(count);
     for (size_t i = 0; i < count; i++)

@@ -6,11 +6,10 @@
 
 #include <array>
 
+#include "core/limits.h"
 #include "core/text.h"
 
 namespace {
-
-constexpr size_t name_limit = 29;
 
 // The four numbers of a dotted quad; what is missing is 0.
 std::array<int, 4> quad_of(std::string_view text) {
@@ -29,7 +28,7 @@ std::optional<StaticRoute> parse_route(std::string_view record) {
         *text = take_field(record, ':');
         if (text->empty()) return std::nullopt;
     }
-    route.name = cut(route.name, name_limit);
+    route.name = cut(route.name, limits::route_name);
 
     if (!scan_int(record, ':', route.metric) || !scan_int(record, ':', route.listed) ||
         !scan_int(record, '\0', route.active))
@@ -54,11 +53,4 @@ std::string network_text(std::string_view destination, std::string_view netmask)
     }
     if (fourth == 0) text = format("%d.%d.%d.0", d[0], d[1], d[2]);
     return text;
-}
-
-int mask_length(const char* netmask) {
-    uint32_t rest = inet_network(netmask);
-    int length = 0;
-    for (; rest != 0 && length < 31; length++) rest <<= 1;
-    return rest == 0 ? length : 0;
 }

@@ -24,16 +24,4 @@ std::optional<StaticRoute> parse_route(std::string_view record);
 // of the address, but a destination that ends in zero keeps the octets before it.
 std::string network_text(std::string_view destination, std::string_view netmask);
 
-// Adds (1) or deletes (0) the first route of the list. -1 when a file cannot be created.
-int handle_static_route(int add);
-
-// Looks a route up by its name. 0 with the record filled, 1 when there is none.
-int rt_search(StaticRoute& record, std::string_view name);
-// The same for one flag.
-int rt_active(std::string_view name, int& active);
-int rt_listed(std::string_view name, int& listed);
-
-// The number of bits up to and including the lowest one of a netmask. All 32 count as 0.
-int mask_length(const char* netmask);
-
 #endif

@@ -21,8 +21,7 @@ std::string route_command(const StaticRoute& route, int add) {
                   route.netmask.c_str(), route.gateway.c_str(), route.metric);
 }
 
-}  // namespace
-
+// Adds (1) or deletes (0) the first route of the list. -1 when a file cannot be created.
 int handle_static_route(int add) {
     File list = open_file("/tmp/sroute", "w+");
     if (!list) return -1;
@@ -48,36 +47,13 @@ int handle_static_route(int add) {
     return 0;
 }
 
+}  // namespace
+
 int start_static_route() {
     return handle_static_route(1);
 }
 
 int stop_static_route() {
     handle_static_route(0);
-    return 0;
-}
-
-int rt_search(StaticRoute& record, std::string_view name) {
-    const Setting routes = nvram_text("rt_static_route");
-    for (std::string_view rest = routes.view(); !rest.empty();) {
-        const std::optional<StaticRoute> route = parse_route(take_field(rest, ' '));
-        if (!route || route->name != name) continue;
-        record = *route;
-        return 0;
-    }
-    return 1;
-}
-
-int rt_active(std::string_view name, int& active) {
-    StaticRoute route;
-    if (rt_search(route, name) != 0) return 1;
-    active = route.active;
-    return 0;
-}
-
-int rt_listed(std::string_view name, int& listed) {
-    StaticRoute route;
-    if (rt_search(route, name) != 0) return 1;
-    listed = route.listed;
     return 0;
 }

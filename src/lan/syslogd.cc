@@ -5,14 +5,13 @@
 
 #include "core/command.h"
 #include "core/file.h"
+#include "core/limits.h"
 #include "core/nvram.h"
 #include "core/platform.h"
 #include "core/text.h"
 #include "lan/lan.h"
 
 namespace {
-
-constexpr size_t subject_limit = 127;
 
 in_addr_t address_bits(const char* text) {
     in_addr address = {};
@@ -45,7 +44,7 @@ void write_mail(File& conf) {
 
     const Setting title = nvram_text("mail_title");
     const std::string subject(title.empty() ? std::string_view("Security Log")
-                                            : cut(title.view(), subject_limit));
+                                            : cut(title.view(), limits::mail_subject));
     conf.print("mail_subject=%s\n", subject.c_str());
     conf.print("mail_subject_alert=Alert! %s\n", subject.c_str());
     conf.print("mail_keyword=%s %s %s\n", when("mail_dos", "[DOS]"),

@@ -6,6 +6,7 @@
 
 #include "core/platform.h"
 #include "core/run_markers.h"
+#include "rc/actions.h"
 #include "rc/rc.h"
 
 namespace {
@@ -40,17 +41,17 @@ int rc_action(const rc_app* list, const char* name, const char* action) {
 
     const std::string_view wanted = action;
     int result = 0;
-    if (wanted == "start") {
+    if (wanted == app_action::start) {
         result = rc_start(list, name);
-    } else if (wanted == "stop") {
+    } else if (wanted == app_action::stop) {
         result = rc_stop(list, name);
-    } else if (wanted == "restart") {
+    } else if (wanted == app_action::restart) {
         // The two halves are combined bit by bit: an application without a stop handler (1) that
         // starts (0) counts as done, and so does one whose one half failed (-1) while the other
         // went well (0).
         const int stopped = rc_stop(list, name);
         result = stopped & rc_start(list, name);
-    } else if (wanted == "create") {
+    } else if (wanted == app_action::create) {
         result = rc_create(list, name);
     } else {
         rc_remove_marker(name);

@@ -8,6 +8,7 @@
 #include "core/platform.h"
 #include "core/run_markers.h"
 #include "core/run_state.h"
+#include "rc/actions.h"
 #include "rc/boot.h"
 #include "wan/wan.h"
 
@@ -25,15 +26,21 @@ int command_word(int argc, char** argv) {
     return word;
 }
 
+bool is_action(std::string_view word) {
+    for (const char* action : app_action::all)
+        if (word == action) return true;
+    return false;
+}
+
 // words[1] is the action.
 int run_wan(char** words) {
     if (!words[1]) return -1;
     replace_older_run(wan_pid_file);
 
     const std::string_view action = words[1];
-    if (action == "start") return start_wan(1);
-    if (action == "stop") return stop_wan();
-    if (action == "restart") {
+    if (action == app_action::start) return start_wan(1);
+    if (action == app_action::stop) return stop_wan();
+    if (action == app_action::restart) {
         const int stopped = stop_wan();
         return stopped & start_wan(0);
     }
@@ -99,8 +106,7 @@ int rc_main(int argc, char** argv) {
 
     const std::string_view word = words[0] ? words[0] : "";
     if (word == "wan") return run_wan(words);
-    if (word == "start" || word == "stop" || word == "restart" || word == "create")
-        return run_group(words);
+    if (is_action(word)) return run_group(words);
     if (word == "service") return run_services(words);
     return run_named(words);
 }

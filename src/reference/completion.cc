@@ -4,6 +4,7 @@
 #include <map>
 #include <stdexcept>
 
+#include "rc/actions.h"
 #include "rc/apps.h"
 #include "reference/completion_functions.h"
 #include "reference/reference.h"
@@ -46,12 +47,12 @@ std::string shell_table(std::string_view name, const Table& table) {
 
 // A restart is a stop and a start, and goes well with either.
 std::string actions_of(const rc_app& app) {
-    std::string actions;
-    if (app.start != nullptr) actions += " start";
-    if (app.stop != nullptr) actions += " stop";
-    if (app.start != nullptr || app.stop != nullptr) actions += " restart";
-    if (app.create != nullptr) actions += " create";
-    return actions.substr(1);
+    std::vector<std::string> actions;
+    if (app.start != nullptr) actions.emplace_back(app_action::start);
+    if (app.stop != nullptr) actions.emplace_back(app_action::stop);
+    if (app.start != nullptr || app.stop != nullptr) actions.emplace_back(app_action::restart);
+    if (app.create != nullptr) actions.emplace_back(app_action::create);
+    return fmt::format("{}", fmt::join(actions, " "));
 }
 
 struct Actions {
@@ -72,10 +73,11 @@ Actions rc_actions() {
     Actions actions;
     add_applications(actions, rc_apps);
     add_applications(actions, rc_services);
-    actions.names.insert(actions.names.end(),
-                         {"service", "wan", "init", "start", "stop", "restart", "create"});
-    actions.table["service"] = "start stop restart create";
-    actions.table["wan"] = "start stop restart";
+    actions.names.insert(actions.names.end(), {"service", "wan", "init"});
+    actions.names.insert(actions.names.end(), std::begin(app_action::all),
+                         std::end(app_action::all));
+    actions.table["service"] = fmt::format("{}", fmt::join(app_action::all, " "));
+    actions.table["wan"] = fmt::format("{}", fmt::join(app_action::of_wan, " "));
     return actions;
 }
 

@@ -7,6 +7,7 @@
 #include "core/platform.h"
 #include "sched/sched.h"
 #include "sched/time_zones.h"
+#include "sched/zone_offset.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-// Weekly schedules of the firewall. Writes /tmp/cron_schedule.
+// Weekly schedules of the firewall. Writes and reads /tmp/cron_schedule.
 
 #include <time.h>
 
@@ -63,4 +63,11 @@ int start_schedule() {
     File answer = open_file("/tmp/cron_schedule", "w");
     if (answer) answer.print("%d", check_sche());
     return 0;
+}
+
+char schedule_character() {
+    File schedule = open_file("/tmp/cron_schedule", "r");
+    unsigned char first[1] = {};
+    if (schedule) schedule.read(first);
+    return static_cast<char>(first[0]);
 }

@@ -5,9 +5,6 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#include <optional>
-#include <string_view>
-
 struct TimeZone {
     const char* label;
     const char* key;  // the value of "fw_time_zone"
@@ -25,9 +22,5 @@ constexpr size_t dst_rule_count = 17;
 enum DstColumn { dst_rule, dst_start, dst_end = 6 };
 enum DstEdgeColumn { edge_week, edge_weekday, edge_month, edge_hour, edge_minute };
 extern const int32_t aDstTable[dst_rule_count][11];
-
-// The minutes that an offset text such as "GMT-3:30" or "GMT+5 b" stands for; its first three
-// characters are not looked at. Nothing when no sign follows them.
-std::optional<int> offset_minutes(std::string_view offset);
 
 #endif

@@ -1,7 +1,8 @@
 // What an offset text stands for.
 
+#include "sched/zone_offset.h"
+
 #include "core/text.h"
-#include "sched/time_zones.h"
 
 namespace {
 

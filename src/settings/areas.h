@@ -5,6 +5,8 @@
 
 #include <span>
 
+#include "core/limits.h"
+#include "core/wan_modes.h"
 #include "settings/table.h"
 
 namespace nvram {

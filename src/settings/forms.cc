@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "core/ipv4.h"
+#include "core/limits.h"
 
 namespace nvram {
 
@@ -12,7 +13,6 @@ namespace {
 constexpr std::size_t interface_name_limit = 15;
 constexpr std::size_t host_name_limit = 253;
 constexpr std::size_t host_label_limit = 63;
-constexpr std::size_t mac_length = 17;
 constexpr std::int32_t highest_port = 65535;
 
 bool is_digit(char c) {
@@ -217,7 +217,7 @@ std::optional<long long> plain_number(std::string_view text) {
 }
 
 bool is_mac(std::string_view text) {
-    if (text.size() != mac_length) return false;
+    if (text.size() != limits::mac_length) return false;
     for (std::size_t i = 0; i < text.size(); ++i)
         if (i % 3 == 2 ? text[i] != ':' : !is_hex_digit(text[i])) return false;
     return true;

@@ -105,7 +105,7 @@ static constexpr Field single_fields[] = {
 static constexpr Record single_record = {.between = '\x01',
                                          .shape = "name:on:any:outside:inside:protocol:host",
                                          .fields = single_fields,
-                                         .most = 15,
+                                         .most = limits::single_forwards,
                                          .counted = "on"};
 
 static constexpr Field range_fields[] = {
@@ -124,7 +124,7 @@ static constexpr Field range_fields[] = {
 static constexpr Record range_record = {.between = '\x01',
                                         .shape = "name:on:any:first:last:protocol:host",
                                         .fields = range_fields,
-                                        .most = 10,
+                                        .most = limits::range_forwards,
                                         .counted = "on"};
 
 static constexpr Field trigger_fields[] = {
@@ -193,7 +193,7 @@ static constexpr Field service_fields[] = {
     {.name = "name",
      .form = Form::Text,
      .twice_level = Level::Warning,
-     .high = 14,
+     .high = limits::service_name,
      .twice = "finds the first of a name only"},
     {.name = "protocol", .form = Form::Choice, .choices = "tcp udp both any"},
     {.name = "first", .form = Form::Number, .low = 1, .high = last_port, .help = "first port"},
@@ -205,11 +205,14 @@ static constexpr Record service_record = {
 static constexpr Field blocked_fields[] = {
     {.name = "service",
      .form = Form::Text,
-     .high = 29,
+     .high = limits::blocked_service_name,
      .help = "a name of fw_services_def or fw_services; an unknown one ends the list"},
 };
-static constexpr Record blocked_record = {
-    .between = '\x01', .shape = "service", .fields = blocked_fields, .most = 100, .passed_over = 4};
+static constexpr Record blocked_record = {.between = '\x01',
+                                          .shape = "service",
+                                          .fields = blocked_fields,
+                                          .most = limits::blocked_services,
+                                          .passed_over = limits::blocked_services_start};
 
 static constexpr Field trusted_fields[] = {
     {.name = "mac", .form = Form::Mac, .twice = "writes the same rule twice"},
@@ -220,7 +223,7 @@ static constexpr Record trusted_record = {
 static constexpr Field keyword_fields[] = {
     {.name = "keyword",
      .form = Form::Text,
-     .high = 127,
+     .high = limits::keyword,
      .twice = "writes the same rule twice",
      .help = "one word of the shell"},
 };

@@ -49,7 +49,7 @@ static constexpr Field reservation_fields[] = {
     {.name = "host",
      .form = Form::Text,
      .may_be_empty = true,
-     .high = 15,
+     .high = limits::lease_host_name,
      .help = "host name, for the lease list only"},
     {.name = "address",
      .form = Form::Address,
@@ -62,8 +62,10 @@ static constexpr Field reservation_fields[] = {
      .twice = "keeps the later one only"},
 };
 // The lease file holds no more records.
-static constexpr Record reservation_record = {
-    .between = '\x01', .shape = "host;address;mac", .fields = reservation_fields, .most = 254};
+static constexpr Record reservation_record = {.between = '\x01',
+                                              .shape = "host;address;mac",
+                                              .fields = reservation_fields,
+                                              .most = limits::leases};
 
 // In days: more seconds than this do not fit the 32 bits of a lease time.
 static constexpr std::int32_t longest_lease = 49710;
@@ -125,7 +127,7 @@ static constexpr KnownSetting dhcp_server_rows[] = {
 constexpr std::span<const KnownSetting> dhcp_server_settings = dhcp_server_rows;
 
 static constexpr Field route_fields[] = {
-    {.name = "name", .form = Form::Text, .high = 29, .help = "no blank in it"},
+    {.name = "name", .form = Form::Text, .high = limits::route_name, .help = "no blank in it"},
     {.name = "destination", .form = Form::Address},
     {.name = "netmask", .form = Form::Netmask},
     {.name = "gateway", .form = Form::Address},
@@ -138,7 +140,7 @@ static constexpr Record route_record = {
     .between = ' ',
     .shape = "name:destination:netmask:gateway:metric:listed:active",
     .fields = route_fields,
-    .most = 1};
+    .most = limits::static_routes};
 
 static constexpr KnownSetting route_rows[] = {
     {.key = "rt_static_route",

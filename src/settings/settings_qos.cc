@@ -13,7 +13,10 @@ static constexpr Field qos_fields[] = {
      .form = Form::Choice,
      .choices = "0 1",
      .help = "traffic that enters from the LAN (0) or the WAN (1)"},
-    {.name = "name", .form = Form::Text, .high = 20, .help = "an empty one would end the rules"},
+    {.name = "name",
+     .form = Form::Text,
+     .high = limits::qos_rule_name,
+     .help = "an empty one would end the rules"},
     {.name = "first_port", .form = Form::Number, .high = last_port, .help = "0: any port"},
     {.name = "last_port", .form = Form::Number, .high = last_port, .help = "0: first_port alone"},
     {.name = "protocol", .form = Form::Choice, .choices = "tcp udp both"},
@@ -44,7 +47,7 @@ static constexpr Record qos_record = {.between = '\x01',
                                           "rate\x02"
                                           "class",
                                       .fields = qos_fields,
-                                      .most = 20};
+                                      .most = limits::qos_rules};
 
 static constexpr Need rate_with_qos = {.when = if_on("qos_enable"),
                                        .effect = "computes rates of 0, which tc refuses"};

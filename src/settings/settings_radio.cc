@@ -12,7 +12,7 @@ static constexpr Field wmm_fields[] = {
      .help = "in turn CWmin and CWmax (powers of two), AIFSN (slots), TXOP (units of 32 us)"},
 };
 static constexpr Record wmm_record = {
-    .between = '_', .shape = "number", .fields = wmm_fields, .most = 16};
+    .between = '_', .shape = "number", .fields = wmm_fields, .most = limits::wmm_numbers};
 
 // What rc copies whole into the driver's settings is a Choice of 0 and 1, not a Flag.
 static constexpr KnownSetting radio_rows[] = {

@@ -242,8 +242,10 @@ constexpr std::span<const KnownSetting> guest_network_settings = guest_network_r
 // them, joined by ";", are as many as the driver's line of 1023 characters takes.
 static constexpr Field access_fields[] = {
     {.name = "mac", .form = Form::Mac, .twice = "hands the driver the same address twice"}};
-static constexpr Record access_record = {
-    .between = '\x01', .shape = "mac", .fields = access_fields, .most = 56};
+static constexpr Record access_record = {.between = '\x01',
+                                         .shape = "mac",
+                                         .fields = access_fields,
+                                         .most = limits::access_list_addresses};
 
 static constexpr Need with_access_list = {.when = if_on("wifi_access_control"),
                                           .level = Level::Warning,

@@ -2,13 +2,11 @@
 
 #include "core/command.h"
 #include "core/file.h"
+#include "core/limits.h"
 #include "core/text.h"
 #include "wan/wan.h"
 
 namespace {
-
-// Six pairs of digits with five colons.
-constexpr size_t mac_length = 17;
 
 constexpr const char* built_in_mac = "02:4b:7a:19:e3:58";
 
@@ -16,14 +14,14 @@ constexpr const char* built_in_mac = "02:4b:7a:19:e3:58";
 std::string choose_mac() {
     for (const char* key : {"wan_macaddr", "wan_macaddr_default"}) {
         const Setting chosen = nvram_text(key);
-        if (!chosen.empty()) return std::string(cut(chosen.view(), mac_length));
+        if (!chosen.empty()) return std::string(cut(chosen.view(), limits::mac_length));
     }
     File factory = open_file("/proc/mac", "r");
     if (!factory) return built_in_mac;
 
-    unsigned char block[mac_length + 1] = {};
+    unsigned char block[limits::mac_length + 1] = {};
     factory.read(block);
-    block[mac_length] = '\0';
+    block[limits::mac_length] = '\0';
     return reinterpret_cast<const char*>(block);
 }
 

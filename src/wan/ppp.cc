@@ -6,6 +6,7 @@
 #include "core/file.h"
 #include "core/platform.h"
 #include "core/text.h"
+#include "wan/ppp_secrets.h"
 #include "wan/wan.h"
 
 namespace {

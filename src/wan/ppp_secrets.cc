@@ -1,10 +1,11 @@
 // Accounts of PPP links: escaping, and the files of the L2TP client. Writes /tmp/ppp/pap-secrets,
 // /tmp/ppp/chap-secrets and /tmp/l2tp/l2tpd.conf.
 
+#include "wan/ppp_secrets.h"
+
 #include <string.h>
 
 #include "core/file.h"
-#include "wan/ppp.h"
 
 namespace {
 

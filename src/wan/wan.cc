@@ -4,12 +4,14 @@
 
 #include <stdio.h>
 
+#include <algorithm>
 #include <array>
 
 #include "core/command.h"
 #include "core/platform.h"
 #include "core/run_markers.h"
 #include "core/text.h"
+#include "core/wan_modes.h"
 #include "libnvram/libnvram.h"
 
 namespace {
@@ -29,42 +31,50 @@ struct WanMode {
 };
 
 constexpr std::array wan_modes = {
-    WanMode{.name = "dhcpc",
+    WanMode{.name = wan_mode::dhcpc,
             .announcement = "start_dhcpc()",
             .end_pppd = EndPppd::No,
             .ifname = nullptr,
             .start = [](int) { return start_dhcpc(); }},
-    WanMode{.name = "pppoe",
+    WanMode{.name = wan_mode::pppoe,
             .announcement = "start_pppoe()",
             .end_pppd = EndPppd::Before,
             .ifname = "ppp0",
             .start = start_pppoe},
-    WanMode{.name = "pptp",
+    WanMode{.name = wan_mode::pptp,
             .announcement = "start_pptp()",
             .end_pppd = EndPppd::After,
             .ifname = "ppp0",
             .start = start_pptp},
-    WanMode{.name = "bpa",
+    WanMode{.name = wan_mode::bpa,
             .announcement = "start_bpa()",
             .end_pppd = EndPppd::No,
             .ifname = nullptr,
             .start = start_bpa},
-    WanMode{.name = "ras",
+    WanMode{.name = wan_mode::ras,
             .announcement = "start_ras()",
             .end_pppd = EndPppd::No,
             .ifname = nullptr,
             .start = start_ras},
-    WanMode{.name = "l2tp",
+    WanMode{.name = wan_mode::l2tp,
             .announcement = nullptr,
             .end_pppd = EndPppd::After,
             .ifname = "ppp0",
             .start = start_l2tp},
-    WanMode{.name = "ip",
+    WanMode{.name = wan_mode::ip,
             .announcement = "start_ip()",
             .end_pppd = EndPppd::No,
             .ifname = nullptr,
             .start = [](int) { return start_ip(); }},
 };
+
+constexpr bool every_mode_once() {
+    for (const std::string_view name : wan_mode::all)
+        if (std::ranges::count(wan_modes, name, [](const WanMode& mode) { return mode.name; }) != 1)
+            return false;
+    return std::size(wan_mode::all) == wan_modes.size();
+}
+static_assert(every_mode_once(), "the dispatcher has the modes that the settings have");
 
 void end_pppd() {
     platform::run_shell("/usr/bin/killall pppd >/dev/null 2>&1");
@@ -136,7 +146,8 @@ int start_wan(int flag) {
 int stop_wan() {
     const Setting mode = nvram_text("wan_mode");
     // "wan_dod" counts whatever the mode; a key of the mode's own is not looked at.
-    const bool over_ppp = mode.is("pppoe") || mode.is("pptp") || mode.is("l2tp");
+    const bool over_ppp =
+        mode.is(wan_mode::pppoe) || mode.is(wan_mode::pptp) || mode.is(wan_mode::l2tp);
     const bool dials_on_demand = nvram_text("wan_dod").number() == 1 && over_ppp;
     platform::run_shell("/usr/sbin/rc service stop");
     platform::run_shell("/bin/rm /tmp/wan_uptime");
@@ -146,30 +157,9 @@ int stop_wan() {
     stop_clients(processes.value_or(""), dials_on_demand);
 
     // Under a tunnel and under BigPond the port keeps its address.
-    if (!mode.is("pptp") && !mode.is("l2tp") && !mode.is("bpa"))
+    if (!mode.is(wan_mode::pptp) && !mode.is(wan_mode::l2tp) && !mode.is(wan_mode::bpa))
         SYSTEM("/sbin/ifconfig %s 0.0.0.0 >/dev/null 2>&1", wan_port().text());
     platform::sleep_seconds(2);
     platform::remove_file(wan_pid_file);
     return 0;
-}
-
-int wan_wait_up(unsigned seconds) {
-    if (seconds > 0) platform::sleep_seconds(seconds);
-    return platform::file_exists("/tmp/wan_uptime") ? 0 : -1;
-}
-
-int get_ifmac(char (&out)[18], const char* ifname) {
-    std::array<unsigned char, 6> mac = {};
-    switch (platform::interface_mac(ifname, mac)) {
-        case platform::InterfaceQuery::NoSocket:
-            platform::print_error("user: socket creating failed");
-            return -1;
-        case platform::InterfaceQuery::NotThere:
-            return 1;
-        case platform::InterfaceQuery::Found:
-            break;
-    }
-    snprintf(out, sizeof out, "%02X:%02X:%02X:%02X:%02X:%02X", mac[0], mac[1], mac[2], mac[3],
-             mac[4], mac[5]);
-    return 1;
 }

@@ -3,6 +3,7 @@
 
 #include "core/command.h"
 #include "core/platform.h"
+#include "core/wan_modes.h"
 #include "wan/wan.h"
 
 namespace {
@@ -27,7 +28,7 @@ void write_fixed_name_servers() {
 // "static" is no mode that the dispatcher knows: its fixed mode is "ip", which takes "wan_mtu".
 const char* mtu_key(const Setting& mode) {
     if (mode.is("static")) return "static_mtu";
-    if (mode.is("l2tp")) return "l2tp_mtu";
+    if (mode.is(wan_mode::l2tp)) return "l2tp_mtu";
     return "wan_mtu";
 }
 
@@ -36,7 +37,7 @@ const char* mtu_key(const Setting& mode) {
 int set_mtu() {
     const Setting mode = nvram_text("wan_mode");
     // pppd sets the MTU of these links itself.
-    if (mode.is("pptp") || mode.is("pppoe")) return 0;
+    if (mode.is(wan_mode::pptp) || mode.is(wan_mode::pppoe)) return 0;
     SYSTEM("/sbin/ifconfig %s mtu %s", nvram_text("wan_ifname").text(),
            nvram_text(mtu_key(mode)).text());
     return 0;

@@ -4,17 +4,13 @@
 
 #include <algorithm>
 
+#include "core/limits.h"
 #include "core/nvram.h"
 #include "core/run_state.h"
 #include "core/text.h"
 #include "wireless/wireless.h"
 
 namespace {
-
-constexpr size_t mac_length = 17;
-// The driver's fields, their ends included, hold one more.
-constexpr size_t access_list_limit = 1023;
-constexpr size_t wds_list_limit = 127;
 
 // False when it does not fit whole.
 bool append_entry(std::string& list, std::string_view entry, size_t limit) {
@@ -29,9 +25,9 @@ bool append_entry(std::string& list, std::string_view entry, size_t limit) {
 
 std::string joined_access_list(std::string_view records) {
     std::string list;
-    while (records.size() >= mac_length) {
-        if (!append_entry(list, records.substr(0, mac_length), access_list_limit)) break;
-        records.remove_prefix(mac_length);
+    while (records.size() >= limits::mac_length) {
+        if (!append_entry(list, records.substr(0, limits::mac_length), limits::access_list)) break;
+        records.remove_prefix(limits::mac_length);
         take_field(records, '\x01');
     }
     return list;
@@ -41,8 +37,8 @@ std::string joined_wds_peers() {
     std::string list;
     for (const char* key : {"wds_list1", "wds_list2", "wds_list3", "wds_list4"}) {
         const Setting peer = nvram_text(key);
-        if (peer.view().size() < mac_length) continue;
-        append_entry(list, peer.view(), wds_list_limit);
+        if (peer.view().size() < limits::mac_length) continue;
+        append_entry(list, peer.view(), limits::wds_list);
         run_state().wds_peer_count++;
     }
     return list;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/file.h"
+#include "core/limits.h"
 #include "core/nvram.h"
 #include "core/text.h"
 #include "wireless/ap_security.h"
@@ -54,7 +55,7 @@ const char* basic_rate(char rate) {
 
 // Four access categories, each CWmin, CWmax, AIFSN, TXOP; numbers that are missing are 0.
 struct WmmNumbers {
-    std::array<int, 16> numbers = {};
+    std::array<int, limits::wmm_numbers> numbers = {};
 
     // The lines name the categories' values side by side.
     void write(File& settings, const char* prefix) const {

@@ -30,14 +30,6 @@ int create_sta_script();
 // Copies a text with a backslash before every character of a set.
 void ConertSpecialChar(const char* source, std::string& destination, std::string_view specials);
 
-// Kept for the firmware's use; nothing in rc calls these two.
-
-// ap_client.cc: appends the lines of a repeater to the driver's settings. 1 when done, else 0.
-int create_apcli_cfg();
-// eeprom.cc: writes the radio's default calibration to /etc/RT2880_eeprom_v1_0.bin. 1 when written,
-// else 0.
-int write_eeprom_image();
-
 // The mode that the system gives its scripts: 777 in hexadecimal, octal 3567. The owner can read
 // and run them.
 constexpr unsigned script_mode = 0x777;

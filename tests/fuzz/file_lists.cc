@@ -6,15 +6,16 @@
 #include <algorithm>
 
 #include "core/file.h"
+#include "core/limits.h"
 #include "core/run_markers.h"
 #include "core/text.h"
 #include "expect.h"
-#include "lan/leases.h"
+#include "lan/reservations.h"
 #include "lists.h"
 #include "plan/router/recording.h"
 #include "plan/router/settings.h"
-#include "rc/boot.h"
 #include "rc/factory_data.h"
+#include "rc/unused.h"
 
 namespace {
 
@@ -24,7 +25,7 @@ constexpr Octets own = {192, 168, 1, 1};
 
 std::vector<Lease> leases_in(std::string_view bytes) {
     std::vector<Lease> leases;
-    while (bytes.size() >= lease_size && leases.size() < lease_capacity) {
+    while (bytes.size() >= lease_size && leases.size() < limits::leases) {
         std::array<unsigned char, lease_size> record;
         memcpy(record.data(), bytes.data(), record.size());
         const Lease lease = decode_lease(record);
@@ -62,12 +63,12 @@ void expect_lease_file(std::string_view bytes) {
     dhcp_write_leases("host;192.168.1.50;00:11:22:33:44:55");
     const std::string* written = router.world().get(lease_file);
     expect(written && written->size() % lease_size == 0, "the lease file is made of records");
-    expect(written->size() <= (lease_capacity + 1) * lease_size, "the lease file is bounded");
+    expect(written->size() <= (limits::leases + 1) * lease_size, "the lease file is bounded");
     const std::vector<Lease> leases = leases_in(*written);
     const bool listed = std::ranges::any_of(leases, [](const Lease& lease) {
         return lease.hardware == client && lease.address == wanted;
     });
-    expect(listed || leases.size() == lease_capacity, "the reservation is in the lease file");
+    expect(listed || leases.size() == limits::leases, "the reservation is in the lease file");
 }
 
 void expect_flash(std::string_view bytes) {

@@ -5,13 +5,14 @@
 #include <algorithm>
 #include <span>
 
+#include "core/limits.h"
 #include "core/text.h"
 #include "expect.h"
 #include "firewall/block_lists.h"
-#include "firewall/port_forward.h"
+#include "firewall/forward_lists.h"
 #include "firewall/qos_rules.h"
 #include "firewall/services.h"
-#include "firewall/special_apps.h"
+#include "firewall/trigger_lists.h"
 #include "lists.h"
 
 namespace {
@@ -57,18 +58,17 @@ std::string written(const QosRule& rule) {
 }  // namespace
 
 void expect_block_lists(const std::string& text) {
-    constexpr size_t mac_length = 17;
     for (const std::string_view mac : parse_trusted_macs(text)) {
-        expect(mac.size() <= mac_length, "an address has at most 17 characters");
+        expect(mac.size() <= limits::mac_length, "an address has at most 17 characters");
         expect(lies_in(mac, text), "an address is a part of the text");
     }
-    expect(parse_trusted_macs(text).size() <= text.size() / mac_length + 1,
+    expect(parse_trusted_macs(text).size() <= text.size() / limits::mac_length + 1,
            "no more addresses than the text has room for");
 
-    expect_parts(parse_keywords(text), text, "\x01", 127);
+    expect_parts(parse_keywords(text), text, "\x01", limits::keyword);
     const std::vector<std::string_view> services = parse_blocked_services(text);
-    expect(services.size() <= 100, "at most 100 blocked services");
-    expect_parts(services, text, "\x01 ", 29);
+    expect(services.size() <= limits::blocked_services, "no more blocked services than count");
+    expect_parts(services, text, "\x01 ", limits::blocked_service_name);
 }
 
 void expect_forwards(const std::string& text) {
@@ -83,8 +83,8 @@ void expect_forwards(const std::string& text) {
 
 void expect_triggers(const std::string& text) {
     const TriggerLists lists = parse_triggers(text);
-    expect(lists.outport.size() <= trigger_list_limit, "the outgoing list's room");
-    expect(lists.inport.size() <= trigger_list_limit, "the incoming list's room");
+    expect(lists.outport.size() <= limits::trigger_list, "the outgoing list's room");
+    expect(lists.inport.size() <= limits::trigger_list, "the incoming list's room");
     expect((lists.entries > 0) == !lists.outport.empty(), "an entry for each application");
     // Code, first and last port, and the commas between them.
     const auto least = static_cast<size_t>(lists.entries) * 3;
@@ -98,10 +98,10 @@ void expect_qos_rules(const std::string& text) {
     QosTable table;
     const int count = parse_qos_rules(text, table);
     expect((count == -1) == text.empty(), "only the empty list has no records");
-    expect(count <= static_cast<int>(qos_capacity), "no more rules than the table has");
+    expect(count <= static_cast<int>(limits::qos_rules), "no more rules than the table has");
     QosTable again;
     for (const QosRule& rule : std::span(table).first(static_cast<size_t>(std::max(count, 0)))) {
-        expect(rule.name.size() <= 20 && rule.first_port.size() <= 5,
+        expect(rule.name.size() <= limits::qos_rule_name && rule.first_port.size() <= 5,
                "a name's and a port's width");
         expect(rule.last_port.size() <= 5 && rule.protocol.size() <= 4, "a protocol's width");
         expect(rule.first_address.size() <= 15 && rule.last_octet.size() <= 3,
@@ -124,7 +124,7 @@ void expect_services(const std::string& text) {
         return;
     }
     expect(service.name == name && !service.protocol.empty(), "the service that was looked for");
-    expect(service.name.size() <= 14, "a name's width");
+    expect(service.name.size() <= limits::service_name, "a name's width");
     Service again;
     const std::string record = service.name + ":" + service.protocol + ":" +
                                std::to_string(service.first_port) + "-" +

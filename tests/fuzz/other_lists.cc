@@ -6,15 +6,17 @@
 #include <algorithm>
 
 #include "core/text.h"
+#include "core/unused.h"
 #include "expect.h"
 #include "lan/routes.h"
+#include "lan/unused.h"
 #include "lists.h"
 #include "sched/periods.h"
-#include "sched/time_zones.h"
+#include "sched/zone_offset.h"
 #include "settings/forms.h"
 #include "settings/records.h"
 #include "settings/table.h"
-#include "wan/ppp.h"
+#include "wan/ppp_secrets.h"
 #include "wireless/wireless.h"
 
 namespace {

@@ -9,8 +9,9 @@
 #include "core/command.h"
 #include "core/file.h"
 #include "core/platform.h"
-#include "rc/boot.h"
+#include "core/unused.h"
 #include "rc/rc.h"
+#include "rc/unused.h"
 
 namespace {
 

@@ -4,6 +4,7 @@
 
 #include "rc/boot.h"
 #include "rc/factory_data.h"
+#include "rc/unused.h"
 #include "recorded.h"
 
 namespace {

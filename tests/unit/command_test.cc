@@ -4,6 +4,7 @@
 
 #include "core/file.h"
 #include "core/platform.h"
+#include "core/unused.h"
 #include "recorded.h"
 
 namespace {

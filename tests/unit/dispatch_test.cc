@@ -5,6 +5,7 @@
 
 #include "core/command.h"
 #include "core/run_markers.h"
+#include "core/unused.h"
 #include "rc/apps.h"
 #include "rc/rc.h"
 #include "recorded.h"

@@ -2,12 +2,14 @@
 
 #include "firewall/firewall.h"
 #include "firewall/block_lists.h"
-#include "firewall/port_forward.h"
+#include "firewall/forward_lists.h"
 #include "firewall/qos_rules.h"
 #include "firewall/rules.h"
 #include "firewall/services.h"
-#include "firewall/special_apps.h"
+#include "firewall/trigger_lists.h"
+#include "firewall/unused.h"
 #include "recorded.h"
+#include "sched/sched.h"
 
 namespace {
 

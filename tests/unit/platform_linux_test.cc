@@ -15,7 +15,7 @@
 #include "core/command.h"
 #include "core/platform.h"
 #include "core/run_markers.h"
-#include "wan/wan.h"
+#include "wan/unused.h"
 
 namespace {
 

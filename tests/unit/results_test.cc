@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "core/run_state.h"
-#include "lan/leases.h"
+#include "lan/reservations.h"
 #include "plan/router/case.h"
 #include "plan/router/case_file.h"
 #include "rc/apps.h"

@@ -1,6 +1,7 @@
 // Static routes: records, network addresses, look-ups.
 
 #include "lan/routes.h"
+#include "lan/unused.h"
 
 #include <gtest/gtest.h>
 

@@ -9,6 +9,7 @@
 #include "recorded.h"
 #include "settings/areas.h"
 #include "settings/table.h"
+#include "wireless/unused.h"
 #include "wireless/wireless.h"
 
 namespace {

@@ -1,6 +1,7 @@
 // Composing text, numbers, lists.
 
 #include "core/text.h"
+#include "core/unused.h"
 
 #include <gtest/gtest.h>
 #include <limits.h>

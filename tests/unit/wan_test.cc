@@ -8,6 +8,8 @@
 #include "core/command.h"
 #include "recorded.h"
 #include "wan/ppp.h"
+#include "wan/ppp_secrets.h"
+#include "wan/unused.h"
 #include "wan/wan.h"
 
 namespace {

@@ -3,6 +3,7 @@
 #include "wireless/wireless.h"
 #include "core/run_state.h"
 #include "recorded.h"
+#include "wireless/unused.h"
 
 namespace {
 

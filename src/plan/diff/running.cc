@@ -2,6 +2,7 @@
 
 #include "plan/diff/running.h"
 
+#include "core/wan_modes.h"
 #include "plan/router/plan.h"
 
 namespace {
@@ -24,10 +25,10 @@ std::string address_for(const std::string& name) {
 std::string port_address(const Settings& settings) {
     const std::string mode = value_of(settings, "wan_mode");
     std::string own;
-    if (mode == "ip") own = value_of(settings, "fix_ipaddr");
-    if (mode == "pptp" && value_of(settings, "pptp_type") == "1")
+    if (mode == wan_mode::ip) own = value_of(settings, "fix_ipaddr");
+    if (mode == wan_mode::pptp && value_of(settings, "pptp_type") == "1")
         own = value_of(settings, "pptp_ipaddr");
-    if (mode == "l2tp" && value_of(settings, "l2tp_type") == "1")
+    if (mode == wan_mode::l2tp && value_of(settings, "l2tp_type") == "1")
         own = value_of(settings, "l2tp_ipaddr");
     return own.empty() ? leased_address : own;
 }

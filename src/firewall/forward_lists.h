@@ -1,10 +1,12 @@
 // Port forwarding: the settings' records, and where they lead.
-#ifndef RC_FIREWALL_PORT_FORWARD_H
-#define RC_FIREWALL_PORT_FORWARD_H
+#ifndef RC_FIREWALL_FORWARD_LISTS_H
+#define RC_FIREWALL_FORWARD_LISTS_H
 
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "core/limits.h"
 
 // One forward. The texts stand in the rules as they are.
 struct Forward {
@@ -22,9 +24,9 @@ struct ForwardStore {
     size_t host_width;
 };
 constexpr ForwardStore in_rules = {
-    .capacity = 15, .port_width = 5, .protocol_width = 3, .host_width = 3};
+    .capacity = limits::single_forwards, .port_width = 5, .protocol_width = 3, .host_width = 3};
 constexpr ForwardStore out_rules = {
-    .capacity = 10, .port_width = 5, .protocol_width = 4, .host_width = 3};
+    .capacity = limits::range_forwards, .port_width = 5, .protocol_width = 4, .host_width = 3};
 
 // The records that are on, name:1:third:first:second:protocol:host each. Records that end before
 // the host are left out.

@@ -1,12 +1,9 @@
 // Special applications: the lists that the port triggering module is loaded with.
-#ifndef RC_FIREWALL_SPECIAL_APPS_H
-#define RC_FIREWALL_SPECIAL_APPS_H
+#ifndef RC_FIREWALL_TRIGGER_LISTS_H
+#define RC_FIREWALL_TRIGGER_LISTS_H
 
 #include <string>
 #include <string_view>
-
-// Each list holds no more characters than this.
-constexpr size_t trigger_list_limit = 511;
 
 // One entry of each list for every application, protocol code, first and last port.
 struct TriggerLists {

@@ -1,5 +1,6 @@
-// Board functions that a product's own build may call. Writes /proc/ticfg/env and the registers
-// behind /dev/flash0.
+// Nothing in rc calls these. They write /proc/ticfg/env and the registers behind /dev/flash0.
+
+#include "rc/unused.h"
 
 #include <linux/mii.h>
 #include <stdio.h>
@@ -9,7 +10,6 @@
 #include "core/command.h"
 #include "core/file.h"
 #include "core/platform.h"
-#include "rc/boot.h"
 
 int set_boot_environment(const char* name, const char* value) {
     File environment = open_file("/proc/ticfg/env", "r+");

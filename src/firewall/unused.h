@@ -1,0 +1,13 @@
+// Nothing in rc calls this.
+#ifndef RC_FIREWALL_UNUSED_H
+#define RC_FIREWALL_UNUSED_H
+
+#include <string_view>
+
+#include "firewall/services.h"
+
+// Looks a name up in the user's table, then in the predefined one. -1 when the user's has it, else
+// what the second search returns.
+int get_serv(std::string_view name, Service& service);
+
+#endif

@@ -1,0 +1,18 @@
+// Nothing in rc calls these.
+#ifndef RC_LAN_UNUSED_H
+#define RC_LAN_UNUSED_H
+
+#include <string_view>
+
+#include "lan/routes.h"
+
+// Looks a route up by its name. 0 with the record filled, 1 when there is none.
+int rt_search(StaticRoute& record, std::string_view name);
+// The same for one flag.
+int rt_active(std::string_view name, int& active);
+int rt_listed(std::string_view name, int& listed);
+
+// The number of bits up to and including the lowest one of a netmask. All 32 count as 0.
+int mask_length(const char* netmask);
+
+#endif
