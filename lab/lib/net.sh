@@ -26,6 +26,12 @@ drop_net() {
     rm "$world/net/$1"
 }
 
+# answers_ping NET ADDRESS: leaves the program's output in $world/ping. To be waited for: nobody repeats a ping that is
+# lost, so each try has a short limit.
+answers_ping() {
+    in_net "$1" busybox ping -c 1 -W 5 "$2" 9>&- > "$world/ping"
+}
+
 # cable NEAR_END FAR_END NAMESPACE [MAC]: the near end is in the box and up.
 cable() {
     ip link add "$1" type veth peer name "$2" netns "$world/net/$3"

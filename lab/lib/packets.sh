@@ -94,10 +94,10 @@ asked_or_ended() {
     asks "$1" || ! kill -0 "$2"
 }
 
-# pings NET COUNT ADDRESS: one after the other, each answered before the next.
+# pings NET COUNT ADDRESS: that many are sent; the answers do not matter.
 pings() {
     with "real packets" via iptables
-    in_net "$1" busybox ping -c "$2" -W "$hang_limit" -i 0.01 "$3" 9>&-
+    in_net "$1" busybox ping -c "$2" -W 1 -i 0.01 "$3" 9>&-
 }
 
 # flood NET COUNT ADDRESS MAC: that many pings by send_packet, each of another number and so a new connection to the
@@ -133,5 +133,6 @@ look_ups() {
 # ttl_seen NET ADDRESS: the TTL of a ping's answer.
 ttl_seen() {
     with "real packets" via iptables
-    in_net "$1" busybox ping -c 1 -W "$hang_limit" "$2" 9>&- | sed -n 's/.* ttl=\([0-9]*\).*/\1/p'
+    wait_until answers_ping "$1" "$2"
+    sed -n 's/.* ttl=\([0-9]*\).*/\1/p' "$world/ping"
 }

@@ -268,8 +268,7 @@ in_pool "pc1's address" 192.168.1.33 192.168.1.64 "$(lease_of pc1 address)"
 comes "mini_httpd answers" answers pc1 http://192.168.1.1/
 browse pc1 -u admin:1234 http://192.168.1.1/
 same "the web interface" 200 "$http_status"
-router ping -c 1 -W "$hang_limit" "$provider_gateway" >/dev/null
-with "real packets" same "the provider answers a ping" 0 $?
+with "real packets" comes "the provider answers a ping" answers_ping router "$provider_gateway"
 
 step "The services are stopped, then the rest, then the WAN"
 console rc service stop

@@ -44,7 +44,7 @@ wan=$(address_of eth2.2)
 via udhcpc in_pool "eth2.2's address" 203.0.113.100 203.0.113.120 "${wan%/24}"
 via udhcpc same "the default route" "$provider_gateway eth2.2" "$(default_route)"
 via udhcpc same "the name servers" "domain provider.example; nameserver $provider_dns" "$(lines_of /etc/resolv.conf)"
-router ping -q -c 1 -W "$hang_limit" "$provider_gateway" > /dev/null
+with "real packets" comes "the provider answers a ping" answers_ping router "$provider_gateway"
 same "the MAC address that the provider sees" "$board_wan_mac" "$(seen_by_provider "${wan%/24}")"
 
 step "The owner's settings are committed, and the power is cut"

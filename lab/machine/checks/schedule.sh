@@ -60,11 +60,11 @@ comes "rc firewall start has run: the rule is gone" edge_is_past 0 0
 reaches "a page with the keyword" shop "$wan" pc1 "http://$shop/cgi-bin/casino"
 stop_cron
 
-# at DATE TIME WANTED: whether the schedule is open in that minute. Where the minute was over before rc was through, it
-# is tried again.
+# at DATE TIME WANTED: whether the schedule is open in that minute. If the minute was over before rc was through, it is
+# tried again. The first second is left out, since summer time includes that of its end.
 at() {
     until
-        set_clock "$1" "$2"
+        set_clock "$1" "$2:01"
         router rc schedule start > "$world/schedule" 2>&1
         [ "$(date -u +%H:%M)" = "$2" ]
     do :; done
