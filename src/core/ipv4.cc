@@ -3,7 +3,7 @@
 
 namespace nvram {
 
-// Takes one number off the front; nothing when it is none of an address.
+// Consumes one number; nullopt if it is not an octet of an address.
 static std::optional<std::uint32_t> take_octet(std::string_view& text) {
     std::uint32_t number = 0;
     std::size_t digits = 0;

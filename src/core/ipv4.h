@@ -9,16 +9,16 @@
 
 namespace nvram {
 
-// Four decimal numbers of 0 to 255 parted by dots, without leading zeros: the programs that rc
-// hands addresses to take those for octal.
+// Four decimal numbers from 0 to 255 separated by dots, without leading zeros, which the programs
+// that rc passes addresses to read as octal.
 std::optional<std::uint32_t> parse_quad(std::string_view text);
 
 std::string quad_text(std::uint32_t address);
 
-// Ones, then zeros.
+// Whether the bits are ones followed by zeros.
 bool is_mask(std::uint32_t mask);
 
-// A network as settings give it: one of its addresses, and its mask.
+// A network as settings define it: one of its addresses, and its mask.
 struct Net {
     std::uint32_t address;
     std::uint32_t mask;
@@ -34,7 +34,7 @@ struct Net {
     std::string text() const;
 };
 
-// Nothing unless both texts are an address and a mask that leaves room for two hosts.
+// nullopt unless the texts are an address and a mask that leaves room for two hosts.
 std::optional<Net> parse_net(std::string_view address, std::string_view mask);
 
 }  // namespace nvram

@@ -8,7 +8,7 @@
 int create_firewall_cfg();
 int start_firewall();
 int stop_firewall();
-// An interface's MTU; 0 when it cannot be read, with a message when no socket could be had.
+// An interface's MTU; 0 if it cannot be read, with a message if no socket could be opened.
 int get_if_mtu(const char* ifname);
 
 // The rule families. Each writes its rules into the current rule script (rules.h).
@@ -21,14 +21,14 @@ void fw_access_control();
 // special_apps.cc: writes /tmp/pnat.
 void fw_special_apps();
 
-// qos.cc: writes /tmp/qos.conf and starts it; takes the shaping down.
+// qos.cc: writes /tmp/qos.conf and starts it; removes the shaping.
 void create_qos_cfg();
 void stop_qos();
 
-// The IPv4 address of an interface, the empty text when it has none.
+// The IPv4 address of an interface, the empty text if it has none.
 std::string address_of(const char* ifname);
 
-// The first character of /tmp/cron_schedule, '\0' when there is none.
+// The first character of /tmp/cron_schedule, '\0' if there is none.
 char schedule_character();
 
 #endif

@@ -7,7 +7,7 @@
 #include <string_view>
 
 constexpr size_t qos_capacity = 20;
-// The class of a rule with a rate of its own.
+// The class of a rule with its own rate.
 constexpr int bandwidth_class = 9;
 
 struct QosRule {
@@ -25,10 +25,11 @@ struct QosRule {
 
 using QosTable = std::array<QosRule, qos_capacity>;
 
-// Fills a cleared table from a list. The number of records read, -1 when there are none.
+// Clears a table and fills it from a list. Returns the number of records read, -1 if there are
+// none.
 int parse_qos_rules(std::string_view list, QosTable& table);
 
-// The same from "qos" itself.
+// The same from the setting "qos".
 int read_qos_rules(QosTable& table);
 
 // The end of an address range: the first address with another last octet.

@@ -13,8 +13,8 @@
 // The longest rule; the rest is cut off.
 constexpr size_t rule_limit = 4095;
 
-// Opens /tmp/rules and makes it the current script as long as this lives. Rules that are written
-// while it could not be opened, or while there is none, are swallowed.
+// Opens /tmp/rules and makes it the current script, as long as this object lives. Rules written
+// when the file could not be opened, or when there is no current script, are discarded.
 class RuleScript {
   public:
     RuleScript();
@@ -22,16 +22,16 @@ class RuleScript {
     RuleScript(const RuleScript&) = delete;
     RuleScript& operator=(const RuleScript&) = delete;
 
-    // Writes one line, "iptables " and the rule; some lines are kept together until the next do not
-    // fit. Returns the line's length.
+    // Writes one line, "iptables " and the rule, into a buffer that is written out when the next
+    // line does not fit. Returns the line's length.
     [[gnu::format(printf, 2, 0)]] int add(const char* text, va_list arguments);
 
   private:
     static constexpr std::string_view command = "iptables ";
 
     void put_lines();
-    // Composes behind the lines, with room for the command; where it ends, or the lines' size when
-    // that is beyond them. The longest rule fits when there are no lines.
+    // Composes a rule after the buffered lines, with room for the command. Returns the end of the
+    // rule, or the buffer's size if it does not fit. The longest rule fits into an empty buffer.
     [[gnu::format(printf, 2, 0)]] size_t compose_rule(const char* text, va_list arguments);
 
     File file_;
@@ -39,16 +39,16 @@ class RuleScript {
     char lines_[command.size() + rule_limit + 1] = {};
 };
 
-// Writes one line into the current script, as its add does; -1 without one.
+// Writes one line into the current script, as its add does; -1 if there is no current script.
 [[gnu::format(printf, 1, 2)]] int fw_rule(const char* text, ...);
 
-// Writes each rule of a table, with name in place of "%s".
+// Writes each rule of a table, with "%s" replaced by name.
 void fw_rules(std::span<const char* const> table, const char* name);
 
-// The opening of the script: chains, hooks, policies, basic rules.
+// The first part of the script: chains, hooks, policies, basic rules.
 void fw_init();
 
-// What keeps floods off the router. Only the WAN interface is named.
+// The rules that protect the router against floods. They name only the WAN interface.
 extern const std::span<const char* const> dos_rules;
 
 #endif

@@ -1,4 +1,4 @@
-// The tables of services that access control knows by name.
+// The tables of named services for access control.
 
 #include "firewall/services.h"
 
@@ -8,8 +8,8 @@ namespace {
 
 constexpr size_t service_name_limit = 14;
 
-// Whether the name may be the record's, told without taking the record apart: most are others', and
-// names that have a start in common mostly differ at their end.
+// Whether the record may have this name, checked without parsing the record: most records do not,
+// and names with a common beginning mostly differ at the end.
 bool may_name(std::string_view name, const std::string_view& record) {
     if (name.empty() || record.size() <= name.size()) return false;
     return (record[name.size()] == ':' || name.size() == service_name_limit) &&

@@ -1,22 +1,22 @@
-// Special applications: the lists that the port triggering module is loaded with.
+// Special applications: the lists that are passed to the port triggering module.
 #ifndef RC_FIREWALL_SPECIAL_APPS_H
 #define RC_FIREWALL_SPECIAL_APPS_H
 
 #include <string>
 #include <string_view>
 
-// Each list holds no more characters than this.
+// The maximum length of each list.
 constexpr size_t trigger_list_limit = 511;
 
-// One entry of each list for every application, protocol code, first and last port.
+// One entry in each list for every application: protocol code, first and last port.
 struct TriggerLists {
     std::string outport;
     std::string inport;
     int entries = 0;
 };
 
-// Reads index:enabled:name:protocol:first-last:protocol:first-last records. One that would not fit
-// whole is left out of both lists.
+// Reads index:enabled:name:protocol:first-last:protocol:first-last records. A record that would not
+// fit is left out of both lists.
 TriggerLists parse_triggers(std::string_view list);
 
 #endif

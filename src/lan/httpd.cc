@@ -9,11 +9,11 @@
 
 namespace {
 
-// The longest realm that the server is given.
+// The longest realm that is passed to the server.
 constexpr size_t realm_limit = 127;
 
-// The realm shown in the login prompt. One made from the device's name also tells the DSL line's
-// type, which the firmware image states in the first character of /etc/version-ft.
+// The realm shown in the login prompt. A realm made from the device's name also names the DSL
+// line's type, which is the first character of the firmware's /etc/version-ft.
 std::string login_realm(std::string_view device_name, std::string_view own_realm) {
     if (!own_realm.empty()) return std::string(cut(own_realm, realm_limit));
 

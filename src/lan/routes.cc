@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t name_limit = 29;
 
-// The four numbers of a dotted quad; what is missing is 0.
+// The four numbers of a dotted quad; missing ones are 0.
 std::array<int, 4> quad_of(std::string_view text) {
     std::array<int, 4> quad = {};
     for (int& number : quad) number = leading_int(take_field(text, '.'));

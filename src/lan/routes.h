@@ -16,20 +16,20 @@ struct StaticRoute {
     int active = 0;  // 1: the route is in use
 };
 
-// Reads name:destination:netmask:gateway:metric:listed:active; more may follow. Nothing when a
-// field is missing.
+// Reads name:destination:netmask:gateway:metric:listed:active; more may follow. nullopt if a field
+// is missing.
 std::optional<StaticRoute> parse_route(std::string_view record);
 
-// The network address for route(8), from a destination and its mask: zeros of the mask become zeros
-// of the address, but a destination that ends in zero keeps the octets before it.
+// The network address for route(8), from a destination and its mask: octets that are zero in the
+// mask become zero, but a destination that ends in zero keeps the octets before it.
 std::string network_text(std::string_view destination, std::string_view netmask);
 
 // Adds (1) or deletes (0) the first route of the list. -1 when a file cannot be created.
 int handle_static_route(int add);
 
-// Looks a route up by its name. 0 with the record filled, 1 when there is none.
+// Looks a route up by its name. 0 with the record filled, 1 if there is none.
 int rt_search(StaticRoute& record, std::string_view name);
-// The same for one flag.
+// The same, but returns only the flag "active".
 int rt_active(std::string_view name, int& active);
 int rt_listed(std::string_view name, int& listed);
 

@@ -10,7 +10,7 @@
 
 namespace nvram::io {
 
-// Which file is at a path, and when it was last written; times in nanoseconds.
+// Identifies a file and its last change; times in nanoseconds since 1970.
 struct Identity {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;

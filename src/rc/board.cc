@@ -1,5 +1,5 @@
-// Board functions that a product's own build may call. Writes /proc/ticfg/env and the registers
-// behind /dev/flash0.
+// Board functions that nothing in rc calls. Writes /proc/ticfg/env and registers through
+// /dev/flash0.
 
 #include <linux/mii.h>
 #include <stdio.h>
@@ -36,7 +36,7 @@ struct SwitchRegister {
     unsigned short value;
 };
 
-// The order is the switch's: address 29 selects what address 30 then changes.
+// The order matters: address 29 selects the register that address 30 then changes.
 constexpr SwitchRegister switch_registers[] = {
     {29, 23, 0}, {29, 22, 1056}, {29, 24, 1},   {29, 25, 1},    {29, 26, 1},
     {29, 27, 1}, {29, 28, 2},    {30, 9, 4097}, {30, 1, 12095}, {30, 2, 16176},

@@ -45,9 +45,9 @@ int rc_action(const rc_app* list, const char* name, const char* action) {
     } else if (wanted == "stop") {
         result = rc_stop(list, name);
     } else if (wanted == "restart") {
-        // The two halves are combined bit by bit: an application without a stop handler (1) that
-        // starts (0) counts as done, and so does one whose one half failed (-1) while the other
-        // went well (0).
+        // The two results are combined bitwise: 0 if either is 0. So an application without a stop
+        // handler (1) that starts (0) counts as done, and so does one of which only one half failed
+        // (-1).
         const int stopped = rc_stop(list, name);
         result = stopped & rc_start(list, name);
     } else if (wanted == "create") {

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Six pairs of digits with five colons.
+// Six pairs of digits and five colons.
 constexpr size_t mac_length = 17;
 
 constexpr const char* built_in_mac = "02:4b:7a:19:e3:58";

@@ -1,5 +1,5 @@
 // The Internet side: the dispatcher, one file per connection mode, and the services of the WAN.
-// Handlers return 0, or a negative number when they could not do their work.
+// Handlers return 0, or a negative number if they could not do their work.
 #ifndef RC_WAN_WAN_H
 #define RC_WAN_WAN_H
 
@@ -8,16 +8,16 @@
 
 #include "core/nvram.h"
 
-// wan.cc: brings the connection of "wan_mode" up and down. The flag tells a start (1) from a
-// restart (0); the modes hand it on and nothing looks at it.
+// wan.cc: brings the connection of "wan_mode" up and down. The flag is 1 for a start, 0 for a
+// restart; the modes pass it on, and nothing uses it.
 int start_wan(int flag);
 int stop_wan();
 
-// Sleeps that many seconds, then 0 when the WAN is up, -1 when it is not.
+// Sleeps that many seconds, then returns 0 if the WAN is up, else -1.
 int wan_wait_up(unsigned seconds);
 
-// Writes an interface's hardware address as text of 17 characters in upper case. -1 with a message
-// when no socket could be had; else 1, also when there is no such interface and out stays as it is.
+// Writes an interface's hardware address as 17 characters in upper case. -1 with a message if no
+// socket could be opened; else 1, even if there is no such interface; out is then unchanged.
 int get_ifmac(char (&out)[18], const char* ifname);
 
 // The physical WAN port.
@@ -26,7 +26,7 @@ Setting wan_port();
 // Whether an IPv4 address of a port can carry traffic.
 bool usable_address(const std::optional<std::string>& address);
 
-// mac_spoofing.cc: gives the physical port the address that the provider is to see.
+// mac_spoofing.cc: sets the physical port's address as seen by the provider.
 void mac_spoofing();
 
 // The connection modes.
@@ -38,9 +38,9 @@ int start_l2tp(int flag);
 int start_bpa(int flag);
 int start_ras(int flag);
 
-// pptp.cc: the first address of a host as text, at most 31 characters. False when there is none.
+// pptp.cc: the first address of a host as text, at most 31 characters. False if there is none.
 bool hostnametoip(std::string& dst, const char* name);
-// 0 when the routing table has a default route through a gateway, else -1.
+// 0 if the routing table has a default route through a gateway, else -1.
 int have_gw();
 
 // bpa.cc: writes the login client's configuration. Always 0.

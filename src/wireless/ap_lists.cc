@@ -12,11 +12,11 @@
 namespace {
 
 constexpr size_t mac_length = 17;
-// The driver's fields, their ends included, hold one more.
+// The driver's fields hold one character more, the terminator.
 constexpr size_t access_list_limit = 1023;
 constexpr size_t wds_list_limit = 127;
 
-// False when it does not fit whole.
+// Appends an entry if it fits as a whole; otherwise returns false.
 bool append_entry(std::string& list, std::string_view entry, size_t limit) {
     const size_t separator = list.empty() ? 0 : 1;
     if (list.size() + separator + entry.size() > limit) return false;
