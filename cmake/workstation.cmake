@@ -1,19 +1,19 @@
-# The libraries of the workstation's side and of the tests.
+# The libraries of the workstation's programs and of the tests.
 
 if(NOT CMAKE_CROSSCOMPILING)
     find_package(CLI11 REQUIRED)
     find_package(fmt REQUIRED)
     find_package(nlohmann_json REQUIRED)
     find_package(GTest REQUIRED)
-    # Graphviz brings no configuration for CMake.
+    # Graphviz has no CMake package configuration.
     find_library(GRAPHVIZ_GVC gvc REQUIRED)
     find_library(GRAPHVIZ_CGRAPH cgraph REQUIRED)
     return()
 endif()
 
-# For a foreign processor there are no packages of them. The report does without Graphviz then; of the others headers and
-# sources suit any processor. The headers get a folder of their own: with /usr/include as a whole, the C library's headers
-# of this machine would come along.
+# There are no packages of them for another processor. The report is then built without Graphviz; the others are headers and
+# sources for any processor. Their headers are linked into a separate folder, because /usr/include would also bring in this
+# machine's C library headers.
 set(header_folder ${PROJECT_BINARY_DIR}/headers)
 foreach(library CLI fmt nlohmann)
     find_path(${library}_parent ${library} PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
@@ -26,7 +26,7 @@ foreach(library CLI11::CLI11 fmt::fmt nlohmann_json::nlohmann_json)
 endforeach()
 target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
 
-# GoogleTest is one source file and one for main, as its packages have them.
+# GoogleTest's package has one source file for the library and one for main.
 function(add_test_library name folder)
     find_path(${name}_folder src/${name}-all.cc PATHS /usr/src/googletest/${folder}
         NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
