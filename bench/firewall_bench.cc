@@ -1,6 +1,6 @@
 // `rc firewall create` over the recording platform: with empty lists, with all lists at capacity,
-// and with keyword and trusted-host lists that grow. Time must grow no faster than the lists; so
-// must the peak memory of a process that does it once.
+// and with growing lists of keywords and trusted hosts. Neither time nor the peak memory of a
+// process that does it once may grow faster than the lists.
 
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
@@ -109,7 +109,7 @@ void keywords(benchmark::State& state) {
 }
 BENCHMARK(keywords)->RangeMultiplier(10)->Range(10, 10'000)->Complexity();
 
-// No setting holds more than 3,640 of them.
+// A setting has room for at most 3,640 of them.
 void trusted_hosts(benchmark::State& state) {
     run(state, with_trusted_hosts(state.range(0)));
     state.SetComplexityN(state.range(0));

@@ -1,8 +1,7 @@
-// The floor under an action of rc: what is left when nothing has to be worked out. Reads the
-// settings that the action reads, writes the files that it leaves with one write each, and starts
-// its shell commands.
+// The floor of an action of rc: the same work without any computation. Reads the settings that the
+// action reads, writes its files with one write each, and starts its shell commands.
 //   floor PLAN
-// PLAN is made by bench/report from a run of rc: records of a kind, a length and so many bytes.
+// bench/report makes PLAN from a run of rc: records of a kind, a length and that many bytes.
 
 #include <fcntl.h>
 #include <stdint.h>
@@ -29,7 +28,7 @@ int open_new(const char* path) {
     return open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0755);
 }
 
-// False when a file cannot be written.
+// False if a file cannot be written.
 bool carry_out(const char* at, const char* end) {
     const char* path = "";
     while (at < end) {

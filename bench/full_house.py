@@ -14,12 +14,12 @@ SERVICES_OWN = 40
 BLOCKED_SERVICES = 100
 SINGLE_FORWARDS = 15
 RANGE_FORWARDS = 10
-# Three numbers and a comma each, twelve characters here, in a list of at most 511.
+# Three numbers with a comma each, twelve characters here, in a list of at most 511.
 TRIGGERS = 42
 QOS_RULES = 20
 KEYWORDS = 100
 TRUSTED_HOSTS = 100
-# All hosts of the network but the router itself; the lease file holds one more.
+# All hosts of the network except the router; the lease file has room for one more.
 RESERVATIONS = 253
 # Eighteen characters each in a list of at most 1023.
 RADIO_MACS = 56
@@ -36,7 +36,7 @@ def records(count, record):
 
 
 def service(number):
-    """Every third one is of both protocols."""
+    """Every third one has both protocols."""
     own = number >= SERVICES_PREDEFINED
     protocol = ("tcp", "udp", "both")[number % 3]
     port = 1000 + 10 * number
@@ -71,7 +71,7 @@ def firewall():
         "access_group": records(TRUSTED_HOSTS, lambda i: mac(1, i)),
         "fw_block_keyword": records(KEYWORDS, lambda i: f"keyword-{i:03d}.example"),
         "qos": "\x01".join(qos_rule(i) for i in range(QOS_RULES)) + "\x01",
-        # The whole day, so that the answer is the same whenever it is asked for.
+        # The whole day, so that the result does not depend on the time.
         "fw_schedule": every_day("0:0", "24:0"),
         "fw_schedule2": every_day("0:0", "24:0"),
         "ac_control": "2", "ac_sch": "1", "fw_block": "1", "fw_block_trust": "192.168.1.9", "fw_block_trust_enable": "1",

@@ -1,6 +1,6 @@
-// Loaded before rc's libraries: notes which settings rc asks for and which lines it gives to the
-// shell, for the floor, and how much memory of its own a program has at its end: pages that are no
-// file's. Appends "g KEY", "r LINE" and "m PROGRAM KILOBYTES" to /noted.
+// Preloaded into rc: records the settings that rc reads and its shell lines, for the floor, and a
+// program's private memory at its end (pages that belong to no file). Appends "g KEY", "r LINE" and
+// "m PROGRAM KILOBYTES" to /noted.
 
 #include <dlfcn.h>
 #include <errno.h>

@@ -1,4 +1,5 @@
-// The settings store as it grows: look-ups, changes and commits with 100, 1,000 and 10,000 keys.
+// The settings store at different sizes: look-ups, changes and commits with 100, 1,000 and 10,000
+// keys.
 
 #include <benchmark/benchmark.h>
 #include <stdlib.h>
@@ -14,7 +15,7 @@ std::string key_of(int64_t number) {
     return "setting_" + std::to_string(number);
 }
 
-// A store in a folder of its own, filled.
+// A filled store in a temporary folder.
 class Filled {
   public:
     explicit Filled(int64_t keys) {
@@ -52,7 +53,7 @@ void get(benchmark::State& state) {
 }
 BENCHMARK(get)->Arg(100)->Arg(1'000)->Arg(10'000);
 
-// What a process pays for its first look-up: the image is read and indexed.
+// The cost of a process's first look-up, which reads and indexes the image.
 void first_get(benchmark::State& state) {
     Filled filled(state.range(0));
     while (state.KeepRunning()) {

@@ -1,9 +1,9 @@
-// Runs commands in turn, round after round, and prints a line for each run: the command's number,
+// Runs commands in turn, round by round, and prints a line for each run: the command's number,
 // nanoseconds of wall clock, kilobytes of peak memory, exit status.
 //   timed ROOT ROUNDS REMOVED -- COMMAND... [-- COMMAND...]...
-// All run in the root folder ROOT. The file REMOVED is removed before each, so that each finds the
-// same. Linked statically: a process counts the memory of whoever started it as its own peak, and
-// this is less than any other.
+// All run in the root folder ROOT. The file REMOVED is removed before each run, so that all start
+// equal. Linked statically, because a process's peak memory includes its parent's, which is then
+// smaller than any command's.
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -39,12 +39,12 @@ void run(int results, int number, char** command) {
             WIFEXITED(status) ? WEXITSTATUS(status) : -1);
 }
 
-// What commands leave running in the background is not theirs, but would be the next one's burden.
+// Waits for background processes, which are not measured but would slow down the next command.
 void wait_for_all() {
     while (waitpid(-1, nullptr, 0) > 0) continue;
 }
 
-// The commands' own output goes nowhere.
+// The commands' output is discarded.
 int take_results() {
     const int results = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
     const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);

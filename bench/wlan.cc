@@ -5,7 +5,7 @@
 #include "wireless/wireless.h"
 
 int main(int argc, char** argv) {
-    // With words it is rc: so all of rc is linked, and its start costs what rc's costs.
+    // With arguments this is rc, so that all of rc is linked and the start-up cost is rc's.
     if (argc > 1) return rc_main(argc, argv);
     return create_wifi_cfg() == 1 ? 0 : 1;
 }

@@ -1,4 +1,4 @@
-# Flags for all code of ours, and those of what ships on the router.
+# Flags for all our code, and additional ones for what ships on the router.
 
 option(RC_SANITIZE "Address and undefined-behaviour sanitizers" OFF)
 
@@ -8,8 +8,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-Wduplicated-cond -Wlogical-op -Wuseless-cast)
 endif()
 
-# Four of its checks are for C as yet: it takes the place of a returned object for uninitialised, does not see what a
-# unique_ptr frees, and does not know that our operator new never returns null.
+# Four of the analyzer's checks only work for C: it takes returned objects as uninitialised, does not see that a
+# unique_ptr frees its object, and does not know that our operator new never returns null.
 option(RC_ANALYZER "gcc's static analyzer" OFF)
 if(RC_ANALYZER)
     add_compile_options(-Os -fanalyzer -Wno-analyzer-use-of-uninitialized-value -Wno-analyzer-malloc-leak
@@ -18,16 +18,16 @@ endif()
 
 option(RC_FUZZ "libFuzzer targets; with clang" OFF)
 if(RC_FUZZ)
-    # Coverage in all objects, so that the fuzzer sees where an input leads.
+    # Coverage in all objects, so that the fuzzer sees the code that an input reaches.
     add_compile_options(-fsanitize=fuzzer-no-link)
-    # An index beyond a view's end ends the run, also where the memory behind it is sound.
+    # An index beyond a view's end aborts, even if the memory there is valid.
     add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
 
 if(RC_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
-    # What the sanitizers do not see: an optional without its value, a view past its end.
+    # Checks that the sanitizers lack: an empty optional's value, an index past a view's end.
     add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
 
@@ -39,7 +39,7 @@ target_compile_options(router_flags INTERFACE
     -ffunction-sections -fdata-sections)
 
 # How a shipped program or library is linked: libstdc++'s few templates statically, unused sections dropped.
-# Pages are of 4 KiB; the linker would pad for the largest that the architecture knows.
+# Pages have 4 KiB; otherwise the linker would pad for the architecture's largest page size.
 add_library(router_link INTERFACE)
 target_link_options(router_link INTERFACE
     -static-libgcc -Wl,--gc-sections -Wl,--as-needed -Wl,-z,relro,-z,now,-z,max-page-size=4096)
@@ -47,8 +47,8 @@ if(NOT RC_SANITIZE)
     target_link_options(router_link INTERFACE -static-libstdc++)
 endif()
 
-# A tenth to a fifth of the size: functions are put together when the whole program is known. The objects hold machine code
-# as well, which rcplan and the tests are linked of as quickly as ever; gcc has to be told.
+# Link-time optimisation saves a tenth to a fifth of the size. The objects contain machine code too, with which rcplan and
+# the tests are linked without it; gcc needs an option for that.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "MinSizeRel")
     set_property(TARGET router_link PROPERTY INTERFACE_RC_SHIPS ON)
     set_property(TARGET router_link PROPERTY COMPATIBLE_INTERFACE_BOOL RC_SHIPS)
@@ -57,15 +57,15 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "MinSizeRe
     target_link_options(router_link INTERFACE -flto=auto)
 endif()
 
-# A shipped program. On MIPS it stands at a fixed address, where kernels of the router's age put every program anyway: no
-# global offset table in the way of its own functions and data is a sixth of its size.
+# A shipped program. On MIPS it has a fixed address, which kernels of the router's age use for every program anyway:
+# avoiding the global offset table for its own functions and data saves a sixth of the size.
 add_library(router_program INTERFACE)
 target_link_libraries(router_program INTERFACE router_link)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^mips")
     target_link_options(router_program INTERFACE -no-pie -fno-pic -mno-shared -mplt)
 endif()
 
-# Which lines run is counted in what ships, not in the planner and the tests; each program adds to the counts at its end.
+# Coverage is counted in what ships, not in the planner and the tests; each program adds to the counts at its end.
 option(RC_COVERAGE "Count which lines of the router's code run; with g++" OFF)
 if(RC_COVERAGE)
     target_compile_options(router_flags INTERFACE --coverage)

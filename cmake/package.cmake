@@ -1,6 +1,6 @@
-# Packages: the router's files of a cross build, the workstation's of this machine's. Each as a Debian package and as a
+# Packages: the router's files from a cross build, the workstation's from a native one. Each as a Debian package and as a
 # plain archive: cpack --config build/mipsel/CPackConfig.cmake -B packages
-# The folders' modes come from the umask; 022 is meant.
+# The folders' modes depend on the umask, which should be 022.
 
 set(RC_PACKAGE_DEPENDS "libc6 (>= 2.34)" CACHE STRING "What the router's Debian package depends on: its C library")
 
@@ -10,7 +10,7 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "The developers of rc <rc@localhost>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-# An archive's files belong to root, whoever makes it.
+# An archive's files belong to root, regardless of the user who makes it.
 set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/package_owner.cmake)
 
 set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)

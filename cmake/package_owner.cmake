@@ -1,4 +1,4 @@
-# Packs each plain archive anew, with root as the owner of its files and in a fixed order.
+# Repacks each plain archive, with root as the owner of its files and in a fixed order.
 foreach(archive ${CPACK_PACKAGE_FILES})
     if(NOT archive MATCHES "\\.tar\\.gz$")
         continue()

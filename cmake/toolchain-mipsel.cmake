@@ -1,12 +1,12 @@
 # The router's architecture, little-endian MIPS, with Debian's cross compiler (package g++-mipsel-linux-gnu).
-# Programs of the target that the build runs go through user-mode emulation (package qemu-user-static).
+# The build runs programs of the target through user-mode emulation (package qemu-user-static).
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR mipsel)
 set(CMAKE_C_COMPILER mipsel-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER mipsel-linux-gnu-g++)
 
-# The target's libraries and headers; programs are this machine's.
+# Libraries and headers are the target's; programs are the build machine's.
 set(mipsel_root /usr/mipsel-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH ${mipsel_root})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs the packages of the lists named, as far as they are missing. Says what it installs; uses sudo when not root.
+# Installs the missing packages of the given lists. Prints what it installs; uses sudo if not root.
 #   install.sh LIST...
 set -eu
 
@@ -10,7 +10,7 @@ for package in $(sed 's/#.*//' "$@"); do
         missing="$missing $package"
 done
 if [ -z "$missing" ]; then
-    echo "Packages: all that is needed is installed."
+    echo "Packages: all are installed."
     exit 0
 fi
 
@@ -23,7 +23,7 @@ if [ "$(id -u)" != 0 ]; then
     }
     as_root=sudo
 fi
-# A package list that is there may name versions that the mirror no longer has, so it is renewed first.
+# An old package list may have versions that the mirror no longer has, so it is updated first.
 $as_root apt-get -qq update
 # shellcheck disable=SC2086 # the names are words on purpose
 $as_root env DEBIAN_FRONTEND=noninteractive apt-get -y -qq install --no-install-recommends $missing > /dev/null

@@ -1,13 +1,13 @@
 #!/bin/sh
-# Writes anew what is generated: from every action and every case, where settings end up and which actions use them; from
-# the table of settings, reference, man page, schema, completion and the list of secrets.
+# Regenerates the generated files: from every action and every case, the tables of sinks and uses of settings; from the
+# table of settings, the reference, man page, schema and completion.
 #   renew.sh [BUILD_DIR]
 set -eu
 cd "$(dirname "$0")/.."
 build=${1-build/release}
 [ -f "$build/CMakeCache.txt" ] || cmake --preset "${build##*/}" > /dev/null
 
-# By way of a second file, so that what is there stays when a program fails.
+# Via a temporary file, so that the old file stays if a program fails.
 new=$(mktemp)
 trap 'rm -f "$new"' EXIT
 build() {

@@ -1,10 +1,10 @@
 #!/bin/sh
-# Layout and shell scripts: prints what is not as it should be, and fails.
+# Checks layout, shell scripts and man pages: prints each fault, and fails if there is one.
 set -eu
 cd "$(dirname "$0")/.."
 
 sources=$(git ls-files 'src/*.cc' 'src/*.h' 'tests/*.cc' 'tests/*.h' 'bench/*.cc' | grep -v libnvram.h)
-# shellcheck disable=SC2086 # file names of ours hold no blanks
+# shellcheck disable=SC2086 # our file names contain no blanks
 clang-format --dry-run -Werror $sources
 echo "clang-format: $(echo "$sources" | wc -l) files"
 

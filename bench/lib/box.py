@@ -1,4 +1,4 @@
-"""A router's root in private namespaces: what is measured runs there, and nothing of it reaches this machine."""
+"""A router's root in private namespaces: measured programs run there and cannot affect this machine."""
 
 import ctypes
 import os
@@ -14,7 +14,7 @@ LIB = pathlib.Path(__file__).resolve().parent
 BENCH = LIB.parent
 SKIPPED = 77
 
-# Shell lines and scripts name their programs by these folders; here they are one.
+# Shell lines and scripts use programs in these folders; here they are one folder.
 PROGRAM_FOLDERS = ("sbin", "usr/bin", "usr/sbin")
 APPLETS = ("sh cat chmod cp cut date echo expr grep awk head ifconfig ip killall ls mkdir mv od printf rm sed sleep "
            "sort tail test touch tr true wc xxd").split()
@@ -23,14 +23,14 @@ VALGRIND = ("callgrind-amd64-linux", "vgpreload_core-amd64-linux.so", "default.s
 WAN, LAN = "eth2.2", "br0"
 RESOLVER = "nameserver 198.51.100.1\nnameserver 198.51.100.2\nnameserver 198.51.100.3\n"
 
-# The script that shapes the traffic, started in the background: tc's work, not the generator's. It is run outside
-# callgrind, and where time is measured it ends at once, since nothing in its folder may be executed.
+# The script that shapes the traffic is started in the background; its work is tc's, not the generator's. It runs outside
+# callgrind, and while time is measured it ends at once, because nothing in its folder may be executed.
 SHAPING = "/tmp/qos.conf"
 MS_NOEXEC, MS_REMOUNT = 8, 32
 
 
 def enter_namespaces():
-    """Runs this program anew as the first process of private namespaces; in a user namespace when not root."""
+    """Runs this program again as the first process of private namespaces; in a user namespace if not root."""
     if os.environ.get("RC_BENCH_SEALED") == "1":
         return
     kinds = ["--mount", "--net", "--ipc", "--pid", "--fork", "--kill-child", "--mount-proc"]
@@ -50,7 +50,7 @@ def mount(kind, target, flags=0, options=""):
 
 
 def wait_for_all():
-    """As the first process of its namespace this program inherits what runs leave in the background."""
+    """As the first process of its namespace, this program inherits background processes of runs."""
     try:
         while True:
             os.wait()
@@ -91,7 +91,7 @@ class Box:
         subprocess.run(["mount", "--bind", "/dev/null", null], check=True)
 
     def put(self, source, place):
-        """Copies a program or library and what it needs of the C library."""
+        """Copies a program or library and the parts of the C library that it needs."""
         target = self.root / place.lstrip("/")
         shutil.copy(source, target)
         target.chmod(0o755)
@@ -128,7 +128,7 @@ class Box:
             subprocess.run(["ip", "address", "add", address, "dev", name], check=True)
 
     def clear(self, settings):
-        """A router that is up, with these settings, on which nothing has been made yet."""
+        """A router that is up, with these settings, before any action has run."""
         for folder in ("tmp", "var", "etc"):
             for path in (self.root / folder).iterdir():
                 shutil.rmtree(path) if path.is_dir() else path.unlink()
@@ -139,9 +139,9 @@ class Box:
         (self.root / "etc/crontab").touch()
 
     def run(self, command, environment=None):
-        """Runs a command to the end of all that it started. What it printed."""
+        """Runs a command and waits for everything that it started. Returns its output."""
         environment = {"PATH": "/bin:/sbin:/usr/sbin:/usr/bin", "LD_LIBRARY_PATH": "/lib"} | (environment or {})
-        # With its usual places drawn by lot a static program now and then lies where callgrind wants to be.
+        # With randomised addresses, a static program sometimes lies where callgrind needs to be.
         done = subprocess.run(["setarch", "-R", "/usr/sbin/chroot", self.root, *command], check=False, capture_output=True,
                               env=environment, cwd="/")
         wait_for_all()
@@ -150,7 +150,7 @@ class Box:
         return done.stdout.decode()
 
     def files(self):
-        """What stands in the router's own folders, path to bytes."""
+        """The files in the router's folders, path to bytes."""
         found = {}
         for folder in ("tmp", "var", "etc"):
             for path in sorted((self.root / folder).rglob("*")):
@@ -159,14 +159,14 @@ class Box:
         return found
 
     def made_by(self, command, settings):
-        """The files that a command leaves new or changed."""
+        """The files that a command creates or changes."""
         self.clear(settings)
         before = self.files()
         self.run(command)
         return {path: content for path, content in self.files().items() if before.get(path) != content}
 
     def noted(self, command, settings):
-        """What bench/note.cc notes of a run, line by line."""
+        """The lines that bench/note.cc records of a run."""
         noted = self.root / "noted"
         noted.unlink(missing_ok=True)
         self.clear(settings)
@@ -174,19 +174,19 @@ class Box:
         return noted.read_text().splitlines()
 
     def own_memory(self, command, settings):
-        """Kilobytes that a program has for itself at its end."""
+        """Private memory of a program at its end, in kilobytes."""
         program = command[0].rsplit("/", 1)[-1]
         return max(int(line.split()[2]) for line in self.noted(command, settings) if line.startswith(f"m {program} "))
 
     def plan_of(self, command, settings):
-        """What the floor has to do to leave the same: its plan, and how many settings are read."""
-        # The run's own marker is rc's affair.
+        """The floor's plan for the same result, and the number of settings read."""
+        # The run's marker is not part of the result.
         lines = [line for line in self.noted(command, settings) if not line.startswith("r echo /proc/uptime >")]
         made = self.made_by(command, settings)
         gets = [line for line in lines if line.startswith("g ")]
         runs = [line for line in lines if line.startswith("r ")]
         records = [("g", line[2:].encode() + b"\0") for line in gets]
-        # A script that is started has to be there before; the other files are written last.
+        # A script must exist before it is started; the other files are written last.
         scripts = [path for path in made if any(line[2:].startswith(path) for line in runs)]
         for path in scripts:
             records += [("p", path.encode() + b"\0"), ("c", made[path])]
@@ -197,7 +197,7 @@ class Box:
         return plan, len(gets), [line[2:] for line in runs]
 
     def instructions(self, command, settings, prepared=None):
-        """Of each process that ran, as counting.read_counts has them."""
+        """The counts of each process, as from counting.read_counts."""
         self.clear(settings)
         for path, content in (prepared or {}).items():
             (self.root / path.lstrip("/")).write_bytes(content)
@@ -207,7 +207,7 @@ class Box:
         return counting.read_counts(self.root / "out")
 
     def profile(self, command, settings):
-        """Of the first process alone, as counting.read_profile has it."""
+        """The profile of the first process, as from counting.read_profile."""
         self.clear(settings)
         counting.empty(self.root / "out")
         self.run(["/valgrind/valgrind", *counting.PROFILE, "--callgrind-out-file=/out/profile", *command],

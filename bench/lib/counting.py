@@ -1,11 +1,11 @@
-"""Instructions, as callgrind counts them: of every process that a command starts."""
+"""Instructions of every process that a command starts, counted by callgrind."""
 
 import pathlib
 import re
 import subprocess
 
-# With --dump-every-bb the counts are written and begin anew at every system call: otherwise a process that forks would
-# hand its own on to its child.
+# With --dump-every-bb the counts are written and reset at every system call: otherwise a child would inherit its parent's
+# counts at a fork.
 OPTIONS = ["--tool=callgrind", "--trace-children=yes", "-q", "--dump-every-bb=1"]
 
 
@@ -41,6 +41,6 @@ def read_profile(part):
                              capture_output=True, text=True).stdout
     rows = {"": re.search(r"^([0-9,]+) .*PROGRAM TOTALS", printed, re.M)[1]}
     for count, name in re.findall(r"^ *([0-9,]+) \([^)]*\)  [^:]*:(.*) \[[^]]*\]$", printed, re.M):
-        # A function of several variants stands there several times.
+        # A function with several variants is listed several times.
         rows.setdefault(name, count)
     return {name: int(count.replace(",", "")) for name, count in rows.items()}

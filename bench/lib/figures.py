@@ -47,7 +47,7 @@ def store_section(build):
         taken = [times[name, keys] for keys in KEYS]
         cells = " | ".join(f"{1e9 / each:,.0f} a second" for each in taken)
         lines.append(f"| {words} | {cells} | {taken[2] / taken[1]:.1f} times the time |")
-    # The C library keeps what it has been given.
+    # The C library does not return freed memory.
     keeping = {"MALLOC_TOP_PAD_": "4000000", "MALLOC_TRIM_THRESHOLD_": "100000000", "MALLOC_MMAP_THRESHOLD_": "100000000"}
     kept = store_times(build, "--benchmark_filter=^first_get/", **keeping)
     lines += ["", "A set reads, changes and writes the whole image, so its time grows with the image, as that of the first"

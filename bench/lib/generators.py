@@ -1,4 +1,4 @@
-"""Rule generators of Debian at the same full house: the rules of rc firewall create, as near as each can say them.
+"""Rule generators of Debian with the same full house: the rules of rc firewall create, as closely as each can express them.
 
 None of them touches a firewall: ferm and shorewall only write, and ufw gets programs that do nothing for iptables.
 """
@@ -11,7 +11,7 @@ import time
 
 import counting
 
-# What follows an option, in ferm's words. A number of words is taken from the rule.
+# An option's translation for ferm, and the number of its arguments in the rule.
 FERM_OPTIONS = {
     "-i": "interface", "-o": "outerface", "-s": "saddr", "-d": "daddr", "--dst": "daddr", "-p": "proto",
     "--dport": "dport", "--sport": "sport", "--state": "state", "--limit": "limit", "--limit-burst": "limit-burst",
@@ -22,7 +22,7 @@ FERM_OPTIONS = {
 }
 FERM_FLAGS = {"--syn": "syn", "--clamp-mss-to-pmtu": "clamp-mss-to-pmtu"}
 TARGETS = ("ACCEPT", "DROP", "RETURN", "LOG", "REJECT", "DNAT", "SNAT", "MASQUERADE", "TTL", "TCPMSS", "MARK")
-# What ferm has no words for: the kernel's own answer page, addresses of the link layer as destinations, chance.
+# Features that ferm does not support: the kernel's block page, link-layer destination addresses, random matches.
 FERM_UNKNOWN = {"http-block": "tcp-reset"}
 ALL_FLAGS = "(FIN SYN RST PSH ACK URG)"
 
@@ -77,7 +77,7 @@ def rules_of(scripts):
         if words[0] == "-P":
             policies[words[1]] = words[2]
         elif words[0] in ("-A", "-I"):
-            # What is inserted stands first.
+            # An inserted rule comes first.
             at = len(rules) if words[0] == "-A" else 0
             rules.insert(at, (table, words[1], words[2:]))
     return rules, policies
@@ -96,7 +96,7 @@ def ferm_settings(scripts):
 
 
 def service_rows(settings):
-    """Blocked services and forwards, as the settings list them."""
+    """Blocked services and forwards from the settings."""
     services = [record.split(":") for record in
                 settings["fw_services_def"].split("\x01") + settings["fw_services"].split("\x01")]
     forwards = [record.split(":") for record in settings["fw_in_rules"].split("\x01")]
@@ -144,7 +144,7 @@ def put_shorewall(folder, settings):
 
 
 def put_ufw(settings):
-    """ufw's own records of rules, in its own places, which are covered for the time being."""
+    """ufw's rule files, in its own folders, which are covered by mounts during the run."""
     services, forwards, ranges = service_rows(settings)
     rows = [("deny", protocol, ports.replace("-", ":")) for _, word, ports in services for protocol in protocols(word)]
     rows += [("allow", row[5], row[4]) for row in forwards]
@@ -174,7 +174,7 @@ def count(command, out, environment=None):
 
 
 def cover(folder):
-    """A copy of a folder of this machine on top of it, gone with the namespace."""
+    """Mounts a copy of a folder of this machine on top of it, until the namespace ends."""
     copy = pathlib.Path("/mnt/covers") / folder.strip("/").replace("/", "_")
     shutil.copytree(folder, copy, symlinks=True)
     subprocess.run(["mount", "--bind", copy, folder], check=True)

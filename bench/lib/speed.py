@@ -15,9 +15,9 @@ ROUNDS = 41
 # A script of two thousand processes takes seconds.
 SLOW_ROUNDS = 5
 SCRIPTS = {"builtins": "shell script, built-ins only", "usual": "shell script, usual style"}
-# What an action leaves and another run would find.
+# Files of an action that would change the next run.
 LEFT_BEHIND = {"firewall": "/tmp/rules", "dhcpd": "/var/udhcpd.leases", "wlan": "/var/RT2860AP.dat"}
-# What an action is measured as, and what it is called.
+# The measured command of an action, and its label.
 COMMANDS = {"firewall": ["/bin/rc", "firewall", "create"], "dhcpd": ["/bin/rc", "dhcpd", "create"], "wlan": ["/bin/wlan"]}
 TITLES = {"firewall": "rc firewall create", "dhcpd": "rc dhcpd create", "wlan": "the configuration of rc wlan start"}
 
@@ -60,7 +60,7 @@ def script(action, style):
 
 
 def differences(box, action, styles=tuple(SCRIPTS)):
-    """What does not leave the same files as rc: names of files by style."""
+    """Scripts that do not write the same files as rc: names of files by style."""
     made = box.made_by(COMMANDS[action], HOUSE)
     wrong = {}
     for style in styles:
@@ -72,7 +72,7 @@ def differences(box, action, styles=tuple(SCRIPTS)):
 
 
 def put_plan(box, action):
-    """The floor's plan into the box; how many settings it reads and the lines that it gives to the shell."""
+    """Puts the floor's plan into the box. Returns the number of settings read and the shell lines."""
     plan, gets, lines = box.plan_of(COMMANDS[action], HOUSE)
     (box.root / PLAN.lstrip("/")).write_bytes(plan)
     if box.made_by(["/bin/floor", PLAN], HOUSE) != box.made_by(COMMANDS[action], HOUSE):
@@ -81,12 +81,12 @@ def put_plan(box, action):
 
 
 def ratio_of(times, base):
-    """The median of the ratios round by round, so that what slows the machine for a while slows both."""
+    """The median of the ratios of each round, so that a temporary slowdown affects both."""
     return statistics.median(own[0] / other[0] for own, other in zip(times, base))
 
 
 def own_memory(box, command):
-    """Nothing for the shell, which is static and takes no notes."""
+    """No value for the shell, which is static and is not recorded."""
     return box.own_memory(command, HOUSE) if command[0] != "/bin/sh" else "-"
 
 
@@ -159,7 +159,7 @@ SETTINGS = "settings: reading the image, looking them up"
 COMPOSING = "composing lines of texts and settings"
 HANDLERS = "the handlers: taking lists apart, looking services up"
 SHELLS = "the shells that are started"
-# Functions that do not call each other; C++'s are named without their arguments. What is left of main is the handlers'.
+# Functions that do not call each other; C++ functions without their arguments. The rest of main is the handlers' share.
 SHARES = {SETTINGS: ("nvram_zel_safe_get",), COMPOSING: ("compose",),
           "writing files, starting shells": ("fopen", "fwrite", "fclose", "open", "write", "close", "system")}
 
@@ -174,7 +174,7 @@ def shares(box, command, whole):
 
 
 def profile_section(box, totals):
-    """Why the floor is not nearer."""
+    """Why rc is not closer to the floor."""
     put_plan(box, "firewall")
     made = box.made_by(COMMANDS["firewall"], HOUSE)
     written = sum(content.count(b"\n") for content in made.values())

@@ -1,6 +1,6 @@
 #!/bin/sh
-# What rc dhcpd create writes, by a script with the shell's built-ins only. It begins with an empty lease file: the
-# shell cannot read the zero bytes of one that is there.
+# Writes the files of rc dhcpd create with the shell's built-ins only. It begins with an empty lease file, because the
+# shell cannot read the zero bytes of an existing one.
 # shellcheck disable=SC2034,SC2154 # the settings come from the image
 # shellcheck disable=SC2059 # the records are escapes of printf
 # shellcheck disable=SC2086 # lists are split on purpose; nothing in them is a pattern, for -f is set

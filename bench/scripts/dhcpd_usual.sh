@@ -1,5 +1,5 @@
 #!/bin/sh
-# What rc dhcpd create writes, by a script in the usual style: a look-up by nvram for each setting, commands in pipes.
+# Writes the files of rc dhcpd create in the usual style: a call of nvram for each setting, commands in pipes.
 # It begins with an empty lease file.
 # shellcheck disable=SC2013 # a name server is one word
 # shellcheck disable=SC2059 # the records are escapes of printf

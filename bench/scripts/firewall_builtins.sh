@@ -1,8 +1,8 @@
 #!/bin/sh
-# What rc firewall create writes, by a script with the shell's built-ins only: it reads the settings once, and starts
-# date, ifconfig, cp and the shaping script, which no built-in can replace.
-# Left out, since a full house does not reach it: daylight saving, QoS by bandwidth, other kinds of remote management,
-# names of services that differ in their punctuation only.
+# Writes the files of rc firewall create with the shell's built-ins only: it reads the settings once, and starts date,
+# ifconfig, cp and the shaping script, which no built-in can replace.
+# Not implemented, because the full house does not use it: daylight saving, QoS by bandwidth, other kinds of remote
+# management, names of services that differ only in punctuation.
 # shellcheck disable=SC2086 # lists are split on purpose; nothing in them is a pattern, for -f is set
 # shellcheck disable=SC2015 # a test that fails is all that can go wrong here
 # shellcheck disable=SC3003,SC3043,SC3060 # busybox knows $'', local and ${//}
@@ -63,7 +63,7 @@ period_of_today() {
     return 1
 }
 
-# What is open on the second list before midnight is open on the first one after it.
+# A period open in the second list before midnight is open in the first list after it.
 schedule_open() {
     export TZ="$time_zone"
     date '+%w %H %M' > /tmp/schedule_now
@@ -117,7 +117,7 @@ write_special_apps() {
     local IFS=$SOH outport='' inport='' entries=0
     for record in $fw_spapp; do
         IFS=:-
-        # The name may hold no dash for this to come out right; the web interface sees to that.
+        # This is correct only for names without a dash, which the web interface ensures.
         name=${record#*:*:}
         rest=${name#*:}
         set -- $record

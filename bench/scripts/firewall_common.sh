@@ -1,6 +1,6 @@
 # shellcheck shell=sh
-# What both scripts of the firewall say in the same words. The settings are in variables of the same names; wan_address,
-# prefix (the LAN's first three octets) and bits (its mask's) are worked out by the script that reads this.
+# Functions shared by both firewall scripts. The settings are in variables of the same names; the script that includes
+# this sets wan_address, prefix (the LAN's first three octets) and bits (of its mask).
 # shellcheck disable=SC2154 # the settings
 # shellcheck disable=SC2034 # what is worked out here is used there
 

@@ -1,7 +1,8 @@
 #!/bin/sh
-# What rc firewall create writes, by a script in the usual style: a look-up by nvram for each setting, and cut, grep,
-# tr, awk and sed in pipes for the lists.
-# Left out, since a full house does not reach it: daylight saving, QoS by bandwidth, other kinds of remote management.
+# Writes the files of rc firewall create in the usual style: a call of nvram for each setting, and cut, grep, tr, awk and
+# sed in pipes for the lists.
+# Not implemented, because the full house does not use it: daylight saving, QoS by bandwidth, other kinds of remote
+# management.
 # shellcheck disable=SC2013,SC2034 # a name server is one word; the settings are used by what is read here, too
 # shellcheck source=bench/scripts/firewall_common.sh
 . "${0%/*}/firewall_common.sh"
@@ -53,12 +54,12 @@ iptables -A LOCAL_SERVICE -d $lan_ipaddr -p tcp --dport 80 -j ACCEPT"
 # An address as the module reads it, its first octet lowest.
 number_of() { echo "$1" | awk -F. '{ printf "%.0f", $1 + 256 * ($2 + 256 * ($3 + 256 * $4)) }'; }
 
-# One of the two lists of the module: that of the fields from $1 on.
+# One of the two lists of the module, from the fields beginning at $1.
 ports_of() {
     list fw_spapp | awk -F'[:-]' -v from="$1" '
         BEGIN { codes["tcp"] = 1; codes["udp"] = 2; codes["both"] = 0 }
         $2 != 0 {
-            # A name may hold what parts the fields; the ports are counted from the end.
+            # A name may contain the separator, so the ports are counted from the end.
             at = NF - 6 + from
             if ($at in codes) code = codes[$at]
             entry = (entries++ ? "," : "") code + 0 "," $(at + 1) "," $(at + 2)

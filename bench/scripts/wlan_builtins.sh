@@ -1,8 +1,8 @@
 #!/bin/sh
-# What rc wlan start writes for the radio's driver, by a script with the shell's built-ins only: it reads the settings
-# once, and starts nothing.
-# Left out, since a full house does not reach it: the lines of a single network, a radio that is switched off, lists
-# longer than the driver takes, WMM numbers that are missing or begin with zeros.
+# Writes the radio driver's files of rc wlan start with the shell's built-ins only: it reads the settings once, and starts
+# nothing.
+# Not implemented, because the full house does not use it: the lines of a single network, a radio that is switched off,
+# lists longer than the driver accepts, WMM numbers that are missing or begin with zeros.
 # shellcheck disable=SC2154 # the settings come from the image
 # shellcheck disable=SC2086 # lists are split on purpose; nothing in them is a pattern, for -f is set
 # shellcheck disable=SC3003,SC3043,SC3057,SC3060 # busybox knows $'', local, ${::} and ${//}
@@ -187,7 +187,7 @@ PreAuth=0"
     echo HSCounter=0
 }
 
-# What begins with an address, joined: $list
+# The records that begin with an address, joined: $list
 join_addresses() {
     list=
     for record in "$@"; do
@@ -235,7 +235,7 @@ write_wds() {
     3*) wds_cipher=$wifi_wpa2psk_key secret=$wifi_psk2_pwd ;;
     *) wds_cipher=NONE secret= ;;
     esac
-    # A peer is taken whole.
+    # A peer is used as a whole.
     length=127
     join_addresses "$wds_list1" "$wds_list2" "$wds_list3" "$wds_list4"
     echo "WdsEnable=$kind

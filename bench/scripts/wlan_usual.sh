@@ -1,8 +1,8 @@
 #!/bin/sh
-# What rc wlan start writes for the radio's driver, by a script in the usual style: a look-up by nvram for each setting,
-# commands in pipes for the lists.
-# Left out, since a full house does not reach it: the lines of a single network, a radio that is switched off, lists
-# longer than the driver takes, WMM numbers that are missing.
+# Writes the radio driver's files of rc wlan start in the usual style: a call of nvram for each setting, commands in pipes
+# for the lists.
+# Not implemented, because the full house does not use it: the lines of a single network, a radio that is switched off,
+# lists longer than the driver accepts, WMM numbers that are missing.
 
 first_character() { nvram get "$1" | cut -c1; }
 

@@ -27,8 +27,8 @@ int SYSTEM_collapsed(const std::string& line) {
     return SYSTEM("%s", percent_collapsed(line).c_str());
 }
 
-// One piece as fgets(3) reads it. An interrupted call does not end it: what was read would be lost,
-// and with it the rest of the output.
+// One piece as fgets(3) reads it. An interrupted call is continued, because otherwise the bytes
+// read so far and the rest of the output would be lost.
 static bool read_piece(FILE* stream, std::span<char> piece) {
     size_t length = 0;
     while (length + 1 < piece.size()) {

@@ -1,4 +1,4 @@
-// An open file, closed when its owner goes.
+// An open file, closed by the destructor.
 
 #include "core/file.h"
 
@@ -40,8 +40,8 @@ bool File::seek(long offset) {
 }
 
 std::optional<long long> File::read_number() {
-    // A number in a marker or PID file stands in its first bytes; one with more blanks before it is
-    // damaged.
+    // The number in a marker or PID file is in its first bytes; a file with more blanks before it
+    // is damaged.
     unsigned char start[64] = {};
     read(std::span(start).first(sizeof start - 1));
     return scan_number(reinterpret_cast<const char*>(start));

@@ -1,4 +1,4 @@
-// An open file, closed when its owner goes.
+// An open file, closed by the destructor.
 #ifndef RC_CORE_FILE_H
 #define RC_CORE_FILE_H
 
@@ -15,11 +15,10 @@ class File {
     explicit File(FILE* stream) : stream_(stream) {}
     explicit operator bool() const { return stream_ != nullptr; }
 
-    // Closes it before its owner goes, where the order of closing counts.
+    // Closes the file early, where the order of closing matters.
     void close() { stream_.reset(); }
 
-    // Writing. Errors are not reported: a full disk leaves a short file, as it does for the shell's
-    // echo.
+    // Writing. Errors are not reported: a full disk leaves a short file, as with the shell's echo.
     // print and put return the number of bytes, as vfprintf(3) does.
     [[gnu::format(printf, 2, 3)]] int print(const char* text, ...);
     int put(std::string_view text);
@@ -28,11 +27,11 @@ class File {
     // One line with its newline, at most line.size() - 1 bytes, as fgets(3) reads it. False at the
     // end.
     bool read_line(std::span<char> line);
-    // Reads up to bytes.size() bytes; returns how many there were.
+    // Reads up to bytes.size() bytes; returns the number of bytes read.
     size_t read(std::span<unsigned char> bytes);
-    // Goes to an offset from the start.
+    // Moves to an offset from the start.
     bool seek(long offset);
-    // The decimal number at the start of the file, past blanks; nothing when there is none.
+    // The decimal number at the start of the file, after blanks; nullopt if there is none.
     std::optional<long long> read_number();
 
   private:
@@ -42,7 +41,7 @@ class File {
     std::unique_ptr<FILE, Close> stream_;
 };
 
-// Opens a file as fopen(3) does; an unopened one is false.
+// Opens a file as fopen(3) does; the File is false on failure.
 File open_file(const char* path, const char* mode);
 
 #endif

@@ -49,7 +49,7 @@ struct Net {
     std::string text() const;
 };
 
-// Nothing unless both texts are an address and a mask that leaves room for two hosts.
+// nullopt unless the texts are an address and a mask that leaves room for two hosts.
 std::optional<Net> parse_net(std::string_view address, std::string_view mask);
 
 #endif

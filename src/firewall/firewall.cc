@@ -23,7 +23,7 @@ Setting physical_port() {
     return port.empty() ? nvram_text("ether_wan_ifname") : std::move(port);
 }
 
-// Its own script: it is run after the rules, when the tables are whole.
+// A separate script, because it is run after the rules, when the tables are complete.
 void write_masquerade(const Setting& wan) {
     if (nvram_text("fw_nat").off()) return;
     File script = open_file("/tmp/rule2", "w");
@@ -43,14 +43,14 @@ void write_dmz(const Setting& wan) {
     fw_rule("-A IN_FILTER -d %s -j ACCEPT", host.text());
 }
 
-// The LAN stays inside until the login client has logged in.
+// The LAN has no access to the WAN until the login client has logged in.
 void write_login_block(const char* mode, const char* login_key) {
     if (!nvram_text("wan_mode").contains(mode) || nvram_text(login_key).number() == 1) return;
     fw_rule("-I FORWARD -s %s/%s -j DROP", nvram_text("lan_ipaddr").text(),
             nvram_text("lan_netmask").text());
 }
 
-// Cuts the segment size that connections announce to what the WAN carries.
+// Limits the MSS that connections announce to the WAN's MTU.
 void write_mss(const Setting& wan) {
     const long long mtu = get_if_mtu(wan.text());
     const long long wan_mtu = nvram_text("wan_mtu").number();
@@ -66,7 +66,7 @@ void write_mss(const Setting& wan) {
         mss + 1, mss);
 }
 
-// Inserted, so the accept of the second rule ends above the drop of the first.
+// Inserted at the head, so the accept of the second rule comes before the drop of the first.
 void write_multicast() {
     if (!nvram_text("igmp_enable").on()) return;
     fw_rule("-I DOS -d 224.0.0.0/3 -j DROP");
@@ -148,7 +148,7 @@ int create_firewall_cfg() {
 
 int start_firewall() {
     if (nvram_text("ap_mode").on()) return 0;
-    // Nothing is forwarded while the tables are half made.
+    // Nothing is forwarded while the tables are incomplete.
     platform::run_shell("echo 0 > /proc/sys/net/ipv4/ip_forward");
     const Setting mode = nvram_text("wan_mode");
     create_firewall_cfg();

@@ -8,11 +8,11 @@
 
 namespace {
 
-// An address holds at most this many characters up to its last dot.
+// The maximum length of an address up to its last dot.
 constexpr size_t prefix_limit = 12;
 
-// Reads as scanf's "%[^:]:%[^:]:%[^:]:%s" does: an empty field ends it, and what follows stays
-// empty.
+// Reads as scanf's "%[^:]:%[^:]:%[^:]:%s" does: an empty field ends it, and the following fields
+// stay empty.
 Forward parse_forward(std::string_view record, const ForwardStore& store) {
     struct Field {
         std::string Forward::*text;

@@ -1,4 +1,4 @@
-// Port forwarding: the settings' records, and where they lead.
+// Port forwarding: the settings' records and their destinations.
 #ifndef RC_FIREWALL_FORWARD_LISTS_H
 #define RC_FIREWALL_FORWARD_LISTS_H
 
@@ -8,7 +8,7 @@
 
 #include "core/limits.h"
 
-// One forward. The texts stand in the rules as they are.
+// One forward. The texts are copied into the rules unchanged.
 struct Forward {
     std::string first;   // outside port, or first port of a range
     std::string second;  // inside port, or last port of a range
@@ -16,7 +16,7 @@ struct Forward {
     std::string host;  // last octet of the LAN host
 };
 
-// A kind of forward: how many records count, and the widths of their fields.
+// A kind of forward: the maximum number of records, and the widths of their fields.
 struct ForwardStore {
     size_t capacity;
     size_t port_width;
@@ -28,14 +28,14 @@ constexpr ForwardStore in_rules = {
 constexpr ForwardStore out_rules = {
     .capacity = limits::range_forwards, .port_width = 5, .protocol_width = 4, .host_width = 3};
 
-// The records that are on, name:1:third:first:second:protocol:host each. Records that end before
-// the host are left out.
+// The enabled records, each name:1:third:first:second:protocol:host. Records without a host are
+// left out.
 std::vector<Forward> parse_forwards(std::string_view list, const ForwardStore& store);
 
-// The first three octets of an address; all of it when it has no dot.
+// The first three octets of an address; the whole text if it has no dot.
 std::string lan_prefix(std::string_view address);
 
-// The leading one bits of a netmask.
+// The number of leading one bits of a netmask.
 int prefix_length(const char* netmask);
 
 #endif

@@ -8,10 +8,10 @@
 
 namespace {
 
-// PPTP's control connection; its data goes as GRE, which needs rules of its own.
+// PPTP's control connection; its data uses GRE, which needs separate rules.
 constexpr int pptp_port = 1723;
 
-// What all forwards share.
+// Addresses and interfaces that all forwards share.
 struct Network {
     Setting lan_address = nvram_text("lan_ipaddr");
     std::string prefix = lan_prefix(lan_address.view());
@@ -38,7 +38,7 @@ void write_forward(const Network& net, const Forward& forward) {
     const char* inside = forward.second.c_str();
     fw_rule("-t nat -A PF -p %s --dport %s --dst %s -j DNAT --to-destination %s:%s", protocol,
             outside, net.wan_address.c_str(), host.c_str(), inside);
-    // LAN hosts that use the WAN address are answered through the router, too.
+    // Answers to LAN hosts that use the WAN address must also pass through the router.
     fw_rule("-t nat -A POSTROUTING -p %s -s %s/%d --dst %s --dport %s -j SNAT --to-source %s",
             protocol, net.lan_address.text(), net.mask_bits, host.c_str(), inside,
             net.lan_address.text());

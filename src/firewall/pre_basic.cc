@@ -11,11 +11,12 @@
 
 namespace {
 
-// Where the address stands in a line of /etc/resolv.conf.
+// The column of the address in a line of /etc/resolv.conf.
 constexpr size_t name_server_column = sizeof "nameserver " - 1;
 
-// Each rule goes to the head of the chain: the first server's ends last and takes what the others,
-// drawn at random, leave. The line's own end makes an empty line behind each rule.
+// Each rule is inserted at the head of the chain, so the first server's rule ends last and takes
+// the packets that the others, which match at random, leave. The newline of the line in
+// /etc/resolv.conf makes an empty line after each rule.
 void write_dns_relay(const Setting& lan_address) {
     File resolver = open_file("/etc/resolv.conf", "r");
     if (!resolver) return;
@@ -30,7 +31,7 @@ void write_dns_relay(const Setting& lan_address) {
     }
 }
 
-// The web server, reached from outside on a port of its own.
+// The web server, reachable from outside on a separate port.
 void write_remote_management(const Setting& wan, const std::string& wan_address,
                              const Setting& lan_address) {
     if (!nvram_text("fw_remote").on()) return;

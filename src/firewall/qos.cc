@@ -1,4 +1,4 @@
-// QoS: shaping with tc, sorted by marks of iptables. Writes /tmp/qos.conf and starts it.
+// QoS: shaping with tc, classified by iptables marks. Writes /tmp/qos.conf and starts it.
 
 #include <stdlib.h>
 
@@ -16,7 +16,7 @@ constexpr const char* script_path = "/tmp/qos.conf";
 
 constexpr size_t ifname_width = 10;
 
-// What a rule's direction means, from the LAN and from the WAN.
+// The options for a rule's direction, from the LAN and from the WAN.
 struct DirectionWords {
     const char* range;
     const char* address;
@@ -27,8 +27,8 @@ constexpr DirectionWords direction_words[] = {
     {.range = "-m iprange --dst-range", .address = "-d", .port = "--sport"},
 };
 
-// The line's rate and the shares that classes are made of, in kbit/s. The classes 1:10, 1:20 and
-// 1:30 get 8, 4 and 1 of 13 shares.
+// The line's rate and the classes' shares of it, in kbit/s. The classes 1:10, 1:20 and 1:30 get 8,
+// 4 and 1 of 13 shares.
 struct Line {
     std::string lan;
     std::string wan;
@@ -36,7 +36,7 @@ struct Line {
     long long share;
 };
 
-// Text behind "0" means none.
+// A text that begins with "0" counts as not given.
 bool given(const std::string& text) {
     return !text.starts_with('0');
 }
@@ -56,7 +56,7 @@ std::string port_match(const QosRule& rule, const DirectionWords& words) {
     return format("%s %s", words.port, rule.first_port.c_str());
 }
 
-// The first rule marks, the second keeps later ones from marking again.
+// The first rule marks, the second prevents later rules from marking again.
 void write_marks(File& script, const Line& line, const QosRule& rule, int mark) {
     const bool from_wan = rule.direction != 0;
     const DirectionWords& words = direction_words[from_wan ? 1 : 0];
@@ -122,7 +122,7 @@ void write_priority_classes(File& script, const char* device, const Line& line) 
     for (const int mark : {1, 2, 3}) write_filter(script, device, mark, mark, 10 * mark);
 }
 
-// Three classes of fixed shares; the rules say which traffic goes where, and the rest goes to 1:20.
+// Three classes with fixed shares; the rules assign traffic to classes, and the rest goes to 1:20.
 void write_priority_mode(File& script, const Line& line, const QosTable& table) {
     write_root(script, line.lan.c_str(), 20);
     write_queue_lengths(script, line);
@@ -135,7 +135,7 @@ void write_priority_mode(File& script, const Line& line, const QosTable& table) 
     }
 }
 
-// A class for each rule, with a rate of its own as its ceiling; the rest goes to 1:10.
+// A class for each rule, with its own rate as the ceiling; the rest goes to 1:10.
 void write_bandwidth_mode(File& script, const Line& line, const QosTable& table) {
     const char* devices[] = {line.lan.c_str(), line.wan.c_str()};
     for (const char* device : devices) write_root(script, device, 10);
@@ -150,7 +150,7 @@ void write_bandwidth_mode(File& script, const Line& line, const QosTable& table)
     for (const QosRule& rule : table) {
         if (rule.name.empty()) break;
         if (rule.priority != bandwidth_class) continue;
-        // What comes from the WAN is shaped where it leaves.
+        // Traffic from the WAN is shaped on the interface through which it leaves.
         const char* device = rule.direction != 0 ? line.lan.c_str() : line.wan.c_str();
         script.print(
             "/usr/sbin/tc class add dev %s parent 1:1 classid 1:%d htb rate %skbit ceil %skbit"
@@ -165,7 +165,8 @@ void write_bandwidth_mode(File& script, const Line& line, const QosTable& table)
 
 Line read_line_settings() {
     const long long rate = scan_number(nvram_text("wan_bandwidth").text()).value_or(0);
-    // lldiv(3), since a 32-bit processor has no long division, and ours would be a kilobyte of rc.
+    // lldiv(3), because a 32-bit processor has no 64-bit division, and the compiler's own would add
+    // a kilobyte to rc.
     return {.lan = std::string(cut(nvram_text("lan_if").view(), ifname_width)),
             .wan = std::string(cut(nvram_text("wan_ifname").view(), ifname_width)),
             .rate = rate,
@@ -211,7 +212,7 @@ void create_qos_cfg() {
         write_script(script);
     }
     platform::set_mode(script_path, 0755);
-    // In the background: tc takes its time, and nothing waits for it.
+    // In the background: tc is slow, and nothing depends on its end.
     SYSTEM("%s&", script_path);
 }
 

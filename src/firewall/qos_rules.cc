@@ -13,7 +13,7 @@ constexpr size_t protocol_width = 4;
 constexpr size_t address_width = 15;
 constexpr size_t octet_width = 3;
 constexpr size_t rate_width = 7;
-// A range's end is made of at most so many characters of its start.
+// The maximum number of characters of a range's start that are used for its end.
 constexpr size_t range_start_width = 20;
 
 int take_small_integer(std::string_view& record) {

@@ -26,7 +26,8 @@ struct QosRule {
 
 using QosTable = std::array<QosRule, limits::qos_rules>;
 
-// Fills a cleared table from a list. The number of records read, -1 when there are none.
+// Clears a table and fills it from a list. Returns the number of records read, -1 if there are
+// none.
 int parse_qos_rules(std::string_view list, QosTable& table);
 
 // The end of an address range: the first address with another last octet.

@@ -1,4 +1,4 @@
-// The rule script's emitter, and its fixed opening.
+// The writer of the rule script, and the script's fixed first part.
 
 #include "firewall/rules.h"
 
@@ -11,7 +11,7 @@
 
 namespace {
 
-// The script that rules go to; null when there is none.
+// The script that rules are written to; null if there is none.
 RuleScript* current_script = nullptr;
 
 constexpr std::string_view command = "iptables ";
@@ -44,7 +44,7 @@ constexpr Chain chains[] = {
     {"filter", "FW_BASIC"},
 };
 
-// DNS is not hooked in here: a rule of PRE_BASIC leads there. Packets with the mark 0x2511 have
+// There is no jump to DNS here: a rule of PRE_BASIC jumps there. Packets with the mark 0x2511 have
 // been accepted elsewhere.
 constexpr const char* base_rules[] = {
     "-t nat -A PREROUTING -j PRE_BASIC",
@@ -76,14 +76,14 @@ constexpr const char* base_rules[] = {
     "-A LOCAL_SERVICE -m mark --mark 0x2511 -j ACCEPT",
 };
 
-// Inserted at the head of INPUT, ahead of the DoS limits: they are not for the LAN.
+// Inserted at the head of INPUT, before the DoS limits, which do not apply to the LAN.
 constexpr const char* lan_rules[] = {
     "-I INPUT -i %s -j ACCEPT",
     "-A FW_BASIC -i %s -j ACCEPT",
 };
 
-// What does not come from the WAN, and link-layer broadcasts, are exempt; what is within the limits
-// returns to INPUT; the rest is logged, at most 100 lines a second, and dropped.
+// Packets from the LAN and link-layer broadcasts are exempt; packets within the limits return to
+// INPUT; the rest is logged, at most 100 lines a second, and dropped.
 constexpr const char* dos_table[] = {
     "-A DOS -i ! %s -j RETURN",
     "-A DOS -m mac --mac-dest ff:ff:ff:ff:ff:ff -j RETURN",
@@ -143,7 +143,7 @@ void fw_init() {
         fw_rule("-t %s -N %s", chain.table, chain.name);
     }
     for (const char* rule : base_rules) fw_rule("%s", rule);
-    // Without NAT the hosts behind the router are its peers.
+    // Without NAT, forwarding is open in both directions.
     if (!nvram_text("fw_nat").on()) fw_rule("-P FORWARD ACCEPT");
     fw_rules(lan_rules, nvram_value("lan_if").or_when_absent("br0").text());
 }

@@ -12,8 +12,8 @@
 // The longest rule; the rest is cut off.
 constexpr size_t rule_limit = 4095;
 
-// Opens /tmp/rules and makes it the current script as long as this lives. Rules that are written
-// while it could not be opened, or while there is none, are swallowed.
+// Opens /tmp/rules and makes it the current script, as long as this object lives. Rules written
+// when the file could not be opened, or when there is no current script, are discarded.
 class RuleScript {
   public:
     RuleScript();
@@ -28,16 +28,16 @@ class RuleScript {
     File file_;
 };
 
-// Writes one line into the current script, as its add does; -1 without one.
+// Writes one line into the current script, as its add does; -1 if there is no current script.
 [[gnu::format(printf, 1, 2)]] int fw_rule(const char* text, ...);
 
-// Writes each rule of a table, with name in place of "%s".
+// Writes each rule of a table, with "%s" replaced by name.
 void fw_rules(std::span<const char* const> table, const char* name);
 
-// The opening of the script: chains, hooks, policies, basic rules.
+// The first part of the script: chains, hooks, policies, basic rules.
 void fw_init();
 
-// What keeps floods off the router. Only the WAN interface is named.
+// The rules that protect the router against floods. They name only the WAN interface.
 extern const std::span<const char* const> dos_rules;
 
 #endif

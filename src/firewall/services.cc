@@ -1,4 +1,4 @@
-// The tables of services that access control knows by name.
+// The tables of named services for access control.
 
 #include "firewall/services.h"
 

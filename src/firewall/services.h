@@ -1,4 +1,4 @@
-// The tables of services that access control knows by name.
+// The tables of named services for access control.
 #ifndef RC_FIREWALL_SERVICES_H
 #define RC_FIREWALL_SERVICES_H
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The module's code of a protocol; another text keeps what the record before had.
+// The module's code of a protocol; an unknown one keeps the previous record's code.
 int protocol_code(std::string_view text, int before) {
     if (text == "tcp") return 1;
     if (text == "udp") return 2;

@@ -1,4 +1,4 @@
-// Special applications: the lists that the port triggering module is loaded with.
+// Special applications: the lists that are passed to the port triggering module.
 #ifndef RC_FIREWALL_TRIGGER_LISTS_H
 #define RC_FIREWALL_TRIGGER_LISTS_H
 
@@ -12,8 +12,8 @@ struct TriggerLists {
     int entries = 0;
 };
 
-// Reads index:enabled:name:protocol:first-last:protocol:first-last records. One that would not fit
-// whole is left out of both lists.
+// Reads index:enabled:name:protocol:first-last:protocol:first-last records. A record that would not
+// fit is left out of both lists.
 TriggerLists parse_triggers(std::string_view list);
 
 #endif

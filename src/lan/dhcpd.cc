@@ -16,13 +16,13 @@ namespace {
 
 constexpr long long seconds_a_day = 86400;
 
-// The zero address stands for "none", as an empty text does.
+// The zero address means "no address", like the empty text.
 bool address_given(const Setting& address) {
     return !address.empty() && !address.is("0.0.0.0");
 }
 
-// Writes one line for each name server of /etc/resolv.conf. The rest of the line goes over with its
-// own newline, so an empty line follows each. False when there was none.
+// Writes one line for each name server of /etc/resolv.conf. The rest of the line is copied with its
+// newline, so an empty line follows each. False if there was none.
 bool write_known_name_servers(File& config, File& resolver) {
     bool written = false;
     char line[128];

@@ -9,7 +9,7 @@
 
 namespace {
 
-// What tells the connections apart in names: nothing for the first, then 1, 2 and so on.
+// The suffix of a connection's names: empty for the first, then 1, 2 and so on.
 std::string connection_suffix() {
     const Setting port = nvram_text("igmp_port");
     return port.empty() || port.off() ? "" : std::string(1, port.text()[0]);

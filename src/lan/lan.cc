@@ -26,7 +26,7 @@ int start_lan() {
     if (nvram_text("ap_mode").on() && !gateway.empty())
         SYSTEM("/sbin/route add default gw %s", gateway.text());
 
-    // Once more on purpose: the address stands before and after the default route.
+    // Set again on purpose: before and after the default route.
     set_lan_address();
     return 0;
 }

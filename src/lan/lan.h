@@ -1,4 +1,4 @@
-// LAN-side services: one file each. Handlers return 0, or a negative number when they could not do
+// LAN-side services: one file each. Handlers return 0, or a negative number if they could not do
 // their work.
 #ifndef RC_LAN_LAN_H
 #define RC_LAN_LAN_H
@@ -21,7 +21,7 @@ int start_syslog();
 int stop_syslog();
 int create_syslog();
 
-// printk.cc: kernel messages on the console. They return what the kernel's call returns.
+// printk.cc: kernel messages on the console. Both return the result of the kernel's call.
 int start_printk();
 int stop_printk();
 

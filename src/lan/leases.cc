@@ -1,4 +1,4 @@
-// The DHCP server's lease file, /var/udhcpd.leases: its format, and what a reservation does to it.
+// The DHCP server's lease file, /var/udhcpd.leases: its format, and how a reservation changes it.
 
 #include "lan/leases.h"
 
@@ -30,7 +30,7 @@ unsigned hex_value(char digit) {
     return static_cast<unsigned>(lower >= 'a' ? lower - 'a' + 10 : lower - '0');
 }
 
-// The colons are dropped, and the first twelve of what remains are six numbers of two digits.
+// Removes the colons and reads the first twelve remaining characters as six two-digit numbers.
 std::optional<HardwareAddress> parse_mac(std::string_view text) {
     std::string digits;
     for (const char c : text)

@@ -16,7 +16,7 @@
 
 constexpr const char* lease_file = "/var/udhcpd.leases";
 
-// An IPv4 address as its four octets, first octet first, which is how the file holds it.
+// An IPv4 address as its four octets, first octet first, as in the file.
 using Octets = std::array<unsigned char, 4>;
 // A hardware address: the six bytes of a MAC address, then ten zero bytes.
 using HardwareAddress = std::array<unsigned char, 16>;
@@ -36,7 +36,7 @@ constexpr uint32_t reservation_seconds = 31536000;
 std::array<unsigned char, lease_size> encode_lease(const Lease& lease);
 Lease decode_lease(std::span<const unsigned char, lease_size> bytes);
 
-// A dotted quad as inet_aton(3) reads it; nothing when it does not convert.
+// A dotted quad as inet_aton(3) reads it; nullopt if it is invalid.
 std::optional<Octets> parse_address(const char* text);
 
 // One entry of "pcdb_list".
@@ -46,12 +46,12 @@ struct Reservation {
     HardwareAddress hardware;
 };
 
-// Reads host;address;mac. Nothing when a field is missing or does not convert, since a record with
-// a zero address would end the server's list.
+// Reads host;address;mac. nullopt if a field is missing or invalid, since a record with a zero
+// address would end the server's list.
 std::optional<Reservation> parse_reservation(std::string_view entry);
 
-// The records after one reservation has been entered: whoever held its address, and whoever holds
-// the router's own, expires; the client's own record is changed in place, or a new one is added.
+// The records after entering one reservation: other records with its address, and records with the
+// router's own address, expire; the client's record is changed in place, or a new one is added.
 std::vector<Lease> enter_reservation(std::span<const Lease> leases, std::string_view hostname,
                                      const HardwareAddress& hardware, const Octets& address,
                                      const Octets& lan_address);

@@ -1,4 +1,4 @@
-// Address reservations: carries "pcdb_list" into the lease file before the DHCP server reads it.
+// Address reservations: writes "pcdb_list" into the lease file before the DHCP server reads it.
 
 #include "lan/reservations.h"
 
@@ -14,7 +14,7 @@ Octets address_setting(const Setting& setting) {
     return parse_address(setting.text()).value_or(Octets{});
 }
 
-// Records up to the first partial one, no more than the capacity.
+// The records up to the first partial one, at most lease_capacity.
 std::vector<Lease> read_leases(File& file) {
     std::array<unsigned char, limits::leases * lease_size> bytes;
     const size_t count = file.read(bytes) / lease_size;
@@ -70,7 +70,7 @@ void dhcp_write_leases(std::string_view entry) {
 int search_leases(std::string_view hostname, const HardwareAddress& hardware,
                   const Octets& address) {
     const Octets lan = address_setting(nvram_text("lan_ipaddr"));
-    // A reservation keeps its other octets, even when the LAN has moved to another network.
+    // A reservation keeps its other octets, even if the LAN has moved to another network.
     Octets entered = address;
     entered[0] = lan[0];
     // A zero address would end the server's list.

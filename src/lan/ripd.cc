@@ -31,7 +31,7 @@ int stop_rip_daemon() {
     return 0;
 }
 
-// The daemon has no file of its own.
+// The daemon has no configuration file to create.
 int create_rip_daemon_cfg() {
     return 0;
 }

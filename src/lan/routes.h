@@ -16,12 +16,12 @@ struct StaticRoute {
     int active = 0;  // 1: the route is in use
 };
 
-// Reads name:destination:netmask:gateway:metric:listed:active; more may follow. Nothing when a
-// field is missing.
+// Reads name:destination:netmask:gateway:metric:listed:active; more may follow. nullopt if a field
+// is missing.
 std::optional<StaticRoute> parse_route(std::string_view record);
 
-// The network address for route(8), from a destination and its mask: zeros of the mask become zeros
-// of the address, but a destination that ends in zero keeps the octets before it.
+// The network address for route(8), from a destination and its mask: octets that are zero in the
+// mask become zero, but a destination that ends in zero keeps the octets before it.
 std::string network_text(std::string_view destination, std::string_view netmask);
 
 #endif

@@ -15,7 +15,7 @@ std::string route_command(const StaticRoute& route, int add) {
     if (add != 1)
         return format("/sbin/route del -net %s netmask %s gw %s metric %d", network.c_str(),
                       route.netmask.c_str(), route.gateway.c_str(), route.metric);
-    // A route that is not in use has no command, and the empty one is run all the same.
+    // A route that is not in use has no command; the empty line is still run.
     if (route.active != 1) return "";
     return format("/sbin/route add -net %s netmask %s gw %s metric %d", network.c_str(),
                   route.netmask.c_str(), route.gateway.c_str(), route.metric);
@@ -28,7 +28,7 @@ int handle_static_route(int add) {
     File gateways = open_file("/etc/gateways", "w+");
     if (!gateways) return -1;
 
-    // The value is taken as one item, so only its first route counts.
+    // The value is read as one record, so only its first route has an effect.
     const Setting routes = nvram_text("rt_static_route");
     if (const std::optional<StaticRoute> route = parse_route(routes.view())) {
         if (add == 1 && route->active == 1)

@@ -1,5 +1,4 @@
-// The system log and its mail alerts. Writes /tmp/syslog.conf; tells the running syslogd to reread
-// it.
+// The system log and its mail alerts. Writes /tmp/syslog.conf; makes the running syslogd reread it.
 
 #include <arpa/inet.h>
 

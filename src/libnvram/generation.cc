@@ -7,8 +7,8 @@
 
 namespace nvram {
 
-// The usual CRC-32 (reflected, polynomial 0x04c11db7), bit by bit: an image is small and a table is
-// not.
+// CRC-32 as in zlib (reflected, polynomial 0x04c11db7), bit by bit: an image is small, so a table
+// would cost more than it saves.
 static std::uint32_t crc32(std::uint32_t crc, std::string_view bytes) {
     crc = ~crc;
     for (const char c : bytes) {
@@ -25,7 +25,7 @@ std::string encode(const Generation& generation) {
     std::snprintf(line, sizeof line, "nvram 1 generation=%u length=%zu ", generation.number,
                   generation.image.size());
     std::string text = line;
-    // The number is under the checksum too: a flipped bit there would make an old generation the
+    // The checksum covers the number too: a flipped bit there would make an old generation the
     // newest.
     const std::uint32_t crc = crc32(crc32(0, text), generation.image);
     std::snprintf(line, sizeof line, "crc32=%08x\n", crc);

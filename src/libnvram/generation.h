@@ -14,13 +14,13 @@ namespace nvram {
 inline constexpr std::size_t header_limit = 80;
 
 struct Generation {
-    std::uint32_t number = 0;  // counts up from 1; 0 is none
-    std::string_view image;    // a part of the text that was decoded
+    std::uint32_t number = 0;  // counts up from 1; 0 means no generation
+    std::string_view image;    // points into the decoded text
 };
 
 std::string encode(const Generation& generation);
 
-// Number 0 when a single byte is wrong, missing or too many.
+// Returns number 0 if even one byte is wrong, missing or extra.
 Generation decode(std::string_view text);
 
 }  // namespace nvram

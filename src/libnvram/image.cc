@@ -1,4 +1,4 @@
-// The settings' text image: reading it in place, looking up, changing, writing.
+// The settings' text image: parsed in place, looked up, changed, written.
 #include "libnvram/image.h"
 
 #include <algorithm>
@@ -26,13 +26,13 @@ static int hex_digit(char c) {
     return -1;
 }
 
-// Unescapes in place and returns the new end. What is no escape of ours is a person's own backslash
-// and stays; so does \x00, since no value holds a zero byte.
+// Unescapes in place and returns the new end. A backslash that begins no known escape was typed by
+// a user and stays; so does \x00, since no value contains a zero byte.
 static char* unescape(char* text, const char* end) {
     char* out = text;
     const char* in = text;
     for (;;) {
-        // Most values hold no escape, and lists a stretch without one between every two.
+        // Most values contain no escape, and lists have long runs without one; memchr skips them.
         const auto rest = static_cast<std::size_t>(end - in);
         const void* const backslash = std::memchr(in, '\\', rest);
         const std::size_t plain =
@@ -61,23 +61,23 @@ static char* unescape(char* text, const char* end) {
     }
 }
 
-// nullptr, or why the line is bad. The line's end byte is writable: a zero byte may go there.
+// nullptr, or why the line is bad. The byte at end is overwritten with a zero byte.
 static const char* parse_line(char* line, char* end, Entry& entry) {
     const auto length = static_cast<std::size_t>(end - line);
-    if (std::memchr(line, '\0', length) != nullptr) return "holds a zero byte";
+    if (std::memchr(line, '\0', length) != nullptr) return "contains a zero byte";
     char* const equals = static_cast<char*>(std::memchr(line, '=', length));
     if (equals == nullptr) return "is not KEY=VALUE";
     entry.key = std::string_view(line, static_cast<std::size_t>(equals - line));
-    if (!valid_key(entry.key)) return "has a bad key (1 to 127 of A-Z a-z 0-9 _ - .)";
+    if (!valid_key(entry.key)) return "has an invalid key; use 1 to 127 of A-Z a-z 0-9 _ - .";
 
     char* const value_end = unescape(equals + 1, end);
     entry.value = std::string_view(equals + 1, static_cast<std::size_t>(value_end - equals - 1));
-    if (entry.value.size() > value_limit) return "has a value of more than 65536 bytes";
+    if (entry.value.size() > value_limit) return "has a value longer than 65536 bytes";
     *value_end = '\0';
     return nullptr;
 }
 
-// Lines with the same key are ordered by place, so that the last of them is the one that stays.
+// Lines with the same key are ordered by position, so that the last of them is kept.
 static int compare(const void* left, const void* right) {
     const Entry& a = *static_cast<const Entry*>(left);
     const Entry& b = *static_cast<const Entry*>(right);
@@ -86,8 +86,8 @@ static int compare(const void* left, const void* right) {
     return a.key.data() < b.key.data() ? -1 : 1;
 }
 
-// The C library's sort is two kilobytes less than the template, and an image that we wrote is
-// sorted anyway.
+// The C library's sort is two kilobytes smaller than the template, and an image that we wrote is
+// already sorted.
 static void sort_and_keep_last(std::vector<Entry>& entries) {
     std::qsort(entries.data(), entries.size(), sizeof(Entry), compare);
     Entry* out = entries.data();
@@ -97,7 +97,7 @@ static void sort_and_keep_last(std::vector<Entry>& entries) {
 }
 
 Image::Image(std::string text, std::vector<BadLine>* bad_lines) : bytes_(std::move(text)) {
-    // More than any library's string holds in place.
+    // Longer than the in-object buffer of any library's std::string.
     constexpr std::size_t long_enough = 64;
     if (bytes_.capacity() < long_enough) bytes_.reserve(long_enough);
     bytes_.push_back('\n');  // the last line may lack its end

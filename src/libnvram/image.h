@@ -34,36 +34,37 @@ bool valid_key(std::string_view key);
 class Image {
   public:
     Image() = default;
-    // Takes the text over, so that it is in memory once. Blank lines and lines that begin with '#'
-    // are comments; of a key given twice the last counts.
+    // Takes ownership of the text, so that it is in memory once. Blank lines and lines that begin
+    // with '#' are comments; if a key is given twice, the last line counts.
     explicit Image(std::string text, std::vector<BadLine>* bad_lines = nullptr);
 
     Image(Image&&) = default;
     Image& operator=(Image&&) = default;
 
     // Sorted by key in byte order, no key twice. A zero byte follows each value. The texts live
-    // until the image goes or is changed; moving it leaves them in place.
+    // until the image is destroyed or changed; moving the image leaves them valid.
     const std::vector<Entry>& entries() const { return entries_; }
     std::optional<std::string_view> get(std::string_view key) const;
 
-    // False, and nothing changed, when the key is bad or the value too long.
+    // False, with nothing changed, if the key is invalid or the value too long.
     bool set(std::string_view key, std::string_view value);
 
-    // Carries out one change; false when it changes nothing. Its texts have to live as long as the
-    // image.
+    // Carries out one change; false if it changes nothing. The change's texts have to live as long
+    // as the image.
     bool apply(const Entry& change);
 
     std::string text() const;
 
   private:
-    // Never short enough to stand in the object itself, since moving that would move the bytes.
+    // Always longer than the string's in-object buffer, because moving such a string would move the
+    // bytes.
     std::string bytes_;
     std::vector<Entry> entries_;
 };
 
 std::string serialise(const std::vector<Entry>& entries);
 
-// One value as an image holds it: backslash, bytes below 0x20 and 0x7f escaped.
+// Appends one value in an image's form: backslash, bytes below 0x20 and 0x7f are escaped.
 void append_escaped(std::string& out, std::string_view value);
 
 }  // namespace nvram

@@ -14,16 +14,16 @@ namespace {
 
 struct Library {
     nvram::Store store{nvram::places_below(nvram::library_root())};
-    nvram::Image named;  // what __nvram_get_fun read last
+    nvram::Image named;  // the file that __nvram_get_fun read last
 };
 
-// Made at the first call, so that nothing runs before main, and never freed.
+// Created at the first call, so that nothing runs before main, and never freed.
 Library& library() {
     static Library* const only = new Library;
     return *only;
 }
 
-// The C interface hands out char*; the values of an image are ours to lend, and nobody writes to
+// The C interface returns char*, but the values belong to the image and callers do not write to
 // them.
 char* lend(std::optional<std::string_view> value) {
     return value ? const_cast<char*>(value->data()) : nullptr;
@@ -61,7 +61,7 @@ EXPORTED char* __nvram_get_fun(const char* key, const char* path) {
     if (key == nullptr || path == nullptr) return nullptr;
     std::string text;
     if (!library().store.read_file(path, nvram::image_limit, text)) return nullptr;
-    // The key and the path may be values of the image that was read before, which goes last.
+    // The key and the path may point into the image read before, so that is replaced last.
     nvram::Image image(std::move(text));
     const std::optional<std::string_view> value = image.get(key);
     library().named = std::move(image);

@@ -1,7 +1,7 @@
-/* The settings store's C interface: the only way by which rc reaches settings.
+/* The settings store's C interface: the only way rc reads and writes settings.
  *
  * Our own library (soname libnvram.so) is the default; a platform's own library with these six functions can take
- * its place at run time. Settings are texts: no byte of a value is zero. A key is 1 to 127 of the characters
+ * its place at run time. Settings are texts: a value contains no zero byte. A key is 1 to 127 of the characters
  * A-Z a-z 0-9 _ - and '.'.
  */
 #ifndef RC_LIBNVRAM_H
@@ -11,15 +11,15 @@
 extern "C" {
 #endif
 
-/* Fills the working copy from flash; at the first start from the factory settings. 0, or -1 when no readable
- * settings are left anywhere. */
+/* Fills the working copy from flash; at the first start from the factory settings. 0, or -1 if neither has readable
+ * settings. */
 int nvram_zel_load(void);
 
-/* The value of a key, or NULL when the key is not set. The text belongs to the library and lives until the next
+/* The value of a key, or NULL if the key is not set. The text belongs to the library and lives until the next
  * call of any of these functions. */
 char *nvram_zel_get(const char *key);
 
-/* A fresh copy of the value, the empty text when the key is not set; never NULL. The caller frees it. */
+/* A fresh copy of the value, the empty text if the key is not set; never NULL. The caller frees it. */
 char *nvram_zel_safe_get(const char *key);
 
 /* Changes the working copy only; every other process sees the new value at once. 0, or -1 with errno set and

@@ -1,4 +1,4 @@
-// The root folder of the library's settings on the router. A file of its own, so that a test can
+// The root folder of the library's settings on the router. A separate file, so that a test can
 // link another.
 #include "libnvram/places.h"
 

@@ -1,4 +1,4 @@
-// Which settings are not shown unless asked for: passwords, pass phrases, WEP keys, the WPS PIN.
+// Which settings are secret: passwords, pass phrases, WEP keys, the WPS PIN.
 #include "libnvram/secret.h"
 
 namespace nvram {

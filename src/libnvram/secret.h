@@ -1,4 +1,4 @@
-// Which settings are not shown unless asked for.
+// Which settings are secret: shown only on request.
 #ifndef RC_LIBNVRAM_SECRET_H
 #define RC_LIBNVRAM_SECRET_H
 

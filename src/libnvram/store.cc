@@ -11,8 +11,8 @@ namespace nvram {
 
 namespace {
 
-// An open file or a held lock, closed when its owner goes. Closing leaves errno to whoever failed
-// before.
+// An open file or a held lock, closed by the destructor. Closing keeps the errno of an earlier
+// failure.
 class OpenFile {
   public:
     explicit OpenFile(int file) : file_(file) {}
@@ -67,7 +67,8 @@ const Image* Store::working() {
 
     OpenFile file(io::open_to_read(path));
     std::string text;
-    // The identity is taken before reading: what is written while we read shows at the next call.
+    // The identity is taken before reading, so that a write during the read is noticed at the next
+    // call.
     if (!file || !io::identify_open(file.get(), now) ||
         !io::read_all(file.get(), image_limit, text)) {
         const int reason = errno;
@@ -117,7 +118,7 @@ bool Store::put_working(const std::vector<Entry>& entries) {
         errno = E2BIG;
         return fail(places_.working);
     }
-    // The RAM disk is gone after a power cut anyway, so nothing is synced here.
+    // The RAM disk is lost in a power cut anyway, so nothing is synced here.
     return put_file(places_.working + ".new", places_.working, text, false);
 }
 
@@ -132,7 +133,7 @@ bool Store::change(const std::vector<Entry>& changes) {
     }
 
     const OpenFile held(lock());
-    // Read apart from image_: the caller's texts may well be values of that.
+    // Not read into image_, because the caller's texts may point into it.
     Image image;
     if (!held || !read_image(places_.working, image)) return false;
     bool changed = false;
@@ -200,19 +201,19 @@ bool Store::commit_locked() {
 
     const Newest newest = newest_generation();
     const std::string text = encode({.number = newest.number + 1, .image = body});
-    // The newest generation is never touched, so there is a whole one at every moment.
+    // The newest generation is never touched, so that an undamaged one exists at every moment.
     if (!put_generation(newest.slot == 'a' ? 'b' : 'a', text)) return false;
     const std::string folder = folder_of(places_.flash);
     if (!io::sync_folder(folder.c_str())) return fail(folder);
-    // A folder that is still new, made by us or by a commit that was killed, survives a power cut
-    // only when its own name is on the disk.
+    // A new folder, made by us or by a commit that was killed, survives a power cut only if its
+    // parent is synced too.
     if (newest.number != 0) return true;
     const std::string parent = folder_of(folder);
     return io::sync_folder(parent.c_str()) || fail(parent);
 }
 
 bool Store::commit() {
-    // Under the lock, so that of two commits the later one holds the newer settings.
+    // Under the lock, so that the later of two commits stores the newer settings.
     const OpenFile held(lock());
     return held && commit_locked();
 }

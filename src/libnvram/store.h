@@ -16,7 +16,7 @@
 namespace nvram {
 
 // Every change of the working copy happens under one lock and ends in a rename, so a reader needs
-// no lock. What returns bool returns false with errno set, failed_path() naming the file, and
+// no lock. A function that fails returns false with errno set, failed_path() naming the file, and
 // nothing changed.
 class Store {
   public:
@@ -25,12 +25,12 @@ class Store {
     Store& operator=(const Store&) = delete;
     ~Store();
 
-    // The working copy, read again only when its file changed; nullptr with errno set when there is
-    // none. It lives until the next call.
+    // The working copy, read again only if its file changed; nullptr with errno set if it cannot be
+    // read. It lives until the next call.
     const Image* working();
 
-    // Carries out all changes in one write. EINVAL: a bad key; E2BIG: a value or the image is too
-    // large; ENOENT: there is no working copy, and only load() and restore_factory() make one.
+    // Carries out all changes in one write. EINVAL: an invalid key; E2BIG: a value or the image is
+    // too large; ENOENT: no working copy, which only load() and restore_factory() create.
     bool change(const std::vector<Entry>& changes);
 
     // Gives the working copy exactly these entries, sorted by key.
@@ -39,15 +39,15 @@ class Store {
     // Writes the working copy over the older generation.
     bool commit();
 
-    // Makes the working copy from the newest undamaged generation; from the factory settings when
-    // flash was never written. EBADMSG: there are generations, and all are damaged.
+    // Makes the working copy from the newest undamaged generation, or from the factory settings if
+    // flash was never written. EBADMSG: all generations are damaged.
     bool load();
 
-    // Makes the working copy from the factory settings and commits it. When only the commit fails,
-    // the working copy stays.
+    // Makes the working copy from the factory settings and commits it. If only the commit fails,
+    // the new working copy stays.
     bool restore_factory();
 
-    // The image in the newest undamaged generation; nothing with errno set, EBADMSG as for load().
+    // The image in the newest undamaged generation; nullopt with errno set, EBADMSG as for load().
     std::optional<std::string> flash_image();
 
     const Places& places() const { return places_; }
@@ -56,15 +56,15 @@ class Store {
     // Reads a whole file of at most limit bytes.
     bool read_file(const std::string& path, std::size_t limit, std::string& text);
 
-    // Puts a file in place by way of a temporary one; with durable it is on the disk before it has
-    // its name.
+    // Writes a temporary file and renames it to path; if durable, its content is synced to the disk
+    // before the rename.
     bool put_file(const std::string& temporary, const std::string& path, std::string_view text,
                   bool durable);
 
   private:
     struct Newest {
         std::uint32_t number = 0;
-        char slot = 'b';  // so that the first commit goes to the other one, a
+        char slot = 'b';  // so that the first commit goes to slot a
         bool any_file = false;
         std::string image;
     };
@@ -82,8 +82,8 @@ class Store {
 
     Places places_;
     std::string failed_path_;
-    // The open file keeps the inode number from being used again, so that no other image looks like
-    // this one.
+    // Keeping the file open prevents reuse of its inode number, so that no other image is mistaken
+    // for this one.
     int seen_file_ = -1;
     io::Identity seen_;
     Image image_;

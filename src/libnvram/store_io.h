@@ -1,5 +1,5 @@
-// The system as the settings store sees it: one function for each call it makes, nothing above
-// that. Tests link a simulated disk in its place. A failure returns -1 or false with errno set.
+// The system calls of the settings store, one function each, without any logic above them. Tests
+// link a simulated disk in its place. A failure returns -1 or false with errno set.
 #ifndef RC_LIBNVRAM_STORE_IO_H
 #define RC_LIBNVRAM_STORE_IO_H
 
@@ -10,7 +10,7 @@
 
 namespace nvram::io {
 
-// Which file is at a path, and when it was last written; times in nanoseconds.
+// Identifies a file and its last change; times in nanoseconds since 1970.
 struct Identity {
     std::uint64_t device = 0;
     std::uint64_t inode = 0;
@@ -26,15 +26,15 @@ bool identify_open(int file, Identity& identity);
 
 int open_to_read(const char* path);
 
-// Reads to the end; EFBIG when there are more than limit bytes.
+// Reads to the end; EFBIG if there are more than limit bytes.
 bool read_all(int file, std::size_t limit, std::string& text);
 
-// A new file of mode 0600; one that a killed writer left there is removed first.
+// Creates a file with mode 0600; one left by a killed writer is removed first.
 int create(const char* path);
 
 bool write_all(int file, std::string_view text);
 
-// Returns when the file's content is on the disk.
+// Returns after the file's content is on the disk.
 bool sync(int file);
 
 void close(int file);
@@ -42,10 +42,10 @@ bool rename(const char* from, const char* to);
 bool remove(const char* path);
 bool make_folder(const char* path);
 
-// Returns when the names in the folder are on the disk.
+// Returns after the names in the folder are on the disk.
 bool sync_folder(const char* path);
 
-// Waits until no other process has the lock; close gives it back, and so does the end of the
+// Waits until no other process has the lock; close releases it, and so does the end of the
 // process.
 int lock(const char* path);
 

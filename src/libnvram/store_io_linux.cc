@@ -1,4 +1,4 @@
-// The settings store's system calls on Linux: the only file of the store that makes any.
+// The settings store's system calls on Linux. No other file of the store makes system calls.
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -37,8 +37,7 @@ bool identify_open(int file, Identity& identity) {
     return true;
 }
 
-// Kernels before 2.6.23 overlook O_CLOEXEC; the daemons that rc starts should not inherit our
-// files.
+// Kernels before 2.6.23 ignore O_CLOEXEC; the daemons that rc starts should not inherit our files.
 static int open_private(const char* path, int flags, mode_t mode) {
     const int file = ::open(path, flags | O_CLOEXEC, mode);
     if (file >= 0) ::fcntl(file, F_SETFD, FD_CLOEXEC);
@@ -51,13 +50,13 @@ int open_to_read(const char* path) {
 
 bool read_all(int file, std::size_t limit, std::string& text) {
     text.clear();
-    // Room for a file that does not grow meanwhile, and for the byte that would show that it does.
+    // Room for a file that does not grow during the read, plus one byte to detect that it does.
     struct stat status;
     const bool known = ::fstat(file, &status) == 0 && status.st_size > 0;
     const std::size_t first = known ? static_cast<std::size_t>(status.st_size) + 1 : 16384;
     std::size_t length = 0;
     for (;;) {
-        // One byte more than the limit tells a full file from one that is too large.
+        // One byte more than the limit distinguishes a file of exactly the limit from a larger one.
         if (length == text.size()) {
             if (length > limit) break;
             const std::size_t larger = length == 0 ? first : length * 2;
@@ -113,7 +112,7 @@ bool make_folder(const char* path) {
 bool sync_folder(const char* path) {
     const int folder = open_private(path, O_RDONLY | O_DIRECTORY, 0);
     if (folder < 0) return false;
-    // A file system may know no fsync of folders, and a read-only one has nothing to write.
+    // A file system may not support fsync of folders, and a read-only one has nothing to write.
     const bool done = ::fsync(folder) == 0 || errno == EINVAL || errno == EROFS;
     const int reason = errno;
     ::close(folder);

@@ -1,4 +1,4 @@
-// nvram check: prints what is wrong with settings, for people or as JSON.
+// nvram check: prints what is wrong with settings, as text or as JSON.
 #include <cstdio>
 #include <utility>
 
@@ -13,7 +13,8 @@ static const char* name_of(Level level) {
     return level_names[static_cast<std::size_t>(level)];
 }
 
-// How many bytes at the start of a text are one well-formed character (RFC 3629); 0 for none.
+// The length in bytes of the well-formed UTF-8 character (RFC 3629) that the text begins with; 0 if
+// it begins with none.
 static std::size_t utf8_length(std::string_view text) {
     const auto byte = [text](std::size_t place) {
         return place < text.size() ? static_cast<unsigned char>(text[place]) : 0U;
@@ -24,14 +25,14 @@ static std::size_t utf8_length(std::string_view text) {
     if (first < 0xc2 || length == 0) return 0;
     for (std::size_t place = 1; place < length; ++place)
         if ((byte(place) & 0xc0) != 0x80) return 0;
-    // Too long for what they say, surrogates, and beyond the last character.
+    // Overlong encodings, surrogates, and code points beyond U+10FFFF.
     const unsigned second = byte(1);
     const bool bad = (first == 0xe0 && second < 0xa0) || (first == 0xed && second > 0x9f) ||
                      (first == 0xf0 && second < 0x90) || (first == 0xf4 && second > 0x8f);
     return bad ? 0 : length;
 }
 
-// A byte that is no character is written as an image would read it back: \xff.
+// A byte that is not valid UTF-8 is written as an image escapes it: \xff.
 static void append_json(std::string& out, std::string_view text) {
     char escape[8];
     out += '"';
@@ -73,7 +74,7 @@ static void print_json(const Finding& finding) {
     std::puts(line.c_str());
 }
 
-// The findings of one setting stand under one heading.
+// The findings of one setting share one heading.
 static void print_text(const std::vector<Finding>& findings) {
     std::string_view heading;
     for (const Finding& finding : findings) {
@@ -92,7 +93,7 @@ static void print_text(const std::vector<Finding>& findings) {
     std::printf("%zu finding%s\n", findings.size(), findings.size() == 1 ? "" : "s");
 }
 
-// Lines that the reader skips come first.
+// Findings about lines that are not settings come first.
 static std::vector<Finding> check_text(std::string text) {
     std::vector<BadLine> bad_lines;
     const Image image(std::move(text), &bad_lines);
@@ -103,8 +104,8 @@ static std::vector<Finding> check_text(std::string text) {
                             .key = "line " + std::to_string(line.number),
                             .value = "",
                             .problem = line.reason,
-                            .effect = "never sees it: the line is skipped",
-                            .cure = "key=value, or # in front of a comment"});
+                            .effect = "ignores the line",
+                            .cure = "key=value, or # before a comment"});
     for (Finding& finding : check_settings(image)) findings.push_back(std::move(finding));
     return findings;
 }

@@ -1,4 +1,4 @@
-// nvram describe and keys: what is known of a setting, and which settings there are.
+// nvram describe and keys: one setting explained, and the list of settings.
 #include <cstdio>
 #include <cstring>
 
@@ -9,7 +9,7 @@
 
 namespace nvram {
 
-// A word in the first column and what it says; a further line of the same has no word.
+// A word in the first column, its text in the second; continuation lines have an empty word.
 static void print_row(const char* word, std::string_view text) {
     std::printf("  %-9s%.*s\n", word, static_cast<int>(text.size()), text.data());
 }
@@ -37,13 +37,14 @@ static void print_fields(const Record& record) {
 
 static void print_record(const Record& record) {
     const std::string between = escaped({&record.between, 1});
-    print_row("form", record.between == '\0' ? "one entry " + escaped(record.shape)
-                                             : "entries " + escaped(record.shape) + ", parted by " +
-                                                   (record.between == ' ' ? "blanks" : between));
+    print_row("form", record.between == '\0'
+                          ? "one entry " + escaped(record.shape)
+                          : "entries " + escaped(record.shape) + ", separated by " +
+                                (record.between == ' ' ? "spaces" : between));
     print_fields(record);
     if (record.passed_over != 0)
-        print_row("", std::to_string(record.passed_over) +
-                          " characters that nobody reads stand before the first entry");
+        print_row("", "ignored prefix: " + std::to_string(record.passed_over) +
+                          " characters before the first entry");
     if (record.most == 0) return;
     std::string most =
         "at most " + std::to_string(record.most) + (record.most == 1 ? " entry" : " entries");
@@ -64,7 +65,7 @@ static void print_emptiness(const KnownSetting& known) {
     std::string empty = known.may_be_empty ? "allowed" : "not allowed";
     if (*known.when_empty != '\0') empty += std::string("; ") + known.when_empty;
     print_row("empty", empty);
-    print_row("not set", *known.when_absent == '\0' ? "as empty" : known.when_absent);
+    print_row("not set", *known.when_absent == '\0' ? "same as empty" : known.when_absent);
 }
 
 static void print_sinks(const KnownSetting& known) {
@@ -87,10 +88,10 @@ static void print_sinks(const KnownSetting& known) {
     }
 }
 
-// Prints the keys that may have been meant.
-static int no_such_setting(const Call& call, const char* key) {
+// Suggests the keys at an edit distance of at most 2.
+static int unknown_setting(const Call& call, const char* key) {
     constexpr std::size_t near = 2;
-    std::fprintf(stderr, "nvram: %s: no such setting: %s", call.verb, key);
+    std::fprintf(stderr, "nvram: %s: %s: unknown setting", call.verb, key);
     const char* joint = " (did you mean ";
     for (const SettingGroup& group : setting_groups()) {
         for (const KnownSetting& known : group.settings) {
@@ -99,13 +100,13 @@ static int no_such_setting(const Call& call, const char* key) {
             joint = " or ";
         }
     }
-    std::fputs(*joint == ' ' && joint[1] == '(' ? "\n" : "?)\n", stderr);
+    std::fputs(*joint == ' ' && joint[1] == '(' ? "; 'nvram keys' lists all\n" : "?)\n", stderr);
     return status_no;
 }
 
 int describe_verb(Store&, const Call& call) {
     const KnownSetting* const known = find_known(call.words[0]);
-    if (known == nullptr) return no_such_setting(call, call.words[0]);
+    if (known == nullptr) return unknown_setting(call, call.words[0]);
     std::printf("%s: %s\n", known->key, known->help);
     print_form(*known);
     print_emptiness(*known);

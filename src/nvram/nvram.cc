@@ -10,24 +10,24 @@ namespace {
 
 constexpr const char* usage =
     "Usage: nvram [--root DIR] VERB ...\n"
-    "  get KEY                      print a value; status 1 when it is not set\n"
+    "  get KEY                      print a value; status 1 if it is not set\n"
     "  set KEY=VALUE...             change the working copy\n"
     "  unset KEY...                 remove from the working copy\n"
     "  show [--show-secrets] [PREFIX]   print the settings, passwords as ********\n"
     "  commit                       write the working copy to flash\n"
     "  load                         fill the working copy from flash\n"
-    "  default                      factory settings into the working copy and flash\n"
-    "  export FILE|-                write all settings, passwords included, to a file\n"
-    "  import [--replace] FILE|-    take settings from a file; --replace: and no others\n"
-    "  diff [--show-secrets] A B    compare files, @working, @factory or @flash; status 1 when they differ\n"
+    "  default                      reset the working copy and flash to the factory settings\n"
+    "  export FILE|-                write all settings, including passwords, to a file\n"
+    "  import [--replace] FILE|-    read settings from a file; --replace removes all others\n"
+    "  diff [--show-secrets] A B    compare files, @working, @factory or @flash; status 1 if they differ\n"
 #if RC_NVRAM_TABLE
-    "  check [--json] [FILE]        what is wrong with the settings, or with those of a file or @...;\n"
-    "                               status 1 when there is an error or a warning\n"
-    "  describe KEY                 what a setting is\n"
-    "  keys [PREFIX]                the settings that rc knows, with a line of help\n"
+    "  check [--json] [FILE]        report what is wrong with the settings, or with those in a file or @...;\n"
+    "                               status 1 if there is an error or a warning\n"
+    "  describe KEY                 explain a setting\n"
+    "  keys [PREFIX]                list the settings that rc knows, with a line of help\n"
 #endif
     "  --help, --version\n"
-    "Status: 0 done, 1 no, 2 wrong use or an error.\n";
+    "Exit status: 0 done, 1 no, 2 usage error or failure.\n";
 
 struct Verb {
     std::string_view name;
@@ -59,12 +59,12 @@ constexpr std::array verbs = {
 // The verbs that need the table of all settings.
 constexpr std::array<std::string_view, 3> table_verbs = {"check", "describe", "keys"};
 
-int wrong_use(const char* what, const char* word) {
-    std::fprintf(stderr, "nvram: %s%s (try 'nvram --help')\n", what, word);
+int usage_error(const char* word, const char* problem) {
+    std::fprintf(stderr, "nvram: %s: %s (try 'nvram --help')\n", word, problem);
     return nvram::status_error;
 }
 
-// Output that did not reach its reader is an error, whatever the verb had to say.
+// Output that could not be written is an error, whatever the verb returned.
 int finish(int status) {
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
     std::fprintf(stderr, "nvram: standard output: %s\n", std::strerror(errno));
@@ -75,27 +75,26 @@ int run_verb(std::string_view root, const nvram::Call& call) {
     for (const Verb& verb : verbs) {
         if (verb.name != call.verb) continue;
         if (call.words.size() < verb.fewest_words)
-            return wrong_use("something is missing after ", call.verb);
+            return usage_error(call.verb, "missing argument");
         if (call.words.size() > verb.most_words)
-            return wrong_use("too many words after ", call.verb);
+            return usage_error(call.verb, "too many arguments");
         if (call.show_secrets && verb.run != nvram::show_verb && verb.run != nvram::diff_verb)
-            return wrong_use("--show-secrets does not belong to ", call.verb);
+            return usage_error(call.verb, "does not take --show-secrets");
         if (call.json && verb.name != "check")
-            return wrong_use("--json does not belong to ", call.verb);
+            return usage_error(call.verb, "does not take --json");
         if (call.replace && verb.run != nvram::import_verb)
-            return wrong_use("--replace does not belong to ", call.verb);
+            return usage_error(call.verb, "does not take --replace");
         nvram::Store store(nvram::places_below(root));
         return finish(verb.run(store, call));
     }
     for (const std::string_view name : table_verbs)
-        if (name == call.verb) return wrong_use("this build leaves out ", call.verb);
-    return wrong_use("no such verb: ", call.verb);
+        if (name == call.verb) return usage_error(call.verb, "not included in this build");
+    return usage_error(call.verb, "unknown verb");
 }
 
 }  // namespace
 
-// Options stand before the verb or right behind it; after "--" or the first other word nothing is
-// one.
+// Options come before the verb or directly after it; "--" or the first other word ends them.
 int main(int argc, char** argv) {
     std::span<char* const> words(argv, static_cast<std::size_t>(argc));
     nvram::Call call;
@@ -117,7 +116,7 @@ int main(int argc, char** argv) {
             std::puts("nvram " RC_VERSION);
             return finish(nvram::status_done);
         } else if (word == "--root") {
-            if (words.size() < 2) return wrong_use("a folder is missing after ", words[0]);
+            if (words.size() < 2) return usage_error(words[0], "missing directory");
             words = words.subspan(1);
             root = words[0];
         } else if (word == "--show-secrets") {
@@ -127,10 +126,13 @@ int main(int argc, char** argv) {
         } else if (word == "--json") {
             call.json = true;
         } else {
-            return wrong_use("no such option: ", words[0]);
+            return usage_error(words[0], "unknown option");
         }
     }
-    if (verb == nullptr) return wrong_use("which verb?", "");
+    if (verb == nullptr) {
+        std::fputs("nvram: missing verb (try 'nvram --help')\n", stderr);
+        return nvram::status_error;
+    }
     call.verb = verb;
     call.words = words;
     return run_verb(root, call);

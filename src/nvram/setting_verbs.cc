@@ -13,13 +13,16 @@ int store_error(const Store& store, const Call& call) {
     const char* const path = store.failed_path().c_str();
     std::fprintf(stderr, "nvram: %s: ", call.verb);
     if (reason == ENOENT && store.failed_path() == store.places().working) {
-        std::fprintf(stderr, "there is no working copy %s: run 'nvram load' first\n", path);
+        std::fprintf(stderr, "%s: no working copy; run 'nvram load' first\n", path);
     } else if (reason == E2BIG || reason == EFBIG) {
-        std::fprintf(stderr, "%s: more than 1048576 bytes: unset what is not needed\n", path);
-    } else if (reason == EBADMSG) {
         std::fprintf(stderr,
-                     "%s.a and .b are damaged: run 'nvram default' for the factory settings\n",
+                     "%s: larger than the limit of 1048576 bytes; unset settings you do not need\n",
                      path);
+    } else if (reason == EBADMSG) {
+        std::fprintf(
+            stderr,
+            "%s.a, %s.b: both damaged; run 'nvram default' to restore the factory settings\n", path,
+            path);
     } else {
         std::fprintf(stderr, "%s: %s\n", path, std::strerror(reason));
     }
@@ -40,8 +43,9 @@ void print_entry(const char* prefix, const Entry& entry, bool show_secrets) {
 
 static bool check_key(const Call& call, std::string_view key) {
     if (valid_key(key)) return true;
-    std::fprintf(stderr, "nvram: %s: '%.*s' is no key: 1 to 127 of A-Z a-z 0-9 _ - .\n", call.verb,
-                 static_cast<int>(key.size()), key.data());
+    std::fprintf(stderr,
+                 "nvram: %s: '%.*s' is not a valid key; use 1 to 127 of A-Z a-z 0-9 _ - .\n",
+                 call.verb, static_cast<int>(key.size()), key.data());
     return false;
 }
 
@@ -67,7 +71,7 @@ int set_verb(Store& store, const Call& call) {
         const Entry entry{word.substr(0, equals), word.substr(equals + 1)};
         if (!check_key(call, entry.key)) return status_error;
         if (entry.value.size() > value_limit) {
-            std::fprintf(stderr, "nvram: set: value of %.*s is %zu bytes, the limit is 65536\n",
+            std::fprintf(stderr, "nvram: set: %.*s: value has %zu bytes; the limit is 65536\n",
                          static_cast<int>(equals), word.data(), entry.value.size());
             return status_error;
         }

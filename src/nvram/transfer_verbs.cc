@@ -1,4 +1,4 @@
-// nvram export, import and diff: settings in files that people keep, edit and compare.
+// nvram export, import and diff: settings in files that users keep, edit and compare.
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,7 +16,7 @@ static int file_error(const Call& call, const char* path) {
     return status_error;
 }
 
-// Names every bad line; true when there are none.
+// Prints a message for every bad line; true if there is no bad line.
 static bool report(const Call& call, const char* path, const std::vector<BadLine>& bad_lines) {
     for (const BadLine& line : bad_lines)
         std::fprintf(stderr, "nvram: %s: %s: line %u %s\n", call.verb, path, line.number,
@@ -33,8 +33,8 @@ int export_verb(Store& store, const Call& call) {
         std::fwrite(text.data(), 1, text.size(), stdout);
         return status_done;
     }
-    // Two exports to one file at once must not share a temporary file; the store's lock does not
-    // cover it.
+    // Two concurrent exports to one file must not share a temporary file; the store's lock does not
+    // cover exports.
     char number[24];
     std::snprintf(number, sizeof number, ".%ld.new", static_cast<long>(getpid()));
     const bool written = store.put_file(path + number, path, text, true);
@@ -52,7 +52,7 @@ int import_verb(Store& store, const Call& call) {
     std::vector<BadLine> bad_lines;
     const Image image(std::move(text), &bad_lines);
     if (!report(call, path, bad_lines)) {
-        std::fprintf(stderr, "nvram: import: nothing was changed\n");
+        std::fprintf(stderr, "nvram: import: %s: no setting was changed\n", path);
         return status_error;
     }
     const bool stored =
@@ -77,7 +77,7 @@ bool read_image_text(Store& store, const Call& call, std::string_view name, std:
         store_error(store, call);
         return false;
     }
-    // A generation's own file may be compared as well: its header is none of the settings.
+    // A generation's own file may be compared too: its header is not part of the settings.
     const Generation generation = decode(text);
     if (generation.number != 0) text.erase(0, text.size() - generation.image.size());
     return true;

@@ -17,13 +17,14 @@ inline constexpr int status_error = 2;
 // One call of the command.
 struct Call {
     const char* verb = "";
-    std::span<char* const> words;  // what follows the verb and its options
+    std::span<char* const> words;  // the words after the verb and its options
     bool show_secrets = false;
     bool replace = false;
     bool json = false;
 };
 
-// Each returns the command's status and has said on standard error why it is status_error.
+// Each returns the command's exit status; before status_error it prints the reason on standard
+// error.
 int get_verb(Store& store, const Call& call);
 int set_verb(Store& store, const Call& call);
 int unset_verb(Store& store, const Call& call);
@@ -38,14 +39,15 @@ int check_verb(Store& store, const Call& call);
 int describe_verb(Store& store, const Call& call);
 int keys_verb(Store& store, const Call& call);
 
-// Says what the store could not do, and the cure where there is one. Returns status_error.
+// Prints what the store could not do and, where there is a fix, the fix. Returns status_error.
 int store_error(const Store& store, const Call& call);
 
-// Reads a file, or one of the store's own images by its name; says why when it cannot be read.
+// Reads a file, or one of the store's own images by its name. False after a message with the
+// reason.
 bool read_image_text(Store& store, const Call& call, std::string_view name, std::string& text);
 
-// Prints one key=value line after a prefix such as "+ ", a secret's value as stars unless asked
-// for.
+// Prints one key=value line after a prefix such as "+ "; a secret's value as asterisks unless
+// show_secrets.
 void print_entry(const char* prefix, const Entry& entry, bool show_secrets);
 
 }  // namespace nvram

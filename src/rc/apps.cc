@@ -1,4 +1,5 @@
-// The two application tables: what a name on the command line starts, stops and creates.
+// The two application tables: the handlers that a name on the command line starts, stops and
+// creates with.
 
 #include "rc/apps.h"
 

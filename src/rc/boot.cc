@@ -12,8 +12,8 @@
 
 namespace {
 
-// A reset to factory settings replaces the working copy's file as a whole. The flag stays as the
-// factory image has it.
+// A reset to factory settings replaces the whole working copy, so the flag gets the factory image's
+// value.
 void apply_restore_default() {
     if (!nvram_value("restore_default").on()) return;
     SYSTEM("/bin/busybox cp %s %s", "/etc/default", "/tmp/nvram");
@@ -49,8 +49,8 @@ void start_router() {
         platform::run_shell("/usr/sbin/pppoe-relay -C br0 -S eth2.2&");
 }
 
-// The access point has no router's start script that would load the Ethernet driver and build the
-// bridge.
+// In access-point mode, the router's start script does not run, so the Ethernet driver is loaded
+// and the bridge is created here.
 void start_access_point() {
     const Setting name_server = nvram_text("ap_dns");
     if (!name_server.empty())

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Where the factory writes it.
+// The offset at which the factory writes the PIN.
 constexpr long pin_offset = 0x2FF70;
 constexpr long mac_offset = 0x2FFA0;
 constexpr long version_offset = 0x2FFAA;

@@ -8,15 +8,15 @@
 
 struct FactoryData {
     std::array<unsigned char, 6> base_mac;
-    std::string wps_pin;  // 8 digits, fewer when a zero byte ends them
+    std::string wps_pin;  // 8 digits, fewer if a zero byte ends them
     std::array<unsigned char, 2> version;
 };
 
-// Nothing when the partition cannot be opened or ends before the data.
+// nullopt if the partition cannot be opened or ends before the data.
 std::optional<FactoryData> read_factory_data(const char* partition);
 
-// The address in lower case with an amount added to its last number. Nothing is carried over: ff
-// plus one reads 100.
+// The address in lower case with an amount added to its last byte, without carry: ff plus one gives
+// 100.
 std::string mac_text(const std::array<unsigned char, 6>& mac, unsigned add);
 
 #endif

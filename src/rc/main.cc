@@ -1,4 +1,4 @@
-// The program rc: one run, then the end.
+// The program rc: one run.
 
 #include "rc/rc.h"
 

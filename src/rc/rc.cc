@@ -17,8 +17,8 @@ namespace {
 constexpr const char* wan_pid_file = "/var/run/my_pid_wan";
 constexpr const char* service_pid_file = "/var/run/my_pid_service";
 
-// rc may be called through another program (busybox rc ...): the command word is the one behind the
-// first argument that holds "rc". argc when there is none.
+// rc may be called through another program (busybox rc ...): the command word is the one after the
+// first argument that contains "rc". argc if there is none.
 int command_word(int argc, char** argv) {
     int word = 1;
     while (word < argc && std::string_view(argv[word - 1]).find("rc") == std::string_view::npos)
@@ -47,8 +47,8 @@ int run_wan(char** words) {
     return rc_usage();
 }
 
-// The action on an application, or on the whole list when name is null; what the first list does
-// not have is looked up among the services.
+// The action on an application, or on the whole list if name is null. A name that is not in the
+// list is looked up among the services.
 int run_application(const rc_app* list, const char* name, const char* action) {
     print("ap_name=%s action=%s\n", name ? name : "(null)", action);
     int result = rc_action(list, name, action);
@@ -69,7 +69,7 @@ int run_services(char** words) {
     replace_older_run(service_pid_file);
     if (!words[1] || words[2]) return rc_usage();
 
-    // Usage ends the run there and then, so the PID file stays.
+    // Printing the usage ends the run at once, so the PID file stays.
     if (run_application(rc_services, nullptr, words[1]) == usage_printed) return 0;
     platform::remove_file(service_pid_file);
     return 0;

@@ -7,16 +7,15 @@
 // One run of rc. Returns the exit status.
 int rc_main(int argc, char** argv);
 
-// Prints how rc is called. The run ends with the status that this returns, 0.
+// Prints rc's usage. The run ends with the status that this returns, 0.
 int rc_usage();
 
-// What rc_action returns when it has printed the usage, which ends the run.
+// Returned by rc_action after printing the usage, which ends the run.
 constexpr int usage_printed = 2;
 
-// Runs one action on the application of that name, or on every application of the list when name is
-// null. Returns 0 when done or when skipped because another run is at it, a negative number when a
-// handler failed, 1 when no entry of that name has the handler, usage_printed when there is no such
-// action.
+// Runs one action on the application of that name, or on every application of the list if name is
+// null. Returns 0 if done or skipped because another run uses it, a negative number if a handler
+// failed, 1 if no entry of that name has the handler, usage_printed if the action is unknown.
 int rc_action(const rc_app* list, const char* name, const char* action);
 
 // Each walks the list and calls its own handler. Results as for rc_action.

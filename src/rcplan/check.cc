@@ -49,7 +49,7 @@ int check_one(const std::string& path, bool update) {
         return status_done;
     }
     std::cout << "DIFFERS  " << path << ": " << stated.title << "\n"
-              << "('-' is expected and missing, '+' came unexpected)\n"
+              << "('-' expected but missing, '+' unexpected)\n"
               << difference;
     return status_differs;
 }

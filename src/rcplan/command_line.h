@@ -8,8 +8,8 @@ namespace CLI {
 class App;
 }
 
-// All verbs with their options; a verb that is parsed runs, and leaves its exit status. For those
-// who include <CLI/CLI.hpp>.
+// All verbs with their options; parsing runs the verb and stores its exit status. Callers include
+// <CLI/CLI.hpp>.
 std::unique_ptr<CLI::App> command_line(int& status);
 
 // Parses the words and runs the verb. Returns the exit status.

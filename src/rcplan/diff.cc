@@ -1,4 +1,4 @@
-// rcplan diff: what another settings file changes in effect, and which actions it calls for.
+// rcplan diff: the effect of changing the settings, and the actions that the change needs.
 
 #include <unistd.h>
 
@@ -14,14 +14,14 @@
 
 namespace {
 
-// The command's files, read.
+// The contents of the command's files.
 struct Files {
     Settings a;
     Settings b;
     std::optional<World> world;
 };
 
-// A line that is no setting would be taken for one that is missing.
+// A bad line is an error, because skipping it would look like a removed setting.
 std::optional<Settings> settings_of(const std::string& path) {
     const std::optional<std::string> text = read_file(path);
     if (!text) return std::nullopt;
@@ -44,7 +44,7 @@ std::optional<Files> read_files(const DiffOptions& options) {
     return files;
 }
 
-// Shown while it is worked on, for a terminal only.
+// Shown during the comparison, if standard error is a terminal.
 Progress progress_line() {
     if (isatty(STDERR_FILENO) != 1) return {};
     return [](size_t done, size_t all) {
@@ -60,9 +60,9 @@ Difference compare_runs(const Files& files, const std::vector<std::string>& word
     const World world = files.world.value_or(World{});
     const auto play = [&](const Settings& settings) {
         const Plan plan = make_plan(router_with(world, settings, words), words);
-        Played played = {.parts = {plan.after.transcript}, .asked = {}};
-        for (const Input& input : plan.after.asked)
-            if (input.kind == Input::Kind::Setting) played.asked.insert(input.name);
+        Played played = {.parts = {plan.after.transcript}, .settings_read = {}};
+        for (const Input& input : plan.after.inputs)
+            if (input.kind == Input::Kind::Setting) played.settings_read.insert(input.name);
         return played;
     };
     Difference difference = differences(files.a, files.b, play, progress_line()).front();
@@ -91,7 +91,7 @@ int diff_verb(const DiffOptions& options) {
     clear_progress_line();
     std::cout << settings << (options.json ? advice_json(advice) : advice_text(advice));
     if (!options.json && !files->world)
-        std::cout << "\nassumed of the router (state it otherwise with --world):\n"
+        std::cout << "\nassumed about the router (override with --world):\n"
                      "       it runs with A, and its Internet side is up\n";
     return differs(advice) ? status_differs : status_done;
 }

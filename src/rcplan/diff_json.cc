@@ -1,4 +1,4 @@
-// Differences as programs read them.
+// Differences as JSON.
 
 #include "rcplan/diff_json.h"
 #include "libnvram/secret.h"
@@ -96,7 +96,7 @@ Json action_object(const Restart& restart) {
     return object;
 }
 
-// A set of actions and what they add up to.
+// A set of actions with their totals.
 Json sum_object(const char* type, const std::vector<Restart>& restarts) {
     Totals sum;
     Json object;

@@ -1,4 +1,4 @@
-// Differences as people read them.
+// Differences as text.
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -47,7 +47,7 @@ class Writer {
     TimelineStyle style_;
     std::vector<long long> elapsed_a_;
     std::vector<long long> elapsed_b_;
-    std::set<size_t> told_;  // events of A
+    std::set<size_t> shown_;  // events of A
     std::string out_;
 
     const std::vector<Event>& events(bool of_b) const {
@@ -64,7 +64,7 @@ class Writer {
     void totals();
 };
 
-// The runs of rc that an event belongs to, as far as they have not been shown.
+// The runs of rc that an event belongs to, unless already shown.
 void Writer::enclosing_runs(bool of_b, size_t event) {
     std::vector<size_t> outer;
     int depth = events(of_b)[event].depth;
@@ -76,13 +76,13 @@ void Writer::enclosing_runs(bool of_b, size_t event) {
     for (auto run = outer.rbegin(); run != outer.rend(); ++run) context(of_b, *run);
 }
 
-// The first line of an event that both have, once; the last one of a print, if both have that.
+// The first line of an event that both have, shown once; of a print, the last line if both have it.
 void Writer::context(bool of_b, size_t event) {
     const auto found = std::ranges::find_if(difference_.shared, [&](const SharedEvent& both) {
         return event == (of_b ? both.b : both.a);
     });
-    if (found == difference_.shared.end() || told_.contains(found->a)) return;
-    told_.insert(found->a);
+    if (found == difference_.shared.end() || shown_.contains(found->a)) return;
+    shown_.insert(found->a);
     enclosing_runs(of_b, event);
     const std::vector<std::string> a = event_lines(events(false)[found->a]);
     const std::vector<std::string> b = event_lines(events(true)[found->b]);
@@ -91,7 +91,7 @@ void Writer::context(bool of_b, size_t event) {
     if (!print) line(' ', "", a.front());
 }
 
-// What stands in front of a change: the file whose lines differ, or the event before.
+// The context before a change: the file whose lines differ, or the preceding event.
 void Writer::place(const EffectChange& change) {
     if (change.within) {
         enclosing_runs(false, change.within->a);
@@ -126,7 +126,7 @@ void Writer::change(const EffectChange& change) {
 }
 
 void Writer::totals() {
-    // The newline is put by the line.
+    // coloured() adds the newline.
     const auto summary = [](const Transcript& transcript) {
         std::string text = transcript.summary();
         text.pop_back();
@@ -178,7 +178,7 @@ std::string restart_lines(const std::vector<Restart>& restarts) {
 
 std::string before_lines(const std::vector<StopBefore>& stops) {
     if (stops.empty()) return "";
-    std::string text = "\nto be run before the settings change, since afterwards it does less:\n";
+    std::string text = "\nrun before changing the settings, because afterwards it does less:\n";
     for (const StopBefore& stop : stops) {
         text += fmt::format("{:<20} because of {}:\n",
                             fmt::format("rc {}", fmt::join(stop.words, " ")), listed(stop.because));
@@ -205,17 +205,18 @@ std::string gentler(const Advice& advice) {
     if (advice.gentlest.empty()) return "";
     const Cost few = cost_of(advice.gentlest);
     const Cost many = cost_of(advice.fewest);
-    return fmt::format("\nor with {} commands instead of {}, and pauses of {} instead of {}:\n",
-                       few.commands, many.commands, in_seconds(few.microseconds),
-                       in_seconds(many.microseconds)) +
+    return fmt::format(
+               "\nalternative with {} commands instead of {}, and pauses of {} instead of {}:\n",
+               few.commands, many.commands, in_seconds(few.microseconds),
+               in_seconds(many.microseconds)) +
            restart_lines(advice.gentlest);
 }
 
 std::string boot_lines(const Advice& advice) {
     if (advice.at_boot.because.empty()) return "";
-    std::string text = "\nonly a boot does this:\n" + reason_line("rc init", advice.at_boot);
+    std::string text = "\nneeds a boot:\n" + reason_line("rc init", advice.at_boot);
     const std::vector<std::string> only = only_at_boot(advice);
-    if (!only.empty()) text += fmt::format("decides at boot only: {}\n", fmt::join(only, ", "));
+    if (!only.empty()) text += fmt::format("read only at boot: {}\n", fmt::join(only, ", "));
     return text;
 }
 
@@ -241,11 +242,11 @@ std::string difference_text(const Difference& difference, const std::vector<std:
 std::string advice_text(const Advice& advice) {
     std::string text = before_lines(advice.before);
     if (advice.fewest.empty())
-        text += "\nnothing needs to be run\n";
+        text += "\nno action is needed\n";
     else
-        text += "\nto be run, in this order:\n" + restart_lines(advice.fewest);
+        text += "\nrun, in this order:\n" + restart_lines(advice.fewest);
     text += gentler(advice) + boot_lines(advice);
     if (!advice.unused.empty())
-        text += fmt::format("\nno action uses it: {}\n", fmt::join(advice.unused, ", "));
+        text += fmt::format("\nused by no action: {}\n", fmt::join(advice.unused, ", "));
     return text;
 }

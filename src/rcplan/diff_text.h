@@ -1,4 +1,4 @@
-// What rcplan diff prints for people.
+// The text output of rcplan diff.
 #ifndef RC_RCPLAN_DIFF_TEXT_H
 #define RC_RCPLAN_DIFF_TEXT_H
 
@@ -12,12 +12,12 @@
 // The settings that differ, passwords and keys as asterisks.
 std::string settings_text(const std::vector<SettingChange>& changes, TimelineStyle style);
 
-// One run of rc with A and with B. In front of a line "-" or "+", and how long the pauses had taken
-// by then; unchanged lines only where they tell the place.
+// One run of rc with A and with B. Each line begins with "-" or "+" and the total of the pauses so
+// far; unchanged lines appear only as context.
 std::string difference_text(const Difference& difference, const std::vector<std::string>& words,
                             TimelineStyle style);
 
-// The actions to be run, in order, and what they do not reach.
+// The actions to be run, in order, and the settings that no action applies.
 std::string advice_text(const Advice& advice);
 
 #endif

@@ -11,7 +11,7 @@ std::optional<std::string> read_file(const std::string& path);
 // False after a message with the reason.
 bool write_file(const std::string& path, const std::string& text);
 
-// One message on standard error, for which the exit status is 2.
+// Prints one message on standard error; the caller exits with status 2.
 void complain(const std::string& what);
 
 #endif

@@ -1,4 +1,4 @@
-// Texts of a router in JSON objects (RFC 8259).
+// A router's texts in JSON objects (RFC 8259).
 
 #include "rcplan/json.h"
 

@@ -1,5 +1,5 @@
-// Texts of a router in JSON objects (RFC 8259). They are bytes: those that are no UTF-8 come as
-// U+FFFD, and the whole text once more in hexadecimal digits.
+// A router's texts in JSON objects (RFC 8259). Texts are bytes: invalid UTF-8 is written as U+FFFD,
+// and the whole text is added in hexadecimal digits.
 #ifndef RC_RCPLAN_JSON_H
 #define RC_RCPLAN_JSON_H
 
@@ -11,11 +11,11 @@
 
 using Json = nlohmann::ordered_json;
 
-// The object on a line of its own.
+// The object on one line, with a newline.
 std::string json_line(const Json& object);
-// Under this name, and under "<name>_hex" as far as needed.
+// Adds the text under this name and, if it is not valid UTF-8, under "<name>_hex".
 void put_text(Json& object, const char* name, const std::string& text);
-// What a line comes from, one object each.
+// The influences on a line, one object each.
 Json influences(const std::vector<Influence>& list);
 
 #endif

@@ -1,4 +1,4 @@
-// The router that options state, and colours.
+// Options that rcplan's verbs share: the router, and colours.
 
 #include "rcplan/options.h"
 
@@ -18,7 +18,7 @@ bool take_set(const std::string& text, Settings& settings) {
         settings[assignment->first] = assignment->second;
         return true;
     }
-    complain("--set " + text + ": a setting is written KEY=VALUE");
+    complain("--set " + text + ": not a setting; write KEY=VALUE");
     return false;
 }
 

@@ -1,4 +1,4 @@
-// What rcplan's verbs share: the router that options state, and colours.
+// Options that rcplan's verbs share: the router, and colours.
 #ifndef RC_RCPLAN_OPTIONS_H
 #define RC_RCPLAN_OPTIONS_H
 
@@ -16,7 +16,7 @@ struct RouterOptions {
     std::string world_file;
 };
 
-// What the options state; nullopt after a message with the reason.
+// The settings or router given by the options; nullopt after a message with the reason.
 std::optional<Settings> stated_settings(const RouterOptions& options);
 std::optional<World> stated_router(const RouterOptions& options,
                                    const std::vector<std::string>& words);
@@ -24,7 +24,7 @@ std::optional<World> stated_router(const RouterOptions& options,
 // A world file; nullopt after a message with the reason.
 std::optional<World> read_world(const std::string& path);
 
-// The words of a call of rc, argv[0] put first.
+// The words of a call of rc, with argv[0] first.
 std::vector<std::string> rc_words(const std::vector<std::string>& words);
 
 // Whether to colour the output, for a choice of auto, always or never. auto colours for a terminal

@@ -1,5 +1,5 @@
 // rcplan packet: what the firewall does with a packet, which rule decides, and the settings behind
-// it.
+// that rule.
 
 #include <iostream>
 
@@ -14,15 +14,17 @@ namespace {
 constexpr int status_accepted = 0;
 constexpr int status_dropped = 1;
 
-// The router that the rules are made on.
+// The router whose rules are used.
 std::optional<World> router_of(const PacketVerbOptions& options,
                                const std::vector<std::string>& words) {
     std::optional<World> router = stated_router(options.router, words);
     if (!router || options.wan_address.empty()) return router;
     const std::string wan_if = networks_of(*router).wan_if;
     if (!read_address(options.wan_address) || wan_if.empty()) {
-        complain(wan_if.empty() ? "the settings name no interface of the WAN (wan_ifname)"
-                                : "--wan-address takes an address such as 203.0.113.7");
+        complain("--wan-address " + options.wan_address + ": " +
+                 (wan_if.empty()
+                      ? "the settings name no WAN interface; set wan_ifname"
+                      : "not an IPv4 address; expected four numbers, such as 203.0.113.7"));
         return std::nullopt;
     }
     router->interfaces[wan_if].address = options.wan_address;

@@ -1,4 +1,4 @@
-// Walks as programs read them.
+// A packet's walk as JSON.
 
 #include "rcplan/packet_json.h"
 

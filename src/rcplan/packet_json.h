@@ -1,4 +1,4 @@
-// A packet's walk as JSON for programs.
+// A packet's walk as JSON.
 #ifndef RC_RCPLAN_PACKET_JSON_H
 #define RC_RCPLAN_PACKET_JSON_H
 

@@ -1,4 +1,5 @@
-// Writes walks: the chains with the rules that matched, what decided, and the settings behind it.
+// A packet's walk as text: the chains with the rules that matched, the rule that decided, and the
+// settings behind it.
 
 #include "rcplan/packet_report.h"
 
@@ -19,7 +20,7 @@ std::string packet_line(const Packet& packet) {
     if (packet.in.empty())
         line += ", from the router itself";
     else
-        line += ", in by " + packet.in;
+        line += ", in on " + packet.in;
     line += fmt::format(", {}", state_name(packet.state));
     if (packet.tcp_flags) line += ", " + tcp_flags_text(*packet.tcp_flags);
     if (packet.icmp_type) line += ", " + icmp_type_text(*packet.icmp_type);
@@ -38,7 +39,7 @@ std::string rule_lines(const Plan& plan, const WalkStep& step) {
     return text;
 }
 
-// A chain in which nothing matches stays on the line that leads there.
+// A chain in which no rule matches is noted on the line of the jump.
 std::string steps_text(const PacketReport& report) {
     const std::vector<WalkStep>& steps = report.walk.steps;
     std::string text;
@@ -55,7 +56,7 @@ std::string steps_text(const PacketReport& report) {
         } else if (step.depth == 0) {
             text += fmt::format("{} {}\n", step.table, step.chain);
         } else if (is_last && text.ends_with('\n')) {
-            text.insert(text.size() - 1, ": nothing matches there");
+            text.insert(text.size() - 1, ": no rule matches");
         } else {
             text += fmt::format("{}{}\n", indent, step.chain);
         }
@@ -70,7 +71,7 @@ std::string reasons(const PacketReport& report, const Origin& origin) {
     return text;
 }
 
-// The script's line behind a decision, and what that comes from.
+// The script's line behind a decision, and the settings behind that line.
 std::string decision_lines(const PacketReport& report, const char* title,
                            const std::optional<Decision>& decision) {
     if (!decision || !decision->origin) return "";
@@ -82,7 +83,7 @@ std::string decision_lines(const PacketReport& report, const char* title,
     return text;
 }
 
-// What iptables does not take is worth a look; chains that were not there yet are not.
+// Refused lines are shown, except deletions of chains that do not exist yet.
 bool is_notable(const Netfilter::Refused& line) {
     return line.unread || !contains(line.line, " -X ");
 }

@@ -1,4 +1,4 @@
-// A packet's walk for people.
+// A packet's walk as text.
 #ifndef RC_RCPLAN_PACKET_REPORT_H
 #define RC_RCPLAN_PACKET_REPORT_H
 
@@ -8,9 +8,9 @@
 #include "plan/router/plan.h"
 #include "plan/trace/influence.h"
 
-// A line of the transcript: the file that it stands in, and where there.
+// A line of the transcript: its file and line number there.
 struct Place {
-    std::string file;  // empty: it was run directly
+    std::string file;  // empty: a command that rc ran directly
     size_t line = 0;
     std::string text;
 };
@@ -21,13 +21,13 @@ struct PacketReport {
     const Plan& plan;
     const Netfilter& tables;
     const Provenance& provenance;
-    // The packet as it came, and what was taken for granted of it.
+    // The packet on arrival, and what was assumed about it.
     Packet packet;
     std::vector<std::string> assumptions;
     Walk walk;
 };
 
-// What was taken for granted of the packet, and then on its way.
+// The assumptions about the packet, then those made during its walk.
 std::vector<std::string> all_assumptions(const PacketReport& report);
 
 std::string packet_text(const PacketReport& report);

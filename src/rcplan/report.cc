@@ -1,4 +1,4 @@
-// rcplan report: a call of rc as a page.
+// rcplan report: a call of rc as an HTML page.
 
 #include <iostream>
 #include <memory>

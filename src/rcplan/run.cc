@@ -13,14 +13,14 @@
 
 namespace {
 
-// Writes the produced files below a folder. A path with ".." could leave it, so it is not written.
+// Writes the produced files below a folder. A path with ".." could lead outside, so it is skipped.
 bool write_files(const Plan& plan, const std::filesystem::path& folder) {
     size_t written = 0;
     for (const std::string& path : produced_files(plan)) {
         const std::filesystem::path place =
             (folder / path.substr(path.find_first_not_of('/'))).lexically_normal();
         if (!path.starts_with('/') || path.find("..") != std::string::npos) {
-            complain("'" + path + "' is not written: it might leave " + folder.string());
+            complain("'" + path + "': not written; \"..\" could lead outside " + folder.string());
             continue;
         }
         std::error_code failure;
@@ -28,11 +28,11 @@ bool write_files(const Plan& plan, const std::filesystem::path& folder) {
         if (!write_file(place.string(), *plan.after.world.get(path))) return false;
         written++;
     }
-    std::cerr << "rcplan: " << written << " files below " << folder.string() << "\n";
+    std::cerr << "rcplan: " << written << " files written below " << folder.string() << "\n";
     return true;
 }
 
-// A case file with this router above and this transcript below, its title still to be written.
+// A case file of this router and this transcript; its title is left for the user to write.
 std::string case_text(const Plan& plan, const RouterOptions& options) {
     std::string text = "# \ncommand ";
     for (const std::string& word : plan.words) {
@@ -49,12 +49,12 @@ std::string case_text(const Plan& plan, const RouterOptions& options) {
 }
 
 Provenance traced(const Plan& plan) {
-    const bool told = isatty(STDERR_FILENO) == 1;
+    const bool show_progress = isatty(STDERR_FILENO) == 1;
     const auto progress = [](size_t done, size_t all) {
         std::cerr << "\rtracing: " << done << " of " << all << " inputs" << std::flush;
     };
-    Provenance provenance = trace(plan, told ? Progress(progress) : Progress());
-    if (told) std::cerr << "\r\033[K";
+    Provenance provenance = trace(plan, show_progress ? Progress(progress) : Progress());
+    if (show_progress) std::cerr << "\r\033[K";
     return provenance;
 }
 

@@ -1,4 +1,4 @@
-// rcplan sinks: where the texts of settings end up; and the tables of it that nvram is built with.
+// rcplan sinks: where setting values end up, as text and as the tables that nvram is built with.
 
 #include <fmt/format.h>
 
@@ -35,7 +35,7 @@ const char* quoting_name(nvram::Quoting quoting) {
 const char* quoting_words(nvram::Quoting quoting) {
     switch (quoting) {
         case nvram::Quoting::Bare:
-            return "a word of a shell line";
+            return "unquoted in a shell line";
         case nvram::Quoting::DoubleQuoted:
             return "in double quotes";
         case nvram::Quoting::SingleQuoted:
@@ -48,7 +48,7 @@ const char* quoting_words(nvram::Quoting quoting) {
     return "";
 }
 
-// As a C++ literal. A hexadecimal escape would go on into a following digit, so octal ones stand.
+// As a C++ literal. A hexadecimal escape would include a following digit, so escapes are octal.
 std::string literal(const std::string& text) {
     std::string out = "\"";
     for (const char c : text) {
@@ -91,11 +91,12 @@ void print_sink_table(const std::vector<FoundSink>& sinks) {
 
 void print_use_table(const SinkSearch& search) {
     std::cout << fmt::format(renewed, "sinks --table uses");
-    // Groups run applications of the tables; cases call rc by words that are none.
+    // Only the table's actions count: groups run them under their names, and cases call rc with
+    // words that are no action.
     std::set<std::string> names;
     for (const std::vector<std::string>& words : all_actions()) names.insert(words[1]);
     for (const auto& [key, callers] : search.uses()) {
-        // rc makes some names of numbers in other settings.
+        // rc composes some keys from numbers in other settings.
         if (!nvram::find_known(key)) continue;
         std::vector<std::string> actions;
         std::ranges::set_intersection(callers, names, std::back_inserter(actions));

@@ -1,4 +1,4 @@
-// Plans as people read them.
+// Plans as text.
 
 #include "rcplan/timeline.h"
 
@@ -53,39 +53,39 @@ void Writer::line(const std::string& left, const std::string& text, const char* 
         out_ += fmt::format("{:>8}  {}\n", left, text);
 }
 
-// What decides whether an event happens at all is told once, at the event.
+// The conditions for an event are shown once, at the event, not at each of its lines.
 void Writer::why(const Origin& origin, int depth) {
     if (!provenance_) return;
     const std::vector<Influence>& head = provenance_->of({.event = origin.event, .line = 0});
     std::string list;
     for (const Influence& influence : provenance_->of(origin)) {
-        const bool told =
+        const bool at_event =
             origin.line > 0 && std::ranges::any_of(head, [&](const Influence& other) {
                 return other.decides == influence.decides && other.input == influence.input;
             });
-        if (!told) list += (list.empty() ? "" : "; ") + influence.text();
+        if (!at_event) list += (list.empty() ? "" : "; ") + influence.text();
     }
     if (list.empty()) return;
     line("", fmt::format("{:{}}     <- {}", "", depth * 4, list), style_.colour ? dim : "");
 }
 
 void Writer::event(size_t index, const std::string& left) {
-    const Event& told = plan_.after.transcript.events()[index];
-    const std::vector<std::string> lines = event_lines(told);
-    const char* colour = colour_of(told.verb);
-    // A print has no line of its own, only what it prints. Rows of hexadecimal digits are no lines.
-    const size_t first = told.verb == "print" ? 1 : 0;
-    const bool is_binary = told.body.find('\0') != std::string::npos;
+    const Event& event = plan_.after.transcript.events()[index];
+    const std::vector<std::string> lines = event_lines(event);
+    const char* colour = colour_of(event.verb);
+    // A print has no heading line, only its output. Rows of hexadecimal digits are not lines.
+    const size_t first = event.verb == "print" ? 1 : 0;
+    const bool is_binary = event.body.find('\0') != std::string::npos;
     for (size_t i = 0; i < lines.size(); i++) {
         line(i == 0 ? left : "", lines[i], i == 0 ? colour : "");
-        if (i == 0 || !is_binary) why({.event = index, .line = i + first}, told.depth);
+        if (i == 0 || !is_binary) why({.event = index, .line = i + first}, event.depth);
     }
 }
 
 void Writer::assumed() {
-    const std::vector<Influence> facts = provenance_ ? provenance_->assumed() : asked_facts(plan_);
+    const std::vector<Influence> facts = provenance_ ? provenance_->assumed() : facts_read(plan_);
     if (facts.empty()) return;
-    out_ += "assumed of the router (state it otherwise with --world):\n";
+    out_ += "assumed about the router (override with --world):\n";
     for (const Influence& fact : facts) out_ += "       " + fact.text() + "\n";
 }
 

@@ -1,4 +1,4 @@
-// A plan for people.
+// A plan as text.
 #ifndef RC_RCPLAN_TIMELINE_H
 #define RC_RCPLAN_TIMELINE_H
 
@@ -11,9 +11,9 @@ struct TimelineStyle {
     bool colour = false;
 };
 
-// The time-line: on the left how long the pauses took so far, then the transcript; with a
-// provenance, behind each line what it comes from; a summary at the end, and what was assumed of
-// the router.
+// The timeline: in the left column the total of the pauses so far, then the transcript; with a
+// provenance, the influences below each line; at the end a summary and the assumptions about the
+// router.
 std::string timeline(const Plan& plan, const Provenance* provenance, TimelineStyle style);
 
 #endif

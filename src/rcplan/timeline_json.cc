@@ -1,4 +1,4 @@
-// Plans as programs read them: JSON, one object a line (RFC 8259).
+// Plans as JSON, one object per line (RFC 8259).
 
 #include "rcplan/timeline_json.h"
 
@@ -40,6 +40,6 @@ std::string json_lines(const Plan& plan, const Provenance* provenance) {
     total["files_written"] = totals.files;
     total["settings_stored"] = totals.settings;
     total["pauses_us"] = totals.microseconds;
-    total["assumed"] = influences(provenance ? provenance->assumed() : asked_facts(plan));
+    total["assumed"] = influences(provenance ? provenance->assumed() : facts_read(plan));
     return out + json_line(total);
 }

@@ -1,5 +1,5 @@
-// rcplan's verbs, a file each: the options that each takes, and the function that carries it out
-// and returns the exit status.
+// rcplan's verbs, one file each: the verb's options, and the function that runs it and returns the
+// exit status.
 #ifndef RC_RCPLAN_VERBS_H
 #define RC_RCPLAN_VERBS_H
 

@@ -1,4 +1,5 @@
-// The crontab: daily jobs, log mail, and the edges of all schedules. Writes /var/crontab.
+// The crontab: daily jobs, log mail, and the starts and ends of all schedules' periods. Writes
+// /var/crontab.
 
 #include "core/command.h"
 #include "core/nvram.h"
@@ -29,7 +30,7 @@ void write_wan_jobs(File& crontab) {
     crontab.print("TZ=%s\n\n", nvram_text("time_zone").text());
     crontab.print("0 12 * * * root /usr/sbin/rc ddns start\n");
     crontab.print("30 12 * * * root /usr/sbin/rc ntp restart\n");
-    // pppd looks after its links itself. Nothing answers to check_conn at present.
+    // pppd supervises its links itself. At present no program implements check_conn.
     if (!nvram_text("wan_mode").view().starts_with('p'))
         crontab.print("0-59 * * * * root /usr/sbin/rc check_conn start\n");
     write_schedules("firewall", nvram_text("fw_schedule"), crontab);
@@ -52,17 +53,17 @@ void create_schedule(const char* app, std::string_view record, File& crontab) {
     const char* at_start = !wlan ? "start" : off_all_day ? "stop" : "restart";
     crontab.print("%s root /usr/sbin/rc %s %s\n", day.c_str(), app, at_start);
 
-    // cron knows no hour 24; the firewall's line keeps it and so never runs.
+    // cron has no hour 24; the firewall's line keeps it and so never runs.
     const bool end_of_day = wlan && period->end_hour == 24;
     crontab.print("%d %d * * ", end_of_day ? 59 : period->end_minute,
                   end_of_day ? 23 : period->end_hour);
-    // At the end of a period the firewall is made anew, too, and then looks at its schedule.
+    // At the end of a period the firewall is started again too, and then evaluates its schedule.
     crontab.print("%s root /usr/sbin/rc %s %s\n", day.c_str(), app,
                   name == "firewall" ? "start" : "stop");
 }
 
 int create_crontab() {
-    // The copy is overwritten at once; the order is the system's.
+    // The copy is overwritten at once; the order is part of rc's behaviour.
     SYSTEM("/bin/cp /etc/crontab /var/crontab");
     File crontab = open_file("/var/crontab", "w");
     if (!crontab) return 0;

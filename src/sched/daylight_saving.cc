@@ -11,7 +11,7 @@
 
 namespace {
 
-// Indexed as the formula counts months: March is 3, the next year's January and February 13 and 14.
+// Indexed by the formula's months: March is 3, the next year's January and February are 13 and 14.
 constexpr int month_days[] = {0, 0, 0, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31, 31, 28};
 
 constexpr int last_week = 4;
@@ -29,14 +29,14 @@ int weekday_of(int days) {
 const int32_t* find_rule(std::string_view zone_key) {
     for (const TimeZone& zone : aTimeZoneTable) {
         if (zone_key != zone.key) continue;
-        // no_dst is no rule's number.
+        // No rule has the number no_dst.
         for (const auto& rule : aDstTable)
             if (rule[dst_rule] == zone.rule) return rule;
     }
     return nullptr;
 }
 
-// The moment of one edge in a year; nothing when its week is none.
+// The moment at which summer time starts or ends in a year; nullopt if the week is invalid.
 std::optional<tm> edge_point(const int32_t* edge, int year) {
     const int week = edge[edge_week];
     if (week < 1 || week > last_week) return std::nullopt;
@@ -71,11 +71,11 @@ int dst_day_of_month(int year, int month, int weekday, int week, int last) {
     if (last == 0) {
         const int first_weekday = weekday_of(first);
         debug_show("1st day of %d-%d : %d\n\n", month, in_century, first_weekday);
-        const int behind = weekday < first_weekday ? 1 : -6;
-        return weekday - first_weekday + 7 * week + behind;
+        const int offset = weekday < first_weekday ? 1 : -6;
+        return weekday - first_weekday + 7 * week + offset;
     }
     int days = month_days[month];
-    // The leap year is looked for a century later, which only 2000 notices.
+    // The leap year is computed a century too late, which matters only for 2000.
     if (month == 14 && leap_year(year + 2000 + 1)) days++;
     const int last_weekday = weekday_of(first + days - 1);
     debug_show("%dst day of %d-%d : %d\n\n", days, month, in_century, last_weekday);

@@ -1,4 +1,4 @@
-// Weekly periods, as the schedules' records hold them.
+// Weekly periods: the records of schedules.
 #ifndef RC_SCHED_PERIODS_H
 #define RC_SCHED_PERIODS_H
 
@@ -15,10 +15,10 @@ struct SchedulePeriod {
     int end_minute;
 };
 
-// Nothing when the record does not read whole. The text must live as long as the result.
+// nullopt if the record is incomplete or invalid. The text must live as long as the result.
 std::optional<SchedulePeriod> parse_period(std::string_view record);
 
-// Takes the next record off a list; records end at a byte below 2.
+// Consumes one record, terminated by \x01 or the end of the list.
 std::string_view take_record(std::string_view& list);
 
 #endif

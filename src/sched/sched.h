@@ -9,21 +9,21 @@
 
 // daylight_saving.cc
 
-// 1 when daylight saving is in force now in the zone of "fw_time_zone", else 0.
+// 1 if daylight saving is in force now in the zone of "fw_time_zone", else 0.
 int daylight_saving_new();
 
-// The minutes of an offset text (zone_offset.h). 0 with a message when it has no sign.
+// The minutes of an offset text (time_zones.h). 0 with a message if it has no sign.
 int time_adjust_new(const char* offset);
 
 // The day of the month of the week-th, or with the last flag the last, weekday (1: Monday) of a
-// month (1: January). The year counts from 1900. Right for 2000 (from March) to 2099.
+// month (1: January). The year counts from 1900. Correct from March 2000 to 2099.
 int dst_day_of_month(int year, int month, int weekday, int week, int last);
 
 // schedule.cc
 
 // 1 while a period of the firewall's schedules is open, else 0.
 int check_sche();
-// Leaves that answer in /tmp/cron_schedule. Always 0.
+// Writes that result to /tmp/cron_schedule. Always 0.
 int start_schedule();
 // The first character of /tmp/cron_schedule, '\0' when there is none.
 char schedule_character();

@@ -25,7 +25,7 @@ std::optional<Minutes> period_of(std::string_view list, int weekday) {
     return std::nullopt;
 }
 
-// The first list serves the part of a period after midnight, on the record's own day.
+// The first list is for the part of a period after midnight, on the record's own day.
 bool open_in_first(std::string_view list, int weekday, int minute) {
     const std::optional<Minutes> period = period_of(list, weekday);
     if (!period) return false;
@@ -33,7 +33,7 @@ bool open_in_first(std::string_view list, int weekday, int minute) {
     return minute < period->end;
 }
 
-// The second list serves the part before midnight.
+// The second list is for the part before midnight.
 bool open_in_second(std::string_view list, int weekday, int minute) {
     const std::optional<Minutes> period = period_of(list, weekday);
     if (!period) return false;

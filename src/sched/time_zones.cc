@@ -2,7 +2,7 @@
 
 #include "sched/time_zones.h"
 
-// Searched in order. The labels stand in web pages, so they are escaped for HTML.
+// Searched in order. The labels are shown in web pages, so they are escaped for HTML.
 const TimeZone aTimeZoneTable[time_zone_count] = {
     {"(GMT-12:00) International Date Line West", "-12", no_dst},
     {"(GMT-11:00) Midway Island, Samoa", "-11", no_dst},
@@ -81,8 +81,9 @@ const TimeZone aTimeZoneTable[time_zone_count] = {
     {"(GMT+13:00) Nuku'alofa", "+13", no_dst},
 };
 
-// Rule; then start and end: week (4: the last one), weekday (1: Monday), month, hour, minute. A
-// start later in the year than its end is a summer south of the equator, which spans the new year.
+// Rule; then start and end: week (4: the last one), weekday (1: Monday), month, hour, minute. If
+// the start is later in the year than the end, summer time spans the new year (southern
+// hemisphere).
 const int32_t aDstTable[dst_rule_count][11] = {
     {0, 4, 7, 10, 2, 0, 4, 7, 3, 3, 0},      {1, 4, 7, 10, 2, 0, 4, 7, 3, 3, 0},
     {2, 4, 7, 3, 2, 0, 4, 7, 10, 3, 0},      {3, 1, 7, 11, 0, 0, 4, 7, 2, 0, 0},

@@ -18,7 +18,7 @@ constexpr size_t time_zone_count = 75;
 extern const TimeZone aTimeZoneTable[time_zone_count];
 
 constexpr size_t dst_rule_count = 17;
-// Columns of a rule; those of the end follow those of the start.
+// Columns of a rule; the columns of the end follow those of the start.
 enum DstColumn { dst_rule, dst_start, dst_end = 6 };
 enum DstEdgeColumn { edge_week, edge_weekday, edge_month, edge_hour, edge_minute };
 extern const int32_t aDstTable[dst_rule_count][11];

@@ -1,4 +1,4 @@
-// What an offset text stands for.
+// The minutes of an offset text.
 
 #include "sched/zone_offset.h"
 
@@ -6,8 +6,8 @@
 
 namespace {
 
-// Minutes that the word behind an offset adds. A number only tells zones with the same offset
-// apart.
+// Minutes that the word after an offset adds. A number only distinguishes zones with the same
+// offset.
 struct ZoneSuffix {
     const char* word;
     int minutes;
@@ -16,7 +16,7 @@ constexpr ZoneSuffix zone_suffixes[] = {
     {"a", 30}, {"b", 45}, {"a1", 30}, {"a2", 30}, {"b1", 30}, {"b2", 30},
 };
 
-// An offset's hours and minutes have no more characters than this.
+// The maximum length of an offset's hours and minutes.
 constexpr size_t offset_limit = 7;
 
 int suffix_minutes(std::string_view suffix) {

@@ -16,7 +16,7 @@ int mk_bpa_conf() {
     return 0;
 }
 
-// "bpa_login" is left as it is, also when it says that a login is in force.
+// "bpa_login" is left unchanged, even if it says that a login is in force.
 int start_bpa(int) {
     mac_spoofing();
     platform::sleep_seconds(1);

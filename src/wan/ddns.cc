@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* client = "/usr/sbin/ez-ipupdate";
 
-// The client's status numbers after which it is not to try again.
+// True if the client's last status is one after which it must not try again.
 bool client_gave_up() {
     File log = open_file("/tmp/ddns_update.log", "r");
     if (!log) return false;
@@ -29,7 +29,7 @@ int start_ddns_update() {
     if (nvram_text("ddns_enable").off()) return 0;
     if (client_gave_up()) return 0;
 
-    // The cache holds what was registered with the other provider.
+    // The cache contains the registration with the other provider.
     if (!old_provider.empty() && !old_provider.is(provider.view()))
         platform::run_shell("/bin/rm -f /tmp/ddns.cache");
 

@@ -32,8 +32,8 @@ int start_ip() {
 
     SYSTEM("/bin/cp /proc/uptime /tmp/wan_uptime");
     SYSTEM("/usr/sbin/rc dhcpd create");
-    // The redirection behind the "&" belongs to an empty command: the services' messages still
-    // show.
+    // The redirection after the "&" belongs to an empty command, so the services' messages are
+    // still shown.
     SYSTEM("/usr/sbin/rc service restart & >/dev/null 2>&1");
     SYSTEM("/usr/bin/killall -SIGUSR2 udhcpd");
     return 0;

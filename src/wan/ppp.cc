@@ -11,8 +11,8 @@
 
 namespace {
 
-// pppd runs /tmp/ppp/ip-up once the link is up; on a link that dials on demand it is another
-// script.
+// The script that pppd runs as /tmp/ppp/ip-up once the link is up; a link that dials on demand has
+// another script.
 
 std::string pppoe_idle() {
     const int minutes = nvram_value("pppoe_idle").number();
@@ -64,7 +64,7 @@ void run_pptp() {
     const std::string idle = tunnel_idle(nvram_text("pptp_dod"), nvram_text("pptp_idle").number());
     const Setting id = nvram_text("pptp_id");
     const std::string phone = id.empty() ? "" : format("--phone %s", id.text());
-    // A tunnel has no local address of its own; the option's place stays.
+    // A tunnel has no local address, but the option's place in the line stays.
     const char* local_address = "";
 
     SYSTEM_collapsed(format(

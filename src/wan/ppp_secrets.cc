@@ -1,4 +1,4 @@
-// Accounts of PPP links: escaping, and the files of the L2TP client. Writes /tmp/ppp/pap-secrets,
+// PPP accounts: escaping, and the files of the L2TP client. Writes /tmp/ppp/pap-secrets,
 // /tmp/ppp/chap-secrets and /tmp/l2tp/l2tpd.conf.
 
 #include "wan/ppp_secrets.h"

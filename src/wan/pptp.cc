@@ -1,8 +1,8 @@
 // WAN mode "pptp": first an address on the physical port, then pppd over pptp. Writes
 // /etc/resolv.conf, /tmp/pptp_domain and /tmp/gw_route; runs ifconfig, route, udhcpc and pppd.
 //
-// With an address by DHCP a start only goes one step: it starts udhcpc, or asks it to renew, or
-// dials. The client's event script starts the WAN again.
+// With an address by DHCP each start does only one step: it starts udhcpc, or makes it renew its
+// lease, or dials. The client's event script starts the WAN again.
 
 #include <arpa/inet.h>
 #include <string.h>
@@ -37,7 +37,7 @@ void set_fixed_address(const Setting& port, const Setting& address) {
     SYSTEM("/bin/echo \"nameserver %s\" > /etc/resolv.conf", nvram_text("pptp_wan_dns1").text());
 }
 
-// Whether the port has a leased address and a way out; if not, the step towards it has been taken.
+// Whether the port has a leased address and a gateway; if not, takes the next step towards them.
 bool leased_address_ready(const Setting& port, const std::optional<std::string>& address) {
     platform::set_environment("SERVER", nvram_text("pptp_server").text());
     std::optional<std::string> processes;
@@ -55,7 +55,7 @@ bool leased_address_ready(const Setting& port, const std::optional<std::string>&
     return true;
 }
 
-// Replaces the server's setting by the address of its name; by nothing when it has none.
+// Sets the server's setting to the address of its name, or to the empty text if there is none.
 bool resolve_server() {
     SYSTEM("/bin/cp /proc/uptime /tmp/pptp_domain");
     std::string address;
@@ -87,7 +87,7 @@ bool hostnametoip(std::string& dst, const char* name) {
 }
 
 int have_gw() {
-    // Written in the background and read at once: a table not yet there counts as no gateway.
+    // Written in the background and read at once: a missing table counts as no gateway.
     platform::run_shell("/sbin/route -n > /tmp/gw_route&");
     const bool found = dump_shows_gateway();
     platform::remove_file(route_dump);

@@ -1,4 +1,4 @@
-// The WAN dispatcher. Writes /var/run/my_pid; stops with killall what the process list shows.
+// The WAN dispatcher. Writes /var/run/my_pid; stops clients in the process list with killall.
 
 #include "wan/wan.h"
 
@@ -19,12 +19,12 @@ namespace {
 constexpr const char* start_pid_file = "/var/run/my_pid";
 constexpr const char* wan_pid_file = "/var/run/my_pid_wan";
 
-// When a mode ends a pppd that still runs: before or after "wan_ifname" is set.
+// When a mode terminates a pppd that still runs: before or after "wan_ifname" is set.
 enum class EndPppd { No, Before, After };
 
 struct WanMode {
     const char* name;
-    const char* announcement;  // null: the mode says nothing
+    const char* announcement;  // null: the mode prints nothing
     EndPppd end_pppd;
     const char* ifname;  // null: the physical port carries the traffic itself
     int (*start)(int flag);
@@ -88,7 +88,7 @@ void start_mode(const WanMode& mode, int flag) {
     mode.start(flag);
 }
 
-// Every text is looked for in the whole list, so another word that holds it counts too.
+// Each name is searched for in the whole list, so a longer word that contains it matches too.
 void stop_clients(std::string_view processes, bool dials_on_demand) {
     if (contains(processes, "bpalogin")) {
         SYSTEM("/usr/bin/killall -SIGTERM bpalogin");
@@ -113,7 +113,7 @@ void stop_clients(std::string_view processes, bool dials_on_demand) {
             SYSTEM("/usr/bin/killall -1 pppd >/dev/null 2>&1");
     }
     if (contains(processes, "pptp")) SYSTEM("/usr/bin/killall pptp");
-    // No such command, so l2tpd keeps running: the next L2TP start ends it.
+    // There is no such command, so l2tpd keeps running until the next L2TP start terminates it.
     if (contains(processes, "l2tpd")) SYSTEM("/usr/bin/killall-9 l2tpd");
 }
 

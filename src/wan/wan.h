@@ -1,5 +1,5 @@
 // The Internet side: the dispatcher, one file per connection mode, and the services of the WAN.
-// Handlers return 0, or a negative number when they could not do their work.
+// Handlers return 0, or a negative number if they could not do their work.
 #ifndef RC_WAN_WAN_H
 #define RC_WAN_WAN_H
 
@@ -8,8 +8,8 @@
 
 #include "core/nvram.h"
 
-// wan.cc: brings the connection of "wan_mode" up and down. The flag tells a start (1) from a
-// restart (0); the modes hand it on and nothing looks at it.
+// wan.cc: brings the connection of "wan_mode" up and down. The flag is 1 for a start, 0 for a
+// restart; the modes pass it on, and nothing uses it.
 int start_wan(int flag);
 int stop_wan();
 
@@ -19,7 +19,7 @@ Setting wan_port();
 // Whether an IPv4 address of a port can carry traffic.
 bool usable_address(const std::optional<std::string>& address);
 
-// mac_spoofing.cc: gives the physical port the address that the provider is to see.
+// mac_spoofing.cc: sets the physical port's address as seen by the provider.
 void mac_spoofing();
 
 // The connection modes.
@@ -31,9 +31,9 @@ int start_l2tp(int flag);
 int start_bpa(int flag);
 int start_ras(int flag);
 
-// pptp.cc: the first address of a host as text, at most 31 characters. False when there is none.
+// pptp.cc: the first address of a host as text, at most 31 characters. False if there is none.
 bool hostnametoip(std::string& dst, const char* name);
-// 0 when the routing table has a default route through a gateway, else -1.
+// 0 if the routing table has a default route through a gateway, else -1.
 int have_gw();
 
 // bpa.cc: writes the login client's configuration. Always 0.

@@ -1,4 +1,4 @@
-// What every WAN needs once it is up: MTU, fixed name servers, leave for the time client. Writes
+// Set-up of every WAN once it is up: MTU, fixed name servers, the time client's marker. Writes
 // /etc/resolv.conf and /tmp/ntp_start; runs ifconfig.
 
 #include "core/command.h"
@@ -25,7 +25,7 @@ void write_fixed_name_servers() {
     }
 }
 
-// "static" is no mode that the dispatcher knows: its fixed mode is "ip", which takes "wan_mtu".
+// The dispatcher has no mode "static": its mode with a fixed address is "ip", which uses "wan_mtu".
 const char* mtu_key(const Setting& mode) {
     if (mode.is("static")) return "static_mtu";
     if (mode.is(wan_mode::l2tp)) return "l2tp_mtu";

@@ -49,7 +49,7 @@ constexpr SecurityKeys second_ssid = {
     .wep_keys = {"wifi_key12", "wifi_key22", "wifi_key32", "wifi_key42"},
 };
 
-// What the lines say of one network.
+// The values of one network's lines.
 struct Security {
     int mode;
     std::string auth;
@@ -139,7 +139,7 @@ void write_one_ssid_security(File& settings) {
 void write_two_ssid_security(File& settings) {
     Security first = read_security(first_ssid);
     Security second = read_security(second_ssid);
-    // Here the cipher's word decides, so a network whose cipher is set to WEP counts too.
+    // Here the cipher decides, so a network whose cipher setting is WEP counts too.
     first.default_key = first.cipher == "WEP" ? nvram_text(first_ssid.default_key).text() : "2";
     second.default_key = second.cipher == "WEP" ? nvram_text(second_ssid.default_key).text() : "2";
     light_indicator(first);

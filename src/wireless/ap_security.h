@@ -4,8 +4,8 @@
 
 #include "core/file.h"
 
-// Writes the security lines of the driver's settings, for one network or two, and lights the
-// security indicator for each that is secured.
+// Writes the security lines of the driver's settings, for one network or two, and turns on the
+// security indicator for each secured network.
 void write_one_ssid_security(File& settings);
 void write_two_ssid_security(File& settings);
 

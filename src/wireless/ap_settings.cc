@@ -14,7 +14,7 @@
 namespace {
 
 constexpr size_t own_address_limit = 15;
-// A pre-shared key in hexadecimal; anything shorter is a pass phrase.
+// The length of a pre-shared key in hexadecimal; a shorter text is a pass phrase.
 constexpr size_t hex_key_length = 64;
 
 struct Region {
@@ -53,11 +53,11 @@ const char* basic_rate(char rate) {
     return rate == '1' ? "351" : rate == '2' ? "3" : "15";
 }
 
-// Four access categories, each CWmin, CWmax, AIFSN, TXOP; numbers that are missing are 0.
+// Four access categories, each CWmin, CWmax, AIFSN, TXOP; missing numbers are 0.
 struct WmmNumbers {
     std::array<int, limits::wmm_numbers> numbers = {};
 
-    // The lines name the categories' values side by side.
+    // Each line has one value of all categories.
     void write(File& settings, const char* prefix) const {
         write_line(settings, prefix, "Aifsn", 2);
         write_line(settings, prefix, "Cwmin", 0);
@@ -79,7 +79,7 @@ WmmNumbers parse_wmm(std::string_view text) {
     return wmm;
 }
 
-// What several lines ask for.
+// Settings used by several lines.
 struct ApSettings {
     char dot11_mode = nvram_text("wifi_dot11_mode").text()[0];
     bool two_ssids = nvram_text("enable_ssid2").on();
@@ -156,7 +156,7 @@ void write_access_point(File& settings, const ApSettings& ap) {
     settings.print("HSCounter=0\n");
 }
 
-// One policy and one list serve both networks; the script tells the running driver the same.
+// One policy and one list apply to both networks; the script sets the same in the running driver.
 void write_access_control(File& settings, File& script) {
     const Setting control = nvram_text("wifi_access_control");
     const int policy = control.on() ? 1 : control.view().starts_with('2') ? 2 : 0;
@@ -175,7 +175,7 @@ void write_access_control(File& settings, File& script) {
     settings.print("AccessControlList3=\n");
 }
 
-// The settings that hold what the WDS links are encrypted with; null where there is none.
+// The key of the setting with the cipher of the WDS links; null if there is none.
 const char* wds_cipher_key(char security) {
     return security == '2' ? "wifi_wpapsk_key" : security == '3' ? "wifi_wpa2psk_key" : nullptr;
 }

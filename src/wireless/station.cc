@@ -11,7 +11,7 @@ namespace {
 
 constexpr const char* script_path = "/tmp/sta.sh";
 
-// A value stands between double quotes in the script.
+// A value escaped for double quotes in the script.
 std::string quoted(const char* key) {
     std::string escaped;
     ConertSpecialChar(nvram_text(key).text(), escaped, "`\"");
@@ -64,12 +64,12 @@ void write_network(File& script) {
             write_phrase(script, "WPA2PSK", "wifi_wpa2psk_key3", "wifi_psk2_pwd3");
             break;
         default:
-            // A station knows no RADIUS.
+            // A station has no RADIUS mode.
             break;
     }
 }
 
-// The radio's address: the WAN's where the wireless link is the WAN.
+// The radio's MAC address: the WAN's if the wireless link is the WAN.
 Setting station_mac(bool wisp) {
     if (!wisp) return nvram_text("lan_assign_mac");
     Setting own = nvram_text("wan_macaddr");

@@ -18,7 +18,7 @@ void start_second_ssid(const Setting& ap_mode) {
     SYSTEM("/sbin/ifconfig ra1 up");
     SYSTEM("/sbin/brctl addif br0 ra1");
     platform::sleep_seconds(1);
-    // Keeps the guests of the second network off the LAN; the module's name is spelt so.
+    // Keeps the guests of the second network off the LAN. The module's name has this spelling.
     SYSTEM("/sbin/insmod /lib/modules/br_seperate.ko if0=br0 if1=ra1 mode=%.1s", ap_mode.text());
 }
 
@@ -27,7 +27,7 @@ void start_wps(const std::string& lan_address) {
         SYSTEM("/sbin/iwpriv ra0 set WscConfMode=0");
         return;
     }
-    // Simple Service Discovery goes to the LAN.
+    // Simple Service Discovery packets go to the LAN.
     SYSTEM("/sbin/route add -host 239.255.255.250 dev br0");
     SYSTEM("/usr/bin/killall -9 wscd 1>/dev/null 2>&1");
     SYSTEM("/usr/sbin/wscd -m 1 -a %s -i ra0 &", lan_address.c_str());
@@ -38,7 +38,7 @@ void start_wps(const std::string& lan_address) {
     SYSTEM("/sbin/iwpriv ra0 set WscGenPinCode=%s", nvram_text("wsc_device_pin").text());
 }
 
-// As many links as the settings file that this run wrote names peers.
+// Starts one link for each peer in the settings file that this run wrote.
 void start_wds_links() {
     if (!nvram_text("wds_enable").on()) return;
     for (int link = 0; link < run_state().wds_peer_count; link++) {
@@ -50,7 +50,8 @@ void start_wds_links() {
 
 void start_access_point() {
     SYSTEM("/usr/bin/killall -9 rt2860apd >/dev/null 2>&1");
-    // The driver comes before the file that it reads when ra0 is brought up.
+    // The driver is loaded before its settings file is written; it reads the file when ra0 is
+    // brought up.
     SYSTEM(
         "/sbin/insmod /lib/modules/2.6.21/kernel/drivers/net/wireless_3200/rt2860v2_ap/"
         "rt2860v2_ap.ko mac=%s",
@@ -107,7 +108,7 @@ int stop_wifi() {
     platform::run_shell("/sbin/rmmod br_seperate");
     platform::run_shell("/sbin/brctl delif br0 ra1");
     platform::run_shell("/sbin/ifconfig ra1 down");
-    // A start looks for "1", this for "0": with anything else wscd keeps running.
+    // A start compares with "1", this with "0": with any other value wscd keeps running.
     if (nvram_text("h_wsc_enable").off()) {
         platform::run_shell("/usr/bin/killall -9 wscd 1>/dev/null 2>&1");
         platform::run_shell("/sbin/iwpriv ra0 set WscConfMode=0");
@@ -118,7 +119,7 @@ int stop_wifi() {
     return 0;
 }
 
-// The settings file belongs to the start: the driver reads it only then.
+// Nothing to do: the settings file is written at the start, when the driver reads it.
 int save_wifi() {
     return 0;
 }

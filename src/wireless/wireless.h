@@ -10,24 +10,24 @@ int start_wifi();
 int stop_wifi();
 int save_wifi();
 
-// ap_settings.cc: writes /var/RT2860AP.dat and /tmp/wifi_acc. 1 when they were written in full, 0
-// when the radio is off or a file could not be opened.
+// ap_settings.cc: writes /var/RT2860AP.dat and /tmp/wifi_acc. 1 if both were written, 0 if the
+// radio is off or a file could not be opened.
 int create_wifi_cfg();
 
 // ap_lists.cc
 
-// The MAC addresses of records ended by bytes 0x01, joined by ";": the first 17 characters of each
-// record, as many as fit whole.
+// The MAC addresses of records separated by bytes 0x01, joined by ";": the first 17 characters of
+// each record, as many records as fit.
 std::string joined_access_list(std::string_view records);
-// The peers of "wds_list1" to "wds_list4", joined by ";", as many as fit whole. Counts all that
-// hold a MAC address in the run's state.
+// The peers of "wds_list1" to "wds_list4", joined by ";", as many as fit. Counts all peers with a
+// MAC address in the run's state.
 std::string joined_wds_peers();
 
-// station.cc: loads the station's driver and has it join a network. Always 0.
+// station.cc: loads the station's driver and makes it join a network. Always 0.
 int start_sta();
-// Writes /tmp/sta.sh. 1 when it was written, else 0.
+// Writes /tmp/sta.sh. 1 if it was written, else 0.
 int create_sta_script();
-// Copies a text with a backslash before every character of a set.
+// Copies a text with a backslash before every character that is in specials.
 void ConertSpecialChar(const char* source, std::string& destination, std::string_view specials);
 
 // The mode that the system gives its scripts: 777 in hexadecimal, octal 3567. The owner can read

@@ -1,8 +1,8 @@
 #!/bin/sh
-# Runs the examples of a page and compares what they print with what the page shows. An example is an indented line
-# "$ command" (it may go on with a backslash) with its output below, up to a blank line that ends the indentation or the
-# next command; a line "..." stands for any number of lines. All examples of a page run in one folder, one after the
-# other. An example without output must print none. With BUILD_DIR in the environment it is there below build/.
+# Runs the examples of a page and compares their output with the page. An example is an indented line "$ command" (it may
+# continue after a backslash) with its output below, up to a blank line that ends the indentation or the next command; a
+# line "..." matches any number of lines. All examples of a page run in one folder, one after the other. An example
+# without output must print none. With BUILD_DIR in the environment, that folder is available as build/.
 #   examples.sh PAGE ROOT FOLDER_OF_A_PROGRAM...
 page=$1
 root=$2

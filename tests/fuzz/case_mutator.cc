@@ -1,4 +1,4 @@
-// Mutations of cases: what changes is a given of the router, never the form of the file.
+// Mutations of cases: they change the stated router, never the form of the file.
 
 #include "case_mutator.h"
 
@@ -9,11 +9,11 @@
 
 namespace {
 
-// Where the factory data lie; before them the partition is empty.
+// The offset of the factory data; the partition before them is empty.
 constexpr size_t factory_data_offset = 0x2FF70;
 constexpr size_t factory_data_size = 0x2FFAA + 70 - factory_data_offset;
 
-// Words that a router is not called with, or not so.
+// Unusual or wrong command lines of rc.
 const std::vector<std::string> odd_commands[] = {
     {"rc"},
     {"rc", "start"},
@@ -194,33 +194,34 @@ void mutate_command(Case& stated, Random& random) {
     stated.words = one_in(random, 3) ? one_of(random, odd_commands) : one_of(random, actions);
 }
 
-void deny(World& world, const std::set<Input>& asked, Random& random) {
+void deny(World& world, const std::set<Input>& inputs, Random& random) {
     if (!world.denied.empty() && one_in(random, 2)) {
         world.denied.clear();
         return;
     }
     std::string path = one_of(random, files);
-    if (!asked.empty() && one_in(random, 2))
-        path = std::next(asked.begin(), static_cast<long>(below(random, asked.size())))->name;
+    if (!inputs.empty() && one_in(random, 2))
+        path = std::next(inputs.begin(), static_cast<long>(below(random, inputs.size())))->name;
     world.denied.insert({path, one_of(random, modes)});
 }
 
 }  // namespace
 
-void remember_asked(const std::vector<std::string>& words, const std::set<Input>& asked) {
-    // Words that a mutation made up are many, and each is met once.
+void remember_inputs(const std::vector<std::string>& words, const std::set<Input>& inputs) {
+    // Command lines made by mutations are many, and each occurs only once.
     constexpr size_t most_commands = 512;
     Answers& answers = known_answers();
     if (answers.size() >= most_commands && !answers.contains(words)) return;
-    answers[words].insert(asked.begin(), asked.end());
+    answers[words].insert(inputs.begin(), inputs.end());
 }
 
 void mutate(Case& stated, Random& random) {
     const auto known = known_answers().find(stated.words);
     const std::set<Input> none;
-    const std::set<Input>& asked = known == known_answers().end() ? none : known->second;
-    if (!asked.empty() && !one_in(random, 6)) {
-        const auto input = std::next(asked.begin(), static_cast<long>(below(random, asked.size())));
+    const std::set<Input>& inputs = known == known_answers().end() ? none : known->second;
+    if (!inputs.empty() && !one_in(random, 6)) {
+        const auto input =
+            std::next(inputs.begin(), static_cast<long>(below(random, inputs.size())));
         answer_otherwise(stated, *input, random);
         return;
     }
@@ -233,7 +234,7 @@ void mutate(Case& stated, Random& random) {
             mutate_file(stated.world, one_of(random, files), random);
             return;
         case 3:
-            deny(stated.world, asked, random);
+            deny(stated.world, inputs, random);
             return;
         case 4:
             stated.world.environment["TZ"] = one_of(random, zones);

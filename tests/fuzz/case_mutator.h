@@ -1,4 +1,4 @@
-// Mutations of cases: what changes is a given of the router, never the form of the file.
+// Mutations of cases: they change the stated router, never the form of the file.
 #ifndef RC_TESTS_CASE_MUTATOR_H
 #define RC_TESTS_CASE_MUTATOR_H
 
@@ -11,14 +11,14 @@
 
 struct Case;
 
-// Changes one given, mostly an answer to what rc has asked before when it was called with these
-// words.
+// Changes one stated fact, mostly the answer to an input that an earlier run of rc with these words
+// read.
 void mutate(Case& stated, Random& random);
 
-// Takes over some of another case's givens.
+// Copies some of another case's stated facts.
 void cross(Case& stated, const Case& other, Random& random);
 
-// What rc read from its environment in a run with these words. Kept for later mutations.
-void remember_asked(const std::vector<std::string>& words, const std::set<Input>& asked);
+// Stores the inputs that rc read in a run with these words, for later mutations.
+void remember_inputs(const std::vector<std::string>& words, const std::set<Input>& inputs);
 
 #endif

@@ -1,4 +1,4 @@
-// A case's givens as the text of a case file.
+// The stated part of a case as the text of a case file.
 
 #include "case_text.h"
 
@@ -8,17 +8,17 @@
 
 namespace {
 
-// Shorter runs of zero bytes stand among the other bytes.
+// Shorter runs of zero bytes are written like other bytes.
 constexpr size_t least_zeros = 16;
 
-// A word of a line that command_words takes apart; nothing when no quotes can hold it.
+// A word as written for command_words; nullopt if it cannot be quoted.
 std::optional<std::string> word_text(const std::string& word) {
     if (contains(word, "\"")) return std::nullopt;
     return "\"" + word + "\"";
 }
 
 void add_line(std::string& text, const char* directive, const std::string& rest) {
-    // Blanks before the text would be taken for layout.
+    // A blank before the text would be read as layout.
     const bool blank = rest.starts_with(' ');
     const std::string_view visible = std::string_view(rest).substr(blank ? 1 : 0);
     text += format("%s  %s%s\n", directive, blank ? "\\s" : "", escape_line(visible).c_str());

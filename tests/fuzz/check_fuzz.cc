@@ -1,5 +1,5 @@
-// Arbitrary settings in the check of settings. An input is a text image; the settings that it does
-// not give are the factory's.
+// The check of settings with arbitrary settings. An input is a text image; settings that are not in
+// it are the factory's.
 
 #include <stdlib.h>
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-// What must hold of findings, whatever the settings are.
+// What must hold of the findings for any settings.
 void expect_sound(const std::vector<nvram::Finding>& findings) {
     std::string_view before;
     for (const nvram::Finding& finding : findings) {
@@ -37,7 +37,7 @@ std::string factory_text() {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const std::string factory = factory_text();
-    // Of a key given twice the last counts.
+    // If a key is given twice, the last line counts.
     const std::string text = factory + std::string(reinterpret_cast<const char*>(data), size);
     expect_sound(nvram::check_settings(nvram::Image(text)));
     return 0;

@@ -1,4 +1,4 @@
-// What the fuzzers' properties are stated with.
+// States the properties that the fuzzers check.
 #ifndef RC_TESTS_EXPECT_H
 #define RC_TESTS_EXPECT_H
 
@@ -7,7 +7,7 @@
 
 #include <string_view>
 
-// Ends the run with a finding when a property does not hold.
+// Ends the run with a finding if a property does not hold.
 inline void expect(bool holds, const char* property) {
     if (holds) return;
     fprintf(stderr, "does not hold: %s\n", property);

@@ -1,4 +1,4 @@
-// What must hold of the lease file, the board's flash and the small files that rc reads.
+// Properties of the lease file, the board's flash and the small files that rc reads.
 
 #include <limits.h>
 #include <string.h>
@@ -29,7 +29,7 @@ std::vector<Lease> leases_in(std::string_view bytes) {
         std::array<unsigned char, lease_size> record;
         memcpy(record.data(), bytes.data(), record.size());
         const Lease lease = decode_lease(record);
-        expect(encode_lease(lease) == record, "a lease is written as it was read");
+        expect(encode_lease(lease) == record, "a lease is unchanged after reading and writing");
         leases.push_back(lease);
         bytes.remove_prefix(lease_size);
     }
@@ -40,7 +40,7 @@ bool same(const Lease& one, const Lease& other) {
     return encode_lease(one) == encode_lease(other);
 }
 
-// A router with this file, for as long as this lives.
+// A router with this file, as long as this object lives.
 class RouterWith {
   public:
     RouterWith(const char* path, std::string_view content) : playing_(recording_) {
@@ -72,18 +72,19 @@ void expect_lease_file(std::string_view bytes) {
 }
 
 void expect_flash(std::string_view bytes) {
-    // The partition before the data is long, and longer data are read no further.
+    // The partition before the data is long, and bytes after the data are not read.
     constexpr size_t longest = 160;
     if (bytes.size() > longest || bytes.size() % 16 != 0) return;
     constexpr size_t pin_offset = 0x2FF70;
     const RouterWith router("/dev/mtd0", std::string(pin_offset, '\0') + std::string(bytes));
     const std::optional<FactoryData> data = read_factory_data("/dev/mtd0");
     constexpr size_t needed = 0x2FFAA + 70 - pin_offset;
-    expect(data.has_value() == (bytes.size() >= needed), "factory data are there whole or not");
+    expect(data.has_value() == (bytes.size() >= needed), "factory data are complete or absent");
     if (!data) return;
     expect(data->wps_pin.size() <= 8, "a PIN has at most 8 digits");
-    expect(memcmp(data->base_mac.data(), bytes.data() + 0x30, 6) == 0, "the MAC address's place");
-    expect(mac_text(data->base_mac, 0).size() == 17, "a MAC address's text");
+    expect(memcmp(data->base_mac.data(), bytes.data() + 0x30, 6) == 0,
+           "the MAC address is read from its offset");
+    expect(mac_text(data->base_mac, 0).size() == 17, "a MAC address has 17 characters");
 }
 
 }  // namespace
@@ -99,7 +100,7 @@ void expect_reservation(const std::string& text) {
 void expect_leases(std::string_view bytes) {
     const std::vector<Lease> before = leases_in(bytes);
     const std::vector<Lease> after = enter_reservation(before, "host", client, wanted, own);
-    expect(after.size() <= before.size() + 1 && !after.empty(), "at most one record more");
+    expect(after.size() <= before.size() + 1 && !after.empty(), "at most one record is added");
     bool listed = false;
     for (size_t i = 0; i < after.size(); i++) {
         const Lease& lease = after[i];
@@ -107,13 +108,13 @@ void expect_leases(std::string_view bytes) {
         if (lease.hardware == client) {
             listed = true;
             expect(lease.address == wanted && lease.seconds == reservation_seconds,
-                   "the client holds the address for a year");
+                   "the client has the address for a year");
         } else {
             expect(i < before.size() && lease.address == before[i].address &&
                        lease.hardware == before[i].hardware && lease.hostname == before[i].hostname,
-                   "another client's record stays where it was");
+                   "another client's record keeps its place");
             expect((lease.address != wanted && lease.address != own) || lease.seconds == 0,
-                   "nobody else holds the address");
+                   "no other client has the address");
         }
     }
     expect(listed, "the client has a record");
@@ -131,26 +132,27 @@ void expect_small_files(std::string_view bytes) {
             if (event.verb == "signal")
                 expect(leading_int(event.text.substr(event.text.rfind(' '))) > 1,
                        "only one process is signalled");
-        expect(*router.world().get("/var/run/my_pid_wan") == "1000", "the run's own id");
+        expect(*router.world().get("/var/run/my_pid_wan") == "1000",
+               "the PID file has the run's own id");
     }
     for (const char* path : {"/proc/uptime", "/var/run/rc.lan.run"}) {
         const RouterWith router(path, bytes);
         const int busy = rc_add_running("lan");
-        expect(busy == 0 || busy == 1, "another run is at it or not");
+        expect(busy == 0 || busy == 1, "the result is 0 or 1");
     }
     {
         const RouterWith router("/proc/ticfg/env", bytes);
-        expect(set_boot_environment("bootloader", "1.0") == 0, "an environment that can be opened");
+        expect(set_boot_environment("bootloader", "1.0") == 0, "the environment can be opened");
         const std::string* after = router.world().get("/proc/ticfg/env");
         expect(*after == bytes || after->starts_with("bootloader 1.0\n"),
-               "the variable is written or was there");
+               "the variable is written or was present");
     }
     const RouterWith router("/etc/resolv.conf", bytes);
     File file = open_file("/etc/resolv.conf", "r");
     char line[128];
     size_t lines = 0;
     while (file.read_line(line)) {
-        expect(strlen(line) < sizeof line, "a line fits its room");
+        expect(strlen(line) < sizeof line, "a line fits its buffer");
         expect(++lines <= bytes.size() + 1, "reading lines ends");
     }
 }

@@ -1,4 +1,4 @@
-// What must hold of the firewall's lists.
+// Properties of the firewall's lists.
 
 #include <limits.h>
 
@@ -20,9 +20,9 @@ namespace {
 void expect_parts(const std::vector<std::string_view>& parts, std::string_view text,
                   std::string_view separators, size_t limit) {
     for (const std::string_view part : parts) {
-        expect(!part.empty() && part.size() <= limit, "a part has 1 to so many characters");
+        expect(!part.empty() && part.size() <= limit, "a part is not empty and within the limit");
         expect(lies_in(part, text), "a part is a part of the text");
-        expect(part.find_first_of(separators) == part.npos, "no part holds a separator");
+        expect(part.find_first_of(separators) == part.npos, "no part contains a separator");
     }
 }
 
@@ -40,10 +40,10 @@ void expect_forwards_of(const std::string& text, const ForwardStore& store) {
         expect(forward.protocol.size() <= store.protocol_width, "the protocol's width");
         expect(forward.host.size() <= store.host_width, "the host's width");
         const std::vector<Forward> again = parse_forwards(written(forward), store);
-        expect(again.size() == 1, "a forward that is written is read again");
+        expect(again.size() == 1, "a written forward can be read");
         expect(again[0].first == forward.first && again[0].second == forward.second &&
                    again[0].protocol == forward.protocol && again[0].host == forward.host,
-               "a forward reads as it was written");
+               "a forward is unchanged after writing and reading");
     }
 }
 
@@ -83,8 +83,8 @@ void expect_forwards(const std::string& text) {
 
 void expect_triggers(const std::string& text) {
     const TriggerLists lists = parse_triggers(text);
-    expect(lists.outport.size() <= limits::trigger_list, "the outgoing list's room");
-    expect(lists.inport.size() <= limits::trigger_list, "the incoming list's room");
+    expect(lists.outport.size() <= limits::trigger_list, "the outgoing list is within its limit");
+    expect(lists.inport.size() <= limits::trigger_list, "the incoming list is within its limit");
     expect((lists.entries > 0) == !lists.outport.empty(), "an entry for each application");
     // Code, first and last port, and the commas between them.
     const auto least = static_cast<size_t>(lists.entries) * 3;
@@ -108,8 +108,8 @@ void expect_qos_rules(const std::string& text) {
                "an address's width");
         expect(rule.rate.size() <= 7, "a rate's width");
         expect(rule.priority >= SCHAR_MIN && rule.priority <= SCHAR_MAX, "a class is a byte");
-        expect(parse_qos_rules(written(rule), again) == 1, "a rule that is written is read again");
-        expect(written(again[0]) == written(rule), "a rule reads as it was written");
+        expect(parse_qos_rules(written(rule), again) == 1, "a written rule can be read");
+        expect(written(again[0]) == written(rule), "a rule is unchanged after writing and reading");
         const std::string end = make_range_end(rule.first_address, rule.last_octet);
         expect(end.ends_with("." + rule.last_octet), "a range ends in the other octet");
     }
@@ -120,10 +120,11 @@ void expect_services(const std::string& text) {
     const std::string name(take_field(rest, ':'));
     Service service;
     if (search_serv(text, service, name) != 0) {
-        expect(service.name.empty(), "what is not found leaves the record alone");
+        expect(service.name.empty(), "a service that is not found leaves the record unchanged");
         return;
     }
-    expect(service.name == name && !service.protocol.empty(), "the service that was looked for");
+    expect(service.name == name && !service.protocol.empty(),
+           "the service found is the requested one");
     expect(service.name.size() <= limits::service_name, "a name's width");
     Service again;
     const std::string record = service.name + ":" + service.protocol + ":" +
@@ -131,7 +132,7 @@ void expect_services(const std::string& text) {
                                std::to_string(service.last_port);
     // A name with a separator in it was cut from a longer one.
     if (service.name.find('\x01') != std::string::npos) return;
-    expect(search_serv(record, again, name) == 0, "a service that is written is found again");
+    expect(search_serv(record, again, name) == 0, "a written service is found");
     expect(again.first_port == service.first_port && again.last_port == service.last_port,
-           "a service reads as it was written");
+           "a service is unchanged after writing and reading");
 }

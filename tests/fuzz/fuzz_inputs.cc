@@ -1,4 +1,4 @@
-// Makes what the fuzzers begin with: fuzz_inputs OUT FACTORY SEPARATORS CASES writes
+// Makes the fuzzers' initial inputs: fuzz_inputs OUT FACTORY SEPARATORS CASES writes
 // OUT/words.dict and a folder of seeds for each target.
 
 #include <stdio.h>
@@ -23,7 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A longer seed is slow, and what it shows a shorter one shows as well.
+// A longer seed is slow and shows nothing that shorter ones do not show.
 constexpr size_t longest_seed = 12000;
 
 std::string read_file(const fs::path& path) {
@@ -41,7 +41,7 @@ void write_file(const fs::path& path, std::string_view text) {
     if (!stream) throw std::runtime_error("cannot write " + path.string());
 }
 
-// Seeds of one target, without copies, numbered.
+// Seeds of one target, without duplicates, numbered.
 class Seeds {
   public:
     explicit Seeds(fs::path folder) : folder_(std::move(folder)) {
@@ -108,7 +108,7 @@ std::string transcript_of(const Case& stated) {
     return played.transcript.text();
 }
 
-// What is written of a case is the whole case: rc does the same.
+// Checks that the written text is complete: rc does the same with it as with the case.
 bool plays_alike(const Case& stated) {
     const auto again = parse_case(case_text(stated));
     const auto* written = std::get_if<Case>(&again);
@@ -134,7 +134,7 @@ struct AllSeeds {
         for (const auto& [key, value] : stated.settings) lists.add(value);
         for (const auto& [path, content] : stated.world.files) {
             const bool flash = path.starts_with("/dev/");
-            // The board's data begin at the PIN.
+            // The board's data begin with the PIN.
             constexpr size_t pin_offset = 0x2FF70;
             if (!flash) lists.add(*content);
             if (flash && content->size() > pin_offset) lists.add(content->substr(pin_offset));

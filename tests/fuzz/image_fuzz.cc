@@ -1,5 +1,5 @@
-// Arbitrary bytes as a settings image and as a generation in flash. What an image holds after
-// reading must survive being written and read again.
+// Arbitrary bytes as a settings image and as a generation in flash. The settings of an image must
+// be the same after writing and reading it again.
 
 #include <stdlib.h>
 

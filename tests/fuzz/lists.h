@@ -1,5 +1,5 @@
-// The parsers of lists, records and small files, each with what must hold of its result, whatever
-// the text is. A text holds no zero byte, as a setting holds none; bytes are a file's.
+// The properties of the parsers of lists, records and small files, for any text. A text contains no
+// zero byte, like a setting; bytes are a file's.
 #ifndef RC_TESTS_LISTS_H
 #define RC_TESTS_LISTS_H
 

@@ -1,4 +1,4 @@
-// What must hold of numbers, fields and escapes, of routes, schedules and the radio's lists.
+// Properties of numbers, fields and escapes, of routes, schedules and the radio's lists.
 
 #include <limits.h>
 #include <stdlib.h>
@@ -36,7 +36,7 @@ void expect_record(const nvram::KnownSetting& known, const std::string& text) {
     for (const std::string_view entry : nvram::split_records(record, text)) {
         expect(lies_in(entry, text), "a record is a part of the value");
         expect(!record.between || entry.find(record.between) == entry.npos,
-               "no record holds the separator");
+               "no record contains the separator");
         const std::vector<std::string_view> fields = nvram::split_fields(record, entry);
         expect(fields.size() <= record.fields.size(), "no more fields than the shape has");
         for (const std::string_view field : fields)
@@ -53,17 +53,18 @@ void expect_numbers(const std::string& text) {
     const int leading = leading_int(text);
     if (scanned)
         expect(leading == std::clamp<long long>(*scanned, INT_MIN, INT_MAX),
-               "a number that is too large is held at the limit");
+               "a number that is too large is clamped");
     std::string_view rest = text;
     int number = 0;
     if (scan_int(rest, '\0', number)) {
-        expect(number == leading, "both ways of reading a number agree");
-        expect(rest.size() < text.size() && text.ends_with(rest), "what is left is the end");
+        expect(number == leading, "both functions read the same number");
+        expect(rest.size() < text.size() && text.ends_with(rest),
+               "the rest is the end of the text");
     } else {
-        expect(leading == 0, "where there is no number there is 0");
+        expect(leading == 0, "without a number the result is 0");
     }
     if (const std::optional<long long> plain = nvram::plain_number(text))
-        expect(scanned && *scanned == *plain, "a number and nothing else is a number");
+        expect(scanned && *scanned == *plain, "both functions accept a plain number");
 }
 
 void expect_fields(const std::string& text) {
@@ -81,19 +82,20 @@ void expect_fields(const std::string& text) {
     std::string copy;
     strccpy(copy, text.c_str(), ':');
     std::string_view rest = text;
-    expect(copy == take_field(rest, ':'), "both ways of taking a field agree");
+    expect(copy == take_field(rest, ':'), "both functions read the same field");
 }
 
 void expect_escapes(const std::string& text) {
     std::string escaped(2 * text.size() + 1, 'x');
     const char* end = add_prefix_slash(text.c_str(), escaped.data());
-    expect(end <= escaped.data() + 2 * text.size(), "twice the room is enough");
+    expect(end <= escaped.data() + 2 * text.size(), "a buffer of twice the size is enough");
     escaped.resize(static_cast<size_t>(end - escaped.data()));
-    expect(unescaped(percent_collapsed(escaped)) == text, "an account survives its escapes");
+    expect(unescaped(percent_collapsed(escaped)) == text,
+           "an account is unchanged after unescaping");
 
     std::string quoted;
     ConertSpecialChar(text.c_str(), quoted, "`\"\\");
-    expect(unescaped(quoted) == text, "a phrase survives its escapes");
+    expect(unescaped(quoted) == text, "a phrase is unchanged after unescaping");
 }
 
 void expect_route(const std::string& text) {
@@ -115,7 +117,7 @@ void expect_route(const std::string& text) {
                again->netmask == route->netmask && again->gateway == route->gateway &&
                again->metric == route->metric && again->listed == route->listed &&
                again->active == route->active,
-           "a route reads as it was written");
+           "a route is unchanged after writing and reading");
     const std::string once = network_text(route->destination, route->netmask);
     expect(network_text(once, route->netmask) == once, "a network's network is itself");
 }
@@ -134,7 +136,7 @@ void expect_schedule(const std::string& text) {
         expect(again && again->day == period->day && again->start_hour == period->start_hour &&
                    again->start_minute == period->start_minute &&
                    again->end_hour == period->end_hour && again->end_minute == period->end_minute,
-               "a period reads as it was written");
+               "a period is unchanged after writing and reading");
     }
     const std::optional<int> minutes = offset_minutes(text);
     const bool has_sign = text.size() > 3 && (text[3] == '+' || text[3] == '-');
@@ -142,20 +144,21 @@ void expect_schedule(const std::string& text) {
     if (!minutes) return;
     std::string other = text;
     other[3] = text[3] == '+' ? '-' : '+';
-    expect(offset_minutes(other) == -*minutes, "the other sign is the other side of Greenwich");
+    expect(offset_minutes(other) == -*minutes, "the opposite sign gives the opposite offset");
 }
 
 void expect_wireless_lists(const std::string& text) {
     constexpr size_t entry = 17;
     const std::string list = joined_access_list(text);
-    expect(list.size() <= 1023, "the driver's room for a list");
+    expect(list.size() <= 1023, "a list is within the driver's limit");
     expect(list.empty() || (list.size() + 1) % (entry + 1) == 0, "whole entries");
     for (size_t at = entry; at < list.size(); at += entry + 1)
         expect(list[at] == ';', "a separator between entries");
 }
 
 void expect_shapes(const std::string& text) {
-    // One setting an input: the first byte and the length choose it, so that each gets its share.
+    // Each input tests one setting, chosen by the first byte and the length, so that all get a
+    // share.
     size_t chosen = text.empty() ? 0 : static_cast<unsigned char>(text[0]) + text.size();
     for (const nvram::SettingGroup& group : nvram::setting_groups()) {
         if (chosen >= group.settings.size()) {
@@ -166,7 +169,7 @@ void expect_shapes(const std::string& text) {
         if (known.record) expect_record(known, text);
         if (!text.empty()) nvram::form_problem(nvram::limits_of(known), text);
         expect(nvram::edit_distance(known.key, text, 3) == nvram::edit_distance(text, known.key, 3),
-               "a distance is the same from both ends");
+               "a distance is symmetric");
         return;
     }
 }

@@ -20,10 +20,10 @@ namespace {
 // The longest run, a restart of all applications with each of its lists full, has some 500 steps.
 constexpr size_t most_events = 3000;
 
-// Of the inputs, one in so many is played twice.
+// One of this many inputs is played twice.
 constexpr size_t repeated_share = 16;
 
-// Lines that are not made by SYSTEM, which would cut them.
+// Lines that are not composed by SYSTEM, which would cut them.
 constexpr const char* uncut_lines[] = {
     "/sbin/route add -net ",
     "/sbin/route del -net ",
@@ -42,10 +42,10 @@ bool may_be_long(const std::string& line) {
 }
 
 void expect_sound_events(const std::vector<Event>& events) {
-    if (events.size() > most_events) broken("so many steps", std::to_string(events.size()));
+    if (events.size() > most_events) broken("too many steps", std::to_string(events.size()));
     for (const Event& event : events) {
         if (event.verb == "run" && event.text.size() > command_limit && !may_be_long(event.text))
-            broken("this line is not cut", event.text);
+            broken("a line that is not cut", event.text);
         if (event.verb == "signal") {
             const size_t before_pid = event.text.rfind(' ');
             if (leading_int(event.text.substr(before_pid)) <= 1)
@@ -56,7 +56,7 @@ void expect_sound_events(const std::vector<Event>& events) {
         constexpr size_t line_limit = sizeof "iptables " - 1 + rule_limit;
         for (std::string_view rest = event.body; !rest.empty();)
             if (const std::string_view rule = take_field(rest, '\n'); rule.size() > line_limit)
-                broken("this rule is not cut", std::string(rule));
+                broken("a rule that is not cut", std::string(rule));
     }
 }
 
@@ -66,7 +66,7 @@ bool has_bad_lines(const std::string& text) {
     return !bad_lines.empty();
 }
 
-// A router whose settings are whole before a run has whole settings after it.
+// If the settings are undamaged before a run, they are undamaged after it.
 void expect_whole_settings(const World& world) {
     for (const char* path : {working_copy, flash_image})
         if (const std::string* text = world.get(path); text && has_bad_lines(*text))
@@ -77,7 +77,7 @@ void expect_whole_settings(const World& world) {
 void expect_only_stored(const std::string& old_text, const Recording& played) {
     const std::string* new_text = played.world.get(working_copy);
     if (!new_text || old_text == *new_text) return;
-    // Another image altogether was loaded or copied.
+    // The whole image was replaced by a load or a copy.
     const std::vector<Event>& events = played.transcript.events();
     const bool replaced = std::ranges::any_of(events, [](const Event& event) {
         return event.verb == "load" || contains(event.text, working_copy);
@@ -103,7 +103,7 @@ void expect_sound_settings(const Case& stated, const Recording& played) {
     if (has_bad_lines(before) || (stated.factory && !whole(*stated.factory)) ||
         (stated.flash && !whole(*stated.flash)))
         return;
-    // Files that the case states may stand in for an image.
+    // Files in the case may replace an image.
     for (const char* path : {working_copy, flash_image, factory_image})
         if (stated.world.get(path)) return;
     expect_whole_settings(played.world);
@@ -112,10 +112,11 @@ void expect_sound_settings(const Case& stated, const Recording& played) {
 
 void expect_printable(const std::string& transcript) {
     for (const char c : transcript)
-        if ((c < 0x20 || c > 0x7e) && c != '\n') broken("a transcript that is no text", transcript);
+        if ((c < 0x20 || c > 0x7e) && c != '\n')
+            broken("a transcript with unprintable bytes", transcript);
 }
 
-// A run leaves nothing in memory that a later one could find.
+// A run leaves no state in memory that changes a later one.
 void expect_same_again(const Case& stated, const std::string& transcript) {
     Recording again;
     again.world = case_world(stated);
@@ -129,7 +130,7 @@ std::optional<Case> case_of(const uint8_t* data, size_t size) {
     return std::nullopt;
 }
 
-// The text of a case in a fuzzer's buffer; its old size when it does not fit.
+// Writes a case's text into the fuzzer's buffer. Returns its size; the old size if it does not fit.
 size_t put_case(Case& stated, uint8_t* data, size_t size, size_t max_size) {
     stated.title = "fuzz: a finding";
     const std::string text = case_text(stated);
@@ -146,7 +147,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Recording played;
     played.world = case_world(*stated);
     play(played, stated->words);
-    remember_asked(stated->words, played.asked);
+    remember_inputs(stated->words, played.inputs);
 
     expect_sound_events(played.transcript.events());
     expect_sound_settings(*stated, played);

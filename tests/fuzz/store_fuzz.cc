@@ -1,5 +1,5 @@
-// Arbitrary calls of the settings library and the store, over the simulated disk, against a model
-// of both. Each line is a call: its first character selects it, the rest are its texts.
+// Arbitrary calls of the settings library and the store over the simulated disk, compared with a
+// model of both. Each line is a call: its first character selects it, the rest are its arguments.
 
 #include <string.h>
 
@@ -22,13 +22,13 @@ constexpr const char* export_path = "/tmp/saved.txt";
 constexpr const char* slots[] = {"/flash/nvram.a", "/flash/nvram.b"};
 constexpr const char* factory_settings = "lan_if=br0\nlan_ipaddr=192.168.1.1\nwan_mode=dhcpc\n";
 
-// What the settings should be.
+// The expected settings.
 struct Model {
     std::optional<Settings> working;
     std::optional<Settings> flash;
 };
 
-// Lines of a fuzzer's text hold newlines as "\n".
+// In a line of the fuzzer's text, a newline is written "\n".
 std::string image_of(std::string_view text) {
     std::string image;
     while (!text.empty()) {
@@ -43,18 +43,18 @@ std::string image_of(std::string_view text) {
 void expect_value(const Model& model, const std::string& key) {
     const char* value = nvram_zel_get(key.c_str());
     const bool known = model.working && model.working->contains(key);
-    expect((value != nullptr) == known, "a setting is there or not");
+    expect((value != nullptr) == known, "a setting is set or not");
     if (known) expect(model.working->at(key) == value, "a setting's value");
     char* copy = nvram_zel_safe_get(key.c_str());
     expect(copy && (known ? model.working->at(key) : "") == copy, "a copy of a setting's value");
     free(copy);
-    expect(nvram::valid_key(key) || !known, "a bad key is no setting's");
+    expect(nvram::valid_key(key) || !known, "no setting has an invalid key");
 }
 
 void set(Model& model, const std::string& key, const std::optional<std::string>& value) {
     const int result = nvram_zel_set(key.c_str(), value ? value->c_str() : nullptr);
     const bool legal = nvram::valid_key(key) && (!value || value->size() <= nvram::value_limit);
-    expect((result == 0) == (legal && model.working), "what can be set is set");
+    expect((result == 0) == (legal && model.working), "a legal setting is stored");
     if (result == 0 && value) (*model.working)[key] = *value;
     if (result == 0 && !value) model.working->erase(key);
     expect_value(model, key);
@@ -71,7 +71,7 @@ void commit(Model& model) {
     if (result == 0) model.flash = model.working;
 }
 
-// As nvram import does it, and with "--replace".
+// As nvram import does, with or without --replace.
 void import(Model& model, nvram::Store& store, const std::string& text, bool replace) {
     std::vector<nvram::BadLine> bad_lines;
     const nvram::Image image(text, &bad_lines);
@@ -83,17 +83,18 @@ void import(Model& model, nvram::Store& store, const std::string& text, bool rep
     for (const auto& [key, value] : read_settings(text)) (*model.working)[key] = value;
 }
 
-// As nvram export does it. What is exported is what is there, and it can be imported.
+// As nvram export does. The export has all settings and can be imported.
 void save(const Model& model, nvram::Store& store) {
     const nvram::Image* image = store.working();
     expect((image != nullptr) == model.working.has_value(), "a working copy can be exported");
     if (!image) return;
-    expect(store.put_file("/tmp/saved.new", export_path, image->text(), true), "a file is put");
+    expect(store.put_file("/tmp/saved.new", export_path, image->text(), true), "a file is written");
     const std::string& saved = *disk().state.content(export_path);
     std::vector<nvram::BadLine> bad_lines;
-    expect(nvram::Image(saved, &bad_lines).text() == saved, "an export reads as it was written");
+    expect(nvram::Image(saved, &bad_lines).text() == saved,
+           "an export is unchanged after reading and writing");
     expect(bad_lines.empty(), "an export has no bad lines");
-    expect(read_settings(saved) == *model.working, "an export holds all settings");
+    expect(read_settings(saved) == *model.working, "an export has all settings");
     for (const auto& [key, value] : *model.working) {
         const char* read = __nvram_get_fun(key.c_str(), export_path);
         expect(read && value == read, "one value of a file");
@@ -109,9 +110,10 @@ void damage(Model& model, std::string_view text) {
     const bool was_good = nvram::decode(content).number != 0;
     content[place] = static_cast<char>(content[place] ^ 1);
     disk().rewrite_in_place(slot, content);
-    // A second flip mends what the first one spoilt.
-    expect(!was_good || nvram::decode(content).number == 0, "one wrong bit spoils a generation");
-    // What is left is in the other slot, or nowhere.
+    // A second flip of the same bit repairs the first.
+    expect(!was_good || nvram::decode(content).number == 0,
+           "one wrong bit invalidates a generation");
+    // Only the other slot may still have a generation.
     nvram::Store store(nvram::places_below(""));
     const std::optional<std::string> left = store.flash_image();
     if (left)
@@ -121,7 +123,7 @@ void damage(Model& model, std::string_view text) {
     if (!left) model.flash.reset();
 }
 
-// The store fails at one of the system's calls, and leaves what was there or what was wanted.
+// The store fails at one system call and leaves the old or the new settings.
 void set_with_failure(Model& model, const std::string& key, int at) {
     if (!model.working || !nvram::valid_key(key)) return;
     disk().fail_at = disk().operations + at;
@@ -166,7 +168,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             if (const std::string_view line = take_field(rest, '\n'); !line.empty())
                 call(model, store, line);
         const nvram::Image* image = store.working();
-        expect((image != nullptr) == model.working.has_value(), "the working copy is there or not");
+        expect((image != nullptr) == model.working.has_value(), "the working copy exists or not");
         if (image) expect(read_settings(image->text()) == *model.working, "all settings");
     }
     expect(disk().open_files() <= 1, "only the library's own file stays open");

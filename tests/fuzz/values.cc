@@ -1,4 +1,4 @@
-// Values for settings, drawn from what the table of settings says of them.
+// Random values for settings, made from the table of settings.
 
 #include "values.h"
 
@@ -7,7 +7,7 @@
 #include "libnvram/image.h"
 #include "settings/forms.h"
 
-// libFuzzer's own mutations, with its dictionary and what it has seen in comparisons.
+// libFuzzer's own mutations, with its dictionary and its recorded comparisons.
 extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t max_size);
 
 namespace {
@@ -37,7 +37,7 @@ constexpr const char* names[] = {
     "eth2.2", "ppp0", "br0", "ra0", "eth0123456789012", "server.example", "-", "a b",
 };
 
-// A text that is made of one character has no end that could be mistaken for another part's.
+// A text of one repeated character.
 std::string filler(Random& random) {
     constexpr size_t sizes[] = {1, 16, 17, 29, 30, 63, 64, 127, 128, 511, 512, 1023, 1024, 4096};
     constexpr char letters[] = {'a', 'A',  '0', '%',    '"',    '\'', '`',   '$',
@@ -91,7 +91,7 @@ const nvram::Field* find_field(const nvram::Record& record, std::string_view nam
     return nullptr;
 }
 
-// The shape with values in place of its names; now and then a separator is lost.
+// The record's shape with its names replaced by values; sometimes without a separator.
 std::string record_text(const nvram::Record& record, Random& random) {
     std::string text;
     for (std::string_view shape = record.shape; !shape.empty();) {
@@ -170,7 +170,7 @@ std::string repeated(const std::string& text, Random& random) {
     return longer;
 }
 
-// No setting holds a zero byte.
+// No setting contains a zero byte.
 std::string mutated_text(const std::string& text) {
     std::string changed = mutated_bytes(text, std::max<size_t>(2 * text.size(), 64));
     std::erase(changed, '\0');

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""What tools/coverage makes of counts and reasons; both are made up. And that it can read tools/coverage.left.
+"""tools/coverage with made-up counts and reasons; and that it can read tools/coverage.left.
 
 usage: coverage_test.py SOURCE_DIR
 """

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Fails when the table of all settings, the sources and the lab's factory settings do not know the same keys, or when
-# the store would not take the factory settings. (That their values are the table's is a unit test of the table.)
+# Fails if the table of all settings, the sources and the lab's factory settings do not have the same keys, or if the
+# store would reject the factory settings. (A unit test of the table compares their values.)
 #   factory.sh SOURCE_DIR NVRAM KNOWN_KEYS
 cd "$1" || exit 2
 nvram=$2
@@ -9,8 +9,8 @@ factory=lab/root/etc/default
 folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT
 
-# Every word in quotes, and the keys that are put together: numbered WEP keys, and the WAN's further connections, of
-# which the settings hold the first.
+# Every word in quotes, and the composed keys: numbered WEP keys, and the WAN's further connections, of which the
+# settings have the first.
 {
     grep -ohE '"[A-Za-z][A-Za-z0-9_]*"' src/core/*.cc src/rc/*.cc src/lan/*.cc src/wan/*.cc src/sched/*.cc src/firewall/*.cc \
         src/wireless/*.cc
@@ -18,7 +18,7 @@ trap 'rm -rf "$folder"' EXIT
     grep -ohE '\("wan_ifname" \+ ' src/lan/igmp.cc | sed 's/.*/"wan_ifname1"/'
 } | tr -d '"' | sort -u > "$folder/words"
 
-# Words that can be nothing but keys: they stand behind a getter or a setter, or have a '_' in them.
+# Words that can only be keys: arguments of a getter or a setter, or words with a '_'.
 {
     grep -ohE 'nvram_(text|value|image_text|zel_set)\("[A-Za-z0-9_]+"' src/*/*.cc | grep -oE '"[A-Za-z0-9_]+"' | tr -d '"'
     grep -E '^[a-z][A-Za-z0-9]*_' "$folder/words" | grep -vxE 'wan_basic'

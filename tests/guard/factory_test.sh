@@ -1,5 +1,5 @@
 #!/bin/sh
-# The guard itself: it must pass the tree, and fail for each thing that it is there to notice.
+# Tests the guard: it must pass the tree, and fail for each fault that it should notice.
 #   factory_test.sh SOURCE_DIR NVRAM KNOWN_KEYS
 here=$(dirname "$0")
 source=$1
@@ -36,4 +36,4 @@ notices 'in the table, not in lab/root/etc/default' lab/root/etc/default '/^lan_
 notices 'in lab/root/etc/default, not in the table' lab/root/etc/default 's/^lan_bipaddr=.*/&\nlan_other=1/'
 notices 'twice in lab/root/etc/default' lab/root/etc/default 's/^lan_bipaddr=.*/&\n&/'
 notices 'line 1 is not KEY=VALUE' lab/root/etc/default '1i\no sign between'
-echo "ok: the guard notices what is missing, what is surplus, and what the store would not take"
+echo "ok: the guard notices missing and surplus keys, and factory settings that the store rejects"

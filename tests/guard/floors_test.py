@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""That floors.py sees an include that leads up, a folder without a floor and a path without its folder.
+"""Checks that floors.py notices an include that leads up, a folder without a floor and a path without its folder.
    floors_test.py FLOORS_PY"""
 import subprocess
 import sys

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Fails when the router's component does not install just its three files at their places.
+# Fails unless the router's component installs exactly its three files at their places.
 #   install.sh BUILD_DIR
 folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Fails when a program needs other libraries at run time than the named ones.
+# Fails if a program needs other libraries at run time than the given ones.
 #   needed.sh READELF FILE LIBRARY...
 readelf=$1
 file=$2

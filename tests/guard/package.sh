@@ -1,6 +1,6 @@
 #!/bin/sh
-# Makes the packages of a build and fails when one is not as it should be: names, control fields, files, modes, owners,
-# checksums, and no folder of the machine that built it inside.
+# Makes the packages of a build and checks them: names, control fields, files, modes, owners, checksums, and that no
+# path of the build machine is inside.
 #   package.sh BUILD_DIR SOURCE_DIR router|workstation VERSION ARCHITECTURE PROCESSOR
 build=$1 source=$2 component=$3 version=$4 architecture=$5 processor=$6
 folder=$(mktemp -d) || exit 2
@@ -22,7 +22,7 @@ expect 'packages made' "$(printf '%s\n' "$archive" "$package" | LC_ALL=C sort)" 
     "$(find . -maxdepth 1 -name 'rc-*' | sed 's/..//' | LC_ALL=C sort)"
 [ "$failures" = 0 ] || exit 1
 
-# What dpkg-deb reads: the control fields, and nothing besides the checksums.
+# The control fields that dpkg-deb reads; the only other control file is the checksums.
 dpkg-deb -I "$package" > information || exit 1
 for field in "Package: rc-$component" "Version: $version" "Architecture: $architecture" 'Section: net' \
     'Priority: optional'; do
@@ -50,7 +50,7 @@ router)
     expect 'content' '-rw-r--r-- root/root usr/lib/libnvram.so
 -rwxr-xr-x root/root usr/sbin/nvram
 -rwxr-xr-x root/root usr/sbin/rc' "$(grep ^- in_package)"
-    # The newest of the C library's interfaces that is needed decides which versions of it will do.
+    # The newest interface of the C library that is needed determines the required version.
     # shellcheck disable=SC2046 # the lines are words on purpose
     newest=$(readelf -V $(find package -type f) | grep -o 'GLIBC_[0-9.]*' | sort -uV | tail -n 1 | sed 's/.*_//')
     grep -qxF " Depends: libc6 (>= $newest)" information || { cat information; echo "needs $newest"; exit 1; }

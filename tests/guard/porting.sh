@@ -1,7 +1,7 @@
 #!/bin/sh
-# Fails when the page about new boards and what rc's code and cases name are not the same: paths, programs, and parts of
-# the kernel's packet filter and scheduler. In the page a path stands between backquotes at the start of a table's row;
-# the others stand between backquotes in the paragraph that begins with their kind ("Matches:").
+# Fails if the page about new boards and rc's code and cases do not name the same paths, programs, and parts of the
+# kernel's packet filter and scheduler. In the page, a path is in backquotes at the start of a table's row; the others are
+# in backquotes in the paragraph that begins with their kind ("Matches:").
 #   porting.sh SOURCE_DIR
 cd "$1" || exit 2
 page=docs/porting.md
@@ -9,11 +9,11 @@ folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT
 status=0
 
-# The code, comments gone and adjacent literals joined.
+# The code without comments and with adjacent literals joined.
 sed 's|//.*||; /#include/d' src/core/*.cc src/rc/*.cc src/lan/*.cc src/wan/*.cc src/sched/*.cc src/firewall/*.cc src/wireless/*.cc |
     awk '/"$/ { printf "%s", $0; next } { print }' | sed 's/" *"//g' > "$folder/sources"
-# What the cases have rc run, by itself and in the scripts that it writes. In a case that is like another a sign stands
-# before a line that differs.
+# The command lines in the cases: those that rc runs, and those in the scripts that it writes. In a case that is like
+# another, a line that differs begins with a sign.
 sed 's/^[-+] //' tests/cases/*/*.case | awk '$1 != "|" { script = 0 }
     $1 == "write" || $1 == "append" { script = $2 ~ /\/(rules|rule2|pnat|sroute|wifi_acc|sta.sh|qos.conf)$/ }
     $1 == "run" || $1 == "pipe" || ($1 == "|" && script) { sub(/^ *[a-z|]+ +/, ""); print }' \
@@ -37,7 +37,7 @@ listed() {
         grep -o '`[^`]*`' | tr -d '`' > "$folder/page"
 }
 
-# The search path's folders are no files. Where our own library keeps the settings between boots, rc does not know.
+# The search path's folders are not files. rc's code does not name the path of the settings in flash.
 grep -oE '/(bin|sbin|usr|etc|var|tmp|proc|dev|lib)/[A-Za-z0-9_./%-]*' "$folder/sources" |
     sed 's/%s/NAME/' | grep -vxE '/usr/s?bin' > "$folder/named"
 # shellcheck disable=SC2016
@@ -49,7 +49,7 @@ sed 's/ .*//' "$folder/lines" | grep -xE '[a-z]+' | sort | uniq -c | awk '$1 > 2
 listed 'Without a path'
 compare 'programs without a path'
 
-# A target that is neither a chain of rc's own nor a verdict is the kernel's.
+# A target that is neither one of rc's chains nor a verdict is the kernel's.
 grep -oE -- '-m [a-z]+' "$folder/lines" | sed 's/-m //' > "$folder/named"
 listed Matches
 compare 'iptables matches'

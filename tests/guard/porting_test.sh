@@ -1,5 +1,5 @@
 #!/bin/sh
-# The guard itself: it must pass the tree, and fail for each thing that it is there to notice.
+# Tests the guard: it must pass the tree, and fail for each fault that it should notice.
 #   porting_test.sh SOURCE_DIR
 # shellcheck disable=SC2016 # the backquotes are the page's
 here=$(dirname "$0")
@@ -36,4 +36,4 @@ notices "programs without a path $missing" killall docs/porting.md 's/`insmod`, 
 notices "iptables matches $missing" random docs/porting.md 's/`mark`, `random`/`mark`/'
 notices "iptables targets $surplus" OTHER docs/porting.md 's/^Targets: /&`OTHER`, /'
 notices "queues and filters $missing" sfq docs/porting.md 's/`htb` and `sfq`/`htb`/'
-echo 'ok: the guard notices what is missing and what is surplus'
+echo 'ok: the guard notices missing and surplus entries'

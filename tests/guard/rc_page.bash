@@ -1,6 +1,6 @@
 #!/bin/bash
-# Fails when rc(8) leaves out an application, one of its actions, a file that the sources name or a variable of the
-# environment that they set.
+# Fails if rc(8) does not mention an application, one of its actions, a file named in the sources, or an environment
+# variable that they set.
 #   rc_page.bash SOURCE_DIR
 cd "$1" || exit 2
 page=docs/man/rc.8
@@ -12,7 +12,7 @@ wanted() {
 }
 code() { sed 's|//.*||' src/{core,rc,lan,wan,sched,firewall,wireless}/*.cc; }
 
-# The completion has the applications and their actions from the tables.
+# The completion contains the applications and their actions from the tables.
 # shellcheck source=completion/rc.bash
 . completion/rc.bash
 applications=0
@@ -25,9 +25,9 @@ for name in "${!_rc_actions[@]}"; do
     applications=$((applications + 1))
 done
 
-# What no action of rc reaches: the trace to the console, and the board's helpers.
+# Files that no action of rc uses: the trace to the console, and the board's helpers.
 unreached='^(/dev/console|/dev/flash0|/proc/ticfg/env|/etc/RT2880_eeprom_v1_0.bin|/dev/null)$'
-# Of names that are put together: the connection's interface, and the application's name.
+# Composed names: with the connection's interface, and with the application's name.
 paths=$(code | grep -ohE '(/tmp|/var|/etc|/dev|/proc)/[A-Za-z0-9_./%-]*[A-Za-z0-9_]' |
     sed -e 's|/conf/%s/|/conf/IF/|' -e 's|/rc\.%s\.run|/rc.NAME.run|' | grep -vE "$unreached" | sort -u)
 for path in $paths; do wanted "(^| )${path//./\\.}( |\$)"; done
@@ -37,7 +37,7 @@ for variable in $variables; do wanted "^\\.It Ev $variable\$"; done
 
 found="$applications applications, $(echo "$paths" | wc -l) paths, $(echo "$variables" | wc -l) variables"
 if ((applications < 17 || $(echo "$paths" | wc -l) < 50 || $(echo "$variables" | wc -l) < 3)); then
-    echo "that cannot be all: $found"
+    echo "too few found: $found"
     exit 2
 fi
 ((failures == 0)) || exit 1

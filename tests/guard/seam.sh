@@ -1,12 +1,12 @@
 #!/bin/sh
-# Fails when an object of the handlers calls the system past the seam: whatever an object leaves undefined must be
-# another object's, the platform's or the settings library's, or a pure function of the C library.
+# Fails if an object of the handlers calls the system directly: each undefined symbol of an object must be in another
+# object, the platform or the settings library, or be a pure function of the C library.
 #   seam.sh NM OBJECT...
 nm=$1
 shift
 
-# No system call among them: text, memory, arithmetic, and stdio on a stream that the platform
-# opened. The compiler's own division of 64 bits on a processor of 32 is not: lldiv(3) costs rc no kilobyte.
+# Functions without system calls: text, memory, arithmetic, and stdio on a stream that the platform opened. The
+# compiler's 64-bit division on a 32-bit processor is not allowed, because it adds a kilobyte to rc; lldiv(3) does not.
 pure='abort free malloc realloc strdup memchr memcmp memcpy memmove memset strlen strcmp strncmp strchr strchrnul strrchr strstr
 strpbrk strcasecmp strncasecmp lldiv strtol strtoul strtoll strtoull tolower toupper isxdigit isdigit isspace
 snprintf vsnprintf sscanf fprintf vfprintf fputs fputc fgets fread fwrite fseek fflush fclose fgetc ferror clearerr

@@ -1,5 +1,5 @@
 #!/bin/sh
-# The guard itself: it must pass the handlers' objects, and fail for an object that calls the system.
+# Tests the guard: it must pass the handlers' objects, and fail for an object that calls the system.
 #   seam_test.sh CXX NM OBJECT...
 here=$(dirname "$0")
 cxx=$1

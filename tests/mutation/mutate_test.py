@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""tools/mutate over a source and a runner that are made up: what is caught, what survives, and that a draw is repeated.
+"""tools/mutate with a made-up source and runner: mutants caught, survivors, and that a seed repeats its draw.
 
 usage: mutate_test.py COMPILER
 """
@@ -37,7 +37,7 @@ int sum_to(int last) {
 
 const char* label() { return "beacon"; }
 """
-# Knows nothing of the label.
+# Does not test the label.
 RUNNER = """\
 #include <cstdio>
 #include "beacon.h"
@@ -118,7 +118,7 @@ class MadeUp(unittest.TestCase):
         self.assertIn(f"| `tools/mutate --seed 1 --count 20` | 20 | {20 - survived} |", text)
         self.assertEqual(text.count("not looked into yet"), survived)
 
-        # The label is looked at now, and one survivor has a reason.
+        # The label is tested now, and one survivor has a reason.
         write(self.root + "/src/runner.cc",
               RUNNER.replace("#include <cstdio>", "#include <cstdio>\n#include <cstring>")
               .replace("sum_to(4) == 10;", 'sum_to(4) == 10 && !std::strcmp(label(), "beacon");'))

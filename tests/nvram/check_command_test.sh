@@ -49,7 +49,7 @@ wifi_wep_on=0
 2 findings'
 
 # The factory settings have notes only, wherever they stand; without a word the working copy is meant.
-expect 'no working copy' 2 '' "nvram: check: there is no working copy $folder/tmp/nvram: run 'nvram load' first" \
+expect 'no working copy' 2 '' "nvram: check: $folder/tmp/nvram: no working copy; run 'nvram load' first" \
     router check
 expect 'factory, by its name' 0 "$notes" '' router check @factory
 expect 'factory, by its path' 0 "$notes" '' "$nvram" check "$factory"
@@ -58,8 +58,8 @@ expect 'working copy' 0 "$notes" '' router check
 expect 'flash' 0 "$notes" '' router check @flash
 
 expect 'no such file' 2 '' 'nvram: check: /no/such: No such file or directory' "$nvram" check /no/such
-expect 'too many words' 2 '' "nvram: too many words after check (try 'nvram --help')" "$nvram" check a b
-expect 'a strange option' 2 '' "nvram: --json does not belong to show (try 'nvram --help')" "$nvram" show --json
+expect 'too many words' 2 '' "nvram: check: too many arguments (try 'nvram --help')" "$nvram" check a b
+expect 'a strange option' 2 '' "nvram: show: does not take --json (try 'nvram --help')" "$nvram" show --json
 
 router set http_password=my-own-secret wifi_wep_on=3 'wifi_psk2_pwd=a good phrase'
 expect 'clean' 0 '0 findings' '' router check
@@ -84,8 +84,8 @@ router set fw_nat=1
 } > "$folder/bad"
 expect 'many' 1 "line $(($(wc -l < "$folder/bad") - 5))
     error: is not KEY=VALUE
-    rc: never sees it: the line is skipped
-    write: key=value, or # in front of a comment
+    rc: ignores the line
+    write: key=value, or # before a comment
 fw_nat=
     error: is empty: 1 (on) or 0 (off) is wanted
     rc: addresses are translated, but FORWARD is left open and there is no DMZ
@@ -151,29 +151,29 @@ PYTHON
 expect 'describe' 0 'fw_remote_port: remote management: TCP port on the WAN
   form     a number from 1 to 65535
   empty    not allowed; the rule of remote management fails
-  not set  as empty
+  not set  same as empty
   factory  8080' '' described fw_remote_port 1,5p
 expect 'describe a list' 0 'pcdb_list: address reservations: which host, known by its MAC address, always gets which address
-  form     entries host;address;mac, parted by \x01
+  form     entries host;address;mac, separated by \x01
              host: empty or a text of at most 15 characters; host name, for the lease list only
              address: an IPv4 address such as 192.168.1.1; its last number within those of the pool; '\
 'the first is taken from lan_ipaddr
              mac: a MAC address such as 00:11:22:33:44:55
            at most 254 entries
   empty    allowed; no address is reserved
-  not set  as empty
+  not set  same as empty
   factory  (empty)' '' described pcdb_list 1,9p
-expect 'describe a list behind other characters' 0 '  form     entries service, parted by \x01
+expect 'describe a list behind other characters' 0 '  form     entries service, separated by \x01
              service: a text of at most 29 characters; a name of fw_services_def or fw_services; '\
 'an unknown one ends the list
-           4 characters that nobody reads stand before the first entry
+           ignored prefix: 4 characters before the first entry
            at most 100 entries' '' described access_control 2,5p
-expect 'describe a list without a limit' 0 '  form     entries mac, parted by \x01
+expect 'describe a list without a limit' 0 '  form     entries mac, separated by \x01
              mac: a MAC address such as 00:11:22:33:44:55
   empty    allowed; nobody is exempt' '' described access_group 2,4p
 expect 'describe a list whose entries are switched' 0 '           at most 15 entries whose field on is 1' '' \
     described fw_in_rules '/at most 15/p'
-expect 'describe a list of one entry' 0 '  form     entries name:destination:netmask:gateway:metric:listed:active, parted by blanks
+expect 'describe a list of one entry' 0 '  form     entries name:destination:netmask:gateway:metric:listed:active, separated by spaces
            at most 1 entry' '' described rt_static_route '/form/p; /at most 1 /p'
 expect 'describe a flag' 0 '  form     1 (on) or 0 (off)
            only the first character counts' '' described log_dos 2,3p
@@ -182,8 +182,8 @@ expect 'describe what is not an empty text when it is not set' 0 \
     '  not set  the port is eth2.2; the firewall takes ether_wan_ifname' '' described wan_phy_ifname '/not set/p'
 expect 'describe what an action uses' 0 '  used by  rc route' '' described rt_static_route '/used by/p'
 expect 'describe what no action uses' 0 '' '' described ssid_apcli_wds '/used by/p'
-expect 'describe nothing' 1 '' 'nvram: describe: no such setting: nothing' "$nvram" describe nothing
-expect 'describe a slip' 1 '' 'nvram: describe: no such setting: wan_mut (did you mean wan_mtu?)' \
+expect 'describe nothing' 1 '' 'nvram: describe: nothing: unknown setting; '\''nvram keys'\'' lists all' "$nvram" describe nothing
+expect 'describe a slip' 1 '' 'nvram: describe: wan_mut: unknown setting (did you mean wan_mtu?)' \
     "$nvram" describe wan_mut
 expect 'keys' 0 'fw_schedule   when rules by schedule apply; of a period past midnight only the part after it
 fw_schedule2  a second list like fw_schedule; of a period past midnight only the part before it' '' \
@@ -197,7 +197,7 @@ expect 'full output' 2 '' 'nvram: standard output: No space left on device' \
 
 # Built without the table.
 for verb in check describe keys; do
-    expect "without the table: $verb" 2 '' "nvram: this build leaves out $verb (try 'nvram --help')" "$without" $verb
+    expect "without the table: $verb" 2 '' "nvram: $verb: not included in this build (try 'nvram --help')" "$without" $verb
     "$without" --help | grep -q "^  $verb" && fail "--help names $verb in a build without it"
     "$nvram" --help | grep -q "^  $verb" || fail "--help does not name $verb"
 done

@@ -53,7 +53,7 @@ class Nvram : public testing::Test {
     TemporaryFolder folder;
 };
 
-const std::string no_copy = "there is no working copy /tmp/nvram: run 'nvram load' first";
+const std::string no_copy = "/tmp/nvram: no working copy; run 'nvram load' first";
 
 TEST_F(Nvram, Gets) {
     folder.write("tmp/nvram", "a=one\nempty=\nlist=x\\x01y\\\\\npppoe_password=secret\n");
@@ -62,9 +62,10 @@ TEST_F(Nvram, Gets) {
     EXPECT_EQ(run("get list"), done("x\x01y\\\n"));
     EXPECT_EQ(run("get pppoe_password"), done("secret\n"));
     EXPECT_EQ(run("get b"), no());
-    EXPECT_EQ(run("get \"a b\""), error("get: 'a b' is no key: 1 to 127 of A-Z a-z 0-9 _ - ."));
-    EXPECT_EQ(run("get"), error("something is missing after get (try 'nvram --help')"));
-    EXPECT_EQ(run("get a b"), error("too many words after get (try 'nvram --help')"));
+    EXPECT_EQ(run("get \"a b\""),
+              error("get: 'a b' is not a valid key; use 1 to 127 of A-Z a-z 0-9 _ - ."));
+    EXPECT_EQ(run("get"), error("get: missing argument (try 'nvram --help')"));
+    EXPECT_EQ(run("get a b"), error("get: too many arguments (try 'nvram --help')"));
 }
 
 TEST_F(Nvram, Sets) {
@@ -76,13 +77,14 @@ TEST_F(Nvram, Sets) {
     EXPECT_EQ(run("get -- --odd"), done("1\n"));
     EXPECT_EQ(run("unset -- --odd"), done());
 
-    EXPECT_EQ(run("set"), error("something is missing after set (try 'nvram --help')"));
+    EXPECT_EQ(run("set"), error("set: missing argument (try 'nvram --help')"));
     EXPECT_EQ(run("set a=three b"), error("set: 'b' is not KEY=VALUE"));
-    EXPECT_EQ(run("set a=three =1"), error("set: '' is no key: 1 to 127 of A-Z a-z 0-9 _ - ."));
+    EXPECT_EQ(run("set a=three =1"),
+              error("set: '' is not a valid key; use 1 to 127 of A-Z a-z 0-9 _ - ."));
     EXPECT_EQ(run("set a=three \"b c=1\""),
-              error("set: 'b c' is no key: 1 to 127 of A-Z a-z 0-9 _ - ."));
+              error("set: 'b c' is not a valid key; use 1 to 127 of A-Z a-z 0-9 _ - ."));
     EXPECT_EQ(run("set lan_x=$(head -c 70000 /dev/zero | tr \"\\\\0\" v)"),
-              error("set: value of lan_x is 70000 bytes, the limit is 65536"));
+              error("set: lan_x: value has 70000 bytes; the limit is 65536"));
     EXPECT_EQ(working(), "a=two\nb=\nc=x=y\nd=p\\x01q\n");
 }
 
@@ -91,15 +93,19 @@ TEST_F(Nvram, RefusesAnImageThatIsTooLarge) {
     for (int i = 10; i < 26; ++i)
         image += "k" + std::to_string(i) + "=" + std::string(65000, 'v') + "\n";
     folder.write("tmp/nvram", image);
-    EXPECT_EQ(run("set more=$(head -c 60000 /dev/zero | tr \"\\\\0\" v)"),
-              error("set: /tmp/nvram: more than 1048576 bytes: unset what is not needed"));
+    EXPECT_EQ(
+        run("set more=$(head -c 60000 /dev/zero | tr \"\\\\0\" v)"),
+        error(
+            "set: /tmp/nvram: larger than the limit of 1048576 bytes; unset settings you do not need"));
     EXPECT_EQ(working(), image);
 }
 
 TEST_F(Nvram, ReadsNoImageThatIsTooLarge) {
     folder.write("tmp/nvram", "a=1\n" + std::string(1048573, '#'));
-    EXPECT_EQ(run("get a"),
-              error("get: /tmp/nvram: more than 1048576 bytes: unset what is not needed"));
+    EXPECT_EQ(
+        run("get a"),
+        error(
+            "get: /tmp/nvram: larger than the limit of 1048576 bytes; unset settings you do not need"));
     folder.write("tmp/nvram", "a=1\n" + std::string(1048572, '#'));
     EXPECT_EQ(run("get a"), done("1\n"));
 }
@@ -109,8 +115,9 @@ TEST_F(Nvram, Unsets) {
     EXPECT_EQ(run("unset a c"), done());
     EXPECT_EQ(run("unset a"), done());
     EXPECT_EQ(working(), "b=2\n");
-    EXPECT_EQ(run("unset b \"\""), error("unset: '' is no key: 1 to 127 of A-Z a-z 0-9 _ - ."));
-    EXPECT_EQ(run("unset"), error("something is missing after unset (try 'nvram --help')"));
+    EXPECT_EQ(run("unset b \"\""),
+              error("unset: '' is not a valid key; use 1 to 127 of A-Z a-z 0-9 _ - ."));
+    EXPECT_EQ(run("unset"), error("unset: missing argument (try 'nvram --help')"));
     EXPECT_EQ(working(), "b=2\n");
 }
 
@@ -127,7 +134,7 @@ TEST_F(Nvram, ShowsWithoutSecrets) {
     EXPECT_EQ(run("--show-secrets show http_"), done("http_password=secret\n"));
     EXPECT_EQ(run("show lan_"), done("lan_ipaddr=1\nlan_netmask=2\n"));
     EXPECT_EQ(run("show wan_"), no());
-    EXPECT_EQ(run("show a b"), error("too many words after show (try 'nvram --help')"));
+    EXPECT_EQ(run("show a b"), error("show: too many arguments (try 'nvram --help')"));
     folder.write("tmp/nvram", "");
     EXPECT_EQ(run("show"), done());
 }
@@ -159,13 +166,13 @@ TEST_F(Nvram, LoadsAndCommits) {
     EXPECT_EQ(
         run("load"),
         error(
-            "load: /flash/nvram.a and .b are damaged: run 'nvram default' for the factory settings"));
+            "load: /flash/nvram.a, /flash/nvram.b: both damaged; run 'nvram default' to restore the factory settings"));
     EXPECT_EQ(run("default"), done());
     EXPECT_EQ(working(), "a=factory\n");
     EXPECT_EQ(folder.read("flash/nvram.a"), nvram::encode({.number = 1, .image = "a=factory\n"}));
     for (const char* verb : {"load", "commit", "default"})
         EXPECT_EQ(run(verb + std::string(" x")),
-                  error("too many words after " + std::string(verb) + " (try 'nvram --help')"));
+                  error(std::string(verb) + ": too many arguments (try 'nvram --help')"));
 }
 
 TEST_F(Nvram, SaysWhyACommitFails) {
@@ -187,7 +194,7 @@ TEST_F(Nvram, Exports) {
     EXPECT_EQ(status.st_mode & 07777, 0600U);
     EXPECT_EQ(run("export " + (folder / "no/such")),
               error("export: /no/such: No such file or directory"));
-    EXPECT_EQ(run("export"), error("something is missing after export (try 'nvram --help')"));
+    EXPECT_EQ(run("export"), error("export: missing argument (try 'nvram --help')"));
 }
 
 TEST_F(Nvram, Imports) {
@@ -207,9 +214,9 @@ TEST_F(Nvram, ImportsNothingOfABadFile) {
     const Result expected = {
         2, "",
         "nvram: import: /settings: line 2 is not KEY=VALUE\n"
-        "nvram: import: /settings: line 3 has a bad key (1 to 127 of A-Z a-z 0-9 _ - .)\n"
-        "nvram: import: /settings: line 5 has a value of more than 65536 bytes\n"
-        "nvram: import: nothing was changed\n"};
+        "nvram: import: /settings: line 3 has an invalid key; use 1 to 127 of A-Z a-z 0-9 _ - .\n"
+        "nvram: import: /settings: line 5 has a value longer than 65536 bytes\n"
+        "nvram: import: /settings: no setting was changed\n"};
     EXPECT_EQ(run("import " + (folder / "settings")), expected);
     EXPECT_EQ(run("import --replace " + (folder / "settings")), expected);
     EXPECT_EQ(run("import " + (folder / "none")),
@@ -248,18 +255,17 @@ TEST_F(Nvram, DiffNamesWhatItCannotRead) {
               error("diff: /none: No such file or directory"));
     EXPECT_EQ(run("diff @working @factory"), error("diff: " + no_copy));
     EXPECT_EQ(run("diff @flash @factory"), error("diff: /flash/nvram: No such file or directory"));
-    EXPECT_EQ(run("diff @working"), error("something is missing after diff (try 'nvram --help')"));
+    EXPECT_EQ(run("diff @working"), error("diff: missing argument (try 'nvram --help')"));
 }
 
 TEST_F(Nvram, ChecksItsWords) {
-    EXPECT_EQ(run(""), error("which verb? (try 'nvram --help')"));
-    EXPECT_EQ(run("fetch a"), error("no such verb: fetch (try 'nvram --help')"));
-    EXPECT_EQ(run("--loud get a"), error("no such option: --loud (try 'nvram --help')"));
-    EXPECT_EQ(run("get --replace a"),
-              error("--replace does not belong to get (try 'nvram --help')"));
+    EXPECT_EQ(run(""), error("missing verb (try 'nvram --help')"));
+    EXPECT_EQ(run("fetch a"), error("fetch: unknown verb (try 'nvram --help')"));
+    EXPECT_EQ(run("--loud get a"), error("--loud: unknown option (try 'nvram --help')"));
+    EXPECT_EQ(run("get --replace a"), error("get: does not take --replace (try 'nvram --help')"));
     EXPECT_EQ(run("get --show-secrets a"),
-              error("--show-secrets does not belong to get (try 'nvram --help')"));
-    EXPECT_EQ(run("--root"), error("a folder is missing after --root (try 'nvram --help')"));
+              error("get: does not take --show-secrets (try 'nvram --help')"));
+    EXPECT_EQ(run("--root"), error("--root: missing directory (try 'nvram --help')"));
 }
 
 TEST_F(Nvram, HelpsAndNamesItsVersion) {
@@ -267,9 +273,9 @@ TEST_F(Nvram, HelpsAndNamesItsVersion) {
     const Result help = run("--help");
     EXPECT_EQ(help.status, 0);
     EXPECT_EQ(help.errors, "");
-    for (const char* word :
-         {"get KEY", "set KEY=VALUE", "unset KEY", "show ", "commit", "load", "default",
-          "export FILE|-", "import [--replace] FILE|-", "diff ", "--root DIR", "Status: 0 done"})
+    for (const char* word : {"get KEY", "set KEY=VALUE", "unset KEY", "show ", "commit", "load",
+                             "default", "export FILE|-", "import [--replace] FILE|-", "diff ",
+                             "--root DIR", "Exit status: 0 done"})
         EXPECT_NE(help.output.find(word), std::string::npos) << word;
 }
 

@@ -68,11 +68,11 @@ TEST(Image, NamesBadLines) {
     EXPECT_EQ(bad[0].number, 4U);
     EXPECT_STREQ(bad[0].reason, "is not KEY=VALUE");
     EXPECT_EQ(bad[1].number, 5U);
-    EXPECT_STREQ(bad[1].reason, "has a bad key (1 to 127 of A-Z a-z 0-9 _ - .)");
+    EXPECT_STREQ(bad[1].reason, "has an invalid key; use 1 to 127 of A-Z a-z 0-9 _ - .");
     EXPECT_EQ(bad[2].number, 6U);
     EXPECT_EQ(bad[3].number, 7U);
     EXPECT_EQ(bad[4].number, 8U);
-    EXPECT_STREQ(bad[4].reason, "holds a zero byte");
+    EXPECT_STREQ(bad[4].reason, "contains a zero byte");
     EXPECT_EQ(image.text(), "a=1\nz=1\n");
 }
 
@@ -86,7 +86,7 @@ TEST(Image, LimitsValuesAndKeys) {
 
     const nvram::Image too_long("a=" + longest_value + "v\nb=1\n", &bad);
     ASSERT_EQ(bad.size(), 1U);
-    EXPECT_STREQ(bad[0].reason, "has a value of more than 65536 bytes");
+    EXPECT_STREQ(bad[0].reason, "has a value longer than 65536 bytes");
     EXPECT_EQ(too_long.text(), "b=1\n");
 }
 

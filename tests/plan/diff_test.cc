@@ -1,4 +1,4 @@
-// How two settings files differ in effect, and which of the settings are behind each difference.
+// The differences in effect between two settings files, and the settings that cause them.
 
 #include "plan/diff/diff.h"
 
@@ -20,18 +20,19 @@ std::string value_of(const Settings& settings, const std::string& key) {
     return found == settings.end() ? "-" : found->second;
 }
 
-// A play of one transcript that asks for all of these settings.
-PlayWith play_of(std::set<std::string> asked,
+// A play of one transcript that reads all of these settings.
+PlayWith play_of(std::set<std::string> settings_read,
                  std::function<void(const Settings&, Transcript&)> record) {
-    return [asked = std::move(asked), record = std::move(record)](const Settings& settings) {
-        Played played = {.parts = {Transcript()}, .asked = asked};
+    return [settings_read = std::move(settings_read),
+            record = std::move(record)](const Settings& settings) {
+        Played played = {.parts = {Transcript()}, .settings_read = settings_read};
         record(settings, played.parts[0]);
         return played;
     };
 }
 
-// A change told in one text: "-line", "+line", then the settings.
-std::string told(const Difference& difference, const EffectChange& change) {
+// A change as one text: "-line", "+line", then the settings.
+std::string change_text(const Difference& difference, const EffectChange& change) {
     std::string text;
     const auto add = [&](char sign, const Transcript& transcript,
                          const std::vector<Origin>& lines) {
@@ -49,7 +50,8 @@ std::vector<std::string> changes(const Settings& a, const Settings& b, const Pla
     const std::vector<Difference> parts = differences(a, b, play);
     EXPECT_EQ(parts.size(), 1U);
     std::vector<std::string> list;
-    for (const EffectChange& change : parts[0].changes) list.push_back(told(parts[0], change));
+    for (const EffectChange& change : parts[0].changes)
+        list.push_back(change_text(parts[0], change));
     return list;
 }
 
@@ -71,13 +73,13 @@ TEST(ChangedSettings, AreThoseWithAnotherValueOrOnOneSideOnly) {
     EXPECT_THAT(changed_settings({{"a", "1"}}, {{"a", "1"}}), IsEmpty());
 }
 
-TEST(Differences, NoneWhenNothingComesOutOtherwise) {
+TEST(Differences, NoneIfTheTranscriptsAreEqual) {
     const PlayWith play = play_of(
         {"a"}, [](const Settings&, Transcript& transcript) { transcript.add("run", "true"); });
     EXPECT_THAT(changes({{"a", "1"}}, {{"a", "2"}}, play), IsEmpty());
 }
 
-TEST(Differences, EachLineOfAFileHasItsOwnReason) {
+TEST(Differences, EachLineOfAFileHasItsReason) {
     const PlayWith play =
         play_of({"first", "last", "same"}, [](const Settings& settings, Transcript& transcript) {
             transcript.add_with_body("write", "/etc/x",
@@ -91,7 +93,7 @@ TEST(Differences, EachLineOfAFileHasItsOwnReason) {
                             " /etc/x\n-     | last 1\n+     | last 2\n<last"));
 }
 
-TEST(Differences, OneReasonForLinesThatStandTogether) {
+TEST(Differences, OneReasonForNeighbouringLines) {
     const PlayWith play =
         play_of({"ttl", "mss"}, [](const Settings& settings, Transcript& transcript) {
             std::string body;
@@ -109,7 +111,7 @@ TEST(Differences, OneReasonForLinesThatStandTogether) {
                             " /tmp/rules\n+     | ttl\n<ttl"));
 }
 
-TEST(Differences, ALineOfSeveralValuesComesFromAllThatChanged) {
+TEST(Differences, ALineOfSeveralValuesHasAllChangedSettings) {
     const PlayWith play =
         play_of({"ip", "mask", "if"}, [](const Settings& settings, Transcript& transcript) {
             transcript.add("run", "ifconfig " + value_of(settings, "if") + " " +
@@ -129,11 +131,11 @@ TEST(Differences, BothSettingsThatAreNeededTogether) {
     const Settings off = {{"other", "1"}};
     const Settings both = {{"enable", "1"}, {"server", "h"}};
     EXPECT_THAT(changes(off, both, play), ElementsAre("+run    daemon\n<enable<server"));
-    // Either alone takes it away.
+    // Either alone removes it.
     EXPECT_THAT(changes(both, off, play), ElementsAre("-run    daemon\n<enable<server"));
 }
 
-TEST(Differences, ASwitchCountsAndSoDoesTheValueBehindIt) {
+TEST(Differences, ASwitchAndTheValueItEnablesBothCount) {
     const PlayWith play =
         play_of({"enable", "port"}, [](const Settings& settings, Transcript& transcript) {
             if (on(settings, "enable")) transcript.add("run", "d " + value_of(settings, "port"));
@@ -145,8 +147,8 @@ TEST(Differences, ASwitchCountsAndSoDoesTheValueBehindIt) {
     EXPECT_THAT(changes({{"port", "1"}}, {{"enable", "0"}, {"port", "2"}}, play), IsEmpty());
 }
 
-// One brings it about, another one is in the way in B, and a third one makes up for that.
-TEST(Differences, WhatUndoesItOnItsOwnWayBackCountsToo) {
+// One setting causes the line, another prevents it in B, and a third compensates for that.
+TEST(Differences, ASettingThatUndoesTheChangeAloneCountsToo) {
     const PlayWith play =
         play_of({"cure", "cause", "bar"}, [](const Settings& settings, Transcript& transcript) {
             if (on(settings, "cause") && (!on(settings, "bar") || on(settings, "cure")))
@@ -156,8 +158,8 @@ TEST(Differences, WhatUndoesItOnItsOwnWayBackCountsToo) {
                 ElementsAre("+run    daemon\n<cause<cure"));
 }
 
-// No single one of three brings the line about, nor undoes it: two of them do.
-TEST(Differences, ASmallestGroupWhereNoSettingAloneMatters) {
+// No single one of three settings produces or removes the line, but two together do.
+TEST(Differences, ASmallestGroupIfNoSettingAloneMatters) {
     const PlayWith play =
         play_of({"a", "b", "c", "d"}, [](const Settings& settings, Transcript& transcript) {
             int votes = 0;
@@ -171,17 +173,17 @@ TEST(Differences, ASmallestGroupWhereNoSettingAloneMatters) {
                 ElementsAre("-run    few\n+run    many\n<b<c", "-run    d 1\n+run    d 2\n<d"));
 }
 
-TEST(Differences, WhatIsNotAskedForIsNotPlayed) {
+TEST(Differences, ASettingThatIsNotReadIsNotPlayed) {
     int plays = 0;
     const PlayWith play = [&](const Settings& settings) {
         plays++;
-        Played played = {.parts = {Transcript()}, .asked = {"a"}};
+        Played played = {.parts = {Transcript()}, .settings_read = {"a"}};
         played.parts[0].add("run", value_of(settings, "a"));
         return played;
     };
     EXPECT_THAT(changes({{"a", "1"}}, {{"a", "2"}, {"b", "2"}, {"c", "2"}}, play),
                 ElementsAre("-run    1\n+run    2\n<a"));
-    // A, B, and "a" alone put from A to B and from B to A.
+    // A, B, and "a" alone changed from A to B and from B to A.
     EXPECT_EQ(plays, 4);
 }
 
@@ -197,17 +199,17 @@ TEST(Differences, EventsOfOneSideWithTheirBodiesAndTheirPlace) {
     });
     const std::vector<Difference> parts = differences({}, {{"dod", "1"}}, play);
     ASSERT_EQ(parts[0].changes.size(), 1U);
-    EXPECT_EQ(told(parts[0], parts[0].changes[0]),
+    EXPECT_EQ(change_text(parts[0], parts[0].changes[0]),
               "+write  /tmp/options\n+     | idle 300\n+     \\ demand\n+pause  2 s\n<dod");
     EXPECT_THAT(parts[0].changes[0].b,
                 ElementsAre(Origin{1, 0}, Origin{1, 1}, Origin{1, 2}, Origin{2, 0}));
-    // The shared ones are the three others.
+    // The three other events are shared.
     ASSERT_EQ(parts[0].shared.size(), 3U);
     EXPECT_EQ(parts[0].shared[1].a, 1U);
     EXPECT_EQ(parts[0].shared[1].b, 3U);
 }
 
-TEST(Differences, AMovedPauseGoesAndComes) {
+TEST(Differences, AMovedPauseIsRemovedAndAdded) {
     const PlayWith play = play_of({"late"}, [](const Settings& settings, Transcript& transcript) {
         if (!on(settings, "late")) transcript.add("pause", "1 s");
         transcript.add("run", "one");
@@ -218,7 +220,7 @@ TEST(Differences, AMovedPauseGoesAndComes) {
                 ElementsAre("-pause  1 s\n<late", "+pause  1 s\n<late"));
 }
 
-TEST(Differences, OfTwoEqualWritesTheOneThatIsWhollyTheSameStays) {
+TEST(Differences, OfTwoWritesOfAFileTheIdenticalOneIsShared) {
     const PlayWith play = play_of({"twice"}, [](const Settings& settings, Transcript& transcript) {
         if (on(settings, "twice")) transcript.add_with_body("write", "/x", "1\n2\n3\n");
         transcript.add_with_body("write", "/x", "1\n2\n4\n");
@@ -239,7 +241,7 @@ TEST(Differences, PrintedLinesAndBytes) {
                             " /var/leases\n-     x 00 01 61\n+     x 00 01 62\n<mac"));
 }
 
-TEST(Differences, DepthTellsANestedEventFromAnOuterOne) {
+TEST(Differences, DepthDistinguishesANestedEventFromAnOuterOne) {
     const PlayWith play = play_of({"nested"}, [](const Settings& settings, Transcript& transcript) {
         transcript.depth = on(settings, "nested") ? 1 : 0;
         transcript.add("run", "stop");
@@ -248,9 +250,10 @@ TEST(Differences, DepthTellsANestedEventFromAnOuterOne) {
                 ElementsAre("-run    stop\n+    run    stop\n<nested"));
 }
 
-TEST(Differences, EachPartHasItsOwn) {
+TEST(Differences, EachPartHasItsOwnDifference) {
     const PlayWith play = [](const Settings& settings) {
-        Played played = {.parts = {Transcript(), Transcript(), Transcript()}, .asked = {"a", "c"}};
+        Played played = {.parts = {Transcript(), Transcript(), Transcript()},
+                         .settings_read = {"a", "c"}};
         played.parts[0].add("run", value_of(settings, "a"));
         played.parts[1].add("run", "b");
         played.parts[2].add("run", value_of(settings, "c"));

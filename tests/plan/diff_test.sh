@@ -26,7 +26,7 @@ prints() {
     failures=$((failures + 1))
 }
 
-# says FILE TEXT: the whole line stands in the file.
+# says FILE TEXT: the file contains the whole line.
 says() {
     grep -qxF -- "$2" "$1" && return
     echo "missing in $1: $2"
@@ -67,7 +67,7 @@ with() {
     done
 }
 
-# One call of rc: the lines of a file that differ, each with its reason.
+# One rc run: the lines of a file that differ, each with its reason.
 with dhcp_start_ip=192.168.1.40 lan_lease_time=2 pppoe_password=second unheard_of=1
 expect 1 a b dhcpd restart
 prints << 'END'
@@ -90,12 +90,12 @@ rc dhcpd restart: differs
                 <- lan_lease_time
   total  commands 3, files written 2, settings stored 0, pauses 0 s
 END
-# Nothing of it matters to the web server.
+# Nothing changes for the web server.
 expect 0 a b httpd restart
 says out 'rc httpd restart: nothing differs'
 says out '+ unheard_of=1'
 
-# Without words: the restarts, and what nothing uses.
+# Without words: the restarts, and the unused settings.
 expect 1 a b
 prints << 'END'
 settings that differ:
@@ -107,12 +107,12 @@ settings that differ:
 + pppoe_password=********
 + unheard_of=1
 
-to be run, in this order:
+run, in this order:
 rc dhcpd restart     because of dhcp_start_ip, lan_lease_time: /etc/udhcpd.conf changes
 
-no action uses it: pppoe_password, unheard_of
+used by no action: pppoe_password, unheard_of
 
-assumed of the router (state it otherwise with --world):
+assumed about the router (override with --world):
        it runs with A, and its Internet side is up
 END
 
@@ -120,9 +120,9 @@ expect 0 a a
 prints << 'END'
 no setting differs
 
-nothing needs to be run
+no action is needed
 
-assumed of the router (state it otherwise with --world):
+assumed about the router (override with --world):
        it runs with A, and its Internet side is up
 END
 expect 0 a a lan start
@@ -134,9 +134,9 @@ END
 # Differing settings without an effect are no difference.
 with pppoe_password=second
 expect 0 a b
-says out 'no action uses it: pppoe_password'
+says out 'used by no action: pppoe_password'
 
-# A group in place of two applications, what only a boot does, and the order of the boot.
+# A group instead of two applications, effects that need a boot, and the boot's order.
 with dhcp_start_ip=192.168.1.40 http_timeout=9 restore_default=1
 expect 1 a b
 prints << 'END'
@@ -147,22 +147,22 @@ settings that differ:
 + http_timeout=9
 + restore_default=1
 
-to be run, in this order:
+run, in this order:
 rc restart           because of dhcp_start_ip, http_timeout: /etc/udhcpd.conf and its commands change
 
-or with 6 commands instead of 43, and pauses of 0 s instead of 7 s:
+alternative with 6 commands instead of 43, and pauses of 0 s instead of 7 s:
 rc httpd restart     because of http_timeout: its commands change
 rc dhcpd restart     because of dhcp_start_ip: /etc/udhcpd.conf changes
 
-only a boot does this:
+needs a boot:
 rc init              because of restore_default: its commands change
-decides at boot only: restore_default
+read only at boot: restore_default
 
-assumed of the router (state it otherwise with --world):
+assumed about the router (override with --world):
        it runs with A, and its Internet side is up
 END
 
-# What A's stop takes away and B's does not.
+# What A's stop removes and B's does not.
 cp a route
 echo 'rt_static_route=office:10.1.0.0:255.255.0.0:192.168.1.254:2:1:1' >> route
 expect 1 route a
@@ -170,18 +170,18 @@ prints << 'END'
 settings that differ:
 - rt_static_route=office:10.1.0.0:255.255.0.0:192.168.1.254:2:1:1
 
-to be run before the settings change, since afterwards it does less:
+run before changing the settings, because afterwards it does less:
 rc route stop        because of rt_static_route:
     /sbin/route del -net 10.1.0.0 netmask 255.255.0.0 gw 192.168.1.254 metric 2
 
-to be run, in this order:
+run, in this order:
 rc route restart     because of rt_static_route: /etc/gateways, /tmp/sroute and its commands change
 
-assumed of the router (state it otherwise with --world):
+assumed about the router (override with --world):
        it runs with A, and its Internet side is up
 END
 
-# Commands and pauses of one side, where they stand and what they come to.
+# Commands and pauses of one side, with their places and totals.
 with wan_mode=ras
 expect 1 a b wan restart
 prints << 'END'
@@ -207,7 +207,7 @@ rc wan restart: differs
 + total  commands 16, files written 3, settings stored 1, pauses 5 s
 END
 
-# The pause of a nested run, behind the call that it belongs to.
+# The pause of a nested run, after the call that starts it.
 with wan_mode=pppoe
 expect 1 a b wan start
 says out '+     0 s  pause  4 s'
@@ -247,7 +247,7 @@ prints << 'END'
 {"type":"events","a":[{"verb":"run","depth":0,"text":"/usr/sbin/mini_httpd -d /usr/www -r \"Attic\" -c '*.cgi' -t 300&","elapsed_us":0}],"b":[{"verb":"run","depth":0,"text":"/usr/sbin/mini_httpd -d /usr/www -r \"Attic\" -c '*.cgi' -t 540&","elapsed_us":0}],"because":["http_timeout"]}
 {"type":"total","differs":true,"a":{"status":0,"commands":2,"files_written":1,"settings_stored":0,"pauses_us":0},"b":{"status":0,"commands":2,"files_written":1,"settings_stored":0,"pauses_us":0}}
 END
-# Every object of every kind can be read, whatever bytes the settings hold.
+# Every object of every kind can be parsed, with any bytes in the settings.
 with wan_mode=pppoe restore_default=1 "device_name=$(printf 'caf\351 \134"<')" unheard_of=1
 for words in '' 'wan restart' 'httpd start' 'init'; do
     # shellcheck disable=SC2086 # words of rc
@@ -266,7 +266,7 @@ with restore_default=1
 expect 1 --json a b
 says out '{"type":"boot","words":["init"],"because":["restore_default"],"files":[],"settings_stored":[],"commands":true,"only":["restore_default"]}'
 
-# Colours on demand only.
+# Colours only on request.
 escape=$(printf '\033')
 with http_password=second
 expect 1 a b httpd start
@@ -275,7 +275,7 @@ expect 1 --color always a b httpd start
 says out "${escape}[31m-               | admin:first${escape}[0m"
 says out "${escape}[32m+               | admin:second${escape}[0m"
 
-# Wrong use.
+# Usage errors.
 expect 2
 expect 2 a
 expect 2 a missing
@@ -288,7 +288,7 @@ grep -q "^rcplan: b: line [0-9]* " err || { cat err; failures=$((failures + 1));
 expect 2 --bogus a a
 expect 2 --color pink a a
 expect 2 --world missing a a
-[ ! -s out ] || { echo 'output in spite of wrong use'; failures=$((failures + 1)); }
+[ ! -s out ] || { echo 'output despite a usage error'; failures=$((failures + 1)); }
 expect 0 --help
 grep -q -- '--world' out || failures=$((failures + 1))
 

@@ -1,4 +1,4 @@
-// Where the lines of a plan come from.
+// The influences on the lines of a plan.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,14 +21,14 @@ class InfluenceTest : public testing::Test {
         provenance_ = trace(plan_);
     }
 
-    // What a line comes from, told by the line's text.
+    // The influences on the line with this text.
     std::vector<std::string> why(const std::string& text) const {
         for (const TranscriptLine& line : lines_of(plan_.after.transcript)) {
             if (line.text != text) continue;
-            std::vector<std::string> told;
+            std::vector<std::string> texts;
             for (const Influence& influence : provenance_.of(line.origin))
-                told.push_back(influence.text());
-            return told;
+                texts.push_back(influence.text());
+            return texts;
         }
         return {"no such line: " + text};
     }
@@ -42,7 +42,7 @@ TEST_F(InfluenceTest, ValuesAndComputedValuesOfACommandLine) {
                             "there is no file /etc/version-ft"));
 }
 
-TEST_F(InfluenceTest, EachLineOfAFileHasItsOwn) {
+TEST_F(InfluenceTest, EachLineOfAFileHasItsOwnInfluences) {
     play_with({}, {{"dhcp_server_enable", "1"}, {"dhcp_start_ip", "10.0.0.5"}, {"lan_if", "br0"}},
               {"rc", "dhcpd", "start"});
     EXPECT_THAT(why("start\t\t10.0.0.5"),
@@ -55,7 +55,7 @@ TEST_F(InfluenceTest, ASettingThatDecides) {
     EXPECT_THAT(why("/usr/sbin/udhcpd /etc/udhcpd.conf&"), ElementsAre("if dhcp_server_enable=1"));
 }
 
-TEST_F(InfluenceTest, WhatDependsOnNothingHasNothing) {
+TEST_F(InfluenceTest, AConstantLineHasNoInfluences) {
     play_with({}, {{"http_timeout", "5"}}, {"rc", "httpd", "stop"});
     EXPECT_THAT(why("/usr/bin/killall mini_httpd"), IsEmpty());
 }
@@ -89,17 +89,17 @@ TEST_F(InfluenceTest, OneFieldOfARecordIsEnough) {
         << plan_.after.transcript.text();
 }
 
-TEST_F(InfluenceTest, TheMomentInFrontOfTheTenthSecond) {
+TEST_F(InfluenceTest, TheClockBeforeTheTenthSecond) {
     World world;
     world.uptime_microseconds = 5'000'000;
     world.put("/var/run/rc.httpd.run", "/proc/uptime\n");
     play_with(world, {}, {"rc", "httpd", "stop"});
-    // Within ten seconds of the kernel's start another run counts as running.
+    // In the first ten seconds after the kernel's start, another run counts as running.
     EXPECT_THAT(why("ap_name=httpd action=stop"), IsEmpty());
     EXPECT_EQ(lines_of(plan_.after.transcript).size(), 2U) << plan_.after.transcript.text();
 }
 
-TEST(Neighbours, StayInTheirKind) {
+TEST(Neighbours, KeepTheirKind) {
     EXPECT_THAT(neighbours("192.168.1.0"), ElementsAre("191.168.1.0", "192.167.1.0", "192.168.0.0",
                                                        "192.168.1.1", "191.167.0.1"));
     EXPECT_THAT(neighbours("dhcpc"), ElementsAre("dhcpd"));

@@ -1,5 +1,4 @@
-// What iptables lines leave in the tables: order, policies, refusals, and where each rule came
-// from.
+// The tables after iptables lines: order, policies, refusals, and the origin of each rule.
 
 #include "plan/netfilter/netfilter.h"
 
@@ -38,7 +37,7 @@ std::vector<std::string> chain_names(const Netfilter& tables) {
     return names;
 }
 
-TEST(Netfilter, EmptyTablesHoldTheBuiltInChains) {
+TEST(Netfilter, EmptyTablesHaveTheBuiltInChains) {
     const Netfilter tables = netfilter_of({});
     EXPECT_EQ(chain_names(tables),
               (std::vector<std::string>{"filter INPUT", "filter FORWARD", "filter OUTPUT",
@@ -66,7 +65,7 @@ TEST(Netfilter, RulesAreAppendedAndInserted) {
     EXPECT_EQ(refusals(tables), "iptables -I INPUT 7 -j DROP: the chain has no such place\n");
 }
 
-TEST(Netfilter, RulesAreTakenAwayByPlaceAndByText) {
+TEST(Netfilter, RulesAreDeletedByPlaceAndByText) {
     const Netfilter tables = after(
         "iptables -A INPUT -p tcp -j ACCEPT\n"
         "iptables -A INPUT -p udp -j ACCEPT\n"
@@ -82,7 +81,7 @@ TEST(Netfilter, RulesAreTakenAwayByPlaceAndByText) {
               "iptables -D INPUT 3: there is no such rule\n");
 }
 
-TEST(Netfilter, ChainsAreMadeEmptiedAndRemoved) {
+TEST(Netfilter, ChainsAreCreatedFlushedAndRemoved) {
     const Netfilter tables = after(
         "iptables -t nat -N VS\n"
         "iptables -N DOS\n"
@@ -112,7 +111,7 @@ TEST(Netfilter, ChainsAreMadeEmptiedAndRemoved) {
               "iptables -F NONE: there is no chain 'NONE'\n");
 }
 
-TEST(Netfilter, OneTableIsEmptiedAtATime) {
+TEST(Netfilter, OneTableIsFlushedAtATime) {
     const Netfilter tables = after(
         "iptables -A INPUT -j DROP\n"
         "iptables -A POSTROUTING -t nat -o ppp0 -j MASQUERADE\n"
@@ -148,7 +147,7 @@ TEST(Netfilter, TheLastPolicyCounts) {
               "iptables -P OUTPUT: -P names no policy\n");
 }
 
-TEST(Netfilter, TargetsMustBeThere) {
+TEST(Netfilter, TargetsMustExist) {
     const Netfilter tables = after(
         "iptables -A INPUT -j NOWHERE\n"
         "iptables -A INPUT -j DNAT --to 10.0.0.1\n"
@@ -164,12 +163,12 @@ TEST(Netfilter, TargetsMustBeThere) {
               "iptables -A INPUT -j DNAT --to 10.0.0.1: DNAT is for the table nat only\n"
               "iptables -t nat -A PREROUTING -j REJECT: REJECT is for the table filter only\n"
               "iptables -A INPUT -j FORWARD: no rule leads to a built-in chain\n"
-              "iptables -A INPUT -j: -j needs what stands behind it\n"
+              "iptables -A INPUT -j: -j needs an argument\n"
               "iptables -A MISSING -j DROP: there is no chain 'MISSING'\n"
               "iptables -A: the command names no chain\n");
 }
 
-TEST(Netfilter, WhatIsNotUnderstoodIsSaid) {
+TEST(Netfilter, LinesThatAreNotUnderstoodAreReported) {
     const Netfilter tables = after(
         "iptables -L\n"
         "iptables\n"
@@ -199,7 +198,7 @@ TEST(Netfilter, WhatIsNotUnderstoodIsSaid) {
               "echo \"a '\niptables -F\n: a quote is not closed (unread)\n");
 }
 
-TEST(Netfilter, RulesKnowWhereTheyStand) {
+TEST(Netfilter, RulesKnowTheirOrigin) {
     Transcript transcript;
     transcript.add("run", "iptables -A INPUT -j DROP");
     transcript.add_with_body("write", "/tmp/a", "#!/bin/sh\n\niptables -A OUTPUT -j DROP\n");
@@ -220,7 +219,7 @@ TEST(Netfilter, RulesKnowWhereTheyStand) {
     EXPECT_EQ(origin("OUTPUT", 0), (Origin{1, 3}));
     EXPECT_EQ(origin("OUTPUT", 1), (Origin{2, 1}));
     EXPECT_EQ(origin("FORWARD", 0), (Origin{3, 2}));
-    // What the shell itself wrote stands in no event.
+    // Lines written by the shell itself are in no event.
     EXPECT_EQ(origin("INPUT", 1), (Origin{6, 0}));
     // Copied.
     EXPECT_EQ(tables.find("filter", "INPUT")->policy_origin, (Origin{7, 2}));
@@ -244,7 +243,7 @@ TEST(Netfilter, AScriptHasTheContentOfItsMoment) {
               "ACCEPT | -p tcp | -p udp | -p udp");
 }
 
-TEST(Netfilter, FilesOfBeforeCount) {
+TEST(Netfilter, FilesFromBeforeTheRunCount) {
     World before;
     before.put("/tmp/rule2", "iptables -t nat -A POSTROUTING -o ppp0 -j MASQUERADE\n");
     Transcript transcript;
@@ -259,7 +258,7 @@ TEST(Netfilter, FilesOfBeforeCount) {
     EXPECT_EQ(*before.get("/tmp/rule2"), "iptables -t nat -A POSTROUTING -o ppp0 -j MASQUERADE\n");
 }
 
-TEST(Netfilter, WordsAreThoseOfTheShell) {
+TEST(Netfilter, WordsAreSplitAsByTheShell) {
     const Netfilter tables = after(
         "iptables -A INPUT  -j LOG --log-prefix \"[DOS] \" # at most\n"
         "iptables -A INPUT -m string --string a\\ b'c d'\"e\\\"f\" --algo kmp 2> /dev/null\n"
@@ -334,7 +333,7 @@ TEST(Scripts, WhatAShellWouldExpand) {
         ASSERT_EQ(commands.size(), 1u) << script;
         EXPECT_NE(commands[0].unread, "") << script;
     }
-    // A pattern may stand for itself.
+    // A pattern without matching files stays as it is.
     for (const char* script : {"a *.exe", "a ?", "a [b]"}) {
         const std::vector<ScriptCommand> commands = script_commands(script);
         ASSERT_EQ(commands.size(), 1u) << script;
@@ -342,7 +341,7 @@ TEST(Scripts, WhatAShellWouldExpand) {
         EXPECT_TRUE(commands[0].pattern) << script;
     }
     EXPECT_FALSE(script_commands("a '*' \"[b]\" \\?")[0].pattern);
-    // What stands inside is not certain either, and what follows is.
+    // The lines inside are not certain either; the lines after it are.
     const std::vector<ScriptCommand> commands = script_commands("if a\nthen\nb\nfi\nc\n");
     ASSERT_EQ(commands.size(), 5u);
     EXPECT_NE(commands[2].unread, "");

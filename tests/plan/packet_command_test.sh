@@ -30,7 +30,7 @@ expect() {
     failures=$((failures + 1))
 }
 
-# says LINE: it stands in the output.
+# says LINE: the output contains the line.
 says() {
     grep -qxF -- "$1" out && return
     echo "missing: $1"
@@ -46,7 +46,7 @@ ends() {
     failures=$((failures + 1))
 }
 
-# is FILE: the whole of it is what standard input says.
+# is FILE: its content equals standard input.
 is() {
     cat > wanted
     diff wanted "$1" && return
@@ -55,19 +55,19 @@ is() {
 
 expect 0 --wan-address 10.0.0.2 --proto tcp --src 198.51.100.80 --dst 10.0.0.2 --dport 8080
 is out << 'END'
-packet  tcp 198.51.100.80 to 10.0.0.2:8080, in by eth2.2, NEW, SYN
+packet  tcp 198.51.100.80 to 10.0.0.2:8080, in on eth2.2, NEW, SYN
 assumed its TCP flags are SYN (--flags)
-assumed it comes in by eth2.2, the way to 198.51.100.80 (--in)
+assumed it arrives on eth2.2, the route to 198.51.100.80 (--in)
 assumed the SYN announces an MSS of 1460 (--mss)
 
 mangle PREROUTING
     policy ACCEPT
 nat PREROUTING
-     1  -j PRE_BASIC: nothing matches there
-     2  -j PRE_PROXY: nothing matches there
-     3  -j UPNP: nothing matches there
-     4  -j PT: nothing matches there
-     5  -j NAPT: nothing matches there
+     1  -j PRE_BASIC: no rule matches
+     2  -j PRE_PROXY: no rule matches
+     3  -j UPNP: no rule matches
+     4  -j PT: no rule matches
+     5  -j NAPT: no rule matches
      6  -j PF
         PF
              1  -p tcp --dport 8080 --dst 10.0.0.2 -j DNAT --to-destination 192.168.1.40:80
@@ -76,14 +76,14 @@ forwarded to br0
 mangle FORWARD
     policy ACCEPT
 filter FORWARD
-     3  -j CFILTER: nothing matches there
-     4  -j OUT_FILTER: nothing matches there
+     3  -j CFILTER: no rule matches
+     4  -j OUT_FILTER: no rule matches
      5  -j FW_BASIC
         FW_BASIC
              2  -p tcp --tcp-flags SYN,RST SYN -j TCPMSS --clamp-mss-to-pmtu
-                = MSS cut to what the way out carries [/tmp/rules line 66]
-     6  -j IN_FILTER: nothing matches there
-     7  -j FW_UPNP: nothing matches there
+                = MSS limited to the path MTU [/tmp/rules line 66]
+     6  -j IN_FILTER: no rule matches
+     7  -j FW_UPNP: no rule matches
      8  -p tcp -d 192.168.1.40 --dport 80 -j LOG --log-level 4 --log-prefix "[PORT FORWARD]"
         = logged as "[PORT FORWARD]" [/tmp/rules line 88]
      9  -p tcp -d 192.168.1.40 --dport 80 -j ACCEPT
@@ -109,15 +109,15 @@ says 'assumed eth2.2 has no address (--wan-address, --world)'
 ends 'DROP by rule 1 of ACL_BLOCK'
 grep -q '<-' out && { echo 'settings though --no-why'; failures=$((failures + 1)); }
 
-# Another action than a start; a world in the place of --wan-address.
+# An action other than a start; a world instead of --wan-address.
 echo 'interface eth2.2 10.0.0.2' > world
 expect 0 --world world --proto udp --src 10.0.0.1 --dst 10.0.0.2 --dport 68 firewall stop
 says '        iptables -t nat -I PREROUTING -i eth2.2 -p udp --dport 68 -j DNAT --to 255.255.255.255'
 ends "ACCEPT by INPUT's policy, to 255.255.255.255:68 (DNAT by rule 1 of nat's PREROUTING)"
 
-# What iptables refuses, and what is not understood.
+# Lines that iptables refuses, and lines that are not understood.
 expect 1 --set fw_dmz_enable=1 --set fw_dmz=192.168.1.50 --proto gre --src 198.51.100.80 --dst 10.0.0.2
-says "refused iptables -t nat -I DMZ -d  -p ! icmp -j DNAT --to 192.168.1.50: '-d -p' cannot be"
+says "refused iptables -t nat -I DMZ -d  -p ! icmp -j DNAT --to 192.168.1.50: '-d -p' is invalid"
 # shellcheck disable=SC2016  # The keyword itself has a dollar.
 keyword='$x'
 expect 2 --set fw_block=1 --set "fw_block_keyword=$keyword" --proto gre --src 192.168.1.33 --dst 198.51.100.80
@@ -145,28 +145,28 @@ assert (after["destination"], after["destination_port"], after["out"]) == ("192.
 assert said["assumed"][0] == "its TCP flags are SYN (--flags)", said["assumed"]
 chains = [step["chain"] for step in said["steps"] if step["type"] == "chain" and step["table"] == "nat"]
 assert (chains[0], chains[-1]) == ("PREROUTING", "POSTROUTING"), chains
-# A first start removes twenty chains that are not there yet.
+# A first start removes twenty chains that do not exist yet.
 assert len(said["refused"]) == 20 and not any(line["unread"] for line in said["refused"])
 END
 
-# Wrong use.
+# Usage errors.
 expect 2
 expect 2 --proto tcp
 expect 2 --proto tcp --dst 10.0.0.2
 is err << 'END'
-rcplan: --src or --in says where from
+rcplan: --src and --in are missing; give one of them
 END
 expect 2 --proto tcp --src 10.0.0.1 --dst here
 is err << 'END'
-rcplan: --dst 'here' is not understood
+rcplan: --dst 'here': not understood
 END
 expect 2 --proto tcp --src 10.0.0.1 --dst 10.0.0.2 --wan-address none
 is err << 'END'
-rcplan: --wan-address takes an address such as 203.0.113.7
+rcplan: --wan-address none: not an IPv4 address; expected four numbers, such as 203.0.113.7
 END
 expect 2 --set wan_ifname= --wan-address 10.0.0.2 --proto tcp --src 10.0.0.1 --dst 10.0.0.2
 is err << 'END'
-rcplan: the settings name no interface of the WAN (wan_ifname)
+rcplan: --wan-address 10.0.0.2: the settings name no WAN interface; set wan_ifname
 END
 expect 2 --bogus --proto tcp --src 10.0.0.1 --dst 10.0.0.2
 expect 0 --help

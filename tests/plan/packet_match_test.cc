@@ -1,5 +1,5 @@
-// What each condition of a rule asks of a packet, what iptables takes of it, and the order in which
-// the kernel asks.
+// The conditions of rules: which packets match, which arguments iptables accepts, and the order in
+// which the kernel evaluates them.
 
 #include "plan/netfilter/rule_reading.h"
 #include "walked.h"
@@ -13,7 +13,7 @@ Networks home() {
             .addresses = {{"br0", 0xc0a80101}, {"eth2.2", 0x0a000002}}};
 }
 
-// What a script with one rule in FORWARD, which drops, makes of a packet to the Internet.
+// The verdict on a packet to the Internet with one rule in FORWARD, which drops.
 std::string verdict(const std::string& condition, const std::string& packet) {
     const Netfilter tables = tables_after("iptables -A FORWARD " + condition + " -j DROP\n");
     for (const Netfilter::Refused& line : tables.refused)
@@ -101,7 +101,7 @@ TEST(Matches, Ports) {
         {"-p tcp --dport 60000:", "proto=tcp dport=65535", true},
         {"-p udp --sport 40000", "proto=udp dport=1 sport=40000", true},
         {"-p udp --sport 40001:50000", "proto=udp dport=1 sport=40000", false},
-        // A number that begins with 0 is octal.
+        // A number with a leading 0 is octal.
         {"-p tcp --dport 0120", "proto=tcp dport=80", true},
         {"-p tcp --dport 0x50", "proto=tcp dport=80", true},
     });
@@ -181,7 +181,7 @@ TEST(Matches, AllConditionsMustHold) {
     });
 }
 
-TEST(Matches, WhatIsMissingLeavesTheVerdictOpen) {
+TEST(Matches, MissingInformationMakesTheVerdictUnknown) {
     struct Row {
         const char* condition;
         const char* packet;
@@ -189,117 +189,120 @@ TEST(Matches, WhatIsMissingLeavesTheVerdictOpen) {
     };
     for (const Row& row : {
              Row{"-p udp --sport 53", "in=br0 proto=udp dst=8.8.8.8 dport=53",
-                 "it asks for the source port (--sport)"},
+                 "it depends on the source port (--sport)"},
              Row{"-p udp --dport 53", "in=br0 proto=udp dst=8.8.8.8",
-                 "it asks for the destination port (--dport)"},
+                 "it depends on the destination port (--dport)"},
              Row{"-s 10.0.0.0/8", "in=br0 proto=udp dst=8.8.8.8",
-                 "it asks for the source address (--src)"},
+                 "it depends on the source address (--src)"},
              Row{"-m iprange --src-range 10.0.0.1-10.0.0.9", "in=br0 proto=udp dst=8.8.8.8",
-                 "it asks for the source address (--src)"},
+                 "it depends on the source address (--src)"},
              Row{"-p icmp --icmp-type 3", "in=br0 proto=icmp dst=8.8.8.8 state=related",
-                 "it asks for the ICMP type (--icmp-type)"},
+                 "it depends on the ICMP type (--icmp-type)"},
          })
         EXPECT_EQ(verdict(row.condition, row.packet),
                   std::string("UNKNOWN: rule 1 of FORWARD: ") + row.open);
-    // Another condition that does not hold settles it.
+    // Another condition that does not match decides.
     EXPECT_EQ(verdict("-p udp --sport 53 -d 8.8.4.4", "in=br0 proto=udp dst=8.8.8.8 dport=53"),
               "ACCEPT by FORWARD's policy");
 }
 
-TEST(Matches, WhatIsNotKnownIsNotGuessed) {
+TEST(Matches, UnknownOptionsAreNotGuessed) {
     const std::string web = std::string(from_lan) + "proto=tcp dport=80";
     EXPECT_EQ(verdict("-m owner --uid-owner 0", web),
-              "UNKNOWN: rule 1 of FORWARD: '-m owner' is not known here");
+              "UNKNOWN: rule 1 of FORWARD: '-m owner' is an unknown match");
     EXPECT_EQ(verdict("-p tcp --dports 80,81", web),
-              "UNKNOWN: rule 1 of FORWARD: '--dports' is not known here");
+              "UNKNOWN: rule 1 of FORWARD: '--dports' is an unknown option");
     EXPECT_EQ(verdict("-p tcp --dport http", web),
-              "UNKNOWN: rule 1 of FORWARD: '--dport http' is not understood here");
-    EXPECT_EQ(verdict("-p sctp", web),
-              "UNKNOWN: rule 1 of FORWARD: '-p sctp' is not understood here");
+              "UNKNOWN: rule 1 of FORWARD: '--dport http' is not understood");
+    EXPECT_EQ(verdict("-p sctp", web), "UNKNOWN: rule 1 of FORWARD: '-p sctp' is not understood");
     EXPECT_EQ(verdict("-s router.lan", web),
-              "UNKNOWN: rule 1 of FORWARD: '-s router.lan' is not understood here");
+              "UNKNOWN: rule 1 of FORWARD: '-s router.lan' is not understood");
     EXPECT_EQ(verdict("-m iprange --src-range 10.1-10.2", web),
-              "UNKNOWN: rule 1 of FORWARD: '--src-range 10.1-10.2' is not understood here");
-    // What is known in front of it may settle it.
+              "UNKNOWN: rule 1 of FORWARD: '--src-range 10.1-10.2' is not understood");
+    // A known condition before it may decide.
     EXPECT_EQ(verdict("-p udp -m owner --uid-owner 0", web), "ACCEPT by FORWARD's policy");
 }
 
-TEST(Matches, APatternMayStandForFiles) {
+TEST(Matches, APatternMayMatchFiles) {
     const std::string rule = "-p tcp --dport 80 -m string --string *.exe --algo kmp";
     const std::string packet = std::string(from_lan) + "proto=tcp string=x.exe dport=";
     EXPECT_EQ(verdict(rule, packet + "80"),
-              "UNKNOWN: rule 1 of FORWARD: the shell would look for files of that pattern");
+              "UNKNOWN: rule 1 of FORWARD: the shell would expand that pattern to file names");
     EXPECT_EQ(verdict(rule, packet + "81"), "ACCEPT by FORWARD's policy");
     EXPECT_EQ(verdict("-m string --string '*.exe' --algo kmp", packet + "80"),
               "ACCEPT by FORWARD's policy");
 }
 
-TEST(Rules, WhatIptablesRefuses) {
+TEST(Rules, RefusedByIptables) {
     struct Row {
         const char* rule;
         const char* reason;
     };
     for (const Row& row : {
-             // Settings that are empty let an option take the next one's name.
-             Row{"-i  -j RETURN", "'RETURN' belongs to no option"},
-             Row{"-i !  -j RETURN", "'RETURN' belongs to no option"},
-             Row{"-d  -p ! icmp -j ACCEPT", "'-d -p' cannot be"},
-             Row{"-d 10.0.0.256 -j ACCEPT", "'-d 10.0.0.256' cannot be"},
-             Row{"-s 10.0.0.1/33 -j ACCEPT", "'-s 10.0.0.1/33' cannot be"},
-             Row{"-p tcp --dport 70000 -j ACCEPT", "'--dport 70000' cannot be"},
-             Row{"-p tcp --dport 90:80 -j ACCEPT", "'--dport 90:80' cannot be"},
-             Row{"-p tcp --dport 80-90 -j ACCEPT", "'--dport 80-90' cannot be"},
-             Row{"-p tcp --dport 089 -j ACCEPT", "'--dport 089' cannot be"},
-             Row{"--dport 80 -j ACCEPT", "--dport without what it belongs to"},
-             Row{"-p all --dport 80 -j ACCEPT", "--dport without what it belongs to"},
-             Row{"-p ! tcp --dport 80 -j ACCEPT", "--dport without what it belongs to"},
-             Row{"-p udp --syn -j ACCEPT", "--syn without what it belongs to"},
-             Row{"-d 10.0 -j ACCEPT", "'-d 10.0' is not understood here"},
-             Row{"-p 256 -j ACCEPT", "'-p 256' cannot be"},
-             Row{"-p t\xe4 -j ACCEPT", "'-p t\xe4' cannot be"},
-             Row{"-p tcp -m tcpmss --mss -39: -j TCPMSS --set-mss -40", "'--mss -39:' cannot be"},
-             Row{"-j TCPMSS --set-mss -40", "'--set-mss -40' cannot be"},
+             // With an empty setting, an option takes the next option as its argument.
+             Row{"-i  -j RETURN", "'RETURN' is not part of an option"},
+             Row{"-i !  -j RETURN", "'RETURN' is not part of an option"},
+             Row{"-d  -p ! icmp -j ACCEPT", "'-d -p' is invalid"},
+             Row{"-d 10.0.0.256 -j ACCEPT", "'-d 10.0.0.256' is invalid"},
+             Row{"-s 10.0.0.1/33 -j ACCEPT", "'-s 10.0.0.1/33' is invalid"},
+             Row{"-p tcp --dport 70000 -j ACCEPT", "'--dport 70000' is invalid"},
+             Row{"-p tcp --dport 90:80 -j ACCEPT", "'--dport 90:80' is invalid"},
+             Row{"-p tcp --dport 80-90 -j ACCEPT", "'--dport 80-90' is invalid"},
+             Row{"-p tcp --dport 089 -j ACCEPT", "'--dport 089' is invalid"},
+             Row{"--dport 80 -j ACCEPT", "--dport without the match or target that it belongs to"},
+             Row{"-p all --dport 80 -j ACCEPT",
+                 "--dport without the match or target that it belongs to"},
+             Row{"-p ! tcp --dport 80 -j ACCEPT",
+                 "--dport without the match or target that it belongs to"},
+             Row{"-p udp --syn -j ACCEPT", "--syn without the match or target that it belongs to"},
+             Row{"-d 10.0 -j ACCEPT", "'-d 10.0' is not understood"},
+             Row{"-p 256 -j ACCEPT", "'-p 256' is invalid"},
+             Row{"-p t\xe4 -j ACCEPT", "'-p t\xe4' is invalid"},
+             Row{"-p tcp -m tcpmss --mss -39: -j TCPMSS --set-mss -40", "'--mss -39:' is invalid"},
+             Row{"-j TCPMSS --set-mss -40", "'--set-mss -40' is invalid"},
              Row{"-m mac --mac-source 02:00:00:00:00 -j ACCEPT",
-                 "'--mac-source 02:00:00:00:00' cannot be"},
-             Row{"-m string --string two words --algo kmp -j DROP", "'words' belongs to no option"},
+                 "'--mac-source 02:00:00:00:00' is invalid"},
+             Row{"-m string --string two words --algo kmp -j DROP",
+                 "'words' is not part of an option"},
              Row{"-m string --string word -j DROP", "-m string without --algo"},
              Row{"-m state -j DROP", "-m state without --state"},
-             Row{"-m state --state OLD -j DROP", "'--state OLD' cannot be"},
-             Row{"-m limit --limit ! 5/s -j DROP", "'--limit !' cannot be"},
-             Row{"-m limit ! --limit 5/s -j DROP", "no '!' at --limit"},
-             Row{"! -i ! lo -j DROP", "'!' stands twice at -i"},
-             Row{"-m iprange --src-range - -j DROP", "'--src-range -' cannot be"},
+             Row{"-m state --state OLD -j DROP", "'--state OLD' is invalid"},
+             Row{"-m limit --limit ! 5/s -j DROP", "'--limit !' is invalid"},
+             Row{"-m limit ! --limit 5/s -j DROP", "--limit does not take '!'"},
+             Row{"! -i ! lo -j DROP", "'!' given twice for -i"},
+             Row{"-m iprange --src-range - -j DROP", "'--src-range -' is invalid"},
              Row{"-j LOG --log-prefix 123456789012345678901234567890",
-                 "'--log-prefix 123456789012345678901234567890' cannot be"},
-             Row{"-j ACCEPT --log-prefix x", "--log-prefix without what it belongs to"},
-             Row{"-p tcp --dport", "--dport needs what stands behind it"},
-             Row{"-j DROP !", "nothing stands behind \"!\""},
+                 "'--log-prefix 123456789012345678901234567890' is invalid"},
+             Row{"-j ACCEPT --log-prefix x",
+                 "--log-prefix without the match or target that it belongs to"},
+             Row{"-p tcp --dport", "--dport needs an argument"},
+             Row{"-j DROP !", "nothing follows \"!\""},
          }) {
         const Netfilter tables = tables_after(std::string("iptables -A FORWARD ") + row.rule);
-        const bool stands = !tables.find("filter", "FORWARD")->rules.empty();
-        std::string reason = stands ? "" : tables.refused.at(0).reason;
-        if (stands) reason = read_rule(tables.find("filter", "FORWARD")->rules[0]).unread;
+        const bool is_kept = !tables.find("filter", "FORWARD")->rules.empty();
+        std::string reason = is_kept ? "" : tables.refused.at(0).reason;
+        if (is_kept) reason = read_rule(tables.find("filter", "FORWARD")->rules[0]).unread;
         EXPECT_EQ(reason, row.reason) << row.rule;
-        // What could still be a name stays, but unread.
-        EXPECT_EQ(stands, std::string_view(row.reason).ends_with("here")) << row.rule;
+        // A word that may be a name is kept, but unread.
+        EXPECT_EQ(is_kept, std::string_view(row.reason).ends_with("is not understood")) << row.rule;
     }
 }
 
-TEST(Rules, WhatIptablesRefusesOfNat) {
+TEST(Rules, RefusedByIptablesInNat) {
     struct Row {
         const char* rule;
         const char* reason;
     };
     for (const Row& row : {
              Row{"-j DNAT", "-j DNAT without its option"},
-             Row{"-j DNAT --to ", "--to needs what stands behind it"},
-             Row{"-p udp -j DNAT --to 10.0.0.9\x01x", "'--to 10.0.0.9\x01x' cannot be"},
-             Row{"-p tcp -j DNAT --to 10.0.0.9:0", "'--to 10.0.0.9:0' cannot be"},
+             Row{"-j DNAT --to ", "--to needs an argument"},
+             Row{"-p udp -j DNAT --to 10.0.0.9\x01x", "'--to 10.0.0.9\x01x' is invalid"},
+             Row{"-p tcp -j DNAT --to 10.0.0.9:0", "'--to 10.0.0.9:0' is invalid"},
              Row{"-j DNAT --to 10.0.0.9:80", "a port without -p tcp or -p udp"},
              Row{"-p ! icmp -j DNAT --to-destination 10.0.0.9:80",
                  "a port without -p tcp or -p udp"},
              Row{"-j SNAT --to-destination 10.0.0.9",
-                 "--to-destination without what it belongs to"},
+                 "--to-destination without the match or target that it belongs to"},
              Row{"-p tcp -j DNAT --to :80", ""},
              Row{"-p tcp -j DNAT --to 10.0.0.9:80", ""},
              Row{"-p ! icmp -j DNAT --to 10.0.0.9", ""},

@@ -1,5 +1,5 @@
-// The router's services and their packets: names, addresses, multicasts, logins, TTL, QoS; what the
-// router is without rules; what is left open.
+// Packets of the router's services: names, addresses, multicasts, logins, TTL, QoS; a router
+// without rules; unknown verdicts.
 
 #include <algorithm>
 
@@ -19,8 +19,9 @@ TEST(Packet, NameLookUpsGoToTheProvidersServers) {
     EXPECT_EQ(
         drawn.verdict_text(),
         "ACCEPT by rule 5 of FW_BASIC, to 203.0.113.54:53 (DNAT by rule 1 of DNS)" + masqueraded);
-    EXPECT_EQ(drawn.assumptions,
-              (std::vector<std::string>{"chance chooses it (otherwise: --not-drawn)"}));
+    EXPECT_EQ(
+        drawn.assumptions,
+        (std::vector<std::string>{"every random choice matches it (otherwise: --not-drawn)"}));
     EXPECT_EQ(
         router.verdict(std::string(look_up) + " not-drawn"),
         "ACCEPT by rule 5 of FW_BASIC, to 203.0.113.53:53 (DNAT by rule 2 of DNS)" + masqueraded);
@@ -28,7 +29,7 @@ TEST(Packet, NameLookUpsGoToTheProvidersServers) {
               "ACCEPT by rule 1 of INPUT");
 }
 
-// The DHCP client has a way of its own to what the policy drops.
+// The DHCP client receives packets that the policy drops through its own socket.
 TEST(Packet, ALeaseIsOfferedByBroadcast) {
     const char* offer = "proto=udp src=10.0.0.1 dst=255.255.255.255 sport=67 dport=68";
     const Router router(Settings{{"wan_mode", "dhcpc"}});
@@ -46,11 +47,11 @@ TEST(Packet, Multicasts) {
     const Router router(Settings{{"igmp_enable", "1"}});
     EXPECT_EQ(router.verdict("proto=udp src=198.51.100.80 dst=239.1.1.1 dport=5000"),
               "DROP by rule 2 of DOS");
-    // The limits are for TCP, UDP and pings, so IGMP does not come to the rule that accepts it.
+    // The limits are for TCP, UDP and pings, so IGMP does not reach the rule that would accept it.
     EXPECT_EQ(router.verdict("proto=igmp src=10.0.0.1 dst=224.0.0.1"), "DROP by INPUT's policy");
     EXPECT_EQ(router.verdict("proto=igmp src=192.168.1.33 dst=239.1.1.1"),
               "ACCEPT by rule 1 of INPUT");
-    // Where the kernel routes the group, it is forwarded.
+    // If the kernel routes the group, the packet is forwarded.
     EXPECT_EQ(router.verdict("proto=udp src=198.51.100.80 dst=239.1.1.1 dport=5000 out=br0"),
               "DROP by FORWARD's policy");
     EXPECT_EQ(Router().verdict("proto=udp src=198.51.100.80 dst=239.1.1.1 dport=5000"),
@@ -80,12 +81,12 @@ TEST(Packet, SegmentSizes) {
     router.world().interfaces["eth2.2"].mtu = 1400;
     const std::string syn = std::string(web_from_lan) + " mss=";
     EXPECT_EQ(effects(router.walk(syn + "1361")),
-              "filter: MSS 1360; filter: MSS cut to what the way out carries; nat: from 10.0.0.2");
+              "filter: MSS 1360; filter: MSS limited to the path MTU; nat: from 10.0.0.2");
     EXPECT_EQ(effects(router.walk(syn + "1360")),
-              "filter: MSS cut to what the way out carries; nat: from 10.0.0.2");
+              "filter: MSS limited to the path MTU; nat: from 10.0.0.2");
     EXPECT_EQ(effects(router.walk(std::string(web_from_lan) + " flags=SYN,ACK mss=1460"
                                                               " state=established")),
-              "filter: MSS 1360; filter: MSS cut to what the way out carries");
+              "filter: MSS 1360; filter: MSS limited to the path MTU");
 }
 
 TEST(Packet, TimeToLive) {
@@ -94,14 +95,14 @@ TEST(Packet, TimeToLive) {
         return effects(Router(Settings{{"fw_ttl", mode}, {"fw_ttl_ud", "77"}}).walk(ping));
     };
     EXPECT_EQ(changed("0"), "nat: from 10.0.0.2");
-    EXPECT_EQ(changed("1"), "mangle: TTL more by 1; nat: from 10.0.0.2");
-    EXPECT_EQ(changed("2"), "mangle: TTL more by 2; nat: from 10.0.0.2");
+    EXPECT_EQ(changed("1"), "mangle: TTL increased by 1; nat: from 10.0.0.2");
+    EXPECT_EQ(changed("2"), "mangle: TTL increased by 2; nat: from 10.0.0.2");
     EXPECT_EQ(changed("3"), "mangle: TTL 1; nat: from 10.0.0.2");
     EXPECT_EQ(changed("4"), "mangle: TTL 77; nat: from 10.0.0.2");
     const Walk own = Router(Settings{{"fw_ttl", "2"}})
                          .walk("proto=icmp from-router src=10.0.0.2 dst=198.51.100.80");
     EXPECT_EQ(own.verdict_text(), "ACCEPT by OUTPUT's policy" + masqueraded);
-    EXPECT_EQ(effects(own), "mangle: TTL more by 1; nat: from 10.0.0.2");
+    EXPECT_EQ(effects(own), "mangle: TTL increased by 1; nat: from 10.0.0.2");
 }
 
 // direction, first port, last port, protocol, first address, last octet, class
@@ -138,7 +139,7 @@ TEST(Packet, QosMarksByPriority) {
               "ACCEPT by rule 5 of FW_BASIC" + masqueraded);
     EXPECT_EQ(router.verdict("proto=tcp in=eth2.2 src=198.51.100.80 dst=192.168.1.33 dport=40000"
                              " state=established"),
-              "UNKNOWN: rule 7 of mangle's FORWARD: it asks for the source port (--sport)");
+              "UNKNOWN: rule 7 of mangle's FORWARD: it depends on the source port (--sport)");
 }
 
 TEST(Packet, QosMarksByBandwidth) {
@@ -189,13 +190,13 @@ TEST(Packet, ARouterWithoutRules) {
     EXPECT_EQ(
         stopped.verdict("proto=udp src=10.0.0.1 dst=10.0.0.2 dport=68"),
         "ACCEPT by INPUT's policy, to 255.255.255.255:68 (DNAT by rule 1 of nat's PREROUTING)");
-    // Written rules are not in force yet.
+    // Rules are written but not run yet.
     EXPECT_EQ(Router({}, {"firewall", "create"})
                   .verdict("proto=tcp src=198.51.100.80 dst=10.0.0.2 dport=80"),
               "ACCEPT by INPUT's policy");
 }
 
-// While a link is down, the LAN's look-ups go to an address that makes it dial.
+// While a link is down, the LAN's look-ups go to an address that triggers dialling.
 TEST(Packet, LookUpsOfALinkThatIsDown) {
     const Netfilter tables = tables_after(
         "iptables -I PREROUTING -t nat -i br0 -p udp --dport 53 -d 192.168.1.1 -j DNAT --to"
@@ -212,33 +213,33 @@ TEST(Packet, LookUpsOfALinkThatIsDown) {
 TEST(Packet, APatternAmongTheKeywords) {
     const Router router(Settings{{"fw_block", "1"}, {"fw_block_keyword", "*.exe"}});
     EXPECT_EQ(router.verdict(std::string(web_from_lan) + " string=GET+/"),
-              "UNKNOWN: rule 1 of HTTP: the shell would look for files of that pattern");
+              "UNKNOWN: rule 1 of HTTP: the shell would expand that pattern to file names");
     EXPECT_EQ(router.verdict(web_from_lan), "ACCEPT by rule 5 of FW_BASIC" + masqueraded);
 }
 
-TEST(Packet, ALineThatTheShellWouldExpandLeavesAllOpen) {
+TEST(Packet, ALineWithAnExpansionMakesTheVerdictUnknown) {
     const Router router(Settings{{"fw_block", "1"}, {"fw_block_keyword", "$HOME"}});
     EXPECT_EQ(router.verdict(web_from_lan),
-              "UNKNOWN: a line of the scripts is not understood (the shell would expand \"$\" or"
+              "UNKNOWN: a script line is not understood (the shell would expand \"$\" or"
               " \"`\"): iptables -A HTTP -m string --string $HOME --algo kmp -j BLOCK");
 }
 
-TEST(Packet, ChainsThatLeadInACircleAreLeft) {
+TEST(Packet, LoopsOfChainsEnd) {
     const Netfilter tables = tables_after(
         "iptables -N A\niptables -N B\niptables -A A -j B\niptables -A B -j A\n"
         "iptables -A FORWARD -j A\n");
     const Walk walk = walk_of(tables, {.wan_if = "eth2.2"}, "proto=gre in=br0 dst=8.8.8.8");
     EXPECT_EQ(walk.verdict, Verdict::Unknown);
-    EXPECT_NE(walk.open.find("the chains lead in a circle"), std::string::npos);
+    EXPECT_NE(walk.unknown_reason.find("the chains form a loop"), std::string::npos);
 }
 
-TEST(Packet, TheKernelRoutesNoFalseSources) {
+TEST(Packet, TheKernelDropsSpoofedSources) {
     const Router router;
     for (const char* source :
          {"10.0.0.2", "192.168.1.1", "127.0.0.1", "224.0.0.1", "192.168.1.255"})
         EXPECT_EQ(
             router.verdict(std::string("proto=gre in=eth2.2 dst=10.0.0.2 src=") + source),
-            std::string("DROP by the kernel's routing: ") + source + " cannot come in by eth2.2");
+            std::string("DROP by the kernel's routing: ") + source + " cannot arrive on eth2.2");
     EXPECT_EQ(router.verdict("proto=gre in=lo dst=10.0.0.2 src=10.0.0.2"),
               "ACCEPT by rule 2 of INPUT");
     // NAT comes first.
@@ -255,7 +256,7 @@ TEST(Packet, RulesThatOnlyCountAndReturn) {
     EXPECT_EQ(effects(walk), "filter: counted");
 }
 
-TEST(PacketOptions, WhatIsDeduced) {
+TEST(PacketOptions, Deductions) {
     const Networks home = networks_of(Router().world());
     struct Row {
         const char* options;
@@ -264,9 +265,9 @@ TEST(PacketOptions, WhatIsDeduced) {
     for (const Row& row : {
              Row{"proto=gre in=br0 dst=8.8.8.8", {}},
              Row{"proto=gre src=192.168.1.9 dst=8.8.8.8",
-                 {"it comes in by br0, the way to 192.168.1.9 (--in)"}},
+                 {"it arrives on br0, the route to 192.168.1.9 (--in)"}},
              Row{"proto=gre src=8.8.8.8 dst=10.0.0.2",
-                 {"it comes in by eth2.2, the way to 8.8.8.8 (--in)"}},
+                 {"it arrives on eth2.2, the route to 8.8.8.8 (--in)"}},
              Row{"proto=tcp in=br0 dst=8.8.8.8", {"its TCP flags are SYN (--flags)"}},
              Row{"proto=tcp in=br0 dst=8.8.8.8 state=related", {"its TCP flags are ACK (--flags)"}},
              Row{"proto=tcp in=br0 dst=8.8.8.8 flags=SYN,ACK", {}},
@@ -285,34 +286,39 @@ TEST(PacketOptions, WhatIsDeduced) {
     }
 }
 
-TEST(PacketOptions, WhatIsWrong) {
+TEST(PacketOptions, Errors) {
     const Networks home = networks_of(Router().world());
     struct Row {
         const char* options;
         const char* message;
     };
-    for (const Row& row : {
-             Row{"in=br0 dst=8.8.8.8", "--proto says which protocol: tcp, udp, icmp or a number"},
-             Row{"in=br0 dst=8.8.8.8 proto=all",
-                 "--proto says which protocol: tcp, udp, icmp or a number"},
-             Row{"in=br0 dst=8.8.8.8 proto=tpc", "--proto 'tpc' is not understood"},
-             Row{"in=br0 proto=tcp", "--dst says where to"},
-             Row{"in=br0 dst=8.8.8 proto=tcp", "--dst '8.8.8' is not understood"},
-             Row{"dst=8.8.8.8 proto=tcp", "--src or --in says where from"},
-             Row{"in=br0 dst=8.8.8.8 proto=tcp dport=http", "--dport 'http' is not understood"},
-             Row{"in=br0 dst=8.8.8.8 proto=icmp dport=80", "only tcp and udp have ports"},
-             Row{"in=br0 dst=8.8.8.8 proto=udp syn", "only tcp has flags and an MSS"},
-             Row{"in=br0 dst=8.8.8.8 proto=udp mss=1460", "only tcp has flags and an MSS"},
-             Row{"in=br0 dst=8.8.8.8 proto=tcp flags=SIN", "--flags 'SIN' is not understood"},
-             Row{"in=br0 dst=8.8.8.8 proto=tcp flags=SYN syn", "--syn is --flags SYN"},
-             Row{"in=br0 dst=8.8.8.8 proto=tcp icmp-type=8", "only icmp has types"},
-             Row{"in=br0 dst=8.8.8.8 proto=tcp state=old", "--state 'old' is not understood"},
-             Row{"in=br0 dst=8.8.8.8 proto=tcp mac-source=02:00",
-                 "--mac-source '02:00' is not understood"},
-             Row{"in=br0 dst=8.8.8.8 proto=tcp mark=one", "--mark 'one' is not understood"},
-             Row{"in=br0 from-router dst=8.8.8.8 proto=tcp",
-                 "what the router itself sends comes in nowhere"},
-         }) {
+    for (
+        const Row& row : {
+            Row{"in=br0 dst=8.8.8.8", "--proto is missing; give tcp, udp, icmp or a number"},
+            Row{"in=br0 dst=8.8.8.8 proto=all",
+                "--proto is missing; give tcp, udp, icmp or a number"},
+            Row{"in=br0 dst=8.8.8.8 proto=tpc", "--proto 'tpc': not understood"},
+            Row{"in=br0 proto=tcp", "--dst is missing; give the destination address"},
+            Row{"in=br0 dst=8.8.8 proto=tcp", "--dst '8.8.8': not understood"},
+            Row{"dst=8.8.8.8 proto=tcp", "--src and --in are missing; give one of them"},
+            Row{"in=br0 dst=8.8.8.8 proto=tcp dport=http", "--dport 'http': not understood"},
+            Row{"in=br0 dst=8.8.8.8 proto=icmp dport=80",
+                "--sport, --dport: only tcp and udp have ports"},
+            Row{"in=br0 dst=8.8.8.8 proto=udp syn",
+                "--flags, --mss: only tcp has flags and an MSS"},
+            Row{"in=br0 dst=8.8.8.8 proto=udp mss=1460",
+                "--flags, --mss: only tcp has flags and an MSS"},
+            Row{"in=br0 dst=8.8.8.8 proto=tcp flags=SIN", "--flags 'SIN': not understood"},
+            Row{"in=br0 dst=8.8.8.8 proto=tcp flags=SYN syn",
+                "--syn and --flags: give only one of them"},
+            Row{"in=br0 dst=8.8.8.8 proto=tcp icmp-type=8", "--icmp-type: only icmp has types"},
+            Row{"in=br0 dst=8.8.8.8 proto=tcp state=old", "--state 'old': not understood"},
+            Row{"in=br0 dst=8.8.8.8 proto=tcp mac-source=02:00",
+                "--mac-source '02:00': not understood"},
+            Row{"in=br0 dst=8.8.8.8 proto=tcp mark=one", "--mark 'one': not understood"},
+            Row{"in=br0 from-router dst=8.8.8.8 proto=tcp",
+                "--in and --from-router: a packet from the router itself has no incoming interface"},
+        }) {
         const auto stated = state_packet(options_of(row.options), home);
         ASSERT_TRUE(std::holds_alternative<PacketError>(stated)) << row.options;
         EXPECT_EQ(std::get<PacketError>(stated).message, row.message) << row.options;
@@ -320,10 +326,10 @@ TEST(PacketOptions, WhatIsWrong) {
     const auto nowhere = state_packet(options_of("in=br0 dst=8.8.8.8 proto=tcp"), {});
     ASSERT_TRUE(std::holds_alternative<PacketError>(nowhere));
     EXPECT_EQ(std::get<PacketError>(nowhere).message,
-              "the settings name no interface of the WAN (wan_ifname)");
+              "the settings name no WAN interface; set wan_ifname");
 }
 
-// Whatever the scripts hold, the walk ends and says something.
+// With any scripts, the walk ends with a verdict.
 TEST(Packet, MalformedRulesNeverCrash) {
     Router router(Settings{{"fw_block", "1"},
                            {"fw_block_keyword", "casino"},

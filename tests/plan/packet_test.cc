@@ -1,5 +1,5 @@
-// What the firewall of a set-up does with packets: the verdict, and the rule that decides. The
-// router is 192.168.1.1 on br0 and 10.0.0.2 on eth2.2.
+// Verdicts of configured firewalls on packets, with the rule that decides. The router is
+// 192.168.1.1 on br0 and 10.0.0.2 on eth2.2.
 
 #include "walked.h"
 
@@ -27,10 +27,10 @@ TEST(Packet, NothingNewComesIn) {
               "DROP by INPUT's policy");
     EXPECT_EQ(router.verdict("proto=tcp src=198.51.100.80 dst=10.0.0.2 dport=80 state=established"),
               "ACCEPT by rule 3 of INPUT");
-    // Another destination than the router's own is dropped before NAT.
+    // A destination other than the router's own is dropped before NAT.
     EXPECT_EQ(router.verdict("proto=tcp in=eth2.2 src=198.51.100.80 dst=192.168.1.33 dport=80"),
               "DROP by rule 1 of PRE_BASIC");
-    // What belongs to no connection does not meet the table nat.
+    // A packet of no connection does not traverse the table nat.
     EXPECT_EQ(router.verdict("proto=tcp in=eth2.2 src=198.51.100.80 dst=192.168.1.33 dport=80"
                              " state=invalid"),
               "DROP by FORWARD's policy");
@@ -58,7 +58,7 @@ TEST(Packet, AForwardedPort) {
     EXPECT_EQ(outside.verdict_text(),
               "ACCEPT by rule 9 of FORWARD, to 192.168.1.40:80 (DNAT by rule 1 of PF)");
     EXPECT_EQ(effects(outside),
-              "nat: to 192.168.1.40:80; filter: MSS cut to what the way out carries;"
+              "nat: to 192.168.1.40:80; filter: MSS limited to the path MTU;"
               " filter: logged as \"[PORT FORWARD]\"");
     // From inside, the answer must come back through the router.
     EXPECT_EQ(router.verdict("proto=tcp src=192.168.1.33 dst=10.0.0.2 dport=8080"),
@@ -70,9 +70,9 @@ TEST(Packet, AForwardedPort) {
               "DROP by INPUT's policy");
 }
 
-TEST(Packet, AForwardOfPptpTakesGreAlong) {
+TEST(Packet, AForwardOfPptpIncludesGre) {
     const Router router(Settings{{"fw_in_rules", "vpn:1:x:1723:1723:tcp:40"}});
-    // Its rules ask for no source: GRE from outside gets the router's address as well.
+    // Its rules match any source: GRE from outside gets the router's address too.
     EXPECT_EQ(router.verdict("proto=gre src=198.51.100.80 dst=10.0.0.2"),
               "ACCEPT by rule 10 of FORWARD, to 192.168.1.40 (DNAT by rule 2 of PF),"
               " from 192.168.1.1 (SNAT by rule 2 of nat's POSTROUTING)");
@@ -103,7 +103,7 @@ TEST(Packet, AForwardedRange) {
               " from 192.168.1.1 (SNAT by rule 1 of nat's POSTROUTING)");
 }
 
-TEST(Packet, TheDmzTakesWhatNothingElseDoes) {
+TEST(Packet, TheDmzGetsPacketsThatNoOtherRuleMatches) {
     const Router router(Settings{{"fw_dmz_enable", "1"},
                                  {"fw_dmz", "192.168.1.50"},
                                  {"fw_in_rules", "web:1:x:8080:80:tcp:40"}});
@@ -117,9 +117,9 @@ TEST(Packet, TheDmzTakesWhatNothingElseDoes) {
               "DROP by INPUT's policy");
 }
 
-// The ports of special applications are opened by a module of the kernel: what belongs to one is
-// related to the connection that triggered it.
-TEST(Packet, SpecialApplicationsAreNoRules) {
+// A kernel module opens the ports of special applications: their packets are related to the
+// connection that triggered it.
+TEST(Packet, SpecialApplicationsHaveNoRules) {
     const Router router(Settings{{"fw_spapp", "1:1:chat:tcp:6000-6010:udp:7000-7010\x01"}});
     EXPECT_EQ(router.verdict("proto=udp src=198.51.100.80 dst=10.0.0.2 dport=7000"),
               "DROP by INPUT's policy");
@@ -133,10 +133,10 @@ TEST(Packet, AccessControlBlocksAll) {
     const Walk blocked = router.walk(web_from_lan);
     EXPECT_EQ(blocked.verdict_text(), "DROP by rule 2 of ACL_BLOCK");
     EXPECT_EQ(effects(blocked), "filter: logged as \"[ACCESS BLOCK]\"");
-    // There is a rule for the router's own address, but from outside of it the kernel lets it in
-    // nowhere.
+    // There is a rule for the router's own address as the source, but the kernel drops such packets
+    // from outside.
     EXPECT_EQ(router.verdict("proto=tcp src=192.168.1.1 dst=198.51.100.80 dport=80"),
-              "DROP by the kernel's routing: 192.168.1.1 cannot come in by br0");
+              "DROP by the kernel's routing: 192.168.1.1 cannot arrive on br0");
     EXPECT_EQ(router.verdict("proto=tcp src=192.168.1.33 dst=192.168.1.1 dport=80"),
               "ACCEPT by rule 1 of INPUT");
 }
@@ -153,7 +153,7 @@ TEST(Packet, AccessControlBlocksServices) {
     EXPECT_EQ(router.verdict(lan + "proto=udp dport=4010"), "DROP by rule 1 of ACL_BLOCK");
     EXPECT_EQ(router.verdict(lan + "proto=udp dport=21"),
               std::string("ACCEPT by rule 5 of FW_BASIC") + masqueraded);
-    // Behind a name that no table knows nothing is blocked.
+    // Names after an unknown one are not blocked.
     EXPECT_EQ(router.verdict(web_from_lan),
               std::string("ACCEPT by rule 5 of FW_BASIC") + masqueraded);
     EXPECT_EQ(router.verdict(lan + "proto=tcp dport=21 mac-source=02:00:00:00:00:12"),
@@ -186,7 +186,7 @@ TEST(Packet, KeywordsAreBlockedInWebRequests) {
               "ACCEPT by rule 3 of FW_BASIC");
     EXPECT_EQ(router.verdict("proto=tcp src=192.168.1.33 dst=198.51.100.80 dport=81 string=casino"),
               "ACCEPT by rule 3 of FW_BASIC");
-    // Only segments with just PSH and ACK are searched.
+    // Only segments with exactly PSH and ACK are searched.
     EXPECT_EQ(router.verdict(request + " flags=PSH,ACK,FIN state=established"),
               "ACCEPT by rule 3 of FW_BASIC");
 
@@ -229,7 +229,7 @@ TEST(Packet, Pings) {
     EXPECT_EQ(effects(flood), "filter: logged as \"[DOS] \"");
     EXPECT_EQ(flood.assumptions,
               (std::vector<std::string>{"it is sent to the router's own MAC address (--mac-dest)",
-                                        "it is beyond every limit (--over-limit)"}));
+                                        "it exceeds every limit (--over-limit)"}));
 }
 
 TEST(Packet, Floods) {
@@ -240,10 +240,10 @@ TEST(Packet, Floods) {
               "DROP by rule 7 of DOS");
     EXPECT_EQ(router.verdict("proto=tcp src=192.168.1.33 dst=192.168.1.1 dport=80 over-limit"),
               "ACCEPT by rule 1 of INPUT");
-    // What comes in elsewhere is exempt from the limits, and meets the policy.
+    // Packets from other interfaces are exempt from the limits; the policy decides.
     EXPECT_EQ(router.verdict("proto=udp src=10.9.0.1 in=ra0 dst=10.0.0.2 dport=53 over-limit"),
               "DROP by INPUT's policy");
-    // Other TCP than its start is not counted.
+    // TCP segments other than the first are not counted.
     EXPECT_EQ(
         router.verdict("proto=tcp src=198.51.100.80 dst=10.0.0.2 dport=80 flags=ACK over-limit"),
         "DROP by INPUT's policy");

@@ -1,4 +1,4 @@
-// The files that a run leaves behind line by line, and the secrets that are hidden in them.
+// The files that a run produces, line by line, and the redaction of secrets.
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 
 namespace {
 
-// A run made by hand: its transcript, and what its files hold at the end.
+// A run made by hand: its transcript, and its files at the end.
 struct MadeRun {
     Plan plan;
     Provenance provenance;
@@ -28,7 +28,7 @@ struct MadeRun {
     }
 };
 
-// "path: text <- event.line event.line | text ...", "~" behind a last line without a newline.
+// "path: text <- event.line event.line | text ...", "~" after a last line without a newline.
 std::string shown(const std::vector<FollowedFile>& files) {
     std::string out;
     for (const FollowedFile& file : files) {
@@ -55,7 +55,7 @@ TEST(ProducedFiles, LinesKnowWhereTheyWereWritten) {
               "/empty:\n");
 }
 
-TEST(ProducedFiles, ALineWrittenInPiecesHasAllItsPlaces) {
+TEST(ProducedFiles, ALineWrittenInPiecesHasAllOrigins) {
     MadeRun run;
     run.transcript().add_with_body("write", "/a", "on");
     run.transcript().add_with_body("append", "/a", "e\ntw");
@@ -64,7 +64,7 @@ TEST(ProducedFiles, ALineWrittenInPiecesHasAllItsPlaces) {
     EXPECT_EQ(shown(produced_lines(run.plan)), "/a: one <- 0.1 1.1 | two <- 1.2 2.1 ~\n");
 }
 
-TEST(ProducedFiles, WhatWasThereBeforeComesFromNowhere) {
+TEST(ProducedFiles, LinesFromBeforeTheRunHaveNoOrigin) {
     MadeRun run;
     run.before("/a", "old\n");
     run.before("/same", "same\n");
@@ -89,7 +89,7 @@ TEST(ProducedFiles, ShellLinesMakeLinesAndCopies) {
               "/c: x <- 3.0\n");
 }
 
-TEST(ProducedFiles, ARemovedFileStartsAnew) {
+TEST(ProducedFiles, ARemovedFileStartsEmpty) {
     MadeRun run;
     run.transcript().add_with_body("write", "/a", "one\n");
     run.transcript().add("remove", "/a");
@@ -111,65 +111,67 @@ TEST(ProducedFiles, StoredSettingsAreLinesOfTheImages) {
               "/tmp/nvram: a=1 <- | b=3 <- 0.0 | c=4 <- 1.0\n");
 }
 
-// Whatever happened to a file, its content is right.
-TEST(ProducedFiles, WhatCouldNotBeFollowedHasNoPlaces) {
+// The content is correct even if the origins of the lines are unknown.
+TEST(ProducedFiles, LinesThatWereNotFollowedHaveNoOrigin) {
     MadeRun run;
     run.transcript().add_with_body("write", "/a", "one\n");
     run.after("/a", "other\n");
     EXPECT_EQ(shown(produced_lines(run.plan)), "/a: other <-\n");
 }
 
-TEST(Masks, ASecretIsHiddenWhereItWentIn) {
+TEST(Redaction, ASecretIsHiddenInDependentLines) {
     MadeRun run;
     run.transcript().add_with_body("write", "/etc/htpasswd", "admin:s3cret\nuser:s3cret\n");
     run.depends(0, 1, "http_password", "s3cret", false);
     run.after("/etc/htpasswd", "admin:s3cret\nuser:s3cret\n");
-    const Masks masks(run.plan, run.provenance);
-    EXPECT_EQ(masks.line({0, 1}, "admin:s3cret"), "admin:********");
+    const Redaction redaction(run.plan, run.provenance);
+    EXPECT_EQ(redaction.line({0, 1}, "admin:s3cret"), "admin:********");
     // The same word by chance.
-    EXPECT_EQ(masks.line({0, 2}, "user:s3cret"), "user:s3cret");
+    EXPECT_EQ(redaction.line({0, 2}, "user:s3cret"), "user:s3cret");
     const FollowedFile file = produced_lines(run.plan).at(0);
-    EXPECT_EQ(masks.line(file, file.lines[0]), "admin:********");
-    EXPECT_TRUE(masks.in_body(0));
+    EXPECT_EQ(redaction.line(file, file.lines[0]), "admin:********");
+    EXPECT_TRUE(redaction.in_body(0));
 }
 
-TEST(Masks, InAnotherFormTheWholeLineIsHidden) {
+TEST(Redaction, TheWholeLineIsHiddenForASecretInAnotherForm) {
     MadeRun run;
     run.transcript().add("run", "pppd password \"o\\'clock\"");
     run.transcript().add("run", "length 7");
     run.depends(0, 0, "pppoe_password", "o'clock", false);
     run.depends(1, 0, "pppoe_password", "o'clock", true);
-    const Masks masks(run.plan, run.provenance);
-    EXPECT_EQ(masks.line({0, 0}, "pppd password \"o\\'clock\""), "********");
-    // It only decides that the line stands.
-    EXPECT_EQ(masks.line({1, 0}, "length 7"), "length 7");
-    EXPECT_FALSE(masks.in_body(0));
+    const Redaction redaction(run.plan, run.provenance);
+    EXPECT_EQ(redaction.line({0, 0}, "pppd password \"o\\'clock\""), "********");
+    // The secret only decides whether the line exists.
+    EXPECT_EQ(redaction.line({1, 0}, "length 7"), "length 7");
+    EXPECT_FALSE(redaction.in_body(0));
 }
 
-TEST(Masks, OfTwoSecretsTheLongerIsHiddenFirst) {
+TEST(Redaction, OfTwoSecretsTheLongerIsHiddenFirst) {
     MadeRun run;
     run.transcript().add("run", "x");
     run.depends(0, 0, "http_password", "abc", false);
     run.depends(0, 0, "mail_password", "abcdef", false);
-    const Masks masks(run.plan, run.provenance);
-    EXPECT_EQ(masks.line({0, 0}, "abc abcdef"), "******** ********");
+    const Redaction redaction(run.plan, run.provenance);
+    EXPECT_EQ(redaction.line({0, 0}, "abc abcdef"), "******** ********");
 }
 
-TEST(Masks, OtherSettingsAreNoSecrets) {
+TEST(Redaction, OtherSettingsAreNotHidden) {
     MadeRun run;
     run.transcript().add("run", "route br0");
     run.depends(0, 0, "lan_if", "br0", false);
-    const Masks masks(run.plan, run.provenance);
-    EXPECT_EQ(masks.line({0, 0}, "route br0"), "route br0");
-    EXPECT_EQ(masks.answer({.input = {Input::Kind::Setting, "lan_if"}, .answer = "br0"}), "br0");
+    const Redaction redaction(run.plan, run.provenance);
+    EXPECT_EQ(redaction.line({0, 0}, "route br0"), "route br0");
+    EXPECT_EQ(redaction.answer({.input = {Input::Kind::Setting, "lan_if"}, .answer = "br0"}),
+              "br0");
     EXPECT_EQ(
-        masks.answer({.input = {Input::Kind::Setting, "wifi_psk_pwd1"}, .answer = "12345678"}),
+        redaction.answer({.input = {Input::Kind::Setting, "wifi_psk_pwd1"}, .answer = "12345678"}),
         "********");
-    // That there is none may be seen.
-    EXPECT_EQ(masks.answer({.input = {Input::Kind::Setting, "wifi_psk_pwd1"}, .answer = ""}), "");
+    // An empty secret is shown as empty.
+    EXPECT_EQ(redaction.answer({.input = {Input::Kind::Setting, "wifi_psk_pwd1"}, .answer = ""}),
+              "");
 }
 
-TEST(Masks, WhatTheRunStoresIsHiddenInEveryLine) {
+TEST(Redaction, StoredSecretsAreHiddenInEveryLine) {
     MadeRun run;
     run.before(working_copy, "http_password=old\n");
     run.transcript().add("run", "echo 12345670");
@@ -177,16 +179,16 @@ TEST(Masks, WhatTheRunStoresIsHiddenInEveryLine) {
     run.transcript().add("run", "echo 12345670 >/var/wps_pin");
     run.transcript().add("set", "http_password=x");
     run.after(working_copy, "http_password=x\nlan_if=br0\nwsc_device_pin=12345670\n");
-    const Masks masks(run.plan, run.provenance);
-    EXPECT_EQ(masks.line({0, 0}, "echo 12345670"), "echo ********");
-    EXPECT_EQ(masks.line({1, 0}, "wsc_device_pin=12345670"), "wsc_device_pin=********");
-    EXPECT_EQ(masks.line({2, 0}, "echo 12345670 >/var/wps_pin"), "echo ******** >/var/wps_pin");
-    EXPECT_EQ(masks.line({3, 0}, "http_password=x"), "http_password=********");
+    const Redaction redaction(run.plan, run.provenance);
+    EXPECT_EQ(redaction.line({0, 0}, "echo 12345670"), "echo ********");
+    EXPECT_EQ(redaction.line({1, 0}, "wsc_device_pin=12345670"), "wsc_device_pin=********");
+    EXPECT_EQ(redaction.line({2, 0}, "echo 12345670 >/var/wps_pin"), "echo ******** >/var/wps_pin");
+    EXPECT_EQ(redaction.line({3, 0}, "http_password=x"), "http_password=********");
 
     const std::vector<FollowedFile> files = produced_lines(run.plan);
     ASSERT_EQ(files.size(), 1U);
     std::string image;
-    for (const FileLine& line : files[0].lines) image += masks.line(files[0], line) + "\n";
+    for (const FileLine& line : files[0].lines) image += redaction.line(files[0], line) + "\n";
     EXPECT_EQ(image, "http_password=********\nlan_if=br0\nwsc_device_pin=********\n");
 }
 

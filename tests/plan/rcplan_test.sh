@@ -19,7 +19,7 @@ expect() {
     failures=$((failures + 1))
 }
 
-# says FILE TEXT: the whole line stands in the file, behind the time on its left.
+# says FILE TEXT: the file contains the whole line, after the time in the left column.
 says() {
     cut -c 11- "$1" | grep -qxF -- "$2" && return
     grep -qxF -- "$2" "$1" && return
@@ -66,7 +66,7 @@ expect 2 run --settings missing lan start
 says err 'rcplan: missing: No such file or directory'
 expect 2 run --settings . lan start
 expect 2 run --set novalue lan start
-says err 'rcplan: --set novalue: a setting is written KEY=VALUE'
+says err 'rcplan: --set novalue: not a setting; write KEY=VALUE'
 expect 2 run --set 'bad key=1' lan start
 expect 2 run --bogus x lan start
 expect 2 bogus
@@ -158,7 +158,7 @@ says err "rcplan: stale.case: line 7: 'run    /usr/bin/killall micro_httpd' is n
 expect 0 check --update stale.case
 diff wanted stale.case || failures=$((failures + 1))
 
-# The time-line: what the pauses come to so far stands on the left where it changes.
+# The timeline: the left column shows the total of the pauses so far where it changes.
 expect 0 run --set fw_nat=1 firewall start
 grep -qx '     0 s  print  ap_name=firewall action=start' out || { cat out; failures=$((failures + 1)); }
 grep -qx '     1 s  run    /bin/sh /tmp/rules' out || { cat out; failures=$((failures + 1)); }
@@ -171,10 +171,10 @@ expect 0 run --color never firewall stop
 grep -q "$(printf '\033')" out && { echo 'colour'; failures=$((failures + 1)); }
 expect 2 run --color pink firewall stop
 
-# Where lines come from; what was assumed.
+# The influences on lines; the assumptions.
 expect 0 run --why --set http_timeout=5 --set device_name=R httpd start
 says out '     <- device_name=R; http_realm is not set; http_timeout=5; there is no file /etc/version-ft'
-# A binary file's rows of bytes are no lines, so reasons stand at the file alone.
+# A binary file's rows of bytes are not lines, so reasons are shown only at the file.
 echo 'file /var/udhcpd.leases' > leases.world
 expect 0 run --why --world leases.world --set lan_ipaddr=192.168.1.1 --set lan_netmask=255.255.255.0 \
     --set dhcp_start_ip=192.168.1.10 --set dhcp_end_ip=192.168.1.100 \
@@ -184,7 +184,7 @@ grep -A1 '^ *x [0-9a-f]' out | grep -q '<-' && { cat out; failures=$((failures +
 expect 0 run --set wan_ifname=ppp0 --set wan_mtu=1492 firewall create
 says out '       there is no interface ppp0'
 
-# A world: what it states is found; what does not belong there is refused.
+# A world: its contents are used; lines that do not belong there are refused.
 cat > world << 'END'
 # the Internet side is dialled
 interface ppp0 203.0.113.9 1480
@@ -200,7 +200,7 @@ for sample in "$3"/*.world; do
     expect 0 run --world "$sample" --set wan_ifname=eth2.2 firewall create
 done
 
-# JSON: each line an object; the last one the total.
+# JSON: one object per line; the last one is the total.
 expect 0 run --json --why --set dhcp_server_enable=1 --set lan_if=br0 dhcpd start
 /usr/bin/python3 - << 'END' || { cat out; failures=$((failures + 1)); }
 import json
@@ -225,13 +225,13 @@ grep -qx "$(printf 'interface\tbr0')" made/etc/udhcpd.conf || { cat made/etc/udh
 [ -e made/var/udhcpd.leases ] || failures=$((failures + 1))
 [ ! -e made/tmp/nvram ] || { echo 'the settings are no product'; failures=$((failures + 1)); }
 
-# A plan as a case, which then holds.
+# A plan as a case, which then passes.
 expect 0 run --case --settings settings httpd start
 sed 's/^# $/# written by rcplan/' out > made.case
 expect 0 check made.case
 expect 2 run --case --json httpd start
 
-# A plan as a page; options may stand before or behind its file.
+# A plan as a page; options may come before or after the file.
 expect 0 report page.html --settings settings --set device_name=R httpd start
 says page.html '<title>Plan: rc httpd start</title>'
 expect 0 report --settings settings --set device_name=R other.html httpd start

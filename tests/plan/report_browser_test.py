@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Reports as people use them: headless Chromium opens them from file:// and clicks.
+"""Reports as users see them: headless Chromium opens them from file:// and clicks.
 
   report_browser_test.py RCPLAN FACTORY_SETTINGS [unittest's arguments]
 
@@ -112,7 +112,7 @@ class ReportTest(unittest.TestCase):
                                 {"features": [{"name": "prefers-color-scheme", "value": name}]})
 
     def open(self, page):
-        # By way of an empty page, so that a fragment of before is gone too.
+        # Via an empty page, so that an earlier fragment is gone too.
         BROWSER.get("about:blank")
         BROWSER.get(page.as_uri())
 
@@ -138,7 +138,7 @@ class ReportTest(unittest.TestCase):
         WebDriverWait(BROWSER, HANG_LIMIT).until(lambda _: condition())
 
     def expect_arrival(self, element_id):
-        """Where a click led: the place is unfolded and seen."""
+        """The target of a click: it is unfolded and visible."""
         self.wait_until(
             lambda: self.run_script("return document.querySelector(':target')?.id") == element_id)
         target = self.find(f"[id='{element_id}']")
@@ -188,7 +188,7 @@ class ReportTest(unittest.TestCase):
         self.assertIn("iptables -I INPUT -i br0 -j ACCEPT", line.text)
         self.assertEqual(line.find_element(By.CSS_SELECTOR, ".number").text, place.text.split(":")[1])
         self.assertIn("lan_if=br0", line.text)
-        # And on to where it was written.
+        # And on to the line that wrote it.
         written = self.follow(line.find_element(By.CSS_SELECTOR, ".number"))
         self.assertIn("iptables -I INPUT -i br0 -j ACCEPT", written.text)
 
@@ -238,11 +238,11 @@ class ReportTest(unittest.TestCase):
         before = self.run_script("return [...document.querySelectorAll('details')].map((fold) => fold.open)")
         field = self.find("#filter")
         field.send_keys("FW_DMZ_enable")
-        # Heads of what holds a match are shown with it; all other lines match by themselves.
+        # Heads of groups with a match are shown too; all other shown lines match themselves.
         shown = [line for line in self.find_all(".line:not(.head), .event > .line:only-child") if self.seen(line)]
         self.assertGreater(len(shown), 2)
         for line in shown:
-            # Reasons behind a closed button count too.
+            # Reasons under a closed button count too.
             self.assertIn("fw_dmz_enable", self.run_script("return arguments[0].textContent", line))
         self.assertRegex(self.find("output").text, r"^[0-9]+ lines$")
         self.assertTrue(self.seen(self.find("#setting-fw_dmz_enable")))

@@ -1,5 +1,5 @@
-// The report's page: what stands in it, that every link leads somewhere, and that no text of a
-// router becomes markup.
+// The report's page: its content, that every link has a target, and that no text of a router
+// becomes markup.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -50,7 +50,7 @@ TEST(Html, AnchorsOfDifferentNamesDiffer) {
         EXPECT_EQ(anchor(row.name), row.anchor);
 }
 
-// The digests of "" and "abc" are those of FIPS 180-4's examples.
+// The digests of "" and "abc" are examples of FIPS 180-4.
 TEST(Html, PolicySourcesAreInBase64) {
     EXPECT_EQ(policy_source("e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"),
               "'sha256-47DEQpj8HBSa+/TImW+5JCeuQeRkm5NMpJWZG3hSuFU='");
@@ -59,8 +59,8 @@ TEST(Html, PolicySourcesAreInBase64) {
     EXPECT_EQ(policy_source("00"), "'sha256-AA=='");
 }
 
-// A page as a parser sees it. Only what the report itself writes is understood, so that anything
-// else is found.
+// A parsed page. Only markup that the report itself writes is accepted, so that anything else is
+// found.
 class Page {
   public:
     explicit Page(const std::string& text) { read(text); }
@@ -174,7 +174,7 @@ std::string report_of(const World& world, const Settings& settings,
     return report_html(plan, trace(plan));
 }
 
-TEST(Report, ALineWithItsReasonsAndTheWayBack) {
+TEST(Report, ALineWithItsReasonsAndTheLinksBack) {
     const std::string page =
         report_of({}, {{"device_name", "R"}, {"http_timeout", "5"}}, {"rc", "httpd", "start"});
     expect_sound(page);
@@ -202,15 +202,15 @@ TEST(Report, ANestedRunUnfoldsBelowItsCommand) {
     expect_sound(page);
     expect_shows(page,
                  "<code>/usr/sbin/rc service stop</code></div><details "
-                 "class=\"nested\"><summary>the run that it starts: ");
+                 "class=\"nested\"><summary>nested run: ");
 }
 
-TEST(Report, OfAllSettingsOnlyWhatIsStoredIsAFilesLine) {
+TEST(Report, OfASettingsImageOnlyStoredSettingsAreShown) {
     const Settings settings = {{"wan_mode", "dhcpc"}, {"wan_account", "keep-out"}};
     const std::string page = report_of({}, settings, {"rc", "wan", "start"});
     expect_sound(page);
-    expect_shows(page,
-                 "<code>/tmp/nvram</code> <span class=\"note\">1 of 3 lines: what the run stores");
+    expect_shows(
+        page, "<code>/tmp/nvram</code> <span class=\"note\">1 of 3 lines: those stored by the run");
     expect_lacks(page, "<code>wan_account=keep-out</code>");
 }
 
@@ -223,7 +223,7 @@ TEST(Report, SecretsAreMaskedEverywhere) {
     expect_shows(page, "<code>http_password</code></th><td><code>********</code></td>");
 }
 
-// Every secret that rc knows, in every run that might hand it on.
+// Every secret that rc knows, in every run that may use it.
 TEST(Report, NoSecretIsOnAnyPage) {
     Settings settings;
     for (const nvram::SettingGroup& group : nvram::setting_groups()) {
@@ -251,11 +251,11 @@ TEST(Report, NoSecretIsOnAnyPage) {
         settings["wifi_wep_on"] = settings["wifi_wep_on2"] = security;
         check({"rc", "wlan", "start"});
     }
-    // Secrets did go into lines: the web server's, the mails', the radio's five times, two modes'.
+    // Secrets are used in lines: the web server's, the mail's, the radio's five times, two modes'.
     EXPECT_GE(masked, 9U);
 }
 
-TEST(Report, FirewallRulesLeadToTheirLinesAndSettings) {
+TEST(Report, FirewallRulesLinkToTheirLinesAndSettings) {
     World world;
     world.interfaces["eth2.2"].address = "203.0.113.2";
     const std::string page = report_of(
@@ -271,11 +271,11 @@ TEST(Report, FirewallRulesLeadToTheirLinesAndSettings) {
                 testing::ContainsRegex("<code>-i br0 -j ACCEPT</code> <a class=\"place\" "
                                        "href=\"#produced-[0-9]*-[0-9]*\">/tmp/rules:[0-9]*</a>"
                                        "<span class=\"reasons\"><a href=\"#setting-lan_if\">"));
-    // A jump leads to its chain.
+    // A jump links to its chain.
     expect_shows(page, "-j <a href=\"#chain-filter-DOS\">DOS</a></code>");
 }
 
-TEST(Report, OneByteThatIsZeroShowsAFileInHexadecimal) {
+TEST(Report, AFileWithAZeroByteIsShownInHexadecimal) {
     Plan plan;
     plan.words = {"rc", "x"};
     plan.after.transcript.add_with_body("write", "/bytes", std::string("\0ab\n<c", 6));
@@ -338,10 +338,10 @@ TEST(ChainMap, NamesAreEscapedAndCut) {
     EXPECT_THAT(map, HasSubstr("aria-label=\"chain ABCDEFGHIJKLMNOPQRSTUVWXYZ01, no rules\""));
 }
 
-// Every text that a router may hold, hostile.
+// Hostile values in every text of a router.
 constexpr const char* hostile = "\"'><script>alert(1)</script>&#60;";
 
-// Whatever is a text is hostile; what switches something on is on, so that the texts are used.
+// Every text setting has a hostile value; every switch is on, so that the texts are used.
 Settings hostile_settings() {
     Settings settings;
     for (const nvram::SettingGroup& group : nvram::setting_groups()) {
@@ -363,7 +363,7 @@ TEST(Report, HostileTextsStayTexts) {
     world.put("/etc/version-ft", hostile);
     world.outputs["/bin/ps -ax"] = hostile;
     const Settings settings = hostile_settings();
-    size_t told = 0;
+    size_t affected = 0;
     size_t runs = 0;
     const auto check = [&](const std::vector<std::string>& words) {
         SCOPED_TRACE(words[1]);
@@ -371,17 +371,17 @@ TEST(Report, HostileTextsStayTexts) {
         expect_sound(page);
         expect_lacks(page, "<script>alert");
         runs++;
-        if (page.find("&lt;script&gt;alert(1)") != std::string::npos) told++;
+        if (page.find("&lt;script&gt;alert(1)") != std::string::npos) affected++;
     };
     for (const rc_app* app = rc_apps; app->name; app++) check({"rc", app->name, "start"});
     check({"rc", "init"});
     check({"rc", hostile, "start"});
     check({"rc", "", "start"});
-    // Such texts do reach the pages.
-    EXPECT_GT(told, runs / 2);
+    // Such texts really appear in the pages.
+    EXPECT_GT(affected, runs / 2);
 }
 
-// The same plan gives the same page: no dates, no addresses of memory.
+// The same plan gives the same page: no dates, no memory addresses.
 TEST(Report, IsReproducible) {
     const Plan plan = make_plan(router_with({}, {{"lan_if", "br0"}}, {"rc", "firewall", "start"}),
                                 {"rc", "firewall", "start"});

@@ -1,4 +1,4 @@
-// Which restarts bring a running router from one settings file to another.
+// The restarts that bring a running router from one settings file to another.
 
 #include "plan/diff/restarts.h"
 
@@ -71,7 +71,7 @@ TEST(Restarts, NoneForTheSameSettings) {
     EXPECT_THAT(advice.unused, IsEmpty());
 }
 
-TEST(Restarts, TheOneApplicationWithItsReasonsAndWhatNothingUses) {
+TEST(Restarts, OneApplicationWithItsReasonsAndUnusedSettings) {
     const Advice advice = advice_for({{"dhcp_start_ip", "192.168.1.40"},
                                       {"lan_lease_time", "2"},
                                       {"no_such_key", "1"},
@@ -95,7 +95,7 @@ TEST(Restarts, EveryApplicationThatReadsASetting) {
              Row{{{"http_timeout", "9"}}, {"rc httpd restart"}},
              Row{{{"http_password", ""}}, {"rc httpd restart"}},
              Row{{{"lan_bipaddr", "192.168.1.255"}}, {"rc lan restart"}},
-             // Its own name server takes the place of the provider's, which is known.
+             // Its own name server replaces the provider's known one.
              Row{{{"dhcp_dns_ip", "192.0.2.9"}}, {"rc dhcpd restart"}},
              Row{{{"wifi_ssid", "attic"}}, {"rc wlan restart"}},
              Row{{{"mail_sender", "a@b"}}, {"rc syslogd restart"}},
@@ -116,14 +116,14 @@ TEST(Restarts, EveryApplicationThatReadsASetting) {
 
 // A period that is open at the recorded time, Monday at midnight: both write /tmp/cron_schedule,
 // and the firewall the crontab as well.
-TEST(Restarts, TheFirewallAlsoDoesWhatTheScheduleDoes) {
+TEST(Restarts, TheFirewallIncludesTheSchedule) {
     const Advice advice = advice_for({{"fw_schedule", "1:0:0-23:59"}});
     ASSERT_THAT(words_of(advice.fewest), ElementsAre("rc firewall restart"));
     EXPECT_THAT(advice.fewest[0].covers, ElementsAre("firewall", "schedule"));
     EXPECT_THAT(advice.fewest[0].effects.files, ElementsAre("/tmp/cron_schedule", "/var/crontab"));
 }
 
-TEST(Restarts, AGroupInPlaceOfItsApplicationsAndTheOtherWay) {
+TEST(Restarts, AGroupInsteadOfItsApplicationsAndViceVersa) {
     const Advice advice = advice_for({{"dhcp_start_ip", "192.168.1.40"}, {"http_timeout", "9"}});
     ASSERT_THAT(words_of(advice.fewest), ElementsAre("rc restart"));
     EXPECT_THAT(advice.fewest[0].covers, ElementsAre("httpd", "dhcpd"));
@@ -151,12 +151,12 @@ TEST(Restarts, ANestedRunCoversWhatItRuns) {
     ASSERT_THAT(words_of(back.fewest), ElementsAre("rc wan restart", "rc service restart"));
 }
 
-TEST(Restarts, WhatIsDecidedAtBootIsSaid) {
+TEST(Restarts, SettingsReadOnlyAtBootAreReported) {
     const Advice only = advice_for({{"restore_default", "1"}});
     EXPECT_THAT(only.fewest, IsEmpty());
     EXPECT_THAT(only.at_boot.because, ElementsAre("restore_default"));
     EXPECT_THAT(only.unused, IsEmpty());
-    // The services' definitions are stored as they were.
+    // The service definitions are stored unchanged.
     const Settings defined = with({{"fw_services_def", "web:tcp:80-80"}});
     EXPECT_THAT(
         needed_restarts(defined, with({{"upgrade_default", "1"}}, defined), {}).at_boot.stored,
@@ -168,23 +168,23 @@ TEST(Restarts, WhatIsDecidedAtBootIsSaid) {
     EXPECT_TRUE(also.at_boot.commands);
 }
 
-// With name servers of the user's own, wan_basic writes /etc/resolv.conf, and the DHCP server hands
-// on what stands there.
-TEST(Restarts, WhoReadsWhatTheServicesLeaveComesBehindThem) {
+// With the user's own name servers, wan_basic writes /etc/resolv.conf, and the DHCP server reads
+// it.
+TEST(Restarts, AnApplicationThatReadsTheServicesFilesComesAfterThem) {
     const Settings own = with({{"wan_dns1", "192.0.2.54"}, {"wan_fix_dns", "1"}});
     const Advice advice = needed_restarts(own, with({{"wan_dns1", "192.0.2.55"}}, own), {});
     ASSERT_THAT(words_of(advice.fewest), ElementsAre("rc service restart", "rc dhcpd restart"));
-    // A link that goes down and comes up again is no such tie.
+    // A link that goes down and comes up again is not such a dependency.
     const Advice link = advice_for({{"ntp_custom", "1"}, {"wan_account", "host"}});
     ASSERT_THAT(words_of(link.fewest), ElementsAre("rc ntp restart", "rc wan restart"));
-    // Without such a tie it is the order of the boot.
+    // Without such a dependency the order is the boot's.
     const Advice apart = needed_restarts(
         own, with({{"dhcp_start_ip", "192.168.1.40"}, {"fw_response_ping", "1"}}, own), {});
     ASSERT_THAT(words_of(apart.fewest), ElementsAre("rc dhcpd restart", "rc firewall restart"));
 }
 
-// rc stores wan_ifname itself; a file with another value in it needs that to happen again.
-TEST(Restarts, ASettingThatTheBootWouldStoreAnew) {
+// rc stores wan_ifname itself; if B has another value, it must be stored again.
+TEST(Restarts, ASettingThatTheBootOverwrites) {
     const Advice advice =
         needed_restarts(with({{"wan_ifname", "eth2.2"}}), with({{"wan_ifname", "ppp0"}}), {});
     ASSERT_THAT(words_of(advice.fewest), ElementsAre("rc wan restart"));
@@ -192,8 +192,8 @@ TEST(Restarts, ASettingThatTheBootWouldStoreAnew) {
     EXPECT_THAT(advice.fewest[0].effects.stored, ElementsAre("wan_ifname"));
 }
 
-// The stop of a route takes away the one that the settings name then.
-TEST(Restarts, AStopThatIsDueBeforeTheChange) {
+// The stop of a route deletes the route in the settings at that time.
+TEST(Restarts, AStopBeforeTheChange) {
     const Settings routed =
         with({{"rt_static_route", "office:10.1.0.0:255.255.0.0:192.168.1.254:2:1:1"}});
     const Advice away = needed_restarts(routed, with({{"rt_static_route", ""}}), {});
@@ -204,9 +204,9 @@ TEST(Restarts, AStopThatIsDueBeforeTheChange) {
     EXPECT_THAT(away.before[0].only_with_a,
                 ElementsAre("/sbin/route del -net 10.1.0.0 netmask 255.255.0.0 gw 192.168.1.254"
                             " metric 2"));
-    // A new route has nothing to take away.
+    // A new route has nothing to delete.
     EXPECT_THAT(needed_restarts(with({{"rt_static_route", ""}}), routed, {}).before, IsEmpty());
-    // The stop of the Internet side runs that of the services: what theirs leave is told with them.
+    // The stop of the Internet side runs the stop of the services, which are reported separately.
     const Advice bridge = advice_for({{"lan_if", "br1"}});
     ASSERT_EQ(bridge.before.size(), 2U);
     EXPECT_THAT(bridge.before[0].words, ElementsAre("upnp", "stop"));
@@ -214,12 +214,12 @@ TEST(Restarts, AStopThatIsDueBeforeTheChange) {
                 ElementsAre("route del -net 239.0.0.0 netmask 255.0.0.0 br0"));
     EXPECT_THAT(bridge.before[1].words, ElementsAre("firewall", "stop"));
     EXPECT_THAT(bridge.before[1].only_with_a, ElementsAre("/usr/sbin/tc qdisc del dev br0 root"));
-    // The interface of the Internet side is still A's while that goes down.
+    // The Internet side is stopped with A's interface.
     EXPECT_THAT(advice_for({{"wan_mode", "pppoe"}}).before, IsEmpty());
 }
 
-// An unknown mode starts nothing; its name is printed and no more.
-TEST(Restarts, WhatIsOnlyPrintedIsNoEffect) {
+// An unknown mode starts nothing; only its name is printed.
+TEST(Restarts, OutputIsNotAnEffect) {
     const Advice advice =
         needed_restarts(with({{"wan_mode", "foo"}}), with({{"wan_mode", "fox"}}), {});
     EXPECT_THAT(advice.fewest, IsEmpty());
@@ -227,7 +227,7 @@ TEST(Restarts, WhatIsOnlyPrintedIsNoEffect) {
 }
 
 // The schedule's own environment ends with its run; the crontab and the clients keep the zone.
-TEST(Restarts, ARunsOwnEnvironmentIsNoEffect) {
+TEST(Restarts, ARunsOwnEnvironmentIsNotAnEffect) {
     const Advice advice = advice_for({{"time_zone", "GMT-1"}});
     ASSERT_THAT(words_of(advice.gentlest),
                 ElementsAre("rc syslogd restart", "rc ntp restart", "rc firewall restart"));
@@ -235,7 +235,7 @@ TEST(Restarts, ARunsOwnEnvironmentIsNoEffect) {
     EXPECT_THAT(advice.gentlest[2].effects.files, ElementsAre("/var/crontab"));
 }
 
-// A router in use has an address, a way out and found names, as the tunnel needs them.
+// A router in use has an address, a gateway and resolved names, which the tunnel needs.
 TEST(Restarts, ATunnelDials) {
     const Settings a = with({{"wan_mode", "pptp"},
                              {"pptp_server_domain", "one.example"},
@@ -248,8 +248,8 @@ TEST(Restarts, ATunnelDials) {
     }
 }
 
-// Only a WAN that is up has a multicast proxy: a stated router counts as it stands.
-TEST(Restarts, AStatedRouterIsTakenAsItIs) {
+// Only a WAN that is up has a multicast proxy: a stated router is used unchanged.
+TEST(Restarts, AStatedRouterIsUsedUnchanged) {
     const Settings a = with({{"igmp_enable", "1"}, {"igmp_version", "2"}});
     const Settings b = with({{"igmp_version", "3"}}, a);
     ASSERT_THAT(words_of(needed_restarts(a, b, {}).fewest), ElementsAre("rc igmp restart"));
@@ -258,9 +258,9 @@ TEST(Restarts, AStatedRouterIsTakenAsItIs) {
     EXPECT_THAT(down.unused, ElementsAre("igmp_version"));
 }
 
-// The chosen restarts, run on a router that was booted with A and then given B, leave the files and
+// The chosen restarts, run on a router that was booted with A and then got B, produce the files and
 // settings of a router booted with B.
-TEST(Restarts, LeaveARouterAsIfBootedSo) {
+TEST(Restarts, GiveTheSameRouterAsABoot) {
     const Settings own = {{"wan_dns1", "192.0.2.54"}, {"wan_fix_dns", "1"}};
     struct Row {
         const char* what;
@@ -310,10 +310,10 @@ TEST(Restarts, LeaveARouterAsIfBootedSo) {
                 std::vector<std::string> call = {"rc"};
                 call.insert(call.end(), restart.words.begin(), restart.words.end());
                 router = run_on(router, call).after;
-                // The link is up again when the next one is typed.
+                // The link is up again before the next action.
                 router.put("/tmp/wan_uptime", "60.00 60.00\n");
             }
-            // The DHCP server starts before the Internet side, and again when that is up.
+            // The DHCP server starts before the Internet side, and again after it.
             World booted = run_on(boot(in_use, b).router, {"rc", "dhcpd", "restart"}).after;
             for (const char* path :
                  {"/tmp/nvram", "/tmp/htpasswd", "/tmp/syslog.conf", "/etc/udhcpd.conf",

@@ -1,5 +1,5 @@
-// The search for sinks, over a program of our own in rc's place: one sink of each kind, and texts
-// that must not be taken for one.
+// The search for sinks, with a test program instead of rc: one sink of each kind, and texts that
+// must not be mistaken for one.
 
 #include "plan/trace/sink_search.h"
 
@@ -16,7 +16,7 @@
 
 namespace {
 
-// A backslash in front of each double quote, as for an account's password.
+// A backslash before each double quote, as for an account's password.
 std::string escaped(const Setting& setting) {
     std::string out;
     for (const char c : setting.view()) {
@@ -49,7 +49,7 @@ int rc_main(int, char**) {
     write_files();
     // Compared and counted, but nowhere written.
     if (nvram_text("compared").is("yes")) print_line("yes");
-    // The second field of a record, behind a check of the first.
+    // The second field of a record, after a check of the first.
     const Setting record = nvram_text("record");
     std::string_view rest = record.view();
     if (take_field(rest, ':') == "on")
@@ -62,7 +62,7 @@ namespace {
 using testing::UnorderedElementsAre;
 
 constexpr nvram::Quoting bare = nvram::Quoting::Bare;
-// All but none: the text arrives as it is.
+// All special characters: the text arrives unchanged.
 const std::string everything(special_characters);
 
 std::string without(std::string text, char gone) {
@@ -77,7 +77,7 @@ TEST(Sinks, OneOfEachKindIsFoundAndNothingElse) {
     SinkSearch search;
     search.play_plain(router, words);
     search.play_marked(router, words);
-    // A redirected echo is not followed when the shell would make something else of the text.
+    // A redirected echo is not followed if the shell would change the text.
     const std::string echoed = "\n\t !#%&'()*;<>?[]^{|}~";
     std::vector<FoundSink> found = search.found();
     const auto echo = std::ranges::find(found, "/etc/resolv.conf", &FoundSink::place);
@@ -106,7 +106,7 @@ TEST(Sinks, OneOfEachKindIsFoundAndNothingElse) {
                     FoundSink{"record", bare, "command", "/bin/prog -r \x01", everything, ""}));
 }
 
-TEST(Sinks, UsesAreTheSettingsThatWereAskedFor) {
+TEST(Sinks, UsesAreTheSettingsThatWereRead) {
     const std::vector<std::string> words = {"rc", "planted", "start"};
     SinkSearch search;
     search.play_plain(router_with({}, {}, words), words);

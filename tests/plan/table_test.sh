@@ -1,5 +1,5 @@
 #!/bin/sh
-# Fails when one of nvram's generated tables is not what rcplan finds today.
+# Fails if one of nvram's generated tables differs from what rcplan finds.
 #   table_test.sh RCPLAN sinks|uses SOURCE_DIR
 rcplan=$1
 table=$2

@@ -1,4 +1,4 @@
-// Packets as short texts, and the router's word on them.
+// Packets as short texts, and the firewall's verdicts on them.
 #ifndef RC_TESTS_PLAN_WALKED_H
 #define RC_TESTS_PLAN_WALKED_H
 
@@ -10,7 +10,7 @@
 #include "plan/router/plan.h"
 #include "plan/router/settings.h"
 
-// "in=br0 proto=tcp dst=10.0.0.2 dport=80 over-limit"; in a payload "+" stands for a blank.
+// "in=br0 proto=tcp dst=10.0.0.2 dport=80 over-limit"; in a payload "+" means a blank.
 inline PacketOptions options_of(std::string_view text) {
     struct Row {
         std::string_view name;
@@ -49,7 +49,7 @@ inline PacketOptions options_of(std::string_view text) {
     return options;
 }
 
-// The walk of a packet that the options describe well.
+// The walk of a packet with valid options.
 inline Walk walk_of(const Netfilter& tables, const Networks& networks, std::string_view packet) {
     const auto stated = state_packet(options_of(packet), networks);
     if (const auto* error = std::get_if<PacketError>(&stated)) {
@@ -75,7 +75,7 @@ inline const Settings usual = {{"fw_nat", "1"},
                                {"wan_mode", "ip"},
                                {"wan_mtu", "1500"}};
 
-// A firewall over the usual settings and its own ones.
+// A firewall with the usual settings and additional ones.
 class Router {
   public:
     explicit Router(const Settings& own = {},

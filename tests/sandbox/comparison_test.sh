@@ -1,5 +1,5 @@
 #!/bin/sh
-# That sealed_play tells a wrong transcript from a right one. Arguments: a right case with a nested run in it, then
+# sealed_play distinguishes wrong transcripts from correct ones. Arguments: a correct case with a nested run, then
 # sealed_play with its options; its rc is the probe.
 set -u
 right=$1
@@ -9,7 +9,7 @@ scratch=$(mktemp -d) || exit 1
 trap 'rm -rf "$scratch"' EXIT
 failures=0
 
-# plays WHAT STATUS TEXT PLAYER...: the scratch case ends with the status, and the output holds the text.
+# plays WHAT STATUS TEXT PLAYER...: the scratch case ends with the status, and the output contains the text.
 plays() {
     what=$1
     wanted=$2
@@ -30,7 +30,7 @@ plays() {
     failures=$((failures + 1))
 }
 
-# differs WHAT EDIT TEXT PLAYER...: the right case, edited with sed, no longer agrees.
+# differs WHAT EDIT TEXT PLAYER...: the correct case, edited with sed, no longer passes.
 differs() {
     what=$1
     sed "$2" "$right" > "$scratch/tried.case"
@@ -45,7 +45,7 @@ differs() {
 }
 
 cp "$right" "$scratch/tried.case"
-plays "the right case agrees" 0 "ok  " "$@"
+plays "the correct case passes" 0 "ok  " "$@"
 
 differs "another exit status" 's/^exit   0/exit   1/' "- exit   1" "$@"
 differs "a command too many" '/^run .*inner/d' "+ run    /usr/sbin/rc number inner" "$@"

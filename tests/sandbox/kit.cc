@@ -18,8 +18,8 @@
 
 namespace {
 
-// What shell lines may call. Each is a stand-in or a file tool; /usr/sbin and the others are one
-// folder.
+// The programs that shell lines may call. Each is a stub or a file tool; /usr/sbin and the other
+// program folders are one folder.
 constexpr std::string_view program_names =
     "IGMPProxy bpalogin bpamonitor brctl busybox cat chmod cp cut echo ez-ipupdate grep head ifconfig insmod iptables "
     "iwpriv kill killall l2tpd ln mini_httpd mkdir mv ntp pppd pppoe-relay pptp ps ras rasmonitor rm rmdir rmmod route "
@@ -41,7 +41,7 @@ std::string loader_of(const std::string& program) {
     return "";
 }
 
-// The shared libraries that the loader would take, as it lists them: "name => path (address)".
+// The shared libraries that the loader would load, from its listing "name => path (address)".
 std::vector<std::string> libraries_of(const std::string& program) {
     std::vector<std::string> paths;
     FILE* list = popen(
@@ -78,7 +78,7 @@ class Gathering {
         if (taken_.insert(loader).second) take(loader, {loader});
         for (const std::string& path : libraries_of(from)) {
             const std::string name = path.substr(path.rfind('/') + 1);
-            // The settings library is the one that the caller names.
+            // The settings library is the one given by the caller.
             if (name != "libnvram.so" && taken_.insert(name).second)
                 take(path, {std::string(library_folder) + "/" + name});
         }
@@ -88,7 +88,7 @@ class Gathering {
     std::set<std::string> taken_;
 };
 
-// A static one, so that the recorder is not loaded into it.
+// A static busybox, so that the recorder is not loaded into it.
 std::optional<std::string> static_busybox() {
     for (const char* path : {"/bin/busybox", "/usr/bin/busybox"})
         if (const std::string content = sealed::read_file(path);
@@ -110,9 +110,9 @@ std::variant<Kit, std::string> gather_kit(const Programs& programs) {
     const std::optional<std::string> busybox = static_busybox();
     if (!busybox) return "a static busybox (Debian: busybox-static) is not installed";
     // The real shell starts its own applets, killall and the like, from /proc/self/exe.
-    std::vector<std::string> stand_ins = {"/proc/self/exe"};
+    std::vector<std::string> stub_paths = {"/proc/self/exe"};
     for (std::string_view names = program_names; !names.empty();)
-        stand_ins.push_back("/bin/" + std::string(take_field(names, ' ')));
+        stub_paths.push_back("/bin/" + std::string(take_field(names, ' ')));
 
     Gathering gathering;
     gathering.take_program(programs.rc, "/bin/rc");
@@ -120,7 +120,7 @@ std::variant<Kit, std::string> gather_kit(const Programs& programs) {
     gathering.take(programs.library, {std::string(library_folder) + "/libnvram.so"});
     gathering.take(programs.preloaded, {recorder_library});
     gathering.take(*busybox, {sealed::real_shell});
-    gathering.take(programs.stand_in, stand_ins);
+    gathering.take(programs.stub, stub_paths);
     if (!gathering.missing.empty()) return gathering.missing;
     return gathering.kit;
 }

@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-// Where the loader finds them in the sealed root.
+// The folder of the libraries in the sealed root.
 inline constexpr const char* library_folder = "/.sealed/lib";
 inline constexpr const char* recorder_library = "/.sealed/librecord.so";
 
@@ -17,21 +17,21 @@ struct KitFile {
 
 using Kit = std::vector<KitFile>;
 
-// What the caller names.
+// The programs given by the caller.
 struct Programs {
     std::string rc;
     std::string nvram;
     std::string library;
-    // What is loaded into rc before its libraries; of sealed_play's, the recorder.
+    // Loaded into rc before its libraries; for sealed_play, the recorder.
     std::string preloaded;
-    // Stands for every program that a shell line may call, and for the shell.
-    std::string stand_in;
+    // Used as every program that a shell line may call, and as the shell.
+    std::string stub;
 };
 
-// The folder that holds the running program, with its slash.
+// The folder of the running program, with a trailing slash.
 std::string own_folder();
 
-// Everything to be put into each root, or what is missing.
+// Everything to be put into each root, or a message about what is missing.
 std::variant<Kit, std::string> gather_kit(const Programs& programs);
 
 #endif

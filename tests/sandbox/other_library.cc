@@ -1,5 +1,5 @@
-// A platform's own settings library in place of ours, as small as can be: every setting that is set
-// holds its own name, and there is nothing to load.
+// A minimal settings library of a platform, used instead of ours: every setting's value is its own
+// name, and there is nothing to load.
 
 #include <stdio.h>
 #include <stdlib.h>

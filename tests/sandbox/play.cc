@@ -17,7 +17,7 @@ namespace {
 constexpr int done = 0;
 constexpr int differs = 1;
 constexpr int wrong_use = 2;
-// What CTest shows as "skipped".
+// CTest shows this status as "skipped".
 constexpr int skipped = 77;
 
 constexpr const char* usage =
@@ -34,7 +34,7 @@ struct NamedCase {
 
 struct Options {
     int deadline = usual_deadline;
-    // A folder of the machine that each root has too, at the same path.
+    // A folder of the machine that is visible in each root at the same path.
     std::string shared;
 };
 
@@ -52,8 +52,7 @@ std::vector<std::string> environment_of(const World& world) {
     return environment;
 }
 
-// The transcript that the trace tells. What was printed before an event was printed by the run that
-// did the event.
+// The transcript from the trace. Output before an event belongs to the run of that event.
 std::optional<Transcript> transcript_of_root() {
     const auto events = sealed::parse_trace(sealed::read_file((root + sealed::trace_file).c_str()));
     const std::string output = sealed::read_file((root + sealed::output_file).c_str());
@@ -76,14 +75,14 @@ std::optional<Transcript> transcript_of_root() {
 }
 
 Outcome compare(const NamedCase& named, Transcript transcript, const SealedEnd& end) {
-    // A run that did not end by itself has no "exit".
+    // A run that was killed has no "exit".
     if (end.kind == SealedEnd::Killed)
         transcript.add("killed", std::string("by signal ") + strsignal(end.signal));
     if (end.kind == SealedEnd::TimedOut) transcript.add("killed", "after the deadline");
     const std::string difference = transcript_difference(named.stated.expected, transcript.text());
     if (difference.empty()) return {done, "ok       " + named.path + "\n"};
     return {differs, "DIFFERS  " + named.path + ": " + named.stated.title +
-                         "\n('-' is expected and missing, '+' came unexpected)\n" + difference};
+                         "\n('-' expected but missing, '+' unexpected)\n" + difference};
 }
 
 Outcome play_in_root(const NamedCase& named, const Kit& kit, const Options& options) {
@@ -98,7 +97,7 @@ Outcome play_in_root(const NamedCase& named, const Kit& kit, const Options& opti
     if (end.kind == SealedEnd::NoInterface)
         return {skipped, "skipped: " + named.path + ": its interfaces cannot be made here\n"};
     const std::optional<Transcript> transcript = transcript_of_root();
-    // Even a run that does nothing records its end.
+    // Even a run without effects records its end.
     const bool unrecorded =
         end.kind == SealedEnd::Ended && transcript && transcript->events().empty();
     if (end.kind == SealedEnd::Failed || !transcript || unrecorded)
@@ -111,7 +110,7 @@ int wrong(const std::string& what) {
     return wrong_use;
 }
 
-// What is wrong with a file, or "".
+// The error in the first wrong file, or "".
 std::string read_cases(const std::string& folder, std::vector<NamedCase>& cases) {
     const std::vector<std::string> paths = case_paths(folder);
     for (const std::string& path : paths) {
@@ -122,7 +121,7 @@ std::string read_cases(const std::string& folder, std::vector<NamedCase>& cases)
     return paths.empty() ? folder + ": there are no cases" : "";
 }
 
-// Differing and broken cases count more than skipped ones, and skipped ones are not passed.
+// Differing and broken cases outrank skipped ones, and skipped ones outrank passed ones.
 int worst(int a, int b) {
     if (a == done || b == done) return a + b;
     if (a == skipped || b == skipped) return std::min(a, b);
@@ -153,7 +152,7 @@ int main(int argc, char** argv) {
                          .nvram = {},
                          .library = {},
                          .preloaded = own_folder() + "librecord.so",
-                         .stand_in = own_folder() + "sealed_sh"};
+                         .stub = own_folder() + "sealed_sh"};
     Options options;
     size_t at = 0;
     for (; at < arguments.size() && arguments[at].starts_with("--"); at += 2) {
@@ -177,7 +176,7 @@ int main(int argc, char** argv) {
         at == arguments.size())
         return wrong("programs and cases are needed");
 
-    // Everything is read before the private mounts may hide it.
+    // Read everything before the private mounts may hide it.
     std::vector<NamedCase> cases;
     for (; at < arguments.size(); at++)
         if (const std::string error = read_cases(arguments[at], cases); !error.empty())

@@ -1,5 +1,5 @@
-// In rc's place: each action uses what the platform offers and no case of rc reaches by itself. It
-// is linked to the recording platform and to the real one, as rc is.
+// A substitute for rc whose actions use the parts of the platform that no case of rc reaches. It is
+// linked to the recording platform and to the real one, like rc.
 
 #include <signal.h>
 #include <stdlib.h>

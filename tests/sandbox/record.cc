@@ -1,6 +1,6 @@
-// Preloaded into the real rc in the sealed root: records what rc does to the router besides shell
-// lines, makes pauses take no time, and lets the router look as its case states it (process ids,
-// opens that fail).
+// Preloaded into the real rc in the sealed root: records what rc does to the router other than
+// through shell lines, skips pauses, and simulates what the case states (process ids, opens that
+// fail).
 
 #include <dlfcn.h>
 #include <errno.h>
@@ -41,11 +41,11 @@ struct Recorder {
     int pid = 0;
     std::vector<OpenFile> open_files;
     std::map<int, std::string> devices;
-    // The settings library's own system calls are not rc's.
+    // Set during system calls of the settings library, which are not rc's.
     bool in_library = false;
 };
 
-// Null in a process that is no rc. Never freed: streams may be closed until the very end.
+// Null in a process that is not rc. Never freed: streams may be closed until the very end.
 Recorder* recorder = nullptr;
 
 bool listening() {
@@ -61,8 +61,8 @@ void set_plain_environment(const char* name, const char* value) {
     real<int(const char*, const char*, int)>("setenv")(name, value, 1);
 }
 
-// What others print, or stderr, comes between rc's own lines only where rc has flushed those
-// before.
+// Output of other programs and on stderr appears between rc's lines only after rc has flushed its
+// own.
 void record_unflushed(std::string_view verb, std::string_view text) {
     const int reason = errno;
     sealed::append_event(recorder->depth, verb, text);
@@ -85,7 +85,7 @@ bool denied(std::string_view what, std::string_view how) {
     return false;
 }
 
-// "r" and "r+" are denied apart; of "w" and "a" the first letter counts.
+// "r" and "r+" are denied separately; of "w" and "a" only the first letter matters.
 std::string mode_name(const char* mode) {
     return mode[0] == 'r' ? mode : std::string(1, mode[0]);
 }
@@ -127,7 +127,7 @@ long long stated_clock() {
     return strtoll(sealed::read_file(sealed::clock_file).c_str(), nullptr, 10);
 }
 
-// A pause moves the clock and the uptime on, as far as the case states one.
+// A pause advances the clock and the uptime, if the case states them.
 void pass(long long microseconds) {
     if (!sealed::write_file(sealed::clock_file, std::to_string(stated_clock() + microseconds)))
         abort();
@@ -144,7 +144,7 @@ int remove_listened(const char* name, const char* path) {
     return real<int(const char*)>(name)(path);
 }
 
-// Runs one of the settings library's functions with its system calls left alone.
+// Calls a function of the settings library without recording its system calls.
 template <class Result, class... Arguments>
 Result call_library(const char* name, Arguments... arguments) {
     const auto function = real<Result(Arguments...)>(name);
@@ -156,13 +156,13 @@ Result call_library(const char* name, Arguments... arguments) {
 }
 
 void end_run(int status, void*) {
-    // The kernel hands on the low eight bits.
+    // The kernel passes on only the low eight bits.
     record("exit", std::to_string(status & 0xff));
 }
 
-// Only what was executed as rc is recorded: the settings command loads this library too.
+// Only a process executed as rc is recorded: the settings command loads this library too.
 bool is_rc() {
-    // The kernel hands the text's address over as a number.
+    // The kernel passes the text's address as a number.
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
     const auto* path = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
     return path && std::string_view(path).ends_with("/rc");
@@ -177,7 +177,7 @@ __attribute__((constructor)) void begin_run() {
 
     recorder->pid = atoi(sealed::read_file(sealed::pid_file).c_str());
     if (!sealed::write_file(sealed::pid_file, std::to_string(recorder->pid + 1))) abort();
-    // A nested run prints on the console as well, whatever its line does with the output of others.
+    // A nested run prints on the console too, even if its line redirects output.
     const int output = open(sealed::output_file, O_WRONLY | O_APPEND | O_CLOEXEC);
     if (output < 0 || dup2(output, STDOUT_FILENO) < 0) abort();
     on_exit(end_run, nullptr);
@@ -232,7 +232,7 @@ INTERPOSED void perror(const char* what) {
 
 // Processes.
 
-// A case's process ids are nobody's here, so a signal is never sent.
+// A case's process ids do not exist here, so a signal is never sent.
 INTERPOSED int kill(pid_t pid, int signal) noexcept {
     if (!recorder) return real<int(pid_t, int)>("kill")(pid, signal);
     record("signal", std::to_string(signal) + " to " + std::to_string(pid));
@@ -293,14 +293,14 @@ INTERPOSED int usleep(useconds_t microseconds) {
 
 // Devices and sockets.
 
-// The kernel's log is this machine's.
+// The kernel's log is this machine's, so the call is only recorded.
 INTERPOSED int klogctl(int action, char* buffer, int length) noexcept {
     if (!recorder) return real<int(int, char*, int)>("klogctl")(action, buffer, length);
     record("kernel-log", std::to_string(action));
     return 0;
 }
 
-// A device's path is part of each request to it.
+// Remembers the path of a device, which is part of each request to it.
 INTERPOSED int open(const char* path, int flags, ...) {
     va_list arguments;
     va_start(arguments, flags);
@@ -315,8 +315,8 @@ INTERPOSED int open(const char* path, int flags, ...) {
     return file;
 }
 
-// There is no device behind a case's file, so every request to one succeeds. An interface's address
-// is asked of the sealed root's own network.
+// A case's device is only a file, so every request to it succeeds. An interface's address comes
+// from the sealed root's network.
 INTERPOSED int ioctl(int file, unsigned long request, ...) noexcept {
     va_list arguments;
     va_start(arguments, request);
@@ -334,8 +334,7 @@ INTERPOSED int ioctl(int file, unsigned long request, ...) noexcept {
     return 0;
 }
 
-// A case denies the socket by the interface that it is for, which is not known yet here: it denies
-// all.
+// A case denies the socket for one interface, which is not known here yet: all sockets fail.
 INTERPOSED int socket(int family, int type, int protocol) noexcept {
     if (listening() && denied("", "socket")) {
         errno = EPERM;

@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// Others come with the files in them, or when rc or its shell writes there.
+// Other folders are created with the files in them, or when rc or its shell writes there.
 constexpr const char* folders[] = {".sealed", "bin", "dev", "etc", "flash",
                                    "proc",    "tmp", "usr", "var"};
 
@@ -30,7 +30,7 @@ std::string put(const std::string& root, const std::string& path, std::string_vi
     return "";
 }
 
-// Flash as the store keeps it: its first commit goes to slot a.
+// The flash's file in the store's format: the first commit goes to slot a.
 std::string flash_content(const std::string& image) {
     return nvram::encode({.number = 1, .image = image});
 }
@@ -51,7 +51,7 @@ std::string put_hidden_files(const std::string& root, const World& world) {
     return wrong + put(root, "/proc/uptime", sealed::uptime_text(world.uptime_microseconds));
 }
 
-// The resolver's own files, so that names are looked up as the case states them.
+// The resolver's files, so that names resolve as the case states.
 std::string put_hosts(const std::string& root, const World& world) {
     std::string hosts;
     for (const auto& [name, address] : world.hosts) hosts += address + " " + name + "\n";
@@ -77,7 +77,7 @@ bool store_kit(const Kit& kit, const std::string& folder) {
     fs::create_directories(folder);
     for (size_t i = 0; i < kit.size(); i++) {
         const std::string path = kit_path(folder, i);
-        // Read-only, so that no run can change the next one's programs by mistake.
+        // Read-only, so that no run can change the next run's programs by mistake.
         if (!sealed::write_file(path.c_str(), kit[i].content) || chmod(path.c_str(), 0555) != 0)
             return false;
     }

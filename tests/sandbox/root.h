@@ -10,7 +10,7 @@
 // Puts the kit's files into a folder, to be linked into each root.
 bool store_kit(const Kit& kit, const std::string& folder);
 
-// Makes the root of one run; what went wrong, or "".
+// Makes the root of one run. Returns an error message, or "".
 std::string make_root(const std::string& root, const Kit& kit, const std::string& kit_folder,
                       const World& world);
 

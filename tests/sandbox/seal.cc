@@ -1,4 +1,4 @@
-// Namespaces of a run's own: unshare(2), pivot_root(2), and a deadline.
+// Private namespaces for a run: unshare(2), pivot_root(2), and a deadline.
 
 #include "seal.h"
 
@@ -37,7 +37,7 @@ std::string enter_user_namespace() {
     const std::string group = "0 " + std::to_string(getegid()) + " 1\n";
     if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0)
         return what_failed("user namespaces are not permitted");
-    // Groups can be mapped only by who has given up changing them.
+    // Groups can be mapped only after giving up the right to change them.
     if (!sealed::write_file("/proc/self/setgroups", "deny") ||
         !sealed::write_file("/proc/self/uid_map", user) ||
         !sealed::write_file("/proc/self/gid_map", group))
@@ -69,7 +69,7 @@ bool run_ip(std::vector<std::string> words) {
 // A bridge is an interface that needs neither hardware nor a second end.
 bool make_interfaces(const World& world) {
     for (const auto& [name, stated] : world.interfaces) {
-        // The kernel has no names so long, so nobody could find the interface.
+        // The kernel does not allow longer names, so such an interface cannot exist.
         if (name.size() >= IF_NAMESIZE) continue;
         if (!run_ip({"ip", "link", "add", "name", name, "type", "bridge"})) return false;
         if (stated.address &&
@@ -106,7 +106,7 @@ bool change_root(const std::string& root, const std::string& shared) {
     _exit(127);
 }
 
-// What the first process of the namespaces does for run_sealed.
+// Runs in the first process of the namespaces, for run_sealed.
 int run_rc(const std::vector<std::string>& words, const std::vector<std::string>& environment) {
     const pid_t rc = fork();
     if (rc == 0) become_rc(words, environment);
@@ -115,7 +115,7 @@ int run_rc(const std::vector<std::string>& words, const std::vector<std::string>
     return WIFSIGNALED(status) ? killed + WTERMSIG(status) : 0;
 }
 
-// The first process of the new process namespace; with it ends whatever the run left behind.
+// The first process of the new process namespace; when it ends, the kernel kills all others.
 [[noreturn]] void be_first_process(const std::string& root, const World& world,
                                    const std::string& shared, const std::function<int()>& inside) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);

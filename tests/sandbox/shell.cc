@@ -1,6 +1,6 @@
-// The programs of the sealed root, all in one: /bin/sh, which records its line and then has it
-// carried out, the file tools that lines use, and a stand-in for everything else, which succeeds
-// and does nothing but print what the case states.
+// All programs of the sealed root in one: /bin/sh, which records its line and then runs it with a
+// real shell, the file tools that lines use, and a stub for everything else, which only prints what
+// the case states and succeeds.
 
 #include <fcntl.h>
 #include <stdlib.h>
@@ -16,7 +16,7 @@
 
 namespace {
 
-// What changes or reads files is done for real: later steps see it.
+// Tools that change or read files are real, because later steps depend on them.
 constexpr std::string_view file_tools[] = {"cat",  "chmod", "cp",    "cut",  "echo", "grep",
                                            "head", "ln",    "mkdir", "mv",   "rm",   "rmdir",
                                            "sed",  "tail",  "test",  "touch"};
@@ -38,7 +38,7 @@ std::string joined(char** words) {
     return line;
 }
 
-// A stand-in prints what the case states for its command line.
+// A stub prints what the case states for its command line.
 int run_program(char** words) {
     const std::string_view path = words[0];
     const std::string_view name = path.substr(path.rfind('/') + 1);
@@ -49,7 +49,7 @@ int run_program(char** words) {
 
 [[noreturn]] void become_real_shell(char* line) {
     setenv(sealed::inner_variable, "1", 1);
-    // What outside programs print is not rc's; a nested rc finds its own way to the output.
+    // Output of outside programs is not rc's; a nested rc opens the output itself.
     const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
     for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nowhere, file);
     char name[] = "sh";
@@ -59,7 +59,7 @@ int run_program(char** words) {
     _exit(127);
 }
 
-// For what the line redirects or copies to.
+// Makes the folders of files that the line redirects or copies to.
 void make_folders_of(std::string_view line) {
     for (size_t slash = line.find('/'); slash != std::string_view::npos;
          slash = line.find('/', slash)) {
@@ -73,8 +73,8 @@ int exit_status(int waited) {
     return WIFEXITED(waited) ? WEXITSTATUS(waited) : 128 + WTERMSIG(waited);
 }
 
-// A case lets a line that ends in "&" run to its end at once, so everything that the line started
-// is waited for.
+// In a case, a line that ends in "&" also finishes at once, so everything that the line started is
+// waited for.
 int run_line(char* line) {
     prctl(PR_SET_CHILD_SUBREAPER, 1);
     const pid_t shell = fork();
@@ -87,8 +87,7 @@ int run_line(char* line) {
 }
 
 int shell(int argc, char** argv) {
-    // A script, or a shell that a line itself starts: the recording ends at the lines that rc hands
-    // out.
+    // A script, or a shell that a line itself starts: only lines that rc runs are recorded.
     if (argc < 3 || strcmp(argv[1], "-c") != 0 || getenv(sealed::inner_variable)) return 0;
     char* line = strcmp(argv[2], "--") == 0 && argc > 3 ? argv[3] : argv[2];
     if (getenv(sealed::pipe_variable)) return print_stated_output(line);

@@ -26,8 +26,7 @@ bool write_all(int file, std::string_view content) {
     return true;
 }
 
-// What is written for an event must not get lost: a transcript with a hole would be compared as if
-// it were whole.
+// A lost event must end the run: otherwise an incomplete transcript would be compared.
 [[noreturn]] void give_up(const char* path) {
     dprintf(STDERR_FILENO, "the sealed root's %s cannot be written: errno %d\n", path, errno);
     abort();

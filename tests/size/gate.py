@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
-"""Holds the stripped size of what ships against its limits, and shows what grew.
+"""Compares the stripped sizes of what ships with their limits, and shows what grew.
 
   gate.py [--record] --nm NM --strip STRIP --compiler VERSION --recorded FILE NAME=PROGRAM[:KIBIBYTES] ...
 
-NAME is what the program is called in FILE, KIBIBYTES its limit. FILE holds the sizes when they were last looked at, of each
-program and of its functions, and the compiler that made them. A program above its limit fails; so does one that has grown
-by more than 1 % since, until somebody has read the table and recorded the new sizes with --record.
-Status: 0 all hold, 1 one does not, 2 wrong use.
+NAME is the program's name in FILE, KIBIBYTES its limit. FILE has the last recorded sizes of each program and of its
+functions, and the compiler's version. A program above its limit fails; so does one that has grown by more than 1 % since,
+until somebody has read the table and recorded the new sizes with --record.
+Exit status: 0 all sizes are within limits, 1 one is not, 2 usage error.
 """
 
 import argparse
@@ -32,7 +32,7 @@ def stripped_size(strip, program):
 
 
 def parts_of(nm, program, whole):
-    """Sizes of functions and data by name, as the compiler left them; clones of one function are added up."""
+    """Sizes of functions and data by name; clones of one function are added up."""
     parts = {}
     for line in output_of(nm, "--print-size", "--demangle", program).splitlines():
         found = re.match(r"[0-9a-f]+ ([0-9a-f]+) ([tTwWrRdDV]) (.+)", line)
@@ -46,7 +46,7 @@ def parts_of(nm, program, whole):
 
 
 def read_recorded(path):
-    """The compiler's version, and the parts of each program with the whole under the empty name."""
+    """The compiler's version, and the parts of each program; the empty name has the total."""
     compiler, programs = "", {}
     try:
         with open(path, encoding="utf-8") as lines:
@@ -114,7 +114,7 @@ def main():
         elif compiler == options.compiler and now > before * (1 + SLACK):
             failed.append(f"{name} has grown by more than 1 %; if that is worth it, --record the new size")
     if compiler != options.compiler:
-        print(f"recorded with another compiler ({compiler}, this is {options.compiler}): only the limits count")
+        print(f"recorded with another compiler ({compiler}, this is {options.compiler}): only the limits are checked")
     for name, parts in measured.items():
         if name in recorded:
             show_changes(name, recorded[name], parts)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""That the size gate lets through what it should, and nothing else.   gate_test.py NM STRIP PROGRAM"""
+"""Checks that the size gate passes and fails as it should.   gate_test.py NM STRIP PROGRAM"""
 
 import pathlib
 import subprocess
@@ -31,20 +31,20 @@ class Gate(unittest.TestCase):
 
     def test_what_was_recorded_passes_and_nothing_has_changed(self):
         self.gate(f"it={PROGRAM}", "--record")
-        status, told = self.gate(f"it={PROGRAM}:100000")
-        self.assertEqual(status, 0, told)
-        self.assertEqual(len(told.splitlines()), 2, told)
+        status, output = self.gate(f"it={PROGRAM}:100000")
+        self.assertEqual(status, 0, output)
+        self.assertEqual(len(output.splitlines()), 2, output)
 
     def test_a_program_above_its_limit_fails(self):
         self.gate(f"it={PROGRAM}", "--record")
-        status, told = self.gate(f"it={PROGRAM}:1")
-        self.assertEqual(status, 1, told)
-        self.assertRegex(told, "FAIL: it is [0-9]+ bytes above its limit")
+        status, output = self.gate(f"it={PROGRAM}:1")
+        self.assertEqual(status, 1, output)
+        self.assertRegex(output, "FAIL: it is [0-9]+ bytes above its limit")
 
     def test_a_program_that_was_never_looked_at_fails(self):
-        status, told = self.gate(f"it={PROGRAM}")
-        self.assertEqual(status, 1, told)
-        self.assertIn("FAIL: it has no recorded size", told)
+        status, output = self.gate(f"it={PROGRAM}")
+        self.assertEqual(status, 1, output)
+        self.assertIn("FAIL: it has no recorded size", output)
 
     def test_growth_fails_and_names_the_function(self):
         self.gate(f"it={PROGRAM}", "--record")
@@ -52,10 +52,10 @@ class Gate(unittest.TestCase):
         whole = int(self.recorded.read_text().splitlines()[2].split()[0])
         self.edit(lambda line: f"{whole // 2} it" if line == f"{whole} it" else line)
         self.edit(lambda line: "# no such function" if line.endswith(" nvram_zel_commit") else line)
-        status, told = self.gate(f"it={PROGRAM}")
-        self.assertEqual(status, 1, told)
-        self.assertIn("FAIL: it has grown by more than 1 %", told)
-        self.assertRegex(told, r"\+[0-9]+ it: nvram_zel_commit  \(new\)")
+        status, output = self.gate(f"it={PROGRAM}")
+        self.assertEqual(status, 1, output)
+        self.assertIn("FAIL: it has grown by more than 1 %", output)
+        self.assertRegex(output, r"\+[0-9]+ it: nvram_zel_commit  \(new\)")
 
     def test_another_compiler_counts_only_for_limits(self):
         self.gate(f"it={PROGRAM}", "--record")

@@ -1,6 +1,6 @@
 // A platform's settings library that fails: it never stores, commits or loads, and from the nth
-// value on (STRESS_FAILING_FROM, counted over a run) it has none. The values before are the working
-// copy's.
+// call on (STRESS_FAILING_FROM, counted over a run) it returns no value. Earlier calls return the
+// working copy's values.
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -42,7 +42,7 @@ char* nvram_zel_get(const char* key) {
     return fails_now() ? nullptr : value_in("/tmp/nvram", key);
 }
 
-// Where ours is never absent, a failing one may well be.
+// Our library never returns null here; a failing one may.
 char* nvram_zel_safe_get(const char* key) {
     const char* value = nvram_zel_get(key);
     return value ? strdup(value) : nullptr;

@@ -1,5 +1,5 @@
-// failing_library: every action of the real rc over a settings library that fails, from the first
-// call on or later.
+// failing_library: every action of the real rc over a settings library that fails from the first
+// call, or from a later one, on.
 
 #include <sys/wait.h>
 
@@ -21,14 +21,15 @@ const std::vector<std::vector<std::string>> actions = {
     {"wan", "stop"},
 };
 
-// From which call on: the first few, then ever fewer; the last is beyond the longest action.
+// The first failing call: the first few calls, then with growing gaps; the last is beyond the
+// longest action.
 std::vector<int> beginnings() {
     std::vector<int> list;
     for (int at = 1; at < 700; at += 1 + at / 3) list.push_back(at);
     return list;
 }
 
-// What is wrong with an action's end, or "".
+// The fault in an action's result, or "".
 std::string play(const Settings& settings, const std::vector<std::string>& action, int from) {
     stress::reset_router(settings, "3600.00 3600.00\n");
     const std::string image = stress::read_text("/tmp/nvram");

@@ -1,5 +1,5 @@
-// Runs that are left to themselves: each round begins several at once, which interleave as the
-// seed and the kernel have it. What must hold does not depend on who was first.
+// Free runs: each round starts several at once, which interleave depending on the seed and the
+// kernel. The checks do not depend on the order.
 
 #include <signal.h>
 #include <sys/wait.h>
@@ -20,22 +20,22 @@ namespace {
 constexpr const char* early = "5.00 5.00\n";
 constexpr const char* later = "3600.00 3600.00\n";
 
-// Runs of rc that begin at once, and what holds when all have ended.
+// Runs of rc that start at once, and what must hold after all have ended.
 struct Kind {
     const char* name;
     std::vector<std::vector<std::string>> runs;
     const char* uptime = later;
-    Settings changes = {};  // of the settings
-    // Runs may end others with SIGTERM.
+    Settings changes = {};  // to the settings
+    // Runs may terminate others with SIGTERM.
     bool replace_each_other = false;
-    // Files that nobody can have left half written: each is as one run alone makes it.
+    // Files that must be complete: each equals the file that one run alone writes.
     std::vector<std::string> whole_files = {};
     // The settings that they store.
     std::vector<std::pair<std::string, std::string>> stores = {};
-    // /var/run/my_pid of a start that a stop ended stays.
+    // A start terminated by a stop leaves /var/run/my_pid.
     bool start_may_be_stopped = false;
     bool power_on = false;
-    // Cheap ones have many rounds.
+    // Cheap kinds have many rounds.
     int rounds_each = 1;
 };
 
@@ -94,8 +94,8 @@ std::vector<Kind> kinds() {
     };
 }
 
-// What stores beside the runs: each writer has keys of its own, sets each several times and commits
-// in between.
+// Writers that store settings during the runs: each has its own keys, sets each several times and
+// commits in between.
 constexpr int writers = 2;
 constexpr int keys = 3;
 constexpr int sets = 3;
@@ -116,7 +116,7 @@ pid_t start_writer(int writer, unsigned seed) {
 struct Round {
     const Kind& kind;
     Settings settings;
-    std::map<std::string, std::string> alone;  // the files as one run alone makes them
+    std::map<std::string, std::string> alone;  // the files that one run alone writes
     std::string wrong = {};
     int replaced = 0;
     int turned_away = 0;
@@ -126,7 +126,7 @@ struct Round {
     }
 };
 
-// The runs' ends: all well, or ended by a newer one; never all of them.
+// Each run ends with 0 or is terminated by a newer one; at least one ends with 0.
 void check_ends(Round& round, const std::vector<int>& statuses) {
     int done = 0;
     for (const int status : statuses) {
@@ -160,12 +160,12 @@ void check_stored(Round& round) {
         working[key].insert(value);
     }
     Possible flash = working;
-    // A load takes back what was stored before it, so at power-on nobody stores beside.
+    // A load discards what was stored before it, so at power-on there are no writers.
     for (int writer = 0; writer < writers && !round.kind.power_on; writer++) {
         for (int key = 0; key < keys; key++) {
             const std::string name = "w" + std::to_string(writer) + "." + std::to_string(key);
             working[name] = {std::to_string(sets)};
-            // The last commit is this writer's own or a later one.
+            // The last commit is this writer's or a later one.
             flash[name] = {std::to_string(sets)};
         }
     }
@@ -181,8 +181,8 @@ void check_files(Round& round) {
     }
 }
 
-// In the first ten seconds, who finds a marker does nothing; who does not, does all. At least one
-// does.
+// In the first ten seconds, a run that finds a marker does nothing, and a run that finds none does
+// everything. At least one finds none.
 void check_turned_away(Round& round) {
     const std::string log = log_text();
     int worked = 0;
@@ -205,7 +205,7 @@ std::map<std::string, std::string> files_alone(const Kind& kind, const Settings&
     reset_router(settings, later);
     start({.words = {"/bin/rc", kind.runs[0][0], kind.runs[0][1]}, .run = "alone"});
     wait_for_all();
-    // The files of the services, where the first run leaves them to others.
+    // The services' files, if the first run leaves them to other runs.
     start({.words = {"/bin/rc", "service", "create"}, .run = "alone"});
     wait_for_all();
     for (const std::string& path : kind.whole_files) files[path] = read_text(path);
@@ -228,14 +228,14 @@ Round play_round(const Kind& kind, const Settings& settings,
         runs.push_back(start({.words = {"/bin/rc", kind.runs[i][0], kind.runs[i][1]},
                               .run = "run" + std::to_string(i),
                               .seed = seed}));
-        // At once, nearly at once, or in the midst of the other's work.
+        // At once, nearly at once, or in the middle of the other's work.
         constexpr std::array<unsigned, 3> longest_microseconds = {1, 2'000, 40'000};
         usleep(static_cast<useconds_t>(random() % longest_microseconds[random() % 3]));
     }
 
     std::map<pid_t, int> ends;
     int status = 0;
-    // Everything ends, also what the runs left in the background.
+    // Waits for everything, including background processes of the runs.
     for (pid_t ended = wait(&status); ended > 0; ended = wait(&status)) ends[ended] = status;
     std::vector<int> statuses;
     statuses.reserve(runs.size());

@@ -1,5 +1,5 @@
-// full_disk: the real programs where /tmp or the flash has no or nearly no room left, and with
-// signals that interrupt their calls all the time.
+// full_disk: the real programs with /tmp or the flash full or nearly full, and with signals that
+// constantly interrupt their system calls.
 
 #include <errno.h>
 #include <string.h>
@@ -40,7 +40,7 @@ std::string run(const Words& words, int storm = 0) {
     return "status " + std::to_string(WEXITSTATUS(status));
 }
 
-// A file system of its own, as small as the kernel makes it in pages.
+// A separate file system of a given number of pages.
 class SmallDisk {
   public:
     SmallDisk(const char* folder, int pages) : folder_(folder) {
@@ -54,7 +54,7 @@ class SmallDisk {
     SmallDisk& operator=(const SmallDisk&) = delete;
 
     bool mounted() const { return mounted_; }
-    // Leaves no room but this many pages.
+    // Fills the disk except for this many pages.
     void fill_but(int pages) const {
         const std::string spare = std::string(folder_) + "/spare";
         const std::string page(static_cast<size_t>(getpagesize()), 'x');
@@ -76,7 +76,7 @@ stress::Possible exactly(const Settings& settings) {
     return possible;
 }
 
-// nvram stores all of it or says that it could not.
+// nvram stores the setting or reports that it could not.
 void store_without_room(const Settings& settings, const SmallDisk& disk, int pages) {
     const std::string before = stress::read_text("/tmp/nvram");
     disk.fill_but(pages);
@@ -97,7 +97,7 @@ void store_without_room(const Settings& settings, const SmallDisk& disk, int pag
     check(!stress::exists("/tmp/nvram.new"), at + "/tmp/nvram.new is left");
 }
 
-// rc ends as ever, whatever it could not write, and leaves the settings whole.
+// rc ends as usual, even if it could not write files, and leaves the settings undamaged.
 void act_without_room(const Settings& settings, const SmallDisk& disk, int pages) {
     for (const Words& words : {Words{"/bin/rc", "start"}, Words{"/bin/rc", "service", "start"},
                                Words{"/bin/rc", "wan", "restart"}}) {
@@ -113,8 +113,8 @@ void act_without_room(const Settings& settings, const SmallDisk& disk, int pages
     }
 }
 
-// At the first use there is no room for the working copy; with room, the next run finds the
-// settings as they were in flash.
+// Without room for the working copy the first run fails to load; with room, the next run finds the
+// settings from flash.
 void first_use_without_room(const Settings& settings, const SmallDisk& disk) {
     unlink("/tmp/nvram");
     disk.fill_but(0);
@@ -148,7 +148,7 @@ bool play_full_tmp(const Settings& settings) {
     return true;
 }
 
-// A commit that finds no room leaves the generation that is there.
+// A commit without room leaves the existing generation.
 bool play_full_flash(const Settings& settings) {
     for (int pages = 0; pages <= 4; pages++) {
         stress::reset_router(settings, "3600.00 3600.00\n");
@@ -193,7 +193,8 @@ Result result_of(const Settings& settings, const Words& words, int storm) {
     return result;
 }
 
-// Interrupted calls change nothing. What runs in the background has no order.
+// Interrupted calls change nothing. Only actions without background commands are compared, because
+// those have no fixed order.
 void play_storm(const Settings& settings) {
     for (const Words& words :
          {Words{"/bin/rc", "httpd", "stop"}, Words{"/bin/rc", "wlan", "create"},

@@ -1,5 +1,5 @@
-// Runs that overlap at a chosen point: the first is held in the midst of its work while a second
-// runs, so that the outcome is one and the same each time.
+// Runs that overlap at a chosen point: the first is held in the middle of its work while a second
+// runs, so that the outcome is always the same.
 
 #include <fcntl.h>
 #include <signal.h>
@@ -17,7 +17,7 @@ namespace stress {
 
 namespace {
 
-// Holds the program of this name, the next time that it is run.
+// Holds the program of this name the next time it is run.
 class Gate {
   public:
     explicit Gate(const std::string& program) : path_(gate_prefix + program) {
@@ -27,7 +27,7 @@ class Gate {
     Gate(const Gate&) = delete;
     Gate& operator=(const Gate&) = delete;
 
-    // Waits until the program is there; those that come later are not held.
+    // Waits until the program has been started; later starts are not held.
     void wait_until_reached() {
         held_ = open(path_.c_str(), O_WRONLY | O_CLOEXEC);
         unlink(path_.c_str());
@@ -60,14 +60,14 @@ pid_t start_rc(const std::string& run, const std::vector<std::string>& words) {
     return start({.words = all, .run = run});
 }
 
-// Whether a run ran a program whose line begins so.
+// Whether a run executed a command line that begins with this text.
 bool ran(const std::string& run, const std::string& command) {
     return ("\n" + log_text()).find("\n" + run + ": " + command) != std::string::npos;
 }
 
-class Story {
+class Scenario {
   public:
-    explicit Story(const char* name) : name_(name) {}
+    explicit Scenario(const char* name) : name_(name) {}
 
     void expect(const char* what, const std::string& actual, const std::string& expected) {
         if (actual == expected) return;
@@ -76,7 +76,7 @@ class Story {
     }
     void expect(const char* what, bool holds) {
         if (holds) return;
-        std::cout << name_ << ": not so: " << what << "\n";
+        std::cout << name_ << ": false: " << what << "\n";
         failed_ = true;
     }
     bool ok() const { return !failed_; }
@@ -92,154 +92,154 @@ constexpr const char* marker_text = "/proc/uptime\n";
 // The same application twice, the second while the first is at work.
 bool same_application(const Settings& settings, const char* name, const char* uptime,
                       bool turned_away) {
-    Story story(name);
+    Scenario scenario(name);
     reset_router(settings, uptime);
     Gate gate("killall");
     const pid_t first = start_rc("first", {"httpd", "restart"});
     gate.wait_until_reached();
-    story.expect("the marker", read_text(httpd_marker), marker_text);
+    scenario.expect("the marker", read_text(httpd_marker), marker_text);
 
     const pid_t second = start_rc("second", {"httpd", "restart"});
-    story.expect("the second's end", end_of(second), "status 0");
-    // It says no more when it is turned away.
-    story.expect("the second's output", output_of("second"), "ap_name=httpd action=restart\n");
-    story.expect("the second worked", ran("second", "/usr/bin/killall") == !turned_away);
-    story.expect("the first's marker is there", exists(httpd_marker) == turned_away);
+    scenario.expect("the second's end", end_of(second), "status 0");
+    // A run that is turned away prints nothing else.
+    scenario.expect("the second's output", output_of("second"), "ap_name=httpd action=restart\n");
+    scenario.expect("the second worked", ran("second", "/usr/bin/killall") == !turned_away);
+    scenario.expect("the first's marker is there", exists(httpd_marker) == turned_away);
 
     gate.let_go();
-    story.expect("the first's end", end_of(first), "status 0");
-    story.expect("no marker is left", !exists(httpd_marker));
+    scenario.expect("the first's end", end_of(first), "status 0");
+    scenario.expect("no marker is left", !exists(httpd_marker));
     wait_for_all();
-    story.expect("the first started the server", ran("first", "/usr/sbin/mini_httpd"));
-    return story.ok();
+    scenario.expect("the first started the server", ran("first", "/usr/sbin/mini_httpd"));
+    return scenario.ok();
 }
 
 bool other_application(const Settings& settings) {
-    Story story("another application at the same time");
+    Scenario scenario("another application at the same time");
     reset_router(settings, early);
     Gate gate("killall");
     const pid_t first = start_rc("first", {"httpd", "restart"});
     gate.wait_until_reached();
     const pid_t second = start_rc("second", {"dhcpd", "restart"});
-    story.expect("the second's end", end_of(second), "status 0");
-    story.expect("the first's marker", read_text(httpd_marker), marker_text);
+    scenario.expect("the second's end", end_of(second), "status 0");
+    scenario.expect("the first's marker", read_text(httpd_marker), marker_text);
     gate.let_go();
-    story.expect("the first's end", end_of(first), "status 0");
+    scenario.expect("the first's end", end_of(first), "status 0");
     wait_for_all();
-    story.expect("the second worked", ran("second", "/usr/sbin/udhcpd"));
-    return story.ok();
+    scenario.expect("the second worked", ran("second", "/usr/sbin/udhcpd"));
+    return scenario.ok();
 }
 
-// A whole group has no marker, and none of its applications turns it away.
+// A whole group has no marker, and markers of its applications do not turn it away.
 bool group_beside_application(const Settings& settings) {
-    Story story("a whole group beside an application");
+    Scenario scenario("a whole group beside an application");
     reset_router(settings, early);
     Gate gate("killall");
     const pid_t first = start_rc("first", {"httpd", "restart"});
     gate.wait_until_reached();
     const pid_t second = start_rc("second", {"create"});
-    story.expect("the second's end", end_of(second), "status 0");
-    story.expect("the second wrote", exists("/etc/udhcpd.conf"));
-    story.expect("the first's marker", read_text(httpd_marker), marker_text);
+    scenario.expect("the second's end", end_of(second), "status 0");
+    scenario.expect("the second wrote", exists("/etc/udhcpd.conf"));
+    scenario.expect("the first's marker", read_text(httpd_marker), marker_text);
     gate.let_go();
-    story.expect("the first's end", end_of(first), "status 0");
+    scenario.expect("the first's end", end_of(first), "status 0");
     wait_for_all();
-    return story.ok();
+    return scenario.ok();
 }
 
 constexpr const char* service_pid = "/var/run/my_pid_service";
 constexpr const char* wan_pid = "/var/run/my_pid_wan";
 constexpr const char* start_pid = "/var/run/my_pid";
 
-// A newer run for the services ends the older one before it begins.
+// A newer run for the services terminates the older one before it begins.
 bool service_against_service(const Settings& settings, const char* action) {
-    Story story("service against service");
+    Scenario scenario("service against service");
     reset_router(settings, later);
     Gate gate("iptables");
     const pid_t first = start_rc("first", {"service", "restart"});
     gate.wait_until_reached();
-    story.expect("the PID file", read_text(service_pid), std::to_string(first));
+    scenario.expect("the PID file", read_text(service_pid), std::to_string(first));
 
     Gate second_gate("iptables");
     const pid_t second = start_rc("second", {"service", action});
     second_gate.wait_until_reached();
-    story.expect("the PID file of the second", read_text(service_pid), std::to_string(second));
+    scenario.expect("the PID file of the second", read_text(service_pid), std::to_string(second));
     second_gate.let_go();
-    story.expect("the second's end", end_of(second), "status 0");
-    story.expect("no PID file is left", !exists(service_pid));
+    scenario.expect("the second's end", end_of(second), "status 0");
+    scenario.expect("no PID file is left", !exists(service_pid));
     gate.let_go();
-    story.expect("the first's end", end_of(first), "signal 15");
+    scenario.expect("the first's end", end_of(first), "signal 15");
     wait_for_all();
-    return story.ok();
+    return scenario.ok();
 }
 
-// The same for the Internet side. Whichever way the second goes, it ends the first by the one PID
-// file or the other.
+// The same for the Internet side. Whatever its action, the second terminates the first through one
+// of the PID files.
 bool wan_against_wan(const Settings& settings, const char* first_action, const char* first_held_at,
                      const char* second_action, const std::string& start_pid_left) {
-    Story story("wan against wan");
+    Scenario scenario("wan against wan");
     reset_router(settings, later);
     Gate gate(first_held_at);
     const pid_t first = start_rc("first", {"wan", first_action});
     gate.wait_until_reached();
-    story.expect("the PID file", read_text(wan_pid), std::to_string(first));
+    scenario.expect("the PID file", read_text(wan_pid), std::to_string(first));
     const pid_t second = start_rc("second", {"wan", second_action});
-    story.expect("the second's end", end_of(second), "status 0");
+    scenario.expect("the second's end", end_of(second), "status 0");
     gate.let_go();
-    story.expect("the first's end", end_of(first), "signal 15");
+    scenario.expect("the first's end", end_of(first), "signal 15");
     wait_for_all();
-    story.expect("no PID file is left", !exists(wan_pid));
-    story.expect("what is left of the start's PID file", read_text(start_pid),
-                 start_pid_left == "first" ? std::to_string(first) : "");
-    return story.ok();
+    scenario.expect("no PID file is left", !exists(wan_pid));
+    scenario.expect("what is left of the start's PID file", read_text(start_pid),
+                    start_pid_left == "first" ? std::to_string(first) : "");
+    return scenario.ok();
 }
 
-// A run for the services goes on beside a start of the Internet side that touches no services, and
-// is ended by a stop, which stops the services itself.
+// A run for the services continues during a start of the Internet side that does not affect
+// services, and is terminated by a stop, which stops the services itself.
 bool wan_beside_service(Settings settings) {
-    Story story("wan beside service");
+    Scenario scenario("wan beside service");
     settings["wan_mode"] = "dhcpc";
     reset_router(settings, later);
     Gate gate("iptables");
     const pid_t first = start_rc("first", {"service", "restart"});
     gate.wait_until_reached();
     const pid_t second = start_rc("second", {"wan", "start"});
-    story.expect("the second's end", end_of(second), "status 0");
-    story.expect("the first's PID file", read_text(service_pid), std::to_string(first));
+    scenario.expect("the second's end", end_of(second), "status 0");
+    scenario.expect("the first's PID file", read_text(service_pid), std::to_string(first));
     const pid_t third = start_rc("third", {"wan", "stop"});
-    story.expect("the third's end", end_of(third), "status 0");
+    scenario.expect("the third's end", end_of(third), "status 0");
     gate.let_go();
-    story.expect("the first's end", end_of(first), "signal 15");
+    scenario.expect("the first's end", end_of(first), "signal 15");
     wait_for_all();
-    story.expect("no PID file is left", !exists(service_pid) && !exists(wan_pid));
-    return story.ok();
+    scenario.expect("no PID file is left", !exists(service_pid) && !exists(wan_pid));
+    return scenario.ok();
 }
 
-// No guard stands between an application and the Internet side: both go on.
+// No marker or PID file keeps an application and the Internet side apart: both continue.
 bool firewall_inside_wan(const Settings& settings) {
-    Story story("a firewall restart inside a wan restart");
+    Scenario scenario("a firewall restart inside a wan restart");
     reset_router(settings, later);
     start_rc("alone", {"firewall", "restart"});
     wait_for_all();
     const std::string rules = read_text("/tmp/rules");
-    story.expect("there are rules", !rules.empty());
+    scenario.expect("there are rules", !rules.empty());
 
     reset_router(settings, later);
     Gate gate("ps");
     const pid_t first = start_rc("first", {"wan", "restart"});
     gate.wait_until_reached();
     const pid_t second = start_rc("second", {"firewall", "restart"});
-    story.expect("the second's end", end_of(second), "status 0");
-    story.expect("the rules are whole", read_text("/tmp/rules") == rules);
-    story.expect("the second ran them", ran("second", "iptables -A FORWARD -j CFILTER"));
-    story.expect("the first's PID file", read_text(wan_pid), std::to_string(first));
+    scenario.expect("the second's end", end_of(second), "status 0");
+    scenario.expect("the rules are whole", read_text("/tmp/rules") == rules);
+    scenario.expect("the second ran them", ran("second", "iptables -A FORWARD -j CFILTER"));
+    scenario.expect("the first's PID file", read_text(wan_pid), std::to_string(first));
     gate.let_go();
-    story.expect("the first's end", end_of(first), "status 0");
+    scenario.expect("the first's end", end_of(first), "status 0");
     wait_for_all();
-    story.expect("the first dialled", ran("first", "/usr/sbin/udhcpc"));
-    story.expect("no marker is left",
-                 !exists(wan_pid) && !exists(start_pid) && !exists("/var/run/rc.firewall.run"));
-    return story.ok();
+    scenario.expect("the first dialled", ran("first", "/usr/sbin/udhcpc"));
+    scenario.expect("no marker is left",
+                    !exists(wan_pid) && !exists(start_pid) && !exists("/var/run/rc.firewall.run"));
+    return scenario.ok();
 }
 
 }  // namespace
@@ -260,7 +260,7 @@ int play_held_runs(const Settings& settings) {
     count(wan_against_wan(settings, "restart", "ps", "stop", "nothing"));
     count(wan_against_wan(settings, "start", "ifconfig", "restart", "nothing"));
     count(wan_against_wan(settings, "start", "ifconfig", "start", "nothing"));
-    // A stop starts nothing, so it does not come to the start's PID file.
+    // A stop starts nothing, so it does not replace the start's PID file.
     count(wan_against_wan(settings, "start", "ifconfig", "stop", "first"));
     count(wan_beside_service(settings));
     count(firewall_inside_wan(settings));

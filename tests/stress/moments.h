@@ -1,4 +1,4 @@
-// A few moments that a program takes, so that runs at once interleave in many ways.
+// Short pseudo-random delays, so that concurrent runs interleave in many ways.
 #ifndef RC_TESTS_STRESS_MOMENTS_H
 #define RC_TESTS_STRESS_MOMENTS_H
 
@@ -16,7 +16,7 @@ inline void take_moments() {
     const char* seed = getenv(seed_variable);
     if (!seed) return;
     static uint64_t count = 0;
-    // A mixing of the bits (SplitMix64) of who asks for the how-manieth time.
+    // SplitMix64 of the seed, the process and the number of the call.
     uint64_t mixed = strtoull(seed, nullptr, 10) * 0x9e3779b97f4a7c15U +
                      static_cast<uint64_t>(getpid()) * 0xbf58476d1ce4e5b9U + ++count;
     mixed = (mixed ^ (mixed >> 30)) * 0xbf58476d1ce4e5b9U;

@@ -6,10 +6,10 @@
 
 namespace stress {
 
-// Runs held at chosen points. Returns how many stories went wrong, each with a message.
+// Runs held at chosen points. Returns the number of failed scenarios, each with a message.
 int play_held_runs(const Settings& settings);
 
-// Runs left to themselves, so many rounds of each kind. Returns how many rounds went wrong.
+// Free runs, in this many rounds of each kind. Returns the number of failed rounds.
 int play_free_runs(const Settings& settings, unsigned seed, int rounds);
 
 }  // namespace stress

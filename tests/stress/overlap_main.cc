@@ -1,5 +1,5 @@
-// overlap: two and more runs of the real rc at once in a sealed root, held at chosen points and
-// then left to themselves, with settings being stored beside them.
+// overlap: two and more concurrent runs of the real rc in a sealed root, first held at chosen
+// points and then free, while other processes store settings.
 
 #include <iostream>
 

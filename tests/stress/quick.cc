@@ -1,5 +1,5 @@
-// Loaded into rc: pauses of seconds become moments, and with a storm, a signal interrupts its calls
-// all the time.
+// Preloaded into rc: makes pauses very short, and with STRESS_STORM interrupts its system calls
+// with a periodic signal.
 
 #include <errno.h>
 #include <signal.h>
@@ -15,7 +15,7 @@ namespace {
 
 void ignore(int) {}
 
-// Without SA_RESTART, so that calls end with EINTR.
+// Without SA_RESTART, so that calls fail with EINTR.
 __attribute__((constructor)) void begin_storm() {
     const char* period = getenv("STRESS_STORM");
     if (!period) return;

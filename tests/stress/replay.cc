@@ -1,4 +1,4 @@
-// A case played again with a fault, and what must hold whatever failed.
+// Plays a case again with a fault, and checks the invariants that must hold after any fault.
 
 #include "replay.h"
 
@@ -26,7 +26,7 @@ std::vector<const Event*> events_of(const Played& played, std::string_view verb)
     return found;
 }
 
-// The image comes from another one as a whole when it is loaded or copied.
+// Whether the working copy was replaced as a whole, by a load or a copy.
 bool replaces_image(const Played& played) {
     if (!events_of(played, "load").empty()) return true;
     for (const Event* event : events_of(played, "run"))
@@ -34,7 +34,7 @@ bool replaces_image(const Played& played) {
     return false;
 }
 
-// What each setting may hold after the run.
+// The values that each setting may have after the run.
 Values possible_values(const Case& stated, const Played& faulty) {
     Values values;
     add_values(values, stated.settings);
@@ -58,7 +58,7 @@ void check_image(const Case& stated, const Played& faulty, const char* path,
     const std::string* text = faulty.recording.world.get(path);
     const std::string at = std::string(path) + ": ";
     if (!text) {
-        // Only what was never there may be missing.
+        // Only an image that never existed may be missing.
         if (case_world(stated).get(path)) broken.push_back(at + "is gone");
         return;
     }
@@ -93,8 +93,8 @@ void check_settings(const Case& stated, const Played& faulty, std::vector<std::s
     check_image(stated, faulty, flash_image, flash_origins, broken);
 }
 
-// Output goes on in the event that it began in, and the last one before a fault may have gone on
-// otherwise.
+// Output is joined into one event, and the last event before a fault may have other output after
+// the fault.
 bool begins_alike(const Event& expected, const Event& event, bool last) {
     if (expected.verb != event.verb || expected.text != event.text) return false;
     return expected.body == event.body || (last && event.verb == "print");
@@ -119,17 +119,18 @@ void check_left_behind(const World& before, const Played& whole, const Played& f
             broken.push_back("leaves " + path + " behind");
 }
 
-// Settings that a fault may give another value than usual.
+// Settings that may get an unusual value after a fault.
 struct StoredOtherwise {
     std::string_view key;
     Fallible because;
 };
 constexpr StoredOtherwise stored_otherwise[] = {
-    // A server whose name is not found is no server.
+    // A server whose name cannot be resolved is stored as empty.
     {.key = "pptp_server", .because = Fallible::HostLookUp},
     {.key = "pptp_server", .because = Fallible::SettingGet},
-    // What cannot be read reads as not set: the port is the usual one, the last service is none,
-    // the service definitions are none, and the board's own address and PIN are assigned anew.
+    // A setting that cannot be read counts as not set: the port is the default one, the last DDNS
+    // service and the service definitions are empty, and the board's address and PIN are assigned
+    // again.
     {.key = "wan_ifname", .because = Fallible::SettingGet},
     {.key = "ddns_old_service", .because = Fallible::SettingGet},
     {.key = "fw_services_def", .because = Fallible::SettingGet},
@@ -171,8 +172,8 @@ Played play_case(const Case& stated, const Faults& faults) {
     return played;
 }
 
-std::vector<std::string> broken_promises(const Case& stated, const Played& whole,
-                                         const Played& faulty) {
+std::vector<std::string> violated_invariants(const Case& stated, const Played& whole,
+                                             const Played& faulty) {
     std::vector<std::string> broken;
     if (faulty.status != whole.status)
         broken.push_back("ends with status " + std::to_string(faulty.status) + ", not " +

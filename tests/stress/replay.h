@@ -1,4 +1,4 @@
-// A case played again with a fault, and what must hold whatever failed.
+// Plays a case again with a fault, and checks the invariants that must hold after any fault.
 #ifndef RC_TESTS_STRESS_REPLAY_H
 #define RC_TESTS_STRESS_REPLAY_H
 
@@ -8,7 +8,7 @@
 #include "plan/router/case.h"
 #include "plan/router/recording.h"
 
-// One run of a case's command, and the router that it leaves.
+// One run of a case's command, and the router after it.
 struct Played {
     Recording recording;
     int status = 0;
@@ -16,15 +16,15 @@ struct Played {
 
 Played play_case(const Case& stated, const Faults& faults);
 
-// How a run with a fault differs from the whole one where it must not, a line each:
+// The invariants that a run with a fault violates compared with the run without, one line each:
 //   - it ends with the same status;
-//   - nothing is done otherwise before the fault;
-//   - it leaves no marker or PID file behind that was not there and that the whole run does not
-//     leave, unless a removal failed;
-//   - the images of the settings parse, have all their keys, and hold what they held or what was
-//     stored;
-//   - nothing is stored that the whole run does not store, but for a few settings (in replay.cc).
-std::vector<std::string> broken_promises(const Case& stated, const Played& whole,
-                                         const Played& faulty);
+//   - everything before the fault is the same;
+//   - it leaves no new marker or PID file that the run without a fault does not leave, unless a
+//     removal failed;
+//   - the images of the settings parse and have all their keys, each with its old value or one that
+//     was stored;
+//   - it stores only settings that the run without a fault stores, except for a few (in replay.cc).
+std::vector<std::string> violated_invariants(const Case& stated, const Played& whole,
+                                             const Played& faulty);
 
 #endif

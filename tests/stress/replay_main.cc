@@ -1,7 +1,7 @@
 // replay_faults: plays case files once for every call that can fail, with that call failing, and
 // once with that call and all later ones of its kind failing.
-//   replay_faults [--every N] CASE_OR_FOLDER...      every Nth fault only, but all of the kinds
-//   that are rare
+//   replay_faults [--every N] CASE_OR_FOLDER...      only every Nth fault, but all of the rare
+//   kinds
 
 #include <algorithm>
 #include <iostream>
@@ -48,7 +48,7 @@ void play_with(const Case& stated, const Played& whole, const Faults& faults,
     const std::string fault = path + ": " + kind_names[kind] + " " + std::to_string(faults.at) +
                               (faults.once ? " fails" : " and later ones fail");
     tally.faults[kind]++;
-    std::vector<std::string> broken = broken_promises(stated, whole, faulty);
+    std::vector<std::string> broken = violated_invariants(stated, whole, faulty);
     if (faulty.recording.faults.failed == 0) broken.emplace_back("the fault was not reached");
     for (const std::string& what : broken) std::cout << fault << ": " << what << "\n";
     tally.broken += static_cast<long>(broken.size());
@@ -86,7 +86,7 @@ void print_tally(const Tally& tally) {
         all += tally.faults[kind];
     }
     std::cout << "together " << all << " faults in " << tally.cases << " cases, " << tally.broken
-              << " promises broken\n";
+              << " invariants violated\n";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What a fault must not change, and that a broken promise is noticed.
+// The effects of faults, and that each violated invariant is noticed.
 
 #include "replay.h"
 
@@ -90,8 +90,8 @@ TEST(StatedFaults, AProcessListThatCannotBeHadStopsNoClient) {
         << text;
 }
 
-// Each promise, broken by hand.
-class BrokenPromises : public testing::Test {
+// Each invariant, violated by hand.
+class ViolatedInvariants : public testing::Test {
   protected:
     Case stated_ = case_of(
         "command  rc httpd start\n"
@@ -103,23 +103,23 @@ class BrokenPromises : public testing::Test {
 
     std::string broken() const {
         std::string all;
-        for (const std::string& what : broken_promises(stated_, whole_, faulty_))
+        for (const std::string& what : violated_invariants(stated_, whole_, faulty_))
             all += what + "\n";
         return all;
     }
 };
 
-TEST_F(BrokenPromises, AreNone) {
+TEST_F(ViolatedInvariants, NoneWithoutAChange) {
     EXPECT_EQ(faulty_.recording.faults.failed, 1);
     EXPECT_EQ(broken(), "");
 }
 
-TEST_F(BrokenPromises, OfTheStatus) {
+TEST_F(ViolatedInvariants, OfTheStatus) {
     faulty_.status = 1;
     EXPECT_EQ(broken(), "ends with status 1, not 0\n");
 }
 
-TEST_F(BrokenPromises, OfTheBeginning) {
+TEST_F(ViolatedInvariants, OfTheBeginning) {
     Transcript other;
     other.print("ap_name=httpd action=stop\n");
     other.add("run", "true");
@@ -129,12 +129,12 @@ TEST_F(BrokenPromises, OfTheBeginning) {
               "does something else before the fault: print ap_name=httpd action=stop\n\n");
 }
 
-TEST_F(BrokenPromises, OfTheMarker) {
+TEST_F(ViolatedInvariants, OfTheMarker) {
     faulty_.recording.world.put("/var/run/rc.httpd.run", "");
     EXPECT_EQ(broken(), "leaves /var/run/rc.httpd.run behind\n");
 }
 
-TEST_F(BrokenPromises, OfTheSettings) {
+TEST_F(ViolatedInvariants, OfTheSettings) {
     faulty_.recording.world.put(working_copy, "device_name=Router\nhalf a li");
     EXPECT_EQ(broken(), "/tmp/nvram: has a damaged line\n");
     faulty_.recording.world.put(working_copy, "");
@@ -145,14 +145,14 @@ TEST_F(BrokenPromises, OfTheSettings) {
     EXPECT_EQ(broken(), "/tmp/nvram: is gone\n");
 }
 
-TEST_F(BrokenPromises, OfTheFlash) {
+TEST_F(ViolatedInvariants, OfTheFlash) {
     faulty_.recording.world.put(flash_image, "");
     EXPECT_EQ(broken(), "/flash/nvram: has lost a key\n");
     faulty_.recording.world.put(flash_image, "device_name=Rou\n");
     EXPECT_EQ(broken(), "/flash/nvram: nobody stored device_name=Rou\n");
 }
 
-TEST_F(BrokenPromises, OfWhatIsStored) {
+TEST_F(ViolatedInvariants, OfWhatIsStored) {
     faulty_.recording.transcript.add("set", "device_name=");
     EXPECT_EQ(broken(), "stores device_name=\n");
 }

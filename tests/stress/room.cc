@@ -26,7 +26,7 @@ namespace stress {
 
 namespace {
 
-// Longer than many rounds take on a busy machine; CTest ends a test that hangs.
+// Long enough for many rounds on a busy machine; CTest ends a hanging test.
 constexpr int deadline = 24 * 3600;
 
 constexpr const char* status_file = "/.sealed/status";
@@ -105,9 +105,9 @@ int in_room(const Options& options, const std::function<int(const Settings& sett
                                .nvram = options.nvram,
                                .library = options.library,
                                .preloaded = own_folder() + "libquick.so",
-                               .stand_in = own_folder() + "stand_in"};
+                               .stub = own_folder() + "stub"};
     const Settings settings = read_settings(sealed::read_file(options.settings.c_str()));
-    if (settings.empty()) return said(options.settings + " holds no settings", wrong_use);
+    if (settings.empty()) return said(options.settings + " contains no settings", wrong_use);
     const auto kit = gather_kit(programs);
     if (const auto* missing = std::get_if<std::string>(&kit)) return said(*missing, wrong_use);
 
@@ -128,7 +128,7 @@ int in_room(const Options& options, const std::function<int(const Settings& sett
     });
     if (end.kind == SealedEnd::NotPermitted)
         return said("skipped: network and process namespaces are not permitted", skipped);
-    if (end.kind == SealedEnd::TimedOut) return said("it hangs", failed);
+    if (end.kind == SealedEnd::TimedOut) return said("the test hangs", failed);
     const std::string status = sealed::read_file((root + status_file).c_str());
     if (end.kind != SealedEnd::Ended || status.empty())
         return said("the sealed root could not be used", failed);

@@ -1,4 +1,4 @@
-// The settings that a router is left with, and whether they are whole.
+// Checks that a router's settings are undamaged after a test.
 
 #include "state.h"
 

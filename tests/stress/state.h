@@ -1,4 +1,4 @@
-// The settings that a router is left with, and whether they are whole.
+// Checks that a router's settings are undamaged after a test.
 #ifndef RC_TESTS_STRESS_STATE_H
 #define RC_TESTS_STRESS_STATE_H
 
@@ -10,21 +10,21 @@
 
 namespace stress {
 
-// What each key may hold; a key that may be missing has an entry of "no value".
+// The possible values of each key; a key that may be missing has no_value among them.
 inline constexpr const char* no_value = "\x01(none)";
 using Possible = std::map<std::string, std::set<std::string>>;
 
 void allow(Possible& possible, const Settings& settings);
 
-// What is wrong with an image, a line each; "" when it parses and holds for every key one of its
+// The faults of an image, one line each; "" if it parses and every key has one of its possible
 // values.
 std::string wrong_image(const std::string& name, const std::string& text, const Possible& possible);
 
-// The same of the router's working copy and of its newest generation in flash. Each generation that
+// The same for the router's working copy and its newest generation in flash. Each generation that
 // has a file must be undamaged.
 std::string wrong_settings(const Possible& working, const Possible& flash);
 
-// The image of the newest undamaged generation; "" when there is none.
+// The image of the newest undamaged generation; "" if there is none.
 std::string newest_in_flash();
 
 }  // namespace stress

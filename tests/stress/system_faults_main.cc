@@ -1,5 +1,5 @@
-// system_faults: the real rc, nvram and libnvram.so in a sealed root, each of their system calls
-// failing in turn, on a full disk, and with interruptions all the time.
+// system_faults: the real rc, nvram and libnvram.so in a sealed root, with each of their system
+// calls failing in turn.
 
 #include <errno.h>
 #include <signal.h>
@@ -24,7 +24,7 @@ struct Way {
     int error;
 };
 
-// In which ways each kind of call fails.
+// The ways in which each kind of call fails.
 constexpr Way ways[] = {
     {SystemCall::OpenToRead, EACCES},
     {SystemCall::OpenToRead, EMFILE},
@@ -54,17 +54,17 @@ constexpr std::array<const char*, stress::system_call_kinds> kind_names = {
     "pipe",         "fsync",         "rename", "unlink", "lock", "make folder", "socket",
 };
 
-// One command, and what it may make of the settings.
+// One command, and its possible effects on the settings.
 struct Trial {
     std::vector<std::string> words;
     // Of the working copy before it; with flash_too, of the flash's generation too.
     Settings before = {};
     bool power_on = false;
     bool no_flash = false;
-    // What it stores in the working copy, and may store where a read fails.
+    // Values that it stores in the working copy, or may store if a read fails.
     std::vector<std::pair<std::string, std::string>> stores = {};
     bool commits = false;
-    // Ends with 2 and leaves all as it was, or with 0 when all is done.
+    // Ends with 2 and changes nothing, or with 0 and does everything.
     bool all_or_nothing = false;
 };
 
@@ -81,7 +81,7 @@ std::string joined(const std::vector<std::string>& words) {
 
 const char factory_data_mac[] = "\x00\x11\x22\x33\x44\xfe";
 
-// A flash of a board: its PIN, its MAC address, its version record.
+// A board's flash partition: its PIN, its MAC address, its version record.
 std::string factory_partition() {
     std::string flash(0x30000, '\0');
     flash.replace(0x2ff70, 8, "12345670");
@@ -111,7 +111,7 @@ stress::Possible possible_working(const Trial& trial) {
     return possible;
 }
 
-// What must hold whatever failed. Without a working copy there is nothing to damage.
+// Checks what must hold after any fault. Without a working copy there is nothing to damage.
 std::string wrong_end(const Trial& trial, const stress::TracedEnd& end, int usual_status) {
     if (WIFSIGNALED(end.status))
         return std::string("ended by signal ") + strsignal(WTERMSIG(end.status)) + "\n";
@@ -133,15 +133,15 @@ std::string wrong_end(const Trial& trial, const stress::TracedEnd& end, int usua
     return wrong + stress::wrong_settings(working, flash);
 }
 
-// nvram does all or nothing and says which.
+// nvram does all or nothing and reports a failure.
 std::string wrong_answer(const Trial& trial, const stress::TracedEnd& end,
                          const SystemFault& fault) {
-    // A message that cannot be written either.
+    // The message could not be written either.
     if (fault.kind == SystemCall::Write && !fault.once) return "";
     if (!trial.all_or_nothing || !WIFEXITED(end.status)) return "";
     const std::string output = stress::output_of("trial");
     if (WEXITSTATUS(end.status) == 0) return output.empty() ? "" : "says " + output;
-    if (!output.starts_with("nvram: ")) return "says nothing of its failure\n";
+    if (!output.starts_with("nvram: ")) return "does not report its failure\n";
     return "";
 }
 
@@ -181,7 +181,7 @@ int play_all_faults(const Trial& trial, Tally& tally) {
         for (int at = 1; at <= calls; at++)
             play_fault(trial, {.kind = way.kind, .at = at, .once = true, .error = way.error}, 0,
                        tally);
-        // An interruption for ever is no interruption.
+        // A call that is interrupted for ever is repeated for ever, so it is left out.
         if (calls > 1 && way.error != EINTR)
             play_fault(trial, {.kind = way.kind, .at = 1, .once = false, .error = way.error}, 0,
                        tally);
@@ -201,7 +201,7 @@ Trial rc_trial(std::vector<std::string> words, const Settings& before) {
     return trial;
 }
 
-// The settings that a boot stores; the board's own are those of its flash.
+// The settings that a boot stores; the board's are those in its flash.
 Trial boot_trial(const Settings& before) {
     Trial trial = rc_trial({"init"}, before);
     trial.power_on = true;
@@ -213,7 +213,7 @@ Trial boot_trial(const Settings& before) {
                                              {"wan_macaddr_default", "00:11:22:33:44:ff"},
                                              {"wsc_device_pin", "12345670"},
                                              {"upgrade_default", "0"},
-                                             // Where the image cannot be read, as the library says.
+                                             // Empty if the image cannot be read.
                                              {"fw_services_def", ""}});
     return trial;
 }

@@ -1,4 +1,4 @@
-// A program under a tracer that makes system calls of its own fail.
+// A tracer that makes system calls of a program fail.
 
 #include "traced.h"
 
@@ -24,10 +24,10 @@ namespace {
 struct Row {
     long number;
     SystemCall kind;
-    // Which argument is a path; -1: none.
+    // The index of the path argument; -1: none.
     int path = -1;
-    // rc asks whether a file is there and takes "no" for an answer, so such a call never fails
-    // here.
+    // A call that checks whether a file exists never fails here, because rc takes a failure as
+    // "no".
     bool fails = true;
 };
 
@@ -60,10 +60,10 @@ const Row* row_of(unsigned long long number) {
     return nullptr;
 }
 
-// The beginning of a text of the child's.
+// The beginning of a text in the child's memory.
 std::string_view text_of(pid_t child, unsigned long long address, std::array<char, 64>& text) {
     const iovec here = {.iov_base = text.data(), .iov_len = text.size() - 1};
-    // An address in the child, which is a number here.
+    // An address in the child is only a number here.
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
     const iovec there = {.iov_base = reinterpret_cast<void*>(address), .iov_len = here.iov_len};
     const ssize_t length = process_vm_readv(child, &here, 1, &there, 1, 0);
@@ -71,7 +71,8 @@ std::string_view text_of(pid_t child, unsigned long long address, std::array<cha
     return text.data();
 }
 
-// The loader works on files of the machine; the program begins with one of the router's.
+// The loader opens files of the machine; the program itself begins with its first file of the
+// router.
 bool is_of_router(std::string_view path) {
     for (const std::string_view folder : {"/tmp/", "/var/", "/flash/", "/proc/", "/dev/mtd0"})
         if (path.starts_with(folder)) return true;
@@ -133,7 +134,7 @@ class Tracer {
             if (info.entry.args[2] > 1) put(offsetof(user_regs_struct, rdx), 1);
             return;
         }
-        // No such call: the kernel does nothing, and the result is put in its place.
+        // An invalid call number: the kernel does nothing, and the result is replaced afterwards.
         put(offsetof(user_regs_struct, orig_rax), ~0ULL);
         failing_ = true;
     }

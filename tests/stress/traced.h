@@ -1,5 +1,5 @@
-// A program under a tracer that makes system calls of its own fail: the nth of a kind, or all from
-// the nth on. What it starts is not traced.
+// A tracer that makes a program's system calls fail: the nth of a kind, or all from the nth on. The
+// program's children are not traced.
 #ifndef RC_TESTS_STRESS_TRACED_H
 #define RC_TESTS_STRESS_TRACED_H
 
@@ -28,12 +28,12 @@ enum class SystemCall {
 };
 inline constexpr size_t system_call_kinds = 14;
 
-// In place of an error: a read or write of one byte.
+// Instead of an error: a read or write of one byte.
 inline constexpr int one_byte = -1;
 
 struct SystemFault {
     SystemCall kind = SystemCall::OpenToRead;
-    int at = 0;  // counted from 1, from the first look at a file of the router on; 0: none
+    int at = 0;  // counted from 1, beginning at the first access to a file of the router; 0: none
     bool once = true;
     int error = 0;  // errno, or one_byte
 };
@@ -44,8 +44,8 @@ struct TracedEnd {
     int failed = 0;
 };
 
-// Lets a child that has asked to be traced run to its end. Nothing where tracing is not permitted
-// or not known for this processor.
+// Runs a child that has requested tracing to its end. nullopt if tracing is not permitted or not
+// implemented for this processor.
 std::optional<TracedEnd> run_traced(pid_t child, const SystemFault& fault);
 
 }  // namespace stress

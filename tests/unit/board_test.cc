@@ -1,4 +1,4 @@
-// Boot and board functions that no action of rc reaches by itself.
+// Boot and board functions that no action of rc reaches.
 
 #include <errno.h>
 
@@ -24,7 +24,7 @@ TEST_F(BoardTest, ANewVariableGoesToTheStart) {
     EXPECT_EQ(*played_.world.get(environment), "bootdelay 3\n");
 }
 
-TEST_F(BoardTest, TheSameValueInAnyCaseIsLeftAlone) {
+TEST_F(BoardTest, TheSameValueInAnyCaseIsNotRewritten) {
     played_.world.put(environment, "HWA_0\t00:AA\nmodetty0 38400\n");
     EXPECT_EQ(set_boot_environment("HWA_0", "00:aa"), 0);
     EXPECT_EQ(set_boot_environment("modetty0", "38400"), 0);

@@ -40,7 +40,7 @@ TEST_F(CommandTest, ALineThatIsItsOwnFormatIsCutAfterCollapsing) {
     EXPECT_EQ(transcript(), "run    " + std::string(4095, '%') + "\n");
 }
 
-TEST_F(CommandTest, PipeCollectsAllThatIsPrinted) {
+TEST_F(CommandTest, PipeCollectsAllOutput) {
     const std::string printed = "first\n\n" + std::string(9000, 'x') + "\nlast without newline";
     played_.world.outputs["/bin/ps -ax"] = printed;
     std::optional<std::string> output;
@@ -74,7 +74,7 @@ TEST_F(CommandTest, PipeThatPrintsWithoutEndIsAbsent) {
     EXPECT_EQ(output->size(), pipe_limit);
 }
 
-TEST_F(CommandTest, AnInterfaceHasItsAddressOrNone) {
+TEST_F(CommandTest, AddressOfAnInterface) {
     played_.world.interfaces["br0"].address = "192.168.1.1";
     played_.world.interfaces["eth2.2"].address = std::nullopt;
     EXPECT_EQ(getIPAddress("br0"), "192.168.1.1");
@@ -147,7 +147,7 @@ TEST_F(CommandTest, TracePointsDoNothing) {
     EXPECT_EQ(played_.yields, 0);
 }
 
-TEST_F(CommandTest, ANumberStandsAtTheStartOfAFile) {
+TEST_F(CommandTest, ReadsANumberAtTheStartOfAFile) {
     played_.world.put("/number", "  42 rest");
     played_.world.put("/text", "/proc/uptime\n");
     played_.world.put("/empty", "");

@@ -1,5 +1,5 @@
-// Walking a list of applications: order, absent handlers, failures, and how the halves of a restart
-// are combined.
+// Actions on a list of applications: order, missing handlers, failures, and the combined result of
+// a restart.
 
 #include <algorithm>
 
@@ -142,7 +142,7 @@ TEST_F(DispatchTest, RemovingAMarkerByHand) {
     EXPECT_EQ(rc_marker_hook(), 0);
 }
 
-TEST_F(DispatchTest, NamesThatAShellWouldReadMakeNoMarker) {
+TEST_F(DispatchTest, NamesWithShellCharactersMakeNoMarker) {
     const std::string_view special = "/|&;<>()$`\\\"' \t\n*?[]#~=%{}!^\x01\x1f\x7f";
     for (const char c : special) {
         const std::string name = std::string("a") + c + "b";
@@ -152,7 +152,7 @@ TEST_F(DispatchTest, NamesThatAShellWouldReadMakeNoMarker) {
     }
 }
 
-TEST_F(DispatchTest, OtherNamesDo) {
+TEST_F(DispatchTest, OtherNamesMakeAMarker) {
     EXPECT_EQ(rc_add_running("A-z_0.9,:@+"), 0);
     EXPECT_EQ(transcript(), "run    echo /proc/uptime >/var/run/rc.A-z_0.9,:@+.run\n");
 }

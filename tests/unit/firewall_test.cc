@@ -1,4 +1,4 @@
-// The firewall's parsers and its emitter.
+// The firewall's parsers and its rule script.
 
 #include "firewall/firewall.h"
 #include "firewall/block_lists.h"
@@ -36,8 +36,8 @@ TEST_F(FirewallTest, ARuleIsCutAt4095Characters) {
               "iptables " + std::string(4095, 'x') + "\niptables " + std::string(4095, 'y') + "\n");
 }
 
-// Lines wait for the next until one does not fit, wherever that is.
-TEST_F(FirewallTest, RulesOfEveryLengthStandOneBehindTheOther) {
+// Lines are buffered until one does not fit, at any fill level.
+TEST_F(FirewallTest, RulesOfEveryLengthAreWrittenInOrder) {
     for (size_t length = 4040; length <= 4095; length++) {
         const std::string filler(length, 'x');
         const std::string longest(4095, 'y');
@@ -64,7 +64,7 @@ TEST_F(FirewallTest, AScriptThatCannotBeOpenedSwallowsRules) {
     EXPECT_EQ(transcript(), "");
 }
 
-TEST_F(FirewallTest, TablesTakeTheNameAsItIs) {
+TEST_F(FirewallTest, TablesTakeTheNameUnchanged) {
     constexpr const char* table[] = {"-A X -i %s -j Y", "-A Z", "%s"};
     {
         const RuleScript script;
@@ -130,12 +130,12 @@ TEST(PortForward, Records) {
     EXPECT_EQ(shown(parse_forwards("a:1:x:1:2:bothx:3", out_rules)), "1,2,both,3;");
 }
 
-TEST(PortForward, StoresHoldSoMany) {
+TEST(PortForward, StoresHaveACapacity) {
     std::string list;
     for (int i = 0; i < 40; i++) list += "a:1:x:1:2:tcp:3\x01";
     EXPECT_EQ(parse_forwards(list, in_rules).size(), 15u);
     EXPECT_EQ(parse_forwards(list, out_rules).size(), 10u);
-    // Records that are off take no place.
+    // Disabled records do not count.
     EXPECT_EQ(parse_forwards("a:0:x:1:2:tcp:3\x01" + list, in_rules).size(), 15u);
 }
 
@@ -180,14 +180,14 @@ TEST(SpecialApps, Lists) {
     }
 }
 
-TEST(SpecialApps, AnEntryFitsWholeOrNotAtAll) {
-    // 46 entries of 11 characters and their commas but one are 505 + 46 characters.
+TEST(SpecialApps, AnEntryIsAddedWholeOrNotAtAll) {
+    // 46 entries of 11 characters with 45 commas have 551 characters.
     std::string list;
     for (int i = 0; i < 46; i++) list += "0:1:a:tcp:1000-2000:udp:3000-4000\x01";
     const TriggerLists full = parse_triggers(list);
     EXPECT_EQ(full.entries, 42);
     EXPECT_EQ(full.outport.size(), 42u * 11 + 41);
-    // A shorter one behind those that did not fit still does.
+    // A shorter one after those that did not fit still fits.
     const TriggerLists more = parse_triggers(list + "0:1:a:tcp:1-2:udp:3-4");
     EXPECT_EQ(more.entries, 43);
     EXPECT_TRUE(more.outport.ends_with(",1,1,2"));

@@ -1,4 +1,4 @@
-// What rc does when its boot initialisation fails.
+// rc's behaviour if its boot initialisation fails.
 
 #include "rc/rc.h"
 #include "recorded.h"
@@ -9,7 +9,7 @@ int initialisations = 0;
 
 }  // namespace
 
-// In rc_init's place.
+// A stub for rc_init.
 extern "C" int __wrap__Z7rc_initv() {
     initialisations++;
     return -1;
@@ -45,13 +45,13 @@ TEST_F(InitFailureTest, EndsTheFirstUseWithAMessage) {
     EXPECT_EQ(initialisations, 4);
 }
 
-TEST_F(InitFailureTest, MeansNothingToRcInit) {
+TEST_F(InitFailureTest, DoesNotAffectRcInit) {
     EXPECT_EQ(run({"rc", "init"}), 0);
     EXPECT_EQ(initialisations, 1);
     EXPECT_EQ(transcript(), "");
 }
 
-TEST_F(InitFailureTest, MeansNothingOnceThereIsAWorkingCopy) {
+TEST_F(InitFailureTest, DoesNotMatterOnceThereIsAWorkingCopy) {
     set({});
     EXPECT_EQ(run({"rc", "httpd", "stop"}), 0);
     EXPECT_EQ(initialisations, 0);

@@ -1,4 +1,4 @@
-// The lease file's records, byte for byte, and what a reservation does to a list of them.
+// The lease file's records, byte for byte, and the effect of a reservation on a list of them.
 
 #include "lan/leases.h"
 
@@ -45,13 +45,13 @@ TEST(Leases, TimesAreBigEndian) {
     EXPECT_EQ(decode_lease(bytes).seconds, 0xfedcba98);
 }
 
-TEST(Leases, ADamagedNameSurvivesAsItIs) {
+TEST(Leases, ADamagedNameIsKeptUnchanged) {
     std::array<unsigned char, lease_size> bytes;
     bytes.fill(0xff);
     EXPECT_EQ(encode_lease(decode_lease(bytes)), bytes);
 }
 
-TEST(Leases, ReservationsThatCount) {
+TEST(Leases, ValidReservations) {
     const auto parsed = parse_reservation("pc1;192.168.1.20;00:11:22:aa:bb:cc");
     ASSERT_TRUE(parsed);
     EXPECT_EQ(parsed->hostname, "pc1");
@@ -65,7 +65,7 @@ TEST(Leases, ReservationsThatCount) {
     EXPECT_EQ(parse_reservation("a;192.168.1.20;00:11:22:aa:bb:cc;more")->hardware, pc1);
 }
 
-TEST(Leases, ReservationsThatDoNot) {
+TEST(Leases, InvalidReservations) {
     for (const char* entry : {
              "",
              ";",
@@ -106,7 +106,7 @@ TEST(Leases, AKnownClientIsChangedInPlaceAndKeepsItsName) {
     EXPECT_EQ(after[1].seconds, 7u);
 }
 
-TEST(Leases, WhoeverHoldsTheAddressExpires) {
+TEST(Leases, AnotherLeaseOfTheAddressExpires) {
     const std::vector<Lease> before = {lease(pc2, at20, 100), lease({1}, lan, 100)};
     const auto after = enter_reservation(before, "pc1", pc1, at20, lan);
     ASSERT_EQ(after.size(), 3u);

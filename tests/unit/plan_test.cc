@@ -1,4 +1,4 @@
-// The planner's own parts: escapes, case files, shell lines with effects, nested runs.
+// Parts of the planner: escapes, case files, shell lines with effects, nested runs.
 
 #include <gtest/gtest.h>
 
@@ -105,7 +105,7 @@ TEST(Cases, EveryLineKind) {
     EXPECT_EQ(world.interfaces.at("eth2.2").address, std::nullopt);
 }
 
-TEST(Cases, WhatIsWrongIsNamed) {
+TEST(Cases, ErrorsAreNamed) {
     struct Row {
         const char* text;
         const char* message;
@@ -179,7 +179,7 @@ TEST(ShellEffects, PlainLinesChangeFiles) {
     EXPECT_EQ(world.get("/a"), nullptr);
 }
 
-TEST(ShellEffects, WhatAShellWouldExpandIsOnlyRecorded) {
+TEST(ShellEffects, LinesWithExpansionsAreOnlyRecorded) {
     World world;
     for (const char* line : {
              "echo -n a >/x",

@@ -1,4 +1,4 @@
-// The platform on a real system, as far as a test may touch it.
+// The platform on a real system, as far as a test may use it.
 
 #include <arpa/inet.h>
 #include <errno.h>
@@ -41,7 +41,7 @@ TEST_F(PlatformTest, TheShellRunsTheLineAndIsWaitedFor) {
     EXPECT_TRUE(platform::file_exists(path("made").c_str()));
 }
 
-TEST_F(PlatformTest, MessagesStandBeforeTheOutputOfTheCommandsThatFollow) {
+TEST_F(PlatformTest, MessagesComeBeforeTheOutputOfLaterCommands) {
     const std::string log = path("log");
     const pid_t child = fork();
     if (child == 0) {
@@ -92,7 +92,7 @@ TEST_F(PlatformTest, APipeWithoutEndIsCutOff) {
     EXPECT_EQ(output, std::nullopt);
 }
 
-TEST_F(PlatformTest, FilesComeAndGo) {
+TEST_F(PlatformTest, FilesAreCreatedAndRemoved) {
     const std::string file = path("file");
     EXPECT_FALSE(platform::file_exists(file.c_str()));
     FILE* stream = platform::open_file(file.c_str(), "w");
@@ -138,7 +138,7 @@ TEST_F(PlatformTest, LoopbackHasItsAddress) {
     EXPECT_EQ(getIPAddress("lo"), "127.0.0.1");
 }
 
-TEST_F(PlatformTest, NamesLongerThanTheKernelsFindNoAddress) {
+TEST_F(PlatformTest, TooLongNamesHaveNoAddress) {
     in_addr address = {};
     if (platform::interface_address("lo", address) == platform::InterfaceQuery::NoSocket)
         GTEST_SKIP() << "raw sockets are not permitted here";
@@ -174,7 +174,7 @@ TEST_F(PlatformTest, NamesAreLookedUp) {
     EXPECT_FALSE(platform::look_up_host("no such host", host));
 }
 
-TEST_F(PlatformTest, DevicesThatAreNotThere) {
+TEST_F(PlatformTest, MissingDevices) {
     EXPECT_EQ(platform::open_device(path("none").c_str()), -1);
     EXPECT_EQ(errno, ENOENT);
     const int device = platform::open_device("/dev/null");
@@ -184,7 +184,7 @@ TEST_F(PlatformTest, DevicesThatAreNotThere) {
     EXPECT_EQ(fcntl(device, F_GETFD), -1);
 }
 
-// A process that waits for a signal; its end is told by the status that is returned.
+// A process that waits for a signal. Returns its status.
 pid_t start_sleeper() {
     const pid_t child = fork();
     if (child == 0) {
@@ -193,7 +193,7 @@ pid_t start_sleeper() {
     return child;
 }
 
-TEST_F(PlatformTest, AnOlderRunIsEndedAndReplaced) {
+TEST_F(PlatformTest, AnOlderRunIsTerminatedAndReplaced) {
     const pid_t older = start_sleeper();
     const std::string pid_file = path("my_pid");
     std::ofstream(pid_file) << older;
@@ -206,7 +206,7 @@ TEST_F(PlatformTest, AnOlderRunIsEndedAndReplaced) {
     EXPECT_EQ(content(pid_file), std::to_string(getpid()));
 }
 
-TEST_F(PlatformTest, ItsOwnIdIsNoOlderRun) {
+TEST_F(PlatformTest, ItsOwnIdIsNotAnOlderRun) {
     const std::string pid_file = path("my_pid");
     std::ofstream(pid_file) << getpid();
     replace_older_run(pid_file.c_str());

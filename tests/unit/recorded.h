@@ -1,5 +1,4 @@
-// A test over the recording platform: a router of its own, and the transcript of what was done to
-// it.
+// A fixture over the recording platform: a router and the transcript of everything done to it.
 #ifndef RC_TESTS_UNIT_RECORDED_H
 #define RC_TESTS_UNIT_RECORDED_H
 

@@ -1,5 +1,5 @@
-// What handlers return, on every router that a case describes: 0, but for those that could not do
-// their own work. A transcript does not show it: most results only decide whether a group goes on.
+// The results of handlers on the router of every case: 0, except for handlers that could not do
+// their work. Transcripts do not show them: most results only decide whether a group continues.
 
 #include <filesystem>
 #include <functional>
@@ -16,7 +16,7 @@
 
 namespace {
 
-// The handlers that report that a file of theirs cannot be made. All others return 0 all the same.
+// The handlers that report that one of their files cannot be created. All others always return 0.
 struct Needed {
     const char* handler;
     const char* file;
@@ -28,7 +28,7 @@ constexpr Needed needed[] = {
     {"route start", "/etc/gateways"},
 };
 
-// The Internet side's parts, which no table of applications lists.
+// The Internet side's parts, which are in no table of applications.
 struct Part {
     const char* name;
     int (*run)();
@@ -78,7 +78,7 @@ void check_applications(const std::string& file, const Case& stated) {
         for (; list->name; list++) check_application(file, stated, *list);
 }
 
-// Calls this with the name of every case ("lan/upnp_off") and what it states.
+// Calls use with the name ("lan/upnp_off") and content of every case.
 void for_each_case(const std::function<void(const std::string&, const Case&)>& look) {
     const std::filesystem::path folder = CASES_FOLDER;
     for (const std::filesystem::path path : case_paths(folder)) {

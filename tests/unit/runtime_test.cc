@@ -1,4 +1,4 @@
-// What stands in for libstdc++ in the programs that ship: memory, and an end where the library
+// The replacements for libstdc++ in the programs that ship: memory, and abort() where the library
 // would throw.
 
 #include <bits/functexcept.h>
@@ -10,13 +10,13 @@
 #include <limits>
 #include <new>
 
-// clang takes these two for declared only when it is told to.
+// clang needs these two declarations.
 void operator delete(void* memory, std::size_t size) noexcept;
 void operator delete[](void* memory, std::size_t size) noexcept;
 
 namespace {
 
-// abort was called. The child ends as a program does, so that what it ran is counted, too.
+// abort() was called. The child exits normally, so that its coverage is counted too.
 constexpr int aborted = 34;
 
 void end_after_abort(int) {
@@ -32,7 +32,7 @@ void expect_abort(const std::function<void()>& run) {
         testing::ExitedWithCode(aborted), "");
 }
 
-TEST(Runtime, MemoryIsMallocs) {
+TEST(Runtime, MemoryComesFromMalloc) {
     for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{100'000}}) {
         void* const one = operator new(size);
         void* const other = operator new(size);
@@ -50,14 +50,14 @@ TEST(Runtime, MemoryIsMallocs) {
     operator delete[](nullptr);
 }
 
-TEST(RuntimeDeathTest, WithoutMemoryTheProgramEnds) {
-    // More than any machine has.
+TEST(RuntimeDeathTest, OutOfMemoryAborts) {
+    // More memory than any machine has.
     volatile std::size_t size = std::numeric_limits<std::size_t>::max() / 2;
     expect_abort([&] { operator delete(operator new(size)); });
     expect_abort([&] { operator delete[](operator new[](size)); });
 }
 
-TEST(RuntimeDeathTest, WhereTheLibraryWouldThrowTheProgramEnds) {
+TEST(RuntimeDeathTest, AbortsWhereTheLibraryWouldThrow) {
     expect_abort([] { std::__throw_length_error("x"); });
     expect_abort([] { std::__throw_logic_error("x"); });
     expect_abort([] { std::__throw_out_of_range("x"); });
@@ -69,8 +69,8 @@ TEST(RuntimeDeathTest, WhereTheLibraryWouldThrowTheProgramEnds) {
     expect_abort([] { std::__throw_bad_function_call(); });
 }
 
-// The library's own templates end there.
-TEST(RuntimeDeathTest, ATextOutOfItsBoundsEndsTheProgram) {
+// The library's own templates call these functions.
+TEST(RuntimeDeathTest, AnIndexOutOfRangeAborts) {
     volatile std::size_t place = 4;
     expect_abort([&] { std::string("abc").substr(place); });
 }

@@ -52,7 +52,7 @@ std::chrono::year_month month_of(int year, int month) {
     return std::chrono::year(year) / std::chrono::month(static_cast<unsigned>(month));
 }
 
-// The C++ library's own calendar, since a time_t of 32 bits ends in 2038. 1 for Monday to 7 for
+// Uses the C++ library's calendar, because a 32-bit time_t ends in 2038. 1 for Monday to 7 for
 // Sunday.
 int weekday_by_library(int year, int month, int day) {
     const std::chrono::sys_days date = month_of(year, month) / day;
@@ -65,7 +65,7 @@ int days_in_month(int year, int month) {
     return static_cast<int>(static_cast<unsigned>(last_day.day()));
 }
 
-// By looking at every day of the month.
+// Found by checking every day of the month.
 int day_by_calendar(int year, int month, int weekday, int week, bool last) {
     int found = 0;
     int count = 0;
@@ -85,7 +85,7 @@ TEST(TimeZones, EveryKeyHasItsRule) {
     }
 }
 
-// The label begins with the offset that the key stands for.
+// The label begins with the key's offset.
 TEST(TimeZones, LabelsAgreeWithKeys) {
     for (const TimeZone& zone : aTimeZoneTable) {
         const std::string label = zone.label;
@@ -133,7 +133,7 @@ TEST(DaylightSaving, DaysOfTheMonthAgreeWithTheCalendar) {
         for (const auto& rule : aDstTable) {
             for (const int32_t* edge : {rule + dst_start, rule + dst_end}) {
                 const int month = edge[edge_month];
-                // In 2000 January and February belong to the century before.
+                // The formula counts January and February 2000 to the previous century.
                 if (year == 2000 && month <= 2) continue;
                 const bool last = edge[edge_week] == 4;
                 EXPECT_EQ(dst_day_of_month(year - 1900, month, edge[edge_weekday], edge[edge_week],
@@ -145,9 +145,9 @@ TEST(DaylightSaving, DaysOfTheMonthAgreeWithTheCalendar) {
     }
 }
 
-// The formula counts January and February to the year before, which for 2000 is of another century:
-// the last Sunday of February 2000 was the 27th.
-TEST(DaylightSaving, FebruaryOf2000IsTheFormulasOwn) {
+// The formula counts January and February to the previous year, which for 2000 is in another
+// century: the last Sunday of February 2000 was the 27th.
+TEST(DaylightSaving, FebruaryOf2000DiffersFromTheCalendar) {
     EXPECT_EQ(dst_day_of_month(100, 2, 7, 4, 1), 28);
     EXPECT_EQ(day_by_calendar(2000, 2, 7, 4, true), 27);
 }
@@ -173,7 +173,7 @@ const char* zone_with(int32_t rule) {
     return nullptr;
 }
 
-TEST_F(SchedTest, EachRuleComesAndGoesAtItsEdges) {
+TEST_F(SchedTest, EachRuleStartsAndEndsAtItsEdges) {
     constexpr int year = 2025;
     for (const auto& rule : aDstTable) {
         ASSERT_TRUE(zone_with(rule[dst_rule])) << rule[dst_rule];
@@ -207,7 +207,7 @@ TEST_F(SchedTest, EachRuleComesAndGoesAtItsEdges) {
 TEST_F(SchedTest, EveryZoneIsInSummerOrNot) {
     for (const KeyedRule& zone : zone_rules) {
         set({{"fw_time_zone", zone.key}, {"time_zone", "GMT+0"}});
-        // South of the equator it is the other way round.
+        // South of the equator summer and winter are swapped.
         const bool south = zone.rule == 0 || zone.rule == 1 || zone.rule == 3 || zone.rule == 10 ||
                            zone.rule == 12 || zone.rule == 13;
         const int none = zone.rule == no_dst ? 0 : 1;
@@ -221,7 +221,7 @@ TEST_F(SchedTest, EveryZoneIsInSummerOrNot) {
     EXPECT_EQ(transcript(), "");
 }
 
-// The clock of a router that does not know the time yet is behind 1970 west of Greenwich.
+// West of Greenwich, the local time of a router without the time is before 1970.
 TEST_F(SchedTest, ThereIsNoSummerBefore1970) {
     set({{"fw_time_zone", "-3b"}, {"time_zone", "GMT-3"}});
     set_clock(100);
@@ -231,7 +231,7 @@ TEST_F(SchedTest, ThereIsNoSummerBefore1970) {
     EXPECT_EQ(daylight_saving_new(), 1);
 }
 
-TEST(Schedules, RecordsThatReadWhole) {
+TEST(Schedules, ValidAndInvalidRecords) {
     struct Row {
         const char* record;
         bool whole;

@@ -1,5 +1,5 @@
-// What the table of all settings says, against what rc does: which words mean something, what is
-// read by its first character only, what an empty value is the same as.
+// Compares the table of all settings with rc: which words have a meaning, which settings are read
+// by their first character only, which value an empty one equals.
 
 #include <algorithm>
 #include <set>
@@ -31,7 +31,7 @@ Words words_of(std::string_view choices) {
     return words;
 }
 
-// What rc does on a router with these settings; without words, what the repeater's lines are.
+// The transcript of rc on a router with these settings; without words, the repeater's lines.
 Recording done(Settings settings, const Words& words, const std::string& key,
                const std::string& value) {
     settings[key] = value;
@@ -57,7 +57,7 @@ const Words repeater_lines = {};
 
 struct Switch {
     const char* key;
-    // The word that an empty value is the same as; null when it is none of them.
+    // The word that an empty value equals; null if it equals none.
     const char* empty;
     Words words;
     Settings settings = {};
@@ -75,7 +75,7 @@ Settings with(Settings settings, const std::string& key, const std::string& valu
     return settings;
 }
 
-// Each with a run that it changes.
+// Each with a run that the setting changes.
 const Switch flags[] = {
     {"ddns_enable", "1", ddns_start},
     {"ddns_use_wildcards", "1", ddns_start, {{"ddns_enable", "1"}}},
@@ -116,7 +116,7 @@ const Switch choices[] = {
     {"wifi_key_len2", "26", wlan_start, two_wep},
     {"wifi_access_control", "0", wlan_start},
     {"wifi_wsc_configured", "0", wlan_start, {{"h_wsc_enable", "1"}}},
-    // These may not be empty, but rc then knows what to do.
+    // These may not be empty, but rc handles an empty value.
     {"wifi_wep_on", "0", wlan_start},
     {"wifi_wep_on2", "0", wlan_start, {{"enable_ssid2", "1"}}},
     {"wifi_wep_on5", "3", repeater_lines},
@@ -138,7 +138,7 @@ bool names(const Switch (&switches)[size], std::string_view key) {
     return std::ranges::any_of(switches, [key](const Switch& one) { return one.key == key; });
 }
 
-TEST(SettingsMeaning, OfAFlagOnlyTheFirstCharacterCounts) {
+TEST(SettingsMeaning, OnlyTheFirstCharacterOfAFlagCounts) {
     for (const Switch& flag : flags) {
         const auto run = [&flag](const char* value) {
             return done(flag.settings, flag.words, flag.key, value).transcript.text();
@@ -171,7 +171,7 @@ void expect_empty_values(const Switch (&switches)[size]) {
     }
 }
 
-TEST(SettingsMeaning, AnEmptyFlagIsWhatTheTableSays) {
+TEST(SettingsMeaning, AnEmptyFlagHasTheTablesMeaning) {
     expect_empty_values(flags);
     for (const char* word : {"0", "1"}) {
         const Settings l2tp_idle = with(l2tp, "l2tp_idle", "5");
@@ -183,12 +183,12 @@ TEST(SettingsMeaning, AnEmptyFlagIsWhatTheTableSays) {
               done({}, wlan_stop, "h_wsc_enable", "0").transcript.text());
 }
 
-TEST(SettingsMeaning, AnEmptyChoiceIsWhatTheTableSays) {
+TEST(SettingsMeaning, AnEmptyChoiceHasTheTablesMeaning) {
     expect_empty_values(choices);
     for (const nvram::KnownSetting* setting : rows_of_wan_and_wireless()) {
         const std::string_view key = setting->key;
         if (setting->form != nvram::Form::Choice || !setting->may_be_empty) continue;
-        // An empty mode and an empty region of the station are words of their own.
+        // An empty mode and an empty region of the station are different from all words.
         if (key == "wan_mode" || key == "wifi_sta_region") continue;
         EXPECT_TRUE(names(choices, key)) << key;
     }
@@ -205,7 +205,7 @@ TEST(SettingsMeaning, EveryWanModeStartsAndNoOtherDoes) {
         EXPECT_FALSE(starts(mode)) << mode;
 }
 
-TEST(SettingsMeaning, EveryRegionHasACountryOfItsOwn) {
+TEST(SettingsMeaning, EveryRegionHasADifferentCountry) {
     std::set<std::string> countries;
     const auto country = [](const std::string& region) {
         const Recording played = done({}, wlan_start, "wifi_region", region);
@@ -223,7 +223,7 @@ TEST(SettingsMeaning, EveryRegionHasACountryOfItsOwn) {
     EXPECT_EQ(countries.size(), 10u);
 }
 
-TEST(SettingsMeaning, TheAccessListHoldsAsManyAsTheTableSays) {
+TEST(SettingsMeaning, TheAccessListHasTheTablesLimit) {
     const auto kept = [](size_t records) {
         std::string list;
         for (size_t i = 0; i < records; i++) list += "00:11:22:33:44:55\x01";
@@ -234,7 +234,7 @@ TEST(SettingsMeaning, TheAccessListHoldsAsManyAsTheTableSays) {
     EXPECT_EQ(kept(most + 1), most);
 }
 
-TEST(SettingsMeaning, IdleMinutesOfZeroAreAsNone) {
+TEST(SettingsMeaning, ZeroIdleMinutesMeanNoIdleOption) {
     const struct {
         const char* key;
         Settings settings;

@@ -1,4 +1,4 @@
-// Composing text, numbers, lists.
+// Composed text, numbers, lists.
 
 #include "core/text.h"
 #include "core/unused.h"
@@ -30,7 +30,7 @@ __attribute__((format(printf, 2, 3))) size_t compose_into(std::span<char> line, 
     return length;
 }
 
-TEST(Text, ComposeKnowsTheUsualConversionsAndLeavesTheOthersToTheLibrary) {
+TEST(Text, ComposeHandlesUsualConversionsAndLeavesOthersToTheLibrary) {
     EXPECT_EQ(format("%s", "text"), "text");
     EXPECT_EQ(format("-A %s:%d %d%%", "chain", INT_MIN, INT_MAX),
               "-A chain:-2147483648 2147483647%");
@@ -39,12 +39,12 @@ TEST(Text, ComposeKnowsTheUsualConversionsAndLeavesTheOthersToTheLibrary) {
     EXPECT_EQ(format("<%s>", absent), "<(null)>");
     EXPECT_EQ(format("%d", 0), "0");
     EXPECT_EQ(format("%u,%u,%u", 0U, 2147483648U, UINT_MAX), "0,2147483648,4294967295");
-    // The first conversion is one of ours, the second is not: all of it goes to the library.
+    // The first conversion is one of ours, the second is not: the library formats all of it.
     EXPECT_EQ(format("%s %lld", "rate", 5'000'000'000LL), "rate 5000000000");
     EXPECT_EQ(format("%d %%%u %02x %.1s", 7, 4'000'000'000U, 10U, "word"), "7 %4000000000 0a w");
 }
 
-TEST(Text, ComposeCutsAndTellsTheWholeLength) {
+TEST(Text, ComposeCutsAndReturnsTheFullLength) {
     char line[8];
     EXPECT_EQ(compose_into(line, "%s-%d", "ab", 12), 5U);
     EXPECT_STREQ(line, "ab-12");
@@ -101,7 +101,7 @@ TEST(Text, LeadingIntReadsAsAtoiAndStaysInRange) {
         EXPECT_EQ(leading_int(row.text), row.number) << row.text;
 }
 
-// The C library's answer, within int.
+// The C library's result, clamped to int.
 void expect_as_strtoll(const std::string& text) {
     char* end = nullptr;
     const long long read = strtoll(text.c_str(), &end, 10);
@@ -131,7 +131,7 @@ TEST(Text, NumbersReadAsTheCLibraryReadsThem) {
         for (const char* sign : {"", "-"}) expect_as_strtoll(sign + std::string(digits, '9') + ";");
 }
 
-TEST(Text, ScanNumberKnowsNoNumberFromZero) {
+TEST(Text, ScanNumberDistinguishesNoNumberFromZero) {
     EXPECT_EQ(scan_number("12 34"), 12);
     EXPECT_EQ(scan_number("\n -7"), -7);
     EXPECT_EQ(scan_number("0"), 0);

@@ -1,4 +1,4 @@
-// The tables of zones and of daylight saving, as the web pages and the calendar have them.
+// The tables of zones and of daylight saving, compared with the web pages and the calendar.
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-// What people choose from, in this order; web pages take it as it stands.
+// The choices in this order; web pages use the texts unchanged.
 constexpr const char* labels[] = {
     "(GMT-12:00) International Date Line West",
     "(GMT-11:00) Midway Island, Samoa",

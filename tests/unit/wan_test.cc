@@ -1,4 +1,4 @@
-// The Internet side's own operations: those that nothing calls, escaping, and what reaches pppd.
+// Operations of the Internet side: functions that nothing calls, escaping, and pppd's arguments.
 
 #include <stdlib.h>
 
@@ -16,7 +16,7 @@ namespace {
 
 using WanTest = RecordedTest;
 
-TEST_F(WanTest, WaitingTellsWhetherTheWanIsUp) {
+TEST_F(WanTest, WaitingReturnsWhetherTheWanIsUp) {
     EXPECT_EQ(wan_wait_up(0), -1);
     EXPECT_EQ(transcript(), "");
     EXPECT_EQ(wan_wait_up(3), -1);
@@ -28,7 +28,7 @@ TEST_F(WanTest, WaitingTellsWhetherTheWanIsUp) {
               "pause  2 s\n");
 }
 
-// The ten microseconds before a mode is looked for.
+// The pause of ten microseconds before the mode is read.
 TEST_F(WanTest, AModeOfOneCharacterIsNotWaitedFor) {
     set({{"wan_mode", "x"}});
     EXPECT_EQ(start_wan(1), 0);
@@ -75,7 +75,7 @@ TEST_F(WanTest, HostsAreLookedUpAsText) {
     EXPECT_EQ(address, "2001:db8::1");
 }
 
-TEST_F(WanTest, AGatewayIsARouteOfItsOwnKind) {
+TEST_F(WanTest, AGatewayIsADefaultRouteWithAGateway) {
     struct Row {
         const char* table;
         int result;
@@ -89,7 +89,7 @@ TEST_F(WanTest, AGatewayIsARouteOfItsOwnKind) {
              Row{"10.9.0.0        10.0.0.1        255.255.0.0     UG    0      0        0 eth2.2\n",
                  -1},
              Row{"header\nlo\n0.0.0.0 10.0.0.1 0.0.0.0 UG", 0},
-             // A line longer than 127 characters is read in pieces, each a line of its own.
+             // A line longer than 127 characters is read in pieces, each as a line.
              Row{"0.0.0.0                                                                       "
                  "                                                       UG\n",
                  -1},
@@ -167,8 +167,7 @@ TEST_F(WanTest, TheMtuOfALinkIsNotEthernets) {
     }
 }
 
-// Runs the line that rc composed with a real shell, pppd being a script that writes its arguments,
-// one a line.
+// Runs rc's line with a real shell; pppd is a script that writes its arguments, one per line.
 std::string arguments_of_pppd(const std::string& shell, std::string line) {
     char folder[] = "/tmp/wan_test.XXXXXX";
     if (!mkdtemp(folder)) abort();

@@ -1,4 +1,4 @@
-// The radio's lists, escapes, and the files that nothing in rc calls.
+// The radio's lists, escapes, and the functions that nothing in rc calls.
 
 #include "wireless/wireless.h"
 #include "core/run_state.h"

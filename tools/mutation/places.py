@@ -1,13 +1,13 @@
 """The places of a C++ source where one thing can be changed, and the changes.
 
-A tokenizer of our own: the sources are laid out by clang-format, so an operator with a blank on both sides is a binary
-one, and what compiles to something else is the compiler's to say.
+This is a simple tokenizer: the sources are formatted by clang-format, so an operator with a blank on both sides is a
+binary one, and the compiler rejects changes that are not valid.
 """
 import collections
 import re
 
 Token = collections.namedtuple("Token", "kind text start end")
-# What is between start and end becomes text. The operator is the kind of change.
+# The source between start and end is replaced by text. The operator is the kind of change.
 Mutant = collections.namedtuple("Mutant", "file operator start end text")
 # Draws one of the changes of a place: (start, end, text).
 Place = collections.namedtuple("Place", "operator draw")
@@ -27,10 +27,10 @@ CLOSING = {"(": ")", "[": "]", "{": "}"}
 COMPARISONS = ["==", "!=", "<", "<=", ">", ">="]
 EXCHANGED = {"&&": "||", "||": "&&", "+": "-", "-": "+", "+=": "-=", "-=": "+=", "++": "--", "--": "++"}
 OPERATOR_OF = {"&&": "logic", "||": "logic"}
-# A variable's declaration. Its place among its neighbours shows only where it has an effect, as opening a file has.
+# A variable's declaration. Its order matters only if it has an effect, such as opening a file.
 DECLARATION = re.compile(r"""(?:(?:static|constexpr|const)\s+)*
     (?!(?:return|File)\b)[A-Za-z_][\w:]*(?:<[^;=]*>)?[\s*&]+[A-Za-z_\[][\w,\s\[\]]*(?:=|;|\{|\()""", re.VERBOSE)
-# Characters of a literal as its reader counts them: an escape is one.
+# Characters of a literal; an escape counts as one.
 UNIT = re.compile(r"\\(?:x[0-9a-fA-F]+|[0-7]{1,3}|.)|.", re.DOTALL)
 
 
@@ -57,7 +57,7 @@ def brackets_of(tokens):
 
 
 def is_untested(tokens, partners):
-    """For each token whether nothing at run time can tell of it: static_assert, attributes, linkage."""
+    """For each token whether it has no effect at run time: static_assert, attributes, linkage."""
     untested = [False] * len(tokens)
     for index, token in enumerate(tokens[:-1]):
         after = tokens[index + 1]
@@ -74,7 +74,7 @@ def is_untested(tokens, partners):
 
 
 def kind_of_braces(tokens, index, kinds):
-    """What the brace at this index opens: code, a list of values, or declarations."""
+    """The kind of block that the brace at this index opens: code, a list of values, or declarations."""
     before = index - 1
     while before >= 0 and (tokens[before].kind == "word" or tokens[before].text in ("::", ":", ",")):
         if tokens[before].text in ("namespace", "struct", "class", "enum", "union"):
@@ -106,7 +106,7 @@ def braces_of(tokens, partners):
 
 
 class Statements:
-    """Which statements follow each other, which may go, and which stand behind an else."""
+    """Which statements follow each other, which may be deleted, and which follow an else."""
 
     def __init__(self, tokens, partners, braces):
         self.tokens, self.partners = tokens, partners
@@ -125,7 +125,7 @@ class Statements:
         return statements
 
     def statement(self, index):
-        """The index behind the statement that begins here."""
+        """The index after the statement that begins here."""
         text = self.tokens[index].text
         if text == "{":
             return self.partners[index] + 1
@@ -160,7 +160,7 @@ def changed_number(literal, step):
 
 
 def changed_unit(unit):
-    """Another character in this one's place."""
+    """Another character to replace this one."""
     if unit.startswith("\\"):
         number = re.fullmatch(r"\\(x?)([0-9a-fA-F]+)", unit)
         if not number:
@@ -250,7 +250,7 @@ class Source:
                      [self.text[other_start:other_end] + self.text[end:other_start] + self.text[start:end]])
 
     def add_rows(self, index, end, partners):
-        """Neighbours in a list of values; members that are named have one order only."""
+        """Neighbours in a list of values; designated members cannot be reordered."""
         rows, first = [], index
         while index < end:
             if self.tokens[index].text == ",":
@@ -265,7 +265,7 @@ class Source:
 
 
 def draws(sources, chance):
-    """Mutants by chance, each once: every place of every source is as likely as any other."""
+    """Random mutants, each once; all places of all sources are equally likely."""
     places = [(source, place) for source in sources for place in source.places]
     seen, idle = set(), 0
     while places and idle < 10000:

@@ -1,7 +1,7 @@
 """The project that is mutated: its sources, how one of them is compiled, and the programs that play the tests.
 
-All that is played is a copy, made at the start: cases, objects, programs. The build is brought up to date before that;
-source tree and build folder are only read from then on. Headers are not copied, so they have to stay as they are.
+Cases, objects and programs are copied at the start, after the build was brought up to date; from then on the source tree
+and the build folder are only read. Headers are not copied, so they must not change during the run.
 """
 import collections
 import concurrent.futures
@@ -18,7 +18,7 @@ import tomllib
 
 from .places import Source
 
-# A mutant may wait or fill the memory for ever.
+# A mutant may hang or fill the memory.
 CPU_SECONDS, WALL_SECONDS = 20, 300
 MEMORY_BYTES, FILE_BYTES = 2 << 30, 64 << 20
 
@@ -26,11 +26,11 @@ Program = collections.namedtuple("Program", "name link objects arguments cases f
 
 
 class Refused(Exception):
-    """What the user has to mend."""
+    """An error that the user has to fix."""
 
 
 def without_rights():
-    """Whom a mutant runs as: it may remove any file and signal any process that it is allowed to."""
+    """The user that mutants run as: a mutant may remove any file and signal any process of that user."""
     if os.getuid() != 0:
         return {}
     nobody = pwd.getpwnam("nobody")
@@ -38,7 +38,7 @@ def without_rights():
 
 
 def run_limited(command, cpu_seconds, folder, output):
-    """The status of a program under limits; a negative one is a signal, None a program that did not end."""
+    """The status of a program run under limits; negative for a signal, None if it did not end."""
     limits = ["prlimit", f"--cpu={cpu_seconds}:{cpu_seconds + 5}", f"--as={MEMORY_BYTES}", f"--fsize={FILE_BYTES}", "--core=0"]
     with open(output, "wb") as log:
         running = subprocess.Popen([*limits, *command], cwd=folder, stdin=subprocess.DEVNULL, stdout=log,
@@ -59,22 +59,22 @@ class Project:
     def __init__(self, root, build, config, work):
         self.root, self.build, self.work = os.path.abspath(root), os.path.abspath(build), work
         with open(config, "rb") as file:
-            told = tomllib.load(file)
-        self.cpu_seconds = told.get("cpu_seconds", CPU_SECONDS)
-        self.files = self.matching(told["sources"])
-        for name in self.matching(told.get("without", [])):
+            config = tomllib.load(file)
+        self.cpu_seconds = config.get("cpu_seconds", CPU_SECONDS)
+        self.files = self.matching(config["sources"])
+        for name in self.matching(config.get("without", [])):
             self.files.remove(name)
-        self.flags = told.get("flags", [])
-        self.build_programs([program["program"] for program in told["runner"]])
+        self.flags = config.get("flags", [])
+        self.build_programs([program["program"] for program in config["runner"]])
         self.compiling, self.objects, self.precompiled = {}, {}, {}
         self.originals = {}
         self.compile_commands()
-        self.programs = [self.program(row) for row in told["runner"]]
-        # A linker that takes a tenth of the time, where there is one.
+        self.programs = [self.program(row) for row in config["runner"]]
+        # If installed, a linker that takes a tenth of the time.
         self.linker = ["-fuse-ld=lld"] if shutil.which("ld.lld") else []
 
     def prepare(self):
-        """Copies of all that is played."""
+        """Copies everything that is played."""
         self.precompile()
         self.copy()
 
@@ -133,15 +133,15 @@ class Project:
             self.precompiled[command] = ["-include", header] if done.returncode == 0 else []
 
     def command(self, name):
-        """Compiles a copy of this source; the names of object and source follow."""
+        """The command that compiles a copy of this source; the names of object and source are appended."""
         command = self.compiling[self.objects[name][0]][0]
         return [*command, *self.precompiled[tuple(command)], "-iquote", os.path.dirname(os.path.join(self.root, name))]
 
     def program(self, row):
-        asked = subprocess.run(["ninja", "-C", self.build, "-t", "commands", row["program"]],
-                               capture_output=True, text=True, check=True)
-        words = shlex.split(asked.stdout.splitlines()[-1])
-        # CMake puts ": &&" before and "&& :" behind the command.
+        done = subprocess.run(["ninja", "-C", self.build, "-t", "commands", row["program"]],
+                              capture_output=True, text=True, check=True)
+        words = shlex.split(done.stdout.splitlines()[-1])
+        # CMake puts ": &&" before and "&& :" after the command.
         link = words[2:-2] if words[0] == ":" else words
         if os.path.basename(link[0]) == "ccache":
             link = link[1:]
@@ -167,7 +167,7 @@ class Project:
             shutil.copy(os.path.join(self.build, path), target)
 
     def without_program(self):
-        """Sources that none of the programs plays."""
+        """Sources that are in none of the programs."""
         objects = {path for program in self.programs for path in program.objects}
         return [name for name in self.files if not objects.intersection(self.objects[name])]
 
@@ -183,7 +183,7 @@ class Worker:
         os.chmod(self.play_folder, 0o777)
 
     def compiled(self, name, text, *flags):
-        """The object of this text in the file's place; nothing when it does not compile."""
+        """The object compiled from this text instead of the file; None if it does not compile."""
         copy = os.path.join(self.folder, os.path.basename(name))
         with open(copy, "w", encoding="utf-8") as file:
             file.write(text)
@@ -195,7 +195,7 @@ class Worker:
             return file.read()
 
     def same(self, source, text, *flags):
-        """Whether the compiler makes the same of both; None when the mutant does not compile."""
+        """Whether both compile to the same object; None if the mutant does not compile."""
         key = (source.name, flags)
         originals = self.project.originals
         if key not in originals:
@@ -220,7 +220,7 @@ class Worker:
         return path
 
     def caught_by(self, name):
-        """The first test that fails with this worker's object of the file; empty when all pass."""
+        """The first test that fails with this worker's object of the file; empty if all pass."""
         folder = os.path.dirname(name).removeprefix("src")
         for program in self.project.programs:
             if not set(self.project.objects[name]).intersection(program.objects):

@@ -1,4 +1,4 @@
-"""Results of campaigns, what is known of their survivors, and the section that tells of both."""
+"""Results of campaigns, known reasons for survivors, and the section about both."""
 import collections
 import difflib
 import json
@@ -6,7 +6,7 @@ import os
 
 
 def difference(source, mutant):
-    """The lines that a mutant changes, between one line on either side; "@@" where lines between are left out."""
+    """The lines that a mutant changes, with one line of context on each side; "@@" where lines are left out."""
     text = source.text[:mutant.start] + mutant.text + source.text[mutant.end:]
     lines = list(difflib.unified_diff(source.text.splitlines(), text.splitlines(), n=1, lineterm=""))[3:]
     return ["@@" if line.startswith("@@") else line.rstrip() for line in lines]
@@ -50,7 +50,7 @@ class Equivalents:
         return self.reasons.get((tried["file"], tuple(tried["difference"])), "")
 
     def stale(self, root):
-        """Those whose lines are no longer in their file, or that give no reason."""
+        """Entries whose lines are no longer in their file, or without a reason."""
         for (name, changed), reason in self.reasons.items():
             parts = "\n".join(line[1:] for line in changed if not line.startswith("+")).split("\n@\n")
             try:
@@ -68,7 +68,7 @@ def percent(part, whole):
 
 
 def counts(tried, equivalents):
-    """Mutants, caught, survived, and how many of the survivors behave as the original."""
+    """The numbers of mutants, caught, survived, and survivors that behave as the original."""
     survivors = [one for one in tried if not one["caught_by"]]
     return len(tried), len(tried) - len(survivors), len(survivors), sum(bool(equivalents.reason(one)) for one in survivors)
 
@@ -107,7 +107,7 @@ behaves as the original is a survivor with a reason, below. A date is that of th
 
 
 def section(results, equivalents):
-    """What several campaigns found; of each seed, the last one counts."""
+    """The results of several campaigns; of each seed, the last one counts."""
     yield from ["## Mutation", "", *INTRODUCTION.splitlines(), ""]
     rows = []
     for result in results:
@@ -132,15 +132,15 @@ def section(results, equivalents):
     yield from table(["changed", *heads], grouped(tried, lambda one: one["operator"], equivalents))
 
     yield from ["The survivors of these runs, and why each stays:", ""]
-    told = set()
+    seen = set()
     for one in sorted(tried, key=lambda one: (one["file"], one["line"])):
         mark = (one["file"], tuple(one["difference"]))
-        if one["caught_by"] or mark in told:
+        if one["caught_by"] or mark in seen:
             continue
-        told.add(mark)
+        seen.add(mark)
         yield f"- {one['file']}:{one['line']}, {one['operator']}: {equivalents.reason(one) or 'not looked into yet'}"
         yield from ["", "  ```diff", *("  " + line for line in one["difference"]), "  ```", ""]
-    if not told:
+    if not seen:
         yield from ["None.", ""]
 
 

@@ -1,4 +1,4 @@
-// Transcripts side by side.
+// Aligns two transcripts.
 
 #include "plan/diff/alignment.h"
 
@@ -13,7 +13,7 @@ struct Pair {
     size_t b;
 };
 
-// What two sequences have in common, in order.
+// A longest common subsequence, in order.
 std::vector<Pair> common(const std::vector<std::string>& a, const std::vector<std::string>& b) {
     std::vector<Pair> pairs;
     Pair next = {.a = 0, .b = 0};
@@ -54,7 +54,7 @@ std::vector<SharedEvent> shared_events(const Transcript& a, const Transcript& b)
     const Texts heads_b = texts_of(b, head_of);
     std::vector<SharedEvent> shared;
     Pair next = {.a = 0, .b = 0};
-    // Between two events that are wholly the same, those with the same text of their own.
+    // Between two identical events, match those with the same text of their own.
     const auto match_heads = [&](Pair end) {
         for (const Pair& pair :
              common(slice(heads_a, next.a, end.a), slice(heads_b, next.b, end.b)))

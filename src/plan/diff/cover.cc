@@ -1,4 +1,4 @@
-// The best set of choices that covers what is wanted.
+// Finds the best set of choices that covers what is wanted.
 
 #include "plan/diff/cover.h"
 
@@ -38,7 +38,7 @@ bool better(const Sum& one, const Sum& other, Prefer prefer) {
 }  // namespace
 
 std::vector<size_t> best_cover(uint32_t wanted, std::span<const Choice> choices, Prefer prefer) {
-    // Choices that cover nothing of it would only double the work.
+    // Each choice doubles the work, so those that cover nothing are left out.
     std::vector<size_t> useful;
     std::vector<Choice> candidates;
     uint32_t possible = 0;

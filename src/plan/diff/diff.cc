@@ -1,5 +1,5 @@
-// What differs between two settings files in effect, and why: played again with one changed setting
-// at a time.
+// Differences in effect between two settings files and their causes, found by playing again with
+// one changed setting at a time.
 
 #include "plan/diff/diff.h"
 
@@ -12,11 +12,11 @@ namespace {
 
 using Keys = std::set<std::string>;
 
-// A line that only one side has.
+// A line that only one of the two transcripts has.
 struct LostLine {
     size_t part;
     bool of_b;
-    Origin place;  // the line counted as event_lines() has it
+    Origin place;  // the line is numbered as in event_lines()
 
     bool operator<(const LostLine& other) const {
         return std::tie(part, of_b, place.event, place.line) <
@@ -69,8 +69,8 @@ class Causes {
     void find_groups();
 };
 
-// The lines that differ already, or still, when rc is played so: a line of A is gone, one of B is
-// there.
+// The lines for which this play gives B's result: a line of A is missing, or a line of B is
+// present.
 Lines Causes::shown(const Played& tried) const {
     Lines lines;
     for (size_t part = 0; part < tried.parts.size(); part++) {
@@ -87,7 +87,7 @@ Lines Causes::shown(const Played& tried) const {
     return lines;
 }
 
-// The lines that differ when only these settings have gone from A to B.
+// The lines that differ if only these settings change from A to B.
 const Lines& Causes::with(const Keys& keys) {
     const auto [slot, is_new] = tried_.try_emplace(keys);
     if (!is_new) return slot->second;
@@ -101,10 +101,10 @@ const Lines& Causes::with(const Keys& keys) {
 }
 
 void Causes::find_single(const std::string& key) {
-    // What was not asked for makes no difference.
-    if (played_a_.asked.contains(key))
+    // A setting that was not read makes no difference.
+    if (played_a_.settings_read.contains(key))
         for (const LostLine& line : with({key})) because_[line].insert(key);
-    if (!played_b_.asked.contains(key)) return;
+    if (!played_b_.settings_read.contains(key)) return;
     Keys others(keys_.begin(), keys_.end());
     others.erase(key);
     const Lines& left = with(others);
@@ -122,8 +122,7 @@ Keys Causes::smallest_group(const LostLine& line) {
     return group;
 }
 
-// For lines that need several settings to change, any of which may be missing as long as others
-// have changed.
+// Finds the causes of lines that change only if several settings change together.
 void Causes::find_groups() {
     std::set<Keys> known;
     for (const LostLine& line : lines_) {
@@ -144,7 +143,7 @@ void Causes::find(const Progress& progress) {
     find_groups();
 }
 
-// What is told as one: a line of a body, or an event with all its lines.
+// The unit of a change: a line of a body, or an event with all its lines.
 struct Unit {
     std::vector<Origin> lines;
     Keys because;
@@ -163,7 +162,7 @@ void append(std::vector<Origin>& lines, const Unit& unit) {
     lines.insert(lines.end(), unit.lines.begin(), unit.lines.end());
 }
 
-// Where as many units of the same kind stand for each other, each pair has one reason.
+// If both sides have the same sequence of kinds, corresponding units share their causes.
 bool join_reasons(Units& a, Units& b) {
     if (!std::ranges::equal(a, b, {}, &Unit::kind, &Unit::kind)) return false;
     for (size_t i = 0; i < a.size(); i++) {
@@ -173,7 +172,7 @@ bool join_reasons(Units& a, Units& b) {
     return true;
 }
 
-// One place of the difference as changes, a new one wherever the reason is another.
+// Adds the changes of one place; a new change begins where the causes differ.
 void add_changes(std::vector<EffectChange>& changes, std::optional<SharedEvent> within, Units a,
                  Units b) {
     if (a.empty() && b.empty()) return;
@@ -241,7 +240,7 @@ Units Collector::events(bool of_b, const Transcript& transcript, size_t from, si
     return units;
 }
 
-// Both sides' lines between those that they share.
+// Adds both sides' lines between those that they share.
 void Collector::body(const Alignment& alignment, const SharedEvent& event) {
     const std::vector<bool>& kept_a = alignment.a[event.a];
     const std::vector<bool>& kept_b = alignment.b[event.b];

@@ -1,5 +1,5 @@
-// How what rc does with one settings file differs from what it does with another, and which of the
-// changed settings cause each difference.
+// The difference between rc's runs with two settings files A and B, and the changed settings that
+// cause each part of it.
 #ifndef RC_PLAN_DIFF_DIFF_H
 #define RC_PLAN_DIFF_DIFF_H
 
@@ -15,7 +15,7 @@
 #include "plan/router/transcript.h"
 #include "plan/trace/influence.h"
 
-// A setting that has another value in B, or stands in one of the two only.
+// A setting that has another value in B, or is set in only one of the two.
 struct SettingChange {
     std::string key;
     std::optional<std::string> a;
@@ -25,24 +25,23 @@ struct SettingChange {
 // By name.
 std::vector<SettingChange> changed_settings(const Settings& a, const Settings& b);
 
-// What came of playing with some settings: transcripts, as many each time, and the settings that
-// were asked for.
+// The result of playing with some settings: transcripts, always the same number, and the settings
+// that the runs read.
 struct Played {
     std::vector<Transcript> parts;
-    std::set<std::string> asked;
+    std::set<std::string> settings_read;
 };
 using PlayWith = std::function<Played(const Settings& settings)>;
 
-// Lines of A that are not among those of B, and lines of B that stand there instead. Either may be
-// none.
+// Lines of A that B lacks, and the lines of B in their place. Either list may be empty.
 struct EffectChange {
     std::vector<Origin> a;
     std::vector<Origin> b;
-    // The event that both have, when only lines of its body differ.
+    // The event that both have, if only lines of its body differ.
     std::optional<SharedEvent> within;
-    // The changed settings behind it, by name: those that bring it about when they alone go from A
-    // to B, or undo it when they alone go back; where no single one does, a smallest group that
-    // does it together.
+    // The changed settings that cause it, by name: each one that produces the change if it alone
+    // goes from A to B, or removes it if it alone goes back; if no single setting does, a smallest
+    // group that does so together.
     std::vector<std::string> because;
 };
 
@@ -53,7 +52,7 @@ struct Difference {
     std::vector<EffectChange> changes;
 };
 
-// One for each part that is played. The lines of the changes are counted as event_lines() has them.
+// One for each part that is played. Lines of changes are numbered as in event_lines().
 std::vector<Difference> differences(const Settings& a, const Settings& b, const PlayWith& play,
                                     const Progress& progress = {});
 

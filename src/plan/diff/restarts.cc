@@ -1,5 +1,5 @@
-// Which restarts are needed: what each one does on a router booted with A is compared with what it
-// does on one booted with B.
+// Finds the needed restarts by comparing each one's effects on a router booted with A and on one
+// booted with B.
 
 #include "plan/diff/restarts.h"
 
@@ -17,8 +17,8 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-// The actions to choose from, as the boot has them: the applications, the Internet side, its
-// services. A group does the same for its applications, one after the other.
+// The actions to choose from, in the boot's order: the applications, the Internet side, its
+// services. A group runs its applications one after the other.
 struct Candidate {
     Words words;
     bool group = false;
@@ -42,9 +42,9 @@ Words call_of(const Words& words) {
     return all;
 }
 
-// What is gone with the run: its output, its time, its own environment, and the marks that keep two
-// runs apart.
-bool leaves_nothing(const Event& event) {
+// Events without a lasting effect: output, pauses, the run's own environment, and the markers that
+// keep two runs apart.
+bool is_transient(const Event& event) {
     for (const char* verb : {"print", "error", "exit", "pause", "note", "pipe", "environment"})
         if (event.verb == verb) return true;
     return event.text.find("/var/run/rc.") != std::string::npos ||
@@ -56,7 +56,7 @@ enum class Nested { Too, Not };
 Transcript lasting(const Transcript& transcript, Nested nested = Nested::Too) {
     Transcript left;
     for (const Event& event : transcript.events()) {
-        if (leaves_nothing(event) || (event.depth > 0 && nested == Nested::Not)) continue;
+        if (is_transient(event) || (event.depth > 0 && nested == Nested::Not)) continue;
         left.depth = event.depth;
         if (event.has_body)
             left.add_with_body(event.verb, event.text, event.body);
@@ -66,7 +66,7 @@ Transcript lasting(const Transcript& transcript, Nested nested = Nested::Too) {
     return left;
 }
 
-// Whether all that the one does is done by the other too, in the same order.
+// Whether all events of the one are also in the other, in the same order.
 bool contains_all(const Transcript& other, const Transcript& one) {
     auto next = one.events().begin();
     for (const Event& event : other.events()) {
@@ -107,8 +107,8 @@ std::optional<std::string> setting_in(const World& world, const std::string& key
     return value_of_input(world, {.kind = Input::Kind::Setting, .name = key});
 }
 
-// Keeps the files and settings that really are otherwise on a router with B. Where none is, the
-// commands that write them stand for the change: they run at another place, or not at all.
+// Keeps the files and settings that really differ on a router with B. If none does, the change is
+// in the commands that write them: they run at another place, or not at all.
 void keep_what_changes(ChangedEffects& effects, const World& a, const World& b) {
     if (effects.because.empty()) return;
     std::erase_if(effects.files, [&](const std::string& path) {
@@ -163,20 +163,21 @@ class Adviser {
     void put_late_ones_last(std::vector<size_t>& chosen) const;
 };
 
-// The boot, then each application on the router that the boot left.
+// The boot, then each application on the booted router.
 Played Adviser::play(const Settings& settings) const {
     Boot booted = boot(world(settings), settings);
-    Played played = {.parts = {lasting(booted.init)}, .asked = std::move(booted.asked)};
+    Played played = {.parts = {lasting(booted.init)},
+                     .settings_read = std::move(booted.settings_read)};
     for (const Candidate& candidate : candidates_) {
         if (candidate.group) continue;
         Run run = run_on(booted.router, call_of(candidate.words));
         played.parts.push_back(lasting(run.transcript));
-        played.asked.merge(run.asked);
+        played.settings_read.merge(run.settings_read);
     }
     return played;
 }
 
-// The router that runs with A, once it has been given other settings.
+// The router that runs with A, after its settings were changed to these.
 World Adviser::changed_to(const Settings& settings) const {
     World router = copy_of(boot_a_.router);
     for (const SettingChange& change : changed_settings(a_, settings))
@@ -190,14 +191,14 @@ Played Adviser::play_stops(const Settings& settings) const {
     for (const Candidate& candidate : candidates_) {
         if (candidate.group) continue;
         Run run = run_on(router, {"rc", candidate.words[0], "stop"});
-        // What runs within is the stop of other applications, which have their own part.
+        // Nested runs stop other applications, which are parts of their own.
         played.parts.push_back(lasting(run.transcript, Nested::Not));
-        played.asked.merge(run.asked);
+        played.settings_read.merge(run.settings_read);
     }
     return played;
 }
 
-// A restart takes away what is there as B knows it.
+// A restart stops an application with B's settings, so what only A's settings know would remain.
 std::vector<StopBefore> Adviser::stops_before() const {
     const std::vector<Difference> parts =
         differences(a_, b_, [this](const Settings& settings) { return play_stops(settings); });
@@ -233,7 +234,7 @@ void Adviser::compare(const Progress& progress) {
     }
 }
 
-// A changed setting that the boot stores anew: B's own value stands in the settings until what
+// A changed setting that the boot overwrites: the settings hold B's own value until the action that
 // stores it has run.
 void Adviser::add_overwritten() {
     for (const SettingChange& change : changed_settings(a_, b_)) {
@@ -247,7 +248,7 @@ void Adviser::add_overwritten() {
     }
 }
 
-// What the runs of rc within a run cover.
+// The things covered by the nested runs of a run.
 uint32_t Adviser::nested(size_t candidate) const {
     uint32_t covers = 0;
     for (const Event& event : runs_[candidate].transcript.events()) {
@@ -290,8 +291,8 @@ Restart Adviser::restart(size_t candidate) const {
     return restart;
 }
 
-// What an application does may depend on what the Internet side or its services leave: name
-// servers, the interface's name. Such a one runs behind them.
+// An application may depend on results of the Internet side or its services, such as name servers
+// or the interface's name. Such an application runs after them.
 void Adviser::put_late_ones_last(std::vector<size_t>& chosen) const {
     const World early = changed_to(b_);
     World late = early;

@@ -1,4 +1,4 @@
-// Which actions of rc bring a running router from one settings file to another.
+// The actions of rc that bring a running router from one settings file to another.
 #ifndef RC_PLAN_DIFF_RESTARTS_H
 #define RC_PLAN_DIFF_RESTARTS_H
 
@@ -11,7 +11,7 @@
 #include "plan/router/settings.h"
 #include "plan/router/world.h"
 
-// What comes out otherwise with B, and the changed settings that make it so.
+// The effects that differ with B, and the changed settings that cause them.
 struct ChangedEffects {
     std::set<std::string> because;
     std::set<std::string> files;
@@ -20,37 +20,37 @@ struct ChangedEffects {
 };
 
 struct Restart {
-    std::vector<std::string> words;  // of rc: "dhcpd", "restart"
-    // The applications whose effects change and that this runs, and "wan" for the Internet side.
+    std::vector<std::string> words;  // rc's arguments: "dhcpd", "restart"
+    // The applications that this runs and whose effects change; "wan" for the Internet side.
     std::vector<std::string> covers;
     ChangedEffects effects;
     Totals totals;
 };
 
-// A stop that takes away with A what it no longer knows of with B, such as a route.
+// A stop that with A's settings removes something that it no longer knows with B's, such as a
+// route.
 struct StopBefore {
     std::vector<std::string> words;
     std::set<std::string> because;
-    // What it does with A's settings only, each as one line.
+    // Its commands that it runs only with A's settings, one line each.
     std::vector<std::string> only_with_a;
 };
 
 struct Advice {
-    // To be run while A's settings still stand; the rest, once they are B's.
+    // To be run before the settings change from A to B; all others after it.
     std::vector<StopBefore> before;
-    // As few as possible, in the order in which to run them: that of the boot; but an application
-    // that reads what the Internet side leaves comes behind it.
+    // As few as possible, in the order in which to run them: the boot's order, except that an
+    // application that depends on results of the Internet side runs after it.
     std::vector<Restart> fewest;
-    // As few commands as possible, when that is another choice than the one above; else empty.
+    // As few commands as possible; empty if that is the same choice as the one above.
     std::vector<Restart> gentlest;
-    // What only the boot itself does: rc init.
+    // Effects of the boot itself only: rc init.
     ChangedEffects at_boot;
-    // Changed settings on which nothing depends, neither with A nor with B.
+    // Changed settings that nothing depends on, neither with A nor with B.
     std::vector<std::string> unused;
 };
 
-// For a router that runs with A and is given B. Without a stated world it is in use
-// (running.h).
+// For a router that runs with A and gets B. Without a stated world, world_in_use() is assumed.
 Advice needed_restarts(const Settings& a, const Settings& b, const std::optional<World>& stated,
                        const Progress& progress = {});
 

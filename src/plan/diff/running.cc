@@ -1,4 +1,4 @@
-// Booting a recorded router.
+// Boots a router over the recording platform.
 
 #include "plan/diff/running.h"
 
@@ -14,14 +14,14 @@ std::string value_of(const Settings& settings, const std::string& key) {
     return found == settings.end() ? "" : found->second;
 }
 
-// A server's name stands for an address of its own, so that another name makes a difference.
+// Each server name resolves to a different address, so that another name makes a difference.
 std::string address_for(const std::string& name) {
     unsigned sum = 0;
     for (const char c : name) sum = sum * 31 + static_cast<unsigned char>(c);
     return "198.51." + std::to_string(100 + sum / 254 % 100) + "." + std::to_string(1 + sum % 254);
 }
 
-// The address of the port: of the user's own where the mode has such a one, else the provider's.
+// The port's address: the fixed one if the mode has one, else one leased from the provider.
 std::string port_address(const Settings& settings) {
     const std::string mode = value_of(settings, "wan_mode");
     std::string own;
@@ -55,9 +55,9 @@ Run run_on(const World& router, const std::vector<std::string>& words) {
     Recording played;
     played.world = copy_of(router);
     play(played, words);
-    Run run = {.transcript = std::move(played.transcript), .asked = {}, .after = {}};
-    for (const Input& input : played.asked)
-        if (input.kind == Input::Kind::Setting) run.asked.insert(input.name);
+    Run run = {.transcript = std::move(played.transcript), .settings_read = {}, .after = {}};
+    for (const Input& input : played.inputs)
+        if (input.kind == Input::Kind::Setting) run.settings_read.insert(input.name);
     run.after = std::move(played.world);
     run.after.uptime_microseconds = router.uptime_microseconds;
     run.after.clock_microseconds = router.clock_microseconds;
@@ -73,7 +73,7 @@ Boot boot(const World& world, const Settings& settings) {
     for (const std::vector<std::string>& words : steps) {
         Run run = run_on(booted.router, words);
         if (words[1] == "init") booted.init = std::move(run.transcript);
-        booted.asked.merge(run.asked);
+        booted.settings_read.merge(run.settings_read);
         booted.router = std::move(run.after);
     }
     return booted;

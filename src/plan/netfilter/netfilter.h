@@ -1,5 +1,5 @@
-// The packet filter that a run of rc leaves behind: its rules in the order in which iptables(8)
-// gets them, each with the place in the transcript where it stands.
+// The packet filter after a run of rc: its rules in the order in which iptables(8) gets them, each
+// with its place in the transcript.
 #ifndef RC_PLAN_NETFILTER_NETFILTER_H
 #define RC_PLAN_NETFILTER_NETFILTER_H
 
@@ -12,20 +12,19 @@
 #include "plan/router/world.h"
 
 struct Rule {
-    // The words behind "iptables", as the shell hands them over.
+    // The words after "iptables", as the shell passes them.
     std::vector<std::string> words;
-    // Those of them that say what matches and what is done then: without the table, the command and
-    // the chain.
+    // Those of them that specify matches and target: without the table, the command and the chain.
     std::vector<std::string> rule_words;
-    // What stands behind -j: a chain or a built-in target; empty when nothing does.
+    // The argument of -j: a chain or a built-in target; empty without -j.
     std::string target;
     // The target's own options, as words.
     std::vector<std::string> target_options;
-    // A word is a pattern that the shell would replace by files' names, if there were such files.
+    // A word is a pattern that the shell would replace by matching file names.
     bool pattern = false;
     Origin origin;
 
-    // The rule words as one line, quoted where the script must quote, with single blanks.
+    // The rule words as one line, quoted where a script needs quotes, separated by single spaces.
     std::string text() const;
 };
 
@@ -42,13 +41,13 @@ struct Chain {
 struct Netfilter {
     // Tables and chains in the kernel's order for the built-in ones, the others as they were made.
     std::vector<Chain> chains;
-    // Lines for iptables that could not be carried out, each with the reason: a missing chain, an
-    // unknown command. rc's own scripts leave some on a first start, as they do on the router.
+    // iptables lines that failed, each with the reason: a missing chain, an unknown command. rc's
+    // own scripts contain some on a first start, as on the router.
     struct Refused {
         std::string line;
         std::string reason;
         Origin origin;
-        // The router may well carry it out: it is only here that the line is not understood.
+        // The line is not understood here; the router may accept it.
         bool unread = false;
     };
     std::vector<Refused> refused;
@@ -56,9 +55,9 @@ struct Netfilter {
     const Chain* find(std::string_view table, std::string_view name) const;
 };
 
-// Carries out the iptables lines of a transcript over empty tables: those that run directly, and
-// those of scripts that "/bin/sh [-x] FILE" or the file's own path runs, with the content that the
-// file had by then. What files held before the run is in the world.
+// Executes the iptables lines of a transcript, starting from empty tables: lines that run directly,
+// and those of scripts run as "/bin/sh [-x] FILE" or by their path, with the file's content at that
+// moment. The world gives the content of files before the run.
 Netfilter netfilter_of(const Transcript& transcript, const World& before = {});
 
 #endif

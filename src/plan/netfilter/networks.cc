@@ -1,4 +1,4 @@
-// The router's place in its networks: its own addresses, and which way leads where.
+// The router's networks: its own addresses, and the interface that leads to each address.
 
 #include "plan/netfilter/networks.h"
 
@@ -20,7 +20,7 @@ bool Networks::is_own(Ipv4 address) const {
     return std::ranges::any_of(addresses, [&](const auto& own) { return own.second == address; });
 }
 
-const std::string& Networks::way_to(Ipv4 address) const {
+const std::string& Networks::interface_to(Ipv4 address) const {
     return lan && lan->holds(address) ? lan_if : wan_if;
 }
 
@@ -31,7 +31,7 @@ Networks networks_of(const World& world) {
                       .lan = {},
                       .wan_if = settings["wan_ifname"],
                       .addresses = {}};
-    // What an interface is stated to have counts more than what it would be given.
+    // An address stated in the world overrides the one in the settings.
     if (const auto address = read_address(settings["lan_ipaddr"]))
         found.addresses[found.lan_if] = *address;
     for (const auto& [name, interface] : world.interfaces)

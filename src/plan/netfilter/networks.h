@@ -1,4 +1,4 @@
-// The router's place in its networks: its own addresses, and which interface leads where.
+// The router's networks: its own addresses, and the interface that leads to each address.
 #ifndef RC_PLAN_NETFILTER_NETWORKS_H
 #define RC_PLAN_NETFILTER_NETWORKS_H
 
@@ -12,7 +12,6 @@
 inline constexpr Ipv4 limited_broadcast = 0xffffffff;
 inline constexpr Net multicasts = {.address = 0xe0000000, .mask = 0xf0000000};
 
-// The router's place in its networks.
 struct Networks {
     std::string lan_if = {};
     std::optional<Net> lan = {};
@@ -20,13 +19,13 @@ struct Networks {
     // The router's own addresses by interface.
     std::map<std::string, Ipv4> addresses = {};
 
-    // Addresses that the router takes for itself: its own, loopback, broadcasts.
+    // Addresses that the router delivers to itself: its own, loopback, broadcasts.
     bool is_own(Ipv4 address) const;
-    // The interface that leads there.
-    const std::string& way_to(Ipv4 address) const;
+    // The interface that leads to an address.
+    const std::string& interface_to(Ipv4 address) const;
 };
 
-// As the settings of the working copy and the stated interfaces say.
+// From the settings in the working copy and the world's interfaces.
 Networks networks_of(const World& world);
 
 #endif

@@ -1,4 +1,4 @@
-// A packet that meets the packet filter, as far as it is known.
+// A packet that enters the packet filter, as far as it is known.
 #ifndef RC_PLAN_NETFILTER_PACKET_H
 #define RC_PLAN_NETFILTER_PACKET_H
 
@@ -13,10 +13,10 @@ constexpr unsigned protocol_icmp = 1;
 constexpr unsigned protocol_tcp = 6;
 constexpr unsigned protocol_udp = 17;
 
-// What is not stated is unknown, unless its comment says otherwise. A rule that asks for what is
-// unknown leaves the verdict open.
+// A field without a value is unknown, unless its comment says otherwise. If a rule depends on an
+// unknown field, the verdict is unknown.
 struct Packet {
-    std::string in;   // empty: the router itself sends it
+    std::string in;   // empty: sent by the router itself
     std::string out;  // empty: it is routed
     unsigned protocol = 0;
     std::optional<Ipv4> source;
@@ -26,12 +26,12 @@ struct Packet {
     ConnectionState state = ConnectionState::New;
     std::optional<unsigned> tcp_flags;
     std::optional<unsigned> icmp_type;
-    std::optional<std::string> mac_source;  // not stated: one that no rule names
-    std::optional<std::string> mac_dest;    // not stated: the router's own
-    std::optional<unsigned> mss;            // what a SYN announces; not stated: an Ethernet's, 1460
-    std::optional<std::string> payload;     // not stated: nothing that a rule looks for
+    std::optional<std::string> mac_source;  // no value: an address that is in no rule
+    std::optional<std::string> mac_dest;    // no value: the router's own
+    std::optional<unsigned> mss;            // announced in a SYN; no value: Ethernet's, 1460
+    std::optional<std::string> payload;     // no value: no text that a rule looks for
     unsigned mark = 0;
-    // The circumstances: beyond each rule's limit; not drawn where a rule leaves it to chance.
+    // Exceeds the limit of each rule that has one; does not match rules with a random choice.
     bool over_limit = false;
     bool not_drawn = false;
 };
@@ -40,7 +40,7 @@ struct Packet {
 enum class Answer { No, Yes, Unknown };
 struct MatchAnswer {
     Answer answer = Answer::No;
-    // What was taken for granted, or for Unknown what is missing.
+    // The assumption made, if any; for Unknown, the missing information.
     std::string remark = {};
 };
 

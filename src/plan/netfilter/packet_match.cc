@@ -1,4 +1,4 @@
-// Compares packets with what rules ask for.
+// Compares packets with the matches of rules.
 
 #include "plan/netfilter/packet_match.h"
 
@@ -16,31 +16,31 @@ MatchAnswer unknown(const char* missing) {
     return {.answer = Answer::Unknown, .remark = missing};
 }
 
-// "ppp+" is every interface whose name begins with "ppp".
-bool is_interface(std::string_view asked, std::string_view name) {
-    if (asked.ends_with('+')) return name.starts_with(asked.substr(0, asked.size() - 1));
-    return asked == name;
+// "ppp+" matches every interface whose name begins with "ppp".
+bool is_interface(std::string_view wanted, std::string_view name) {
+    if (wanted.ends_with('+')) return name.starts_with(wanted.substr(0, wanted.size() - 1));
+    return wanted == name;
 }
 
-MatchAnswer match_network(const std::string& asked, std::optional<Ipv4> address,
+MatchAnswer match_network(const std::string& wanted, std::optional<Ipv4> address,
                           const char* missing) {
-    const std::optional<Net> network = read_network(asked);
+    const std::optional<Net> network = read_network(wanted);
     if (network && network->mask == 0) return yes_or_no(true);
     if (!address) return unknown(missing);
     return yes_or_no(network && network->holds(*address));
 }
 
-MatchAnswer match_range(const std::string& asked, std::optional<Ipv4> address,
+MatchAnswer match_range(const std::string& wanted, std::optional<Ipv4> address,
                         const char* missing) {
     if (!address) return unknown(missing);
-    const std::optional<AddressRange> range = read_address_range(asked);
+    const std::optional<AddressRange> range = read_address_range(wanted);
     return yes_or_no(range && range->first <= *address && *address <= range->last);
 }
 
-MatchAnswer match_port(const std::string& asked, std::optional<unsigned> port,
+MatchAnswer match_port(const std::string& wanted, std::optional<unsigned> port,
                        const char* missing) {
     if (!port) return unknown(missing);
-    const std::optional<NumberRange> range = read_number_range(asked);
+    const std::optional<NumberRange> range = read_number_range(wanted);
     return yes_or_no(range && range->holds(*port));
 }
 
@@ -60,8 +60,8 @@ MatchAnswer match_out(OptionWords words, const Packet& packet) {
 }
 
 MatchAnswer match_protocol(OptionWords words, const Packet& packet) {
-    const unsigned asked = read_protocol(words[0]).value_or(0);
-    return yes_or_no(asked == 0 || asked == packet.protocol);
+    const unsigned wanted = read_protocol(words[0]).value_or(0);
+    return yes_or_no(wanted == 0 || wanted == packet.protocol);
 }
 
 MatchAnswer match_source(OptionWords words, const Packet& packet) {
@@ -97,7 +97,7 @@ MatchAnswer match_tcp_flags(OptionWords words, const Packet& packet) {
                        read_tcp_flags(words[1]).value_or(0));
 }
 
-// Only a SYN announces a segment size.
+// Only a SYN announces an MSS.
 MatchAnswer match_mss(OptionWords words, const Packet& packet) {
     if (!packet.tcp_flags) return unknown("the TCP flags (--flags)");
     if ((*packet.tcp_flags & Syn) == 0) return yes_or_no(false);
@@ -108,29 +108,29 @@ MatchAnswer match_mss(OptionWords words, const Packet& packet) {
 
 MatchAnswer match_icmp_type(OptionWords words, const Packet& packet) {
     constexpr unsigned any = 255;
-    const unsigned asked = read_icmp_type(words[0]).value_or(any);
-    if (asked == any) return yes_or_no(true);
+    const unsigned wanted = read_icmp_type(words[0]).value_or(any);
+    if (wanted == any) return yes_or_no(true);
     if (!packet.icmp_type) return unknown("the ICMP type (--icmp-type)");
-    return yes_or_no(asked == *packet.icmp_type);
+    return yes_or_no(wanted == *packet.icmp_type);
 }
 
 MatchAnswer match_state(OptionWords words, const Packet& packet) {
-    std::string_view asked = words[0];
-    while (!asked.empty())
-        if (take_field(asked, ',') == state_name(packet.state)) return yes_or_no(true);
+    std::string_view wanted = words[0];
+    while (!wanted.empty())
+        if (take_field(wanted, ',') == state_name(packet.state)) return yes_or_no(true);
     return yes_or_no(false);
 }
 
 MatchAnswer match_mark(OptionWords words, const Packet& packet) {
-    std::string_view asked = words[0];
-    const unsigned mark = read_number(take_field(asked, '/'), 0, 0xffffffff).value_or(0);
-    const unsigned mask = read_number(asked, 0, 0xffffffff).value_or(0xffffffff);
+    std::string_view wanted = words[0];
+    const unsigned mark = read_number(take_field(wanted, '/'), 0, 0xffffffff).value_or(0);
+    const unsigned mask = read_number(wanted, 0, 0xffffffff).value_or(0xffffffff);
     return yes_or_no((packet.mark & mask) == mark);
 }
 
 MatchAnswer match_mac_source(OptionWords words, const Packet& packet) {
     if (!packet.mac_source)
-        return yes_or_no(false, "it comes from a MAC address that no rule names (--mac-source)");
+        return yes_or_no(false, "its source MAC address is in no rule (--mac-source)");
     return yes_or_no(read_mac(words[0]) == packet.mac_source);
 }
 
@@ -147,11 +147,11 @@ MatchAnswer match_string(OptionWords words, const Packet& packet) {
 }
 
 MatchAnswer match_limit(OptionWords, const Packet& packet) {
-    if (packet.over_limit) return yes_or_no(false, "it is beyond every limit (--over-limit)");
+    if (packet.over_limit) return yes_or_no(false, "it exceeds every limit (--over-limit)");
     return yes_or_no(true, "it is within every limit (otherwise: --over-limit)");
 }
 
 MatchAnswer match_random(OptionWords, const Packet& packet) {
-    if (packet.not_drawn) return yes_or_no(false, "chance does not choose it (--not-drawn)");
-    return yes_or_no(true, "chance chooses it (otherwise: --not-drawn)");
+    if (packet.not_drawn) return yes_or_no(false, "no random choice matches it (--not-drawn)");
+    return yes_or_no(true, "every random choice matches it (otherwise: --not-drawn)");
 }

@@ -1,5 +1,4 @@
-// What the options of rules ask of a packet. Each function gets the words behind its option, which
-// iptables takes.
+// The matches of rule options. Each function gets the option's arguments, which iptables accepts.
 #ifndef RC_PLAN_NETFILTER_PACKET_MATCH_H
 #define RC_PLAN_NETFILTER_PACKET_MATCH_H
 
@@ -23,7 +22,7 @@ MatchAnswer match_mark(OptionWords words, const Packet& packet);
 MatchAnswer match_mac_source(OptionWords words, const Packet& packet);
 MatchAnswer match_mac_dest(OptionWords words, const Packet& packet);
 MatchAnswer match_string(OptionWords words, const Packet& packet);
-// The modules that ask by themselves.
+// Modules that match without an option.
 MatchAnswer match_limit(OptionWords words, const Packet& packet);
 MatchAnswer match_random(OptionWords words, const Packet& packet);
 

@@ -1,4 +1,4 @@
-// Makes a packet of options, and deduces what they leave out.
+// Makes a packet from options and deduces the fields that they leave out.
 
 #include "plan/netfilter/packet_options.h"
 
@@ -50,13 +50,13 @@ class PacketMaker {
               Reader reader) {
         if (text.empty()) return;
         slot = reader(text);
-        if (!slot) fail(std::string(name) + " '" + text + "' is not understood");
+        if (!slot) fail(std::string(name) + " '" + text + "': not understood");
     }
     void read_values();
     void check_protocol();
     void deduce_state();
     void deduce_content();
-    void deduce_way();
+    void deduce_interfaces();
     void deduce_mac();
 };
 
@@ -66,7 +66,7 @@ std::variant<StatedPacket, PacketError> PacketMaker::make() {
     if (wrong_.empty()) {
         deduce_state();
         deduce_content();
-        deduce_way();
+        deduce_interfaces();
         deduce_mac();
     }
     if (!wrong_.empty()) return PacketError{wrong_};
@@ -100,20 +100,22 @@ void PacketMaker::read_values() {
 
 void PacketMaker::check_protocol() {
     const unsigned protocol = packet().protocol;
-    if (protocol == 0) return fail("--proto says which protocol: tcp, udp, icmp or a number");
-    if (!packet().destination) return fail("--dst says where to");
+    if (protocol == 0) return fail("--proto is missing; give tcp, udp, icmp or a number");
+    if (!packet().destination) return fail("--dst is missing; give the destination address");
     const bool has_ports = protocol == protocol_tcp || protocol == protocol_udp;
     if (!has_ports && (packet().source_port || packet().destination_port))
-        return fail("only tcp and udp have ports");
+        return fail("--sport, --dport: only tcp and udp have ports");
     if (protocol != protocol_tcp && (packet().tcp_flags || options_.syn || packet().mss))
-        return fail("only tcp has flags and an MSS");
-    if (protocol != protocol_icmp && packet().icmp_type) return fail("only icmp has types");
-    if (options_.syn && packet().tcp_flags) return fail("--syn is --flags SYN");
+        return fail("--flags, --mss: only tcp has flags and an MSS");
+    if (protocol != protocol_icmp && packet().icmp_type)
+        return fail("--icmp-type: only icmp has types");
+    if (options_.syn && packet().tcp_flags) return fail("--syn and --flags: give only one of them");
     if (options_.from_router && !options_.in.empty())
-        return fail("what the router itself sends comes in nowhere");
+        return fail(
+            "--in and --from-router: a packet from the router itself has no incoming interface");
 }
 
-// Text comes once a TCP connection stands.
+// A TCP packet with payload belongs to an established connection.
 void PacketMaker::deduce_state() {
     const bool data = packet().payload && packet().protocol == protocol_tcp;
     if (!data || !options_.state.empty() || options_.syn || packet().tcp_flags) return;
@@ -136,21 +138,21 @@ void PacketMaker::deduce_content() {
     }
 }
 
-void PacketMaker::deduce_way() {
+void PacketMaker::deduce_interfaces() {
     packet().in = options_.in;
     packet().out = options_.out;
     const auto known = [&](const std::string& interface) {
-        if (interface.empty()) fail("the settings name no interface of the WAN (wan_ifname)");
+        if (interface.empty()) fail("the settings name no WAN interface; set wan_ifname");
         return interface;
     };
     if (!options_.from_router && packet().in.empty()) {
-        if (!packet().source) return fail("--src or --in says where from");
-        packet().in = known(networks_.way_to(*packet().source));
-        assume("it comes in by " + packet().in + ", the way to " + quad_text(*packet().source) +
+        if (!packet().source) return fail("--src and --in are missing; give one of them");
+        packet().in = known(networks_.interface_to(*packet().source));
+        assume("it arrives on " + packet().in + ", the route to " + quad_text(*packet().source) +
                " (--in)");
     }
     if (packet().out.empty() && networks_.wan_if.empty())
-        known(networks_.way_to(*packet().destination));
+        known(networks_.interface_to(*packet().destination));
 }
 
 void PacketMaker::deduce_mac() {

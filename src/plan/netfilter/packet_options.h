@@ -1,4 +1,4 @@
-// A packet as options state it.
+// A packet made from command-line options.
 #ifndef RC_PLAN_NETFILTER_PACKET_OPTIONS_H
 #define RC_PLAN_NETFILTER_PACKET_OPTIONS_H
 
@@ -9,7 +9,7 @@
 #include "plan/netfilter/networks.h"
 #include "plan/netfilter/packet.h"
 
-// The options' texts; empty: not given.
+// The options' texts; empty if not given.
 struct PacketOptions {
     std::string in = {};
     std::string out = {};
@@ -34,7 +34,7 @@ struct PacketOptions {
 
 struct StatedPacket {
     Packet packet;
-    // What was deduced, each as a sentence with the option that would say otherwise.
+    // The assumptions, each as a sentence with the option that overrides it.
     std::vector<std::string> assumptions;
 };
 

@@ -1,4 +1,4 @@
-// Leads a packet through the tables in the kernel's order, rule by rule.
+// Walks a packet through the tables in the kernel's order, rule by rule.
 
 #include "plan/netfilter/packet_walk.h"
 
@@ -9,12 +9,12 @@
 
 namespace {
 
-// The kernel refuses chains that lead in a circle; rc's are three deep.
+// The kernel refuses loops of chains; rc's chains are three deep.
 constexpr int deepest_chain = 64;
 
 constexpr std::string_view hooks[] = {"PREROUTING", "INPUT", "FORWARD", "OUTPUT", "POSTROUTING"};
 
-// What comes of a rule or a chain. Return ends a user's chain, and a built-in one by its policy.
+// The result of a rule or a chain. Return ends a user's chain, and a built-in one with its policy.
 enum class Outcome { Continue, Accept, Drop, Return, Open };
 
 class Walker {
@@ -32,7 +32,7 @@ class Walker {
 
     Packet& packet() { return walk_.packet; }
     void walk_tables();
-    // Each is false when the packet goes no further.
+    // Each returns false if the packet goes no further.
     bool arrive();
     bool is_routed();
     bool filter(const char* chain);
@@ -43,7 +43,7 @@ class Walker {
 
     Outcome traverse(const Chain& chain, int depth);
     Outcome meet(const Decision& where, int depth);
-    // Unknown leaves the reason in the walk.
+    // Unknown stores the reason in the walk.
     Answer matches(const Decision& where);
     Outcome act(const Decision& where, int depth, std::string& effect);
     Outcome enter(const Decision& where, int depth);
@@ -61,7 +61,8 @@ class Walker {
 Walk Walker::walk() {
     for (const Netfilter::Refused& line : tables_.refused) {
         if (!line.unread) continue;
-        walk_.open = "a line of the scripts is not understood (" + line.reason + "): " + line.line;
+        walk_.unknown_reason =
+            "a script line is not understood (" + line.reason + "): " + line.line;
         return std::move(walk_);
     }
     walk_tables();
@@ -81,7 +82,7 @@ void Walker::walk_tables() {
         packet().out.clear();
         note("for the router itself");
         if (multicasts.holds(destination))
-            assume("the router listens to that group (otherwise: --out)");
+            assume("the router has joined that group (otherwise: --out)");
         if (pass("mangle", "INPUT")) filter("INPUT");
         return;
     }
@@ -94,13 +95,13 @@ bool Walker::arrive() {
     return pass("mangle", "PREROUTING") && translate("PREROUTING");
 }
 
-// The kernel routes nothing that claims to come from the router itself, from everybody or from a
-// group.
+// The kernel drops packets whose source is one of the router's own addresses, a broadcast or a
+// multicast address.
 bool Walker::is_routed() {
     const bool own = packet().source && networks_.is_own(*packet().source);
     if (!own || packet().in == "lo") return true;
     walk_.verdict = Verdict::Drop;
-    walk_.misrouted = quad_text(*packet().source) + " cannot come in by " + packet().in;
+    walk_.misrouted = quad_text(*packet().source) + " cannot arrive on " + packet().in;
     note(walk_.misrouted);
     return false;
 }
@@ -114,21 +115,22 @@ bool Walker::leave() {
 }
 
 void Walker::route() {
-    if (packet().out.empty()) packet().out = networks_.way_to(packet().destination.value_or(0));
+    if (packet().out.empty())
+        packet().out = networks_.interface_to(packet().destination.value_or(0));
 }
 
-// The table nat sees the first packet of a connection only; what it decides holds for the others.
+// Only the first packet of a connection traverses the table nat; its decision holds for the others.
 bool Walker::translate(const char* chain) {
     if (packet().state == ConnectionState::New) return pass("nat", chain);
     const Chain* rules = tables_.find("nat", chain);
     if (rules && !rules->rules.empty())
         assume(
-            "its addresses are those that the filter sees: only a connection's first packet"
-            " meets the table nat");
+            "its addresses are already translated: only a connection's first packet"
+            " traverses the table nat");
     return true;
 }
 
-// Leads through a built-in chain. The filter's word is the verdict, and a drop always is.
+// Walks a built-in chain. The filter table decides the verdict; a drop in any table is final.
 bool Walker::pass(const char* table, const char* name, bool decides) {
     const Chain* chain = tables_.find(table, name);
     if (!chain) return true;
@@ -181,7 +183,8 @@ Outcome Walker::meet(const Decision& where, int depth) {
                            .rule = where.rule});
     std::string effect;
     const Outcome outcome = answer == Answer::Unknown ? Outcome::Open : act(where, depth, effect);
-    walk_.steps[step].effect = answer == Answer::Unknown ? "open: " + walk_.open : effect;
+    walk_.steps[step].effect =
+        answer == Answer::Unknown ? "unknown: " + walk_.unknown_reason : effect;
     const bool decides = outcome == Outcome::Accept || outcome == Outcome::Drop;
     if (decides && !tables_.find(where.table, where.rule->target)) walk_.decision = where;
     return outcome;
@@ -193,33 +196,33 @@ bool holds_pattern(const Condition& condition) {
     });
 }
 
-// All conditions must hold; one that does not is enough. What was assumed counts only where nothing
-// else decided.
+// All conditions must hold, and one that fails decides. Assumptions are noted only if no condition
+// without an assumption decided.
 Answer Walker::matches(const Decision& where) {
     const RuleReading reading = read_rule(*where.rule);
     std::string missing = reading.unread;
     if (where.rule->pattern && missing.empty())
-        missing = "the shell would look for files of that pattern";
-    // The limit of a LOG rule is for the lines of the log: what is too much otherwise is logged.
-    Packet asked = packet();
-    const bool logged = asked.over_limit && where.rule->target == "LOG";
-    if (logged) asked.over_limit = false;
+        missing = "the shell would expand that pattern to file names";
+    // A LOG rule's limit is for the number of log lines, so over_limit does not apply to it.
+    Packet compared = packet();
+    const bool logged = compared.over_limit && where.rule->target == "LOG";
+    if (logged) compared.over_limit = false;
     bool fits = true;
     std::vector<std::string> remarks;
     for (const Condition& condition : reading.conditions) {
         if (where.rule->pattern && holds_pattern(condition)) continue;
-        const MatchAnswer answer = condition.ask(asked);
+        const MatchAnswer answer = condition.compare(compared);
         if (answer.answer == Answer::No && answer.remark.empty()) return Answer::No;
         if (answer.answer == Answer::No) fits = false;
         if (answer.answer == Answer::Unknown && missing.empty())
-            missing = "it asks for " + answer.remark;
+            missing = "it depends on " + answer.remark;
         else if (!answer.remark.empty() && answer.answer != Answer::Unknown && !logged)
             remarks.push_back(answer.remark);
     }
     for (const std::string& remark : remarks) assume(remark);
     if (!fits) return Answer::No;
     if (missing.empty()) return Answer::Yes;
-    walk_.open = where.text() + ": " + missing;
+    walk_.unknown_reason = where.text() + ": " + missing;
     return Answer::Unknown;
 }
 
@@ -251,10 +254,10 @@ Outcome Walker::act(const Decision& where, int depth, std::string& effect) {
     if (rule.target == "LOG") effect = "logged as \"" + option("--log-prefix") + "\"";
     if (rule.target == "MARK") effect = set_mark(where);
     if (rule.target == "TTL")
-        effect = option("--ttl-set").empty() ? "TTL more by " + option("--ttl-inc")
+        effect = option("--ttl-set").empty() ? "TTL increased by " + option("--ttl-inc")
                                              : "TTL " + option("--ttl-set");
     if (rule.target == "TCPMSS")
-        effect = option("--set-mss").empty() ? "MSS cut to what the way out carries"
+        effect = option("--set-mss").empty() ? "MSS limited to the path MTU"
                                              : "MSS " + option("--set-mss");
     return Outcome::Continue;
 }
@@ -262,7 +265,7 @@ Outcome Walker::act(const Decision& where, int depth, std::string& effect) {
 Outcome Walker::enter(const Decision& where, int depth) {
     const Chain& chain = *tables_.find(where.table, where.rule->target);
     if (depth >= deepest_chain) {
-        walk_.open = where.text() + ": the chains lead in a circle";
+        walk_.unknown_reason = where.text() + ": the chains form a loop";
         return Outcome::Open;
     }
     walk_.steps.push_back({.kind = WalkStep::Kind::Chain,
@@ -306,7 +309,7 @@ std::string Walker::set_mark(const Decision& where) {
 }  // namespace
 
 std::string Decision::text() const {
-    // Only the filter's own need no table.
+    // Chains of the filter table are named without the table.
     const bool shared = table != "filter" && std::ranges::count(hooks, chain) > 0;
     const std::string name = shared ? table + "'s " + chain : chain;
     if (number > 0) return "rule " + std::to_string(number) + " of " + name;
@@ -314,7 +317,7 @@ std::string Decision::text() const {
 }
 
 std::string Walk::verdict_text() const {
-    if (verdict == Verdict::Unknown) return "UNKNOWN: " + open;
+    if (verdict == Verdict::Unknown) return "UNKNOWN: " + unknown_reason;
     if (!misrouted.empty()) return "DROP by the kernel's routing: " + misrouted;
     std::string text = verdict == Verdict::Accept ? "ACCEPT" : "DROP";
     if (decision && decision->rule) text = decision->rule->target;

@@ -1,5 +1,5 @@
-// A packet's way through the packet filter: which chains it enters, which rules it meets, and which
-// one decides.
+// A packet's walk through the packet filter: the chains it enters, the rules it is compared with,
+// and the one that decides.
 #ifndef RC_PLAN_NETFILTER_PACKET_WALK_H
 #define RC_PLAN_NETFILTER_PACKET_WALK_H
 
@@ -15,13 +15,13 @@ struct WalkStep {
     enum class Kind { Chain, Rule, Policy, Note };
     Kind kind = Kind::Note;
     int depth = 0;
-    // The chain that is entered, or that the rule or policy belongs to.
+    // The chain that is entered, or the chain of the rule or policy.
     std::string table = {};
     std::string chain = {};
-    // Of a rule: its place in the chain, from 1.
+    // The rule's number in the chain, from 1.
     size_t number = 0;
     std::optional<Rule> rule = {};
-    // What comes of it; of a note, the note.
+    // The effect of the step; for a note, its text.
     std::string effect = {};
 };
 
@@ -33,28 +33,28 @@ struct Decision {
     std::string chain;
     size_t number = 0;
     std::optional<Rule> rule = {};
-    // The line of the transcript; a policy that nothing has set has none.
+    // The line of the transcript; nullopt for a policy that no line has set.
     std::optional<Origin> origin = {};
 
-    // "rule 3 of IN_FILTER", "FORWARD's policy"; chains of the same name are told apart.
+    // "rule 3 of IN_FILTER", "FORWARD's policy"; a name used in several tables gets its table's.
     std::string text() const;
 };
 
 struct Walk {
     std::vector<WalkStep> steps;
-    // What was taken for granted on the way, once each.
+    // Assumptions made during the walk, each once.
     std::vector<std::string> assumptions;
     Verdict verdict = Verdict::Unknown;
     std::optional<Decision> decision;
     // Why the verdict is unknown.
-    std::string open;
+    std::string unknown_reason;
     // Why the kernel drops the packet before the filter sees it.
     std::string misrouted;
-    // What changed the destination and the source, and what marked it.
+    // The rules that changed the destination and the source, and that marked the packet.
     std::optional<Decision> destination_nat;
     std::optional<Decision> source_nat;
     std::optional<Decision> marked;
-    // The packet as it goes on.
+    // The packet after the walk.
     Packet packet;
 
     // One line: "ACCEPT by rule 3 of IN_FILTER, to 192.168.1.5:80 (DNAT by rule 1 of VS)".

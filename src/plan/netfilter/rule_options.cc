@@ -1,4 +1,4 @@
-// The table of options, and what iptables takes behind each.
+// The table of options, and the arguments that iptables accepts for each.
 
 #include "plan/netfilter/rule_options.h"
 
@@ -16,8 +16,8 @@ Validity fine_or_refused(const std::optional<Value>& value) {
     return value ? Validity::Fine : Validity::Refused;
 }
 
-// A word that iptables or the router would look up in a list that is not known here: a host, a
-// service, a protocol. Other words can be no name.
+// Whether a word may be a name that iptables or the router looks up in a list that is not known
+// here: a host, a service, a protocol.
 bool may_be_name(std::string_view word) {
     return !word.empty() && isalnum(static_cast<unsigned char>(word[0])) &&
            std::ranges::all_of(word, [](char c) {
@@ -45,7 +45,7 @@ Validity check_protocol(OptionWords words) {
 Validity check_network(OptionWords words) {
     if (read_network(words[0])) return Validity::Fine;
     const std::string_view host = std::string_view(words[0]).substr(0, words[0].find('/'));
-    // Short forms of an address are completed; with four numbers nothing is left to complete.
+    // iptables completes short forms of an address, but not one with four numbers.
     const bool digits = host.find_first_not_of("0123456789.") == std::string_view::npos;
     if (digits && std::ranges::count(host, '.') >= 3) return Validity::Refused;
     return may_be_name(host) ? Validity::Unread : Validity::Refused;
@@ -62,7 +62,7 @@ Validity check_address_range(OptionWords words) {
 
 Validity check_ports(OptionWords words) {
     if (read_number_range(words[0])) return Validity::Fine;
-    // A service's name begins with a letter; what begins with a digit is a wrong number.
+    // A service's name begins with a letter; a word that begins with a digit is a wrong number.
     const bool digit = isdigit(static_cast<unsigned char>(words[0][0])) != 0;
     return may_be_name(words[0]) && !digit ? Validity::Unread : Validity::Refused;
 }
@@ -85,7 +85,7 @@ Validity check_states(OptionWords words) {
     if (list.empty()) return Validity::Refused;
     while (!list.empty()) {
         const std::string_view state = take_field(list, ',');
-        // Not kept track of: rc's rules have no table "raw".
+        // Not modelled: rc's rules do not use the table "raw".
         if (state == "UNTRACKED") return Validity::Unread;
         if (state != "NEW" && state != "ESTABLISHED" && state != "RELATED" && state != "INVALID")
             return Validity::Refused;
@@ -139,12 +139,12 @@ Validity check_log_prefix(OptionWords words) {
 }
 
 Validity check_rejection(OptionWords words) {
-    // "http-block", the block page, is the router's kernel's own.
+    // "http-block", the block page, is an extension of the router's kernel.
     if (words[0] == "http-block" || words[0] == "tcp-reset") return Validity::Fine;
     return words[0].starts_with("icmp-") ? Validity::Fine : Validity::Refused;
 }
 
-// Ranges of addresses and ports are taken too, and the kernel chooses among them.
+// iptables also accepts ranges of addresses and ports, from which the kernel chooses.
 Validity check_endpoint(OptionWords words) {
     if (read_endpoint(words[0])) return Validity::Fine;
     return contains(words[0], "-") ? Validity::Unread : Validity::Refused;
@@ -159,7 +159,7 @@ Validity check_ttl(OptionWords words) {
 }
 
 Validity check_mss(OptionWords words) {
-    // A packet holds the headers, too.
+    // The packet also contains the headers.
     return fine_or_refused(read_number(words[0], 0, 65535 - 40));
 }
 
@@ -254,7 +254,7 @@ constexpr RuleOption options[] = {
     {.names = {"--log-level"}, .owner = "LOG", .check = check_log_level},
     {.names = {"--log-prefix"}, .owner = "LOG", .check = check_log_prefix},
     {.names = {"--reject-with"}, .owner = "REJECT", .check = check_rejection},
-    // "--to" is short for one of these; which, the target decides.
+    // "--to" is short for one of these, depending on the target.
     {.names = {"--to"}, .owner = "NAT", .check = check_endpoint},
     {.names = {"--to-destination"}, .owner = "DNAT", .check = check_endpoint},
     {.names = {"--to-source"}, .owner = "SNAT", .check = check_endpoint},

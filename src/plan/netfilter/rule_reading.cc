@@ -1,4 +1,5 @@
-// Reads rules as iptables does: each option, what must be loaded for it, and what is missing.
+// Parses rules as iptables does: each option, the match or target that it needs, and what is
+// missing.
 
 #include "plan/netfilter/rule_reading.h"
 
@@ -17,7 +18,7 @@ class RuleReader {
     const Rule& rule_;
     OptionWords words_;
     RuleReading reading_;
-    // Of -p, unless inverted: what its number is.
+    // The protocol number given with -p, unless inverted.
     std::optional<unsigned> protocol_;
     std::vector<const RuleModule*> modules_;
     std::vector<std::string_view> seen_;
@@ -49,7 +50,7 @@ RuleReading RuleReader::read() {
     while (!words_.empty() && !is_done()) {
         const bool inverted = take_inversion();
         if (words_.empty())
-            refuse("nothing stands behind \"!\"");
+            refuse("nothing follows \"!\"");
         else
             read_option(inverted);
     }
@@ -60,26 +61,27 @@ RuleReading RuleReader::read() {
 void RuleReader::read_option(bool inverted) {
     const std::string name = take_word();
     const RuleOption* option = find_rule_option(name);
-    if (!name.starts_with('-')) return refuse("'" + name + "' belongs to no option");
+    if (!name.starts_with('-')) return refuse("'" + name + "' is not part of an option");
     if (!option) {
-        reading_.unread = "'" + name + "' is not known here";
+        reading_.unread = "'" + name + "' is an unknown option";
         return;
     }
-    if (!is_loaded(option->owner)) return refuse(name + " without what it belongs to");
-    // Of an option with words the "!" stands before them, too.
+    if (!is_loaded(option->owner))
+        return refuse(name + " without the match or target that it belongs to");
+    // The "!" may also come between an option and its words.
     if (option->invertible && option->words > 0 && take_inversion()) {
-        if (inverted) return refuse("'!' stands twice at " + name);
+        if (inverted) return refuse("'!' given twice for " + name);
         inverted = true;
     }
-    if (inverted && !option->invertible) return refuse("no '!' at " + name);
-    if (words_.size() < option->words) return refuse(name + " needs what stands behind it");
-    const OptionWords behind = words_.first(option->words);
+    if (inverted && !option->invertible) return refuse(name + " does not take '!'");
+    if (words_.size() < option->words) return refuse(name + " needs an argument");
+    const OptionWords arguments = words_.first(option->words);
     words_ = words_.subspan(option->words);
-    check(*option, name, behind);
-    if (!is_done()) use(*option, inverted, behind);
+    check(*option, name, arguments);
+    if (!is_done()) use(*option, inverted, arguments);
 }
 
-// What an option belongs to stands in front of it.
+// Whether the match or target that an option belongs to came before it.
 bool RuleReader::is_loaded(std::string_view owner) const {
     if (owner.empty()) return true;
     if (owner == "ports") return protocol_ == protocol_tcp || protocol_ == protocol_udp;
@@ -99,18 +101,18 @@ void RuleReader::check(const RuleOption& option, const std::string& name, Option
         case Validity::Fine:
             return;
         case Validity::Refused:
-            return refuse("'" + text + "' cannot be");
+            return refuse("'" + text + "' is invalid");
         case Validity::Unread:
-            reading_.unread = "'" + text + "' is not understood here";
+            reading_.unread = "'" + text + "' is not understood";
     }
 }
 
 void RuleReader::load(const std::string& name) {
     const RuleModule* module = find_rule_module(name);
-    // What -p loads by itself may be named, too.
+    // -m may name the match that -p loads implicitly.
     if (name == protocol_text(protocol_.value_or(0))) return;
     if (!module) {
-        reading_.unread = "'-m " + name + "' is not known here";
+        reading_.unread = "'-m " + name + "' is an unknown match";
         return;
     }
     modules_.push_back(module);
@@ -152,7 +154,7 @@ void RuleReader::check_completeness() {
 
 }  // namespace
 
-MatchAnswer Condition::ask(const Packet& packet) const {
+MatchAnswer Condition::compare(const Packet& packet) const {
     MatchAnswer answer = match(words, packet);
     if (inverted && answer.answer != Answer::Unknown)
         answer.answer = answer.answer == Answer::Yes ? Answer::No : Answer::Yes;

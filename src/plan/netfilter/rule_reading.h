@@ -1,4 +1,4 @@
-// A rule taken apart: its conditions, and whether iptables takes it at all.
+// A parsed rule: its conditions, and whether iptables accepts it.
 #ifndef RC_PLAN_NETFILTER_RULE_READING_H
 #define RC_PLAN_NETFILTER_RULE_READING_H
 
@@ -13,20 +13,21 @@ struct Condition {
     bool inverted = false;
     std::vector<std::string> words = {};
 
-    MatchAnswer ask(const Packet& packet) const;
+    MatchAnswer compare(const Packet& packet) const;
 };
 
 struct RuleReading {
     std::vector<Condition> conditions;
-    // Why iptables refuses the rule; empty when it does not.
+    // Why iptables refuses the rule; empty if it does not.
     std::string refused;
-    // What is not understood here; empty when all is. The conditions in front of it are.
+    // The part that is not understood here; empty if all is understood. The conditions before it
+    // are valid.
     std::string unread;
 };
 
 RuleReading read_rule(const Rule& rule);
 
-// The word behind an option of the rule's target, or nothing.
+// The argument of an option of the rule's target, or null.
 const std::string* target_option(const Rule& rule, std::string_view name);
 
 #endif

@@ -1,5 +1,5 @@
-// For builds that look for leaks: Graphviz keeps a few bytes of a layout. What it does not
-// allocate still counts.
+// For builds that check for leaks: Graphviz keeps a few bytes of a layout. Only leaks inside
+// Graphviz are suppressed.
 
 extern "C" const char* __lsan_default_suppressions();
 

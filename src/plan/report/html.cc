@@ -1,4 +1,4 @@
-// Escapes for an HTML page.
+// Escaping for an HTML page.
 
 #include "plan/report/html.h"
 

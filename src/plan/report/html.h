@@ -1,17 +1,18 @@
-// Texts for an HTML page. Whatever comes from a router is hostile: it passes through here.
+// Texts for an HTML page. Text from a router is untrusted: all of it passes through here.
 #ifndef RC_PLAN_REPORT_HTML_H
 #define RC_PLAN_REPORT_HTML_H
 
 #include <string>
 #include <string_view>
 
-// For content, and for attributes in double quotes. What is no printable ASCII comes as \xNN.
+// For content, and for attributes in double quotes. A byte that is not printable ASCII is written
+// as \xNN.
 std::string html_escaped(std::string_view text);
 
 // A router's bytes on one line: as in transcripts (escape_line), then escaped.
 std::string shown_line(std::string_view bytes);
 
-// A part of an id: letters, digits and '_' as they are, any other byte as "-" and two hexadecimal
+// A part of an id: letters, digits and '_' unchanged, any other byte as "-" and two hexadecimal
 // digits. Different names give different parts.
 std::string anchor(std::string_view name);
 

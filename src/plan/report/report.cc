@@ -1,4 +1,4 @@
-// The report's frame: head, style and script around its parts.
+// The report's page: head, style and script around its sections.
 
 #include "plan/report/report.h"
 
@@ -14,7 +14,7 @@
 
 namespace {
 
-// Nothing is loaded, and only the page's own script runs, whatever stands in a setting.
+// The page loads nothing and runs only its own script, whatever a setting contains.
 std::string policy() {
     return "default-src 'none'; base-uri 'none'; form-action 'none'; style-src " +
            policy_source(page_style_sha256) + "; script-src " + policy_source(page_script_sha256);
@@ -49,8 +49,8 @@ struct Part {
     void (*put)(std::string& out, const Report& report);
 };
 constexpr Part parts[] = {
-    {"timeline", "Time-line", put_timeline}, {"files", "Files", put_files},
-    {"firewall", "Firewall", put_firewall},  {"settings", "Settings", put_settings},
+    {"timeline", "Timeline", put_timeline}, {"files", "Files", put_files},
+    {"firewall", "Firewall", put_firewall}, {"settings", "Settings", put_settings},
     {"assumed", "Assumed", put_facts},
 };
 
@@ -63,7 +63,7 @@ std::string report_html(const Plan& plan, const Provenance& provenance) {
     for (const Part& part : parts) {
         const size_t before = body.size();
         part.put(body, report);
-        // Without anything to show there is no section.
+        // An empty section is left out.
         if (body.size() > before)
             links += fmt::format(R"(<li><a href="#{}">{}</a></li>)", part.id, part.title);
     }
@@ -82,10 +82,10 @@ std::string report_html(const Plan& plan, const Provenance& provenance) {
         "</nav>\n",
         command, totals_html(plan), links);
     out += "<main>\n" + body + "</main>\n";
-    out += "<footer><p>A plan tells what <code>rc</code> would do; nothing was done. ";
-    out += "Files hold bytes: <code>\\xNN</code> is one that is no printable ASCII, ";
-    out += "<code>\\t</code> a tab, <code>\\s</code> a blank at the end of a line. ";
-    out += fmt::format("<code>{}</code> stands for a secret.</p></footer>\n", mask);
+    out += "<footer><p>A plan shows what <code>rc</code> would do; nothing was executed. ";
+    out += "In texts, <code>\\xNN</code> is a byte that is not printable ASCII, ";
+    out += "<code>\\t</code> a tab, <code>\\s</code> a space at the end of a line. ";
+    out += fmt::format("<code>{}</code> replaces a secret.</p></footer>\n", mask);
     out += fmt::format("<script>{}</script>\n</body>\n</html>\n", page_script);
     return out;
 }

@@ -1,6 +1,6 @@
-// A plan as one HTML page that needs nothing else: for a colleague, a ticket, an archive. Reading
-// needs no scripts; they add the filter and the map's panel. Secrets are masked
-// (plan/trace/redaction.h).
+// A plan as one self-contained HTML page: for a colleague, a ticket, an archive. The page is
+// readable without scripts; they add the filter and the map's panel. Secrets are redacted
+// (redaction.h).
 #ifndef RC_PLAN_REPORT_REPORT_H
 #define RC_PLAN_REPORT_REPORT_H
 

@@ -1,4 +1,5 @@
-// The report's files: what the run leaves behind, line by line with the settings of each.
+// The report's files: each file that the run creates or changes, with the settings behind each
+// line.
 
 #include "plan/report/report_files.h"
 
@@ -10,7 +11,7 @@
 
 namespace {
 
-// The number of a line leads to where it was written.
+// A line's number links to the event that wrote it.
 std::string number_html(const FileLine& line, size_t number) {
     if (line.origins.empty()) return fmt::format(R"(<span class="number">{}</span>)", number);
     return fmt::format(R"(<a class="number" href="#{}" title="where it is written")"
@@ -18,7 +19,7 @@ std::string number_html(const FileLine& line, size_t number) {
                        line_id(line.origins.front()), number, number);
 }
 
-// Of a text image of settings, only what the run stores is its product.
+// Of a settings image, only the settings that the run stores are shown.
 bool is_shown(const FollowedFile& file, const FileLine& line) {
     return !file.image() || !line.origins.empty();
 }
@@ -30,8 +31,9 @@ std::string size_text(const Report& report, const FollowedFile& file) {
     const auto shown = static_cast<size_t>(std::ranges::count_if(
         file.lines, [&](const FileLine& line) { return is_shown(file, line); }));
     const std::string lines = counted(file.lines.size(), "line");
-    return shown == file.lines.size() ? lines
-                                      : fmt::format("{} of {}: what the run stores", shown, lines);
+    return shown == file.lines.size()
+               ? lines
+               : fmt::format("{} of {}: those stored by the run", shown, lines);
 }
 
 void put_lines(std::string& out, const Report& report, size_t index) {
@@ -41,7 +43,7 @@ void put_lines(std::string& out, const Report& report, size_t index) {
         const bool ended = i + 1 < file.lines.size() || file.ended;
         out += fmt::format(R"(<li class="line" id="{}">{} <code>{}</code>{}{}</li>)",
                            file_line_id(index, i), number_html(file.lines[i], i + 1),
-                           shown_line(report.masks.line(file, file.lines[i])),
+                           shown_line(report.redaction.line(file, file.lines[i])),
                            ended ? "" : R"( <span class="note">no newline at the end</span>)",
                            reasons_html(report, own_reasons(report, file.lines[i])));
     }
@@ -55,7 +57,7 @@ void put_bytes(std::string& out, const Report& report, const FollowedFile& file)
     bool secret = false;
     FileLine all;
     for (const FileLine& line : file.lines) {
-        secret = secret || report.masks.line(file, line) != line.text;
+        secret = secret || report.redaction.line(file, line) != line.text;
         all.origins.insert(all.origins.end(), line.origins.begin(), line.origins.end());
     }
     std::vector<std::string> lines = event_lines(event);
@@ -72,8 +74,9 @@ void put_bytes(std::string& out, const Report& report, const FollowedFile& file)
 
 void put_files(std::string& out, const Report& report) {
     if (report.files.empty()) return;
-    out += R"(<section id="files" class="group"><h2>Files</h2>)"
-           R"(<p class="note">What the run makes or changes, as it is at the end.</p>)";
+    out +=
+        R"(<section id="files" class="group"><h2>Files</h2>)"
+        R"(<p class="note">The files that the run creates or changes, in their final state.</p>)";
     for (size_t index = 0; index < report.files.size(); index++) {
         const FollowedFile& file = report.files[index];
         out += fmt::format(

@@ -1,5 +1,5 @@
 // The report's firewall: a map of each table, and the rules of each chain with the settings behind
-// them and the line that they come from.
+// them and the script line that adds them.
 
 #include "plan/report/report_firewall.h"
 
@@ -19,18 +19,18 @@ struct Table {
 };
 constexpr std::array<Table, 3> shown_tables = {{
     {"nat", "translates addresses, once for each connection"},
-    {"filter", "lets packets through or not"},
+    {"filter", "accepts or drops packets"},
     {"mangle", "marks and alters packets"},
 }};
 
-// A table that the run has done something to.
+// True if the run added rules to the table or changed a policy.
 bool is_used(const Netfilter& tables, std::string_view table) {
     return std::ranges::any_of(tables.chains, [&](const Chain& chain) {
         return chain.table == table && (!chain.rules.empty() || chain.policy != "ACCEPT");
     });
 }
 
-// Where a rule stands: in a file that is left, otherwise in the time-line.
+// A link to the line that adds a rule: in a produced file, otherwise in the timeline.
 std::string place_html(const Report& report, const Origin& origin) {
     const auto place = report.places.find(origin);
     if (place != report.places.end()) {
@@ -41,19 +41,19 @@ std::string place_html(const Report& report, const Origin& origin) {
     const Event& event = report.event(origin.event);
     const bool is_file = event.verb == "write" || event.verb == "append";
     const std::string name =
-        is_file ? report.masks.line({origin.event, 0}, event.text) : event.verb;
+        is_file ? report.redaction.line({origin.event, 0}, event.text) : event.verb;
     return fmt::format(R"(<a class="place" href="#{}">{}{}</a>)", line_id(origin), shown_line(name),
                        origin.line > 0 ? fmt::format(":{}", origin.line) : "");
 }
 
-// Rules are coloured by what becomes of a packet.
+// The colour of a rule depends on its verdict.
 const char* fate(const Rule& rule) {
     if (rule.target == "ACCEPT") return " accept";
     if (rule.target == "DROP" || rule.target == "REJECT") return " drop";
     return "";
 }
 
-// A rule's text, in which the chain that it jumps to is a link.
+// A rule's text; the chain that it jumps to is a link.
 std::string specification_html(const Report& report, const Chain& chain, const Rule& rule) {
     std::string text = text_html(report, rule.origin, rule.text());
     const std::string end = " " + html_escaped(rule.target);
@@ -87,7 +87,7 @@ std::string callers_html(const Report& report, const Chain& chain) {
             fmt::format(R"({}<a href="#{}">{}</a>{})", list.empty() ? "reached from " : "; ",
                         chain_id(caller.table, caller.name), html_escaped(caller.name), numbers);
     }
-    return list.empty() ? "no rule leads here" : list;
+    return list.empty() ? "unreferenced: no rule jumps here" : list;
 }
 
 void put_chain(std::string& out, const Report& report, const Chain& chain) {
@@ -138,8 +138,8 @@ void put_refused(std::string& out, const Report& report, bool unread) {
         R"(</summary><ul>{}</ul></details>)"
         "\n",
         counted(count, "line"),
-        unread ? "for iptables that this page cannot follow"
-               : "that iptables refuses, on tables that were empty before",
+        unread ? "with iptables commands that are not understood here"
+               : "that iptables rejects, starting from empty tables",
         items);
 }
 
@@ -155,7 +155,7 @@ bool has_firewall(const Report& report) {
 void put_firewall(std::string& out, const Report& report) {
     if (!has_firewall(report)) return;
     out += R"(<section id="firewall" class="group"><h2>Firewall</h2>)"
-           R"(<p class="note">The rules that the run leaves behind. A chain of a map leads to its)"
+           R"(<p class="note">The rules in place after the run. Each chain in a map links to its)"
            R"( rules; the number at an arrow is the rule that jumps.</p>)";
     for (const Table& table : shown_tables)
         if (is_used(report.tables, table.name)) put_table(out, report, table);

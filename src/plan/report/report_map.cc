@@ -1,5 +1,5 @@
-// Graphviz lays the chains out; the drawing is made here, so that its nodes are links and its
-// colours are the page's.
+// The map of a table's chains. Graphviz computes the layout; the drawing is made here, so that its
+// nodes are links and it uses the page's colours.
 
 #include "plan/report/report_map.h"
 
@@ -20,7 +20,7 @@ namespace {
 constexpr double pixels_per_inch = 72;
 constexpr double margin = 6;
 constexpr double node_height = 42;
-// Of the page's fixed-width letters.
+// Width of a character in the page's fixed-width font.
 constexpr double letter_width = 8;
 constexpr size_t shown_letters = 24;
 
@@ -37,7 +37,7 @@ struct Node {
 struct Edge {
     size_t from;
     size_t to;
-    // The rules of "from" that jump, from 1.
+    // The numbers of the jumping rules in "from", counted from 1.
     std::vector<size_t> rules;
     // A start, and three control points for each Bezier curve that follows.
     std::vector<Point> course;
@@ -46,7 +46,7 @@ struct Edge {
 struct Graph {
     std::vector<Node> nodes;
     std::vector<Edge> edges;
-    // All nodes are as wide as the widest needs, so that they stand in columns.
+    // All nodes have the width of the widest, so that they align in columns.
     double node_width = 0;
     double width = 0;
     double height = 0;
@@ -94,8 +94,8 @@ Graph graph_of(const Netfilter& tables, std::string_view table) {
     return graph;
 }
 
-// Nodes are called by their numbers, so no text of a router reaches Graphviz. What no rule leads to
-// hangs on a root that is not drawn, so that it stands in the first column, from above.
+// Nodes are named by number, so no text of a router reaches Graphviz. Unreferenced chains are
+// children of an invisible root, which puts them into the first column in order.
 std::string dot_text(const Graph& graph) {
     std::string text = fmt::format(
         "digraph {{ rankdir=LR; ordering=out; ranksep=0.9; nodesep=0.14;\n"
@@ -111,9 +111,9 @@ std::string dot_text(const Graph& graph) {
     return text + "}\n";
 }
 
-// Graphviz' own text form of a layout ("plain"); empty when there is none.
+// Graphviz' own text form of a layout ("plain"); empty on failure.
 std::string plain_layout(const std::string& dot) {
-    // For the whole process: it finds Graphviz' plug-ins, and does not give back all it takes.
+    // One for the whole process, because creating it loads Graphviz' plug-ins and leaks memory.
     static GVC_t* const context = gvContext();
     if (!context) return "";
     const std::unique_ptr<graph_t, int (*)(graph_t*)> graph(agmemread(dot.c_str()), agclose);
@@ -135,7 +135,7 @@ Point read_point(std::istream& in, const Graph& graph) {
     return {.x = point.x * pixels_per_inch, .y = graph.height - point.y * pixels_per_inch};
 }
 
-// The number of a node; none for the root.
+// The number of a node; nullopt for the root.
 std::optional<size_t> read_node(std::istream& in, const Graph& graph) {
     std::string name;
     in >> name;
@@ -188,7 +188,7 @@ std::string numbers_text(const std::vector<size_t>& numbers) {
     return text;
 }
 
-// "4" or "4+2": the first rule, and how many more.
+// "4" or "4+2": the first rule, and the number of further ones.
 std::string short_numbers(const std::vector<size_t>& numbers) {
     std::string text = std::to_string(numbers.front());
     if (numbers.size() > 1) text += fmt::format("+{}", numbers.size() - 1);
@@ -241,7 +241,7 @@ std::string chain_id(std::string_view table, std::string_view name) {
 std::string chain_map(const Netfilter& tables, std::string_view table) {
     Graph graph = graph_of(tables, table);
     if (graph.nodes.empty() || !read_layout(plain_layout(dot_text(graph)), graph)) return "";
-    // The root's place is left out.
+    // The root's column is cut off.
     double left = graph.width;
     for (const Node& node : graph.nodes)
         left = std::min(left, node.centre.x - graph.node_width / 2);

@@ -7,11 +7,11 @@
 
 #include "plan/netfilter/netfilter.h"
 
-// The id of the place that tells a chain's rules.
+// The id of the section with a chain's rules.
 std::string chain_id(std::string_view table, std::string_view name);
 
 // SVG for an HTML page: chains as nodes that link to chain_id, jumps as arrows, each with the
-// numbers of its rules. Empty when Graphviz cannot lay it out.
+// numbers of its rules. Empty if Graphviz cannot lay it out.
 std::string chain_map(const Netfilter& tables, std::string_view table);
 
 #endif

@@ -1,10 +1,10 @@
 'use strict';
-// The page reads without this. It adds: links that unfold their target, one chain of a map at a
-// time, and the filter.
+// The page is readable without this script, which adds links that unfold their target, one chain of
+// a map at a time, and the filter.
 (() => {
     const all = (selector, within = document) => [...within.querySelectorAll(selector)];
 
-    // One chain's rules at a time stand beside the map.
+    // Shows one chain's rules beside the map.
     function choose(chain) {
         for (const other of chain.parentElement.children) other.classList.toggle('chosen', other === chain);
         for (const node of all('.node', chain.closest('.sides'))) {
@@ -27,8 +27,8 @@
         }
     }
 
-    // The filter. A group is an entry with what belongs to it, a file, a chain, a section; its head is
-    // a line too. Lines and groups know the group around them.
+    // The filter. A group is an event with its body and nested run, a file, a chain or a section; its
+    // head is a line too. Each line and group is a child of the enclosing group.
     const root = { children: [], element: document.querySelector('main') };
     const groups = new Map([[root.element, root]]);
     for (const element of all('.line, .group, .head', root.element)) {
@@ -40,13 +40,13 @@
         else outer.children.push(entry);
     }
 
-    // What a line says and what it comes from, without the words on its buttons.
+    // A line's text and reasons, without the labels of its buttons.
     function words(line) {
         const parts = all('code, .verb, .why li, .reasons, .place, .policy, .help, .note, p', line);
         return parts.map((part) => part.textContent).join('\n').toLowerCase();
     }
 
-    // Shows what matches. Returns how many lines do.
+    // Shows the matching lines. Returns their number.
     function sift(entry, wanted) {
         if (entry.words !== undefined) {
             const matches = entry.words.includes(wanted);
@@ -61,7 +61,7 @@
         return inside + (head ? 1 : 0);
     }
 
-    // The folds that a match stands in, as they were before.
+    // The folds opened for matches, with their earlier state.
     const folds = new Map();
     function unfold(group) {
         const between = all('details', group).filter((fold) => fold.parentElement === group);

@@ -1,4 +1,4 @@
-// What the parts of a report's page share.
+// Functions shared by the sections of a report's page.
 
 #include "plan/report/report_parts.h"
 
@@ -23,7 +23,7 @@ bool holds(const std::vector<Influence>& list, const Influence& influence) {
 Report::Report(const Plan& shown, const Provenance& traced)
     : plan(shown),
       provenance(traced),
-      masks(shown, traced),
+      redaction(shown, traced),
       tables(netfilter_of(shown.after.transcript, shown.before)),
       files(produced_lines(shown)) {
     for (size_t file = 0; file < files.size(); file++)
@@ -80,7 +80,7 @@ std::string reason_html(const Report& report, const Influence& influence) {
         return fmt::format(R"({}<a href="#{}">{}</a>)", condition, id,
                            html_escaped(statement(influence.input, influence.answer)));
     const std::string value =
-        influence.answer ? "=<code>" + shown_line(report.masks.answer(influence)) + "</code>"
+        influence.answer ? "=<code>" + shown_line(report.redaction.answer(influence)) + "</code>"
                          : " is not set";
     return fmt::format(R"({}<a href="#{}"><code>{}</code></a>{})", condition, id,
                        shown_line(influence.input.name), value);
@@ -102,7 +102,7 @@ std::string reasons_html(const Report& report, const std::vector<Influence>& rea
 }
 
 std::string text_html(const Report& report, const Origin& origin, const std::string& text) {
-    return shown_line(report.masks.line(origin, text));
+    return shown_line(report.redaction.line(origin, text));
 }
 
 bool is_binary(const Event& event) {

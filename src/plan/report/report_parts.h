@@ -1,4 +1,5 @@
-// What the sections of a report's page share: ids, links, and the lines behind a setting.
+// The sections of a report's page, and what they share: ids, links, and the lines that depend on a
+// setting.
 #ifndef RC_PLAN_REPORT_REPORT_PARTS_H
 #define RC_PLAN_REPORT_REPORT_PARTS_H
 
@@ -24,10 +25,10 @@ struct Report {
 
     const Plan& plan;
     const Provenance& provenance;
-    Masks masks;
+    Redaction redaction;
     Netfilter tables;
     std::vector<FollowedFile> files;
-    // Where a line of the transcript stands in the files: which file, and which line of it from 0.
+    // The place of a transcript's line in the produced files: index of the file, index of the line.
     std::map<Origin, std::pair<size_t, size_t>> places;
     // Settings first, each kind by name.
     std::map<Input, Subject> subjects;
@@ -35,28 +36,28 @@ struct Report {
     const Event& event(size_t index) const { return plan.after.transcript.events()[index]; }
 };
 
-// Ids, safe to stand in attributes.
+// Ids, safe in attributes.
 std::string line_id(const Origin& origin);
 std::string file_id(size_t file);
 std::string file_line_id(size_t file, size_t line);
 std::string subject_id(const Input& input);
 
-// What a line comes from. What decides whether an event happens at all is told at the event, not
-// again at the lines of its body.
+// The influences on a line. Those that decide whether the event happens at all belong to the event
+// and are not repeated for the lines of its body.
 std::vector<Influence> own_reasons(const Report& report, const Origin& origin);
 std::vector<Influence> own_reasons(const Report& report, const FileLine& line);
 
-// One reason for people, with a link to its row: "if fw_nat=1".
+// One reason as text with a link to its row: "if fw_nat=1".
 std::string reason_html(const Report& report, const Influence& influence);
-// A button that opens the list of reasons; nothing without any.
+// A button that opens the list of reasons; empty without reasons.
 std::string why_html(const Report& report, const std::vector<Influence>& reasons);
-// The reasons one behind the other; nothing without any.
+// The reasons in one line; empty without reasons.
 std::string reasons_html(const Report& report, const std::vector<Influence>& reasons);
 
-// Masked, and as a line of HTML.
+// The text redacted, as a line of HTML.
 std::string text_html(const Report& report, const Origin& origin, const std::string& text);
 
-// Whether an event's body is shown in hexadecimal, so that its lines have no places of their own.
+// Whether an event's body is shown in hexadecimal, so that its lines have no ids.
 bool is_binary(const Event& event);
 
 // "1 line", "2 lines".

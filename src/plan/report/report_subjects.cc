@@ -9,16 +9,16 @@
 
 namespace {
 
-// More groups of lines are folded at first.
+// A longer list of groups starts folded.
 constexpr size_t open_groups = 3;
-// Longer names of events are shown by their beginning.
+// Longer event names are truncated.
 constexpr size_t shown_name = 60;
 
 bool is_setting(const Subject& subject) {
     return subject.influence.input.kind == Input::Kind::Setting;
 }
 
-// An event, and those of its lines that depend on something.
+// An event and its lines that depend on the subject.
 struct Group {
     size_t event = 0;
     std::vector<size_t> lines;
@@ -29,7 +29,7 @@ std::vector<Group> groups_of(const Report& report, const std::vector<Origin>& li
     for (const Origin& line : lines) {
         if (groups.empty() || groups.back().event != line.event)
             groups.push_back({.event = line.event, .lines = {}});
-        // Bytes have no lines of their own.
+        // Binary content has no lines.
         if (line.line > 0 && !is_binary(report.event(line.event)))
             groups.back().lines.push_back(line.line);
     }
@@ -37,12 +37,12 @@ std::vector<Group> groups_of(const Report& report, const std::vector<Origin>& li
 }
 
 std::string name_html(const Report& report, const Origin& origin, const std::string& text) {
-    std::string name = escape_line(report.masks.line(origin, text));
+    std::string name = escape_line(report.redaction.line(origin, text));
     if (name.size() > shown_name) name.replace(shown_name, std::string::npos, "...");
     return html_escaped(name);
 }
 
-// "write /tmp/rules lines 3 4 7"; each line of output by itself.
+// "write /tmp/rules lines 3 4 7"; printed lines get an item each.
 std::string group_html(const Report& report, const Group& group) {
     const Event& event = report.event(group.event);
     std::string out;
@@ -75,10 +75,10 @@ std::string uses_html(const Report& report, const Subject& subject) {
 std::string setting_value_html(const Report& report, const Influence& setting) {
     if (!setting.answer) return R"(<span class="note">not set</span>)";
     if (setting.answer->empty()) return R"(<span class="note">empty</span>)";
-    return "<code>" + shown_line(report.masks.answer(setting)) + "</code>";
+    return "<code>" + shown_line(report.redaction.answer(setting)) + "</code>";
 }
 
-// What the table of all settings says of it, and what an empty or missing value means.
+// The setting's help from the table of settings, and the meaning of an empty or missing value.
 std::string help_html(const Influence& setting) {
     const nvram::KnownSetting* known = nvram::find_known(setting.input.name);
     if (!known) return "";
@@ -108,9 +108,9 @@ void put_settings(std::string& out, const Report& report) {
     }
     if (rows.empty()) return;
     out += R"(<section id="settings" class="group"><h2>Settings</h2>)"
-           R"(<p class="note">Those that any line depends on. Passwords and keys are masked.</p>)"
+           R"(<p class="note">Settings that a line depends on. Passwords and keys are masked.</p>)"
            R"(<table><thead><tr><th scope="col">setting</th><th scope="col">value</th>)"
-           R"(<th scope="col">what it is</th><th scope="col">lines that depend on it</th></tr>)"
+           R"(<th scope="col">description</th><th scope="col">lines that depend on it</th></tr>)"
            R"(</thead><tbody>)";
     out += rows + "</tbody></table></section>\n";
 }
@@ -126,7 +126,7 @@ void put_facts(std::string& out, const Report& report) {
                         uses_html(report, subject));
     }
     if (items.empty()) return;
-    out += R"(<section id="assumed" class="group"><h2>Assumed of the router</h2>)"
-           R"(<p class="note">State it otherwise with <code>--world</code>.</p><ul class="facts">)";
+    out += R"(<section id="assumed" class="group"><h2>Assumed about the router</h2>)"
+           R"(<p class="note">Override with <code>--world</code>.</p><ul class="facts">)";
     out += items + "</ul></section>\n";
 }

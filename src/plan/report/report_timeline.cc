@@ -1,4 +1,4 @@
-// The report's time-line: every entry of the transcript, bodies of files and nested runs to unfold.
+// The report's timeline: every event of the transcript, with file bodies and nested runs to unfold.
 
 #include "plan/report/report_timeline.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Longer bodies are folded at first.
+// Longer bodies start folded.
 constexpr size_t open_lines = 8;
 
 class Writer {
@@ -39,12 +39,12 @@ class Writer {
 };
 
 void Writer::whole() {
-    out_ += R"(<section id="timeline" class="group"><h2>Time-line</h2><ol class="events">)";
+    out_ += R"(<section id="timeline" class="group"><h2>Timeline</h2><ol class="events">)";
     while (at_ < events().size()) run(events()[at_].depth);
     out_ += "</ol></section>\n";
 }
 
-// The entries of a run, from here to its end.
+// The events of a run, from here to its end.
 void Writer::run(int depth) {
     while (at_ < events().size() && events()[at_].depth >= depth) {
         const size_t index = at_++;
@@ -56,11 +56,11 @@ void Writer::run(int depth) {
 }
 
 void Writer::event(size_t index) {
-    const Event& told = events()[index];
+    const Event& event = events()[index];
     out_ += R"(<li class="event group">)";
-    line({index, 0}, told.verb, told.text);
-    if (told.has_body) body(index);
-    if (at_ < events().size() && events()[at_].depth > told.depth) nested(index);
+    line({index, 0}, event.verb, event.text);
+    if (event.has_body) body(index);
+    if (at_ < events().size() && events()[at_].depth > event.depth) nested(index);
     out_ += "</li>\n";
 }
 
@@ -69,15 +69,15 @@ void Writer::nested(size_t index) {
     size_t end = at_;
     while (end < events().size() && events()[end].depth >= depth) end++;
     const Event& last = events()[end - 1];
-    out_ += fmt::format(
-        R"(<details class="nested"><summary>the run that it starts: {}, exit {}</summary>)",
-        counted(end - at_, "step"), last.verb == "exit" ? html_escaped(last.text) : "unknown");
+    out_ += fmt::format(R"(<details class="nested"><summary>nested run: {}, exit {}</summary>)",
+                        counted(end - at_, "step"),
+                        last.verb == "exit" ? html_escaped(last.text) : "unknown");
     out_ += R"(<ol class="events">)";
     run(depth);
     out_ += "</ol></details>";
 }
 
-// The time is seen where it is another than above.
+// The time is shown if it differs from the line above.
 void Writer::line(const Origin& origin, std::string_view verb, const std::string& text) {
     const long long now = elapsed_[origin.event];
     out_ +=
@@ -89,7 +89,7 @@ void Writer::line(const Origin& origin, std::string_view verb, const std::string
     shown_ = now;
 }
 
-// Output has no line of its own; each line of it stands like an entry.
+// A print has no heading line; each line of its output is shown as an event.
 void Writer::printed(size_t index) {
     const std::string& output = events()[index].body;
     const auto lines = body_lines(output);
@@ -102,8 +102,8 @@ void Writer::printed(size_t index) {
 }
 
 void Writer::body(size_t index) {
-    const Event& told = events()[index];
-    const auto lines = body_lines(told.body);
+    const Event& event = events()[index];
+    const auto lines = body_lines(event.body);
     if (lines.empty()) {
         out_ += R"(<p class="note">an empty file</p>)";
         return;
@@ -111,8 +111,8 @@ void Writer::body(size_t index) {
     out_ += fmt::format(
         R"(<details class="body"{}><summary>{}</summary><ol class="content">)",
         lines.size() <= open_lines ? " open" : "",
-        is_binary(told) ? counted(told.body.size(), "byte") : counted(lines.size(), "line"));
-    if (is_binary(told))
+        is_binary(event) ? counted(event.body.size(), "byte") : counted(lines.size(), "line"));
+    if (is_binary(event))
         hex_body(index);
     else
         text_body(index, lines);
@@ -131,17 +131,18 @@ void Writer::text_body(size_t index, const std::vector<std::string_view>& lines)
     }
 }
 
-// A binary body's reasons stand at its first line, since bytes have no lines.
+// A binary body's reasons are shown at its first line, because bytes have no lines.
 void Writer::hex_body(size_t index) {
-    const Event& told = events()[index];
+    const Event& event = events()[index];
     std::vector<Influence> reasons;
     FileLine all;
-    for (size_t i = 0; i < body_lines(told.body).size(); i++) all.origins.push_back({index, i + 1});
+    for (size_t i = 0; i < body_lines(event.body).size(); i++)
+        all.origins.push_back({index, i + 1});
     reasons = own_reasons(report_, all);
 
-    std::vector<std::string> lines = event_lines(told);
+    std::vector<std::string> lines = event_lines(event);
     lines.erase(lines.begin());
-    if (report_.masks.in_body(index)) lines = {std::string(mask)};
+    if (report_.redaction.in_body(index)) lines = {std::string(mask)};
     for (size_t i = 0; i < lines.size(); i++) {
         const size_t start = lines[i].find_first_not_of(" x");
         out_ += fmt::format(R"(<li class="line"><code>{}</code>{}</li>)",

@@ -1,4 +1,4 @@
-// Every way in which rc is called, from the tables of rc itself.
+// All actions of rc, from rc's own tables.
 
 #include "plan/router/actions.h"
 

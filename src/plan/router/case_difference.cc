@@ -69,10 +69,10 @@ std::string EditedLines::find(const std::string& line, const std::string& where)
         next_++;
         return "";
     }
-    const auto times = static_cast<int>(std::ranges::count(lines_, line));
+    const std::ptrdiff_t times = std::ranges::count(lines_, line);
     if (times == 0) return format("'%s' is not in %s", line.c_str(), where.c_str());
     if (times > 1)
-        return format("'%s' occurs %d times in %s; name the lines before it first", line.c_str(),
+        return format("'%s' occurs %td times in %s; name the lines before it first", line.c_str(),
                       times, where.c_str());
     const auto index = static_cast<size_t>(std::ranges::find(lines_, line) - lines_.begin());
     if (index < next_)

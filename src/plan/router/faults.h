@@ -6,8 +6,8 @@
 
 #include <array>
 
-// What a machine can refuse. A read or write is that of an open file's block, not of a line; a
-// refused shell line was not started; a refused write is a full disk's.
+// Calls that can fail. A read or write is that of an open file's block, not of a line; a failed
+// shell line was not started; a failed write means a full disk.
 enum class Fallible {
     OpenToRead,
     OpenToWrite,
@@ -27,14 +27,14 @@ enum class Fallible {
 inline constexpr size_t fallible_kinds = 14;
 
 struct Faults {
-    // How often each kind was called so far.
+    // The number of calls of each kind so far.
     std::array<int, fallible_kinds> calls = {};
-    // The fault: the first call that fails, counted from 1, and whether it is the only one. 0: none
-    // fails.
+    // The fault: the first call that fails, counted from 1, and whether it is the only one. 0: no
+    // call fails.
     Fallible kind = Fallible::OpenToRead;
     int at = 0;
     bool once = true;
-    // How many calls have failed.
+    // The number of calls that have failed.
     int failed = 0;
 };
 

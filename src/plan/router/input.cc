@@ -1,4 +1,4 @@
-// Questions that rc asks, their answers, and answers that are near.
+// Inputs of rc, their answers, and similar answers.
 
 #include "plan/router/input.h"
 
@@ -14,9 +14,9 @@
 
 namespace {
 
-// More tokens of one value are changed all at once only.
+// If a value has more tokens, they are changed only all at once.
 constexpr size_t most_tokens = 64;
-// Longer answers are shown by their beginning.
+// Longer answers are truncated.
 constexpr size_t shown_answer = 60;
 
 bool is_digit(char c) {
@@ -27,8 +27,8 @@ bool is_letter(char c) {
     return isalpha(static_cast<unsigned char>(c)) != 0;
 }
 
-// A number one less, so that octets, ports and minutes stay in their ranges; a word with another
-// last letter. As long as before wherever that can be had.
+// A number minus one, so that octets, ports and minutes stay in range; a word with another last
+// letter. The length stays the same where possible.
 std::string neighbour_of(const std::string& token) {
     if (!is_digit(token[0])) {
         std::string other = token;
@@ -43,7 +43,7 @@ std::string neighbour_of(const std::string& token) {
     return other;
 }
 
-// The settings in force: the working copy; before there is one, flash's or the factory's.
+// A setting in force: from the working copy, or if there is none from flash or the factory image.
 std::optional<std::string> setting_of(const World& world, const std::string& key) {
     for (const char* path : {working_copy, flash_image, factory_image}) {
         const std::string* image = world.get(path);

@@ -1,4 +1,4 @@
-// What rc learns from its environment during a run: settings, and facts of the router.
+// The inputs of a run of rc: settings, and facts of the router.
 #ifndef RC_PLAN_ROUTER_INPUT_H
 #define RC_PLAN_ROUTER_INPUT_H
 
@@ -11,12 +11,12 @@
 struct Input {
     enum class Kind {
         Setting,
-        Flash,  // whether there are settings in flash
+        Flash,  // whether flash holds settings
         Address,
         Mac,
         Mtu,
-        Output,  // what a program prints
-        File,    // whether it is there, and what it holds
+        Output,  // a program's output
+        File,    // whether a file exists, and its content
         Host,
         Clock,
         Uptime,
@@ -30,25 +30,25 @@ struct Input {
     friend auto operator<=>(const Input&, const Input&) = default;
 };
 
-// "setting", "address", ...: one word, for programs.
+// "setting", "address", ...: one word, for JSON.
 const char* kind_name(Input::Kind kind);
 
-// The answer that a world holds; nothing when there is no such thing. Addresses and the clock as
-// people write them, the uptime in seconds.
+// The answer that a world gives; nullopt if the input does not exist there. Addresses are in
+// dotted-quad form, the clock is YYYY-MM-DD HH:MM:SS, the uptime is in seconds.
 std::optional<std::string> value_of_input(const World& world, const Input& input);
 
-// The input and its answer for people: "lan_if=br0", "br0 has the address 192.168.1.1",
+// The input and its answer as text: "lan_if=br0", "br0 has the address 192.168.1.1",
 // "there is no file /tmp/ras_ip".
 std::string statement(const Input& input, const std::optional<std::string>& answer);
 
-// Gives a setting another value, or removes it, wherever the world keeps settings.
+// Changes or removes a setting in every image of the world.
 void change_setting(World& world, const std::string& key, const std::optional<std::string>& value);
 
-// Where the numbers and words of a value stand: offset and size.
+// The numbers and words of a value: offset and size of each.
 std::vector<std::pair<size_t, size_t>> tokens_of(const std::string& value);
 
-// Other values for a text: each number and each word of it changed to its neighbour, one at a time
-// and all at once.
+// Similar values: each number and each word changed to its neighbour, one at a time and all at
+// once.
 std::vector<std::string> neighbours(const std::string& value);
 
 #endif

@@ -26,9 +26,9 @@ Sequence slice(const Sequence& whole, size_t from, size_t to) {
             whole.begin() + static_cast<ptrdiff_t>(to)};
 }
 
-// The library reserves some fifty megabytes for any two sequences, and most that are compared
-// differ in one place or none. So what both begin and end with is left out, and it is not asked
-// where nothing else is in common.
+// The library reserves some fifty megabytes for any two sequences, and most compared sequences
+// differ in at most one place. So the common beginning and end are left out, and the library is not
+// called if nothing else is in common.
 std::vector<LineChange> compare_numbers(const Sequence& lines, const Sequence& others) {
     const size_t shorter = std::min(lines.size(), others.size());
     size_t head = 0;
@@ -90,7 +90,7 @@ std::vector<TranscriptLine> lines_of(const Transcript& transcript) {
     const auto& events = transcript.events();
     for (size_t i = 0; i < events.size(); i++) {
         const std::string kind = std::to_string(events[i].depth) + ' ' + events[i].verb;
-        // A print has no line of its own.
+        // A print has no heading line.
         if (events[i].verb != "print")
             lines.push_back(
                 {.origin = {.event = i, .line = 0}, .kind = kind, .text = events[i].text});

@@ -1,4 +1,4 @@
-// A transcript as lines, and how two sequences of lines differ.
+// A transcript as lines, and differences between two sequences of lines.
 #ifndef RC_PLAN_ROUTER_LINES_H
 #define RC_PLAN_ROUTER_LINES_H
 
@@ -9,7 +9,7 @@
 
 #include "plan/router/transcript.h"
 
-// Where a line of a transcript stands: line 0 is an event's own text, 1 and more are the lines of
+// The place of a line in a transcript: line 0 is an event's own text, 1 and more are the lines of
 // its body.
 struct Origin {
     size_t event = 0;
@@ -21,8 +21,7 @@ struct Origin {
 
 struct TranscriptLine {
     Origin origin;
-    // What a line must have in common with another to be its counterpart: depth and verb, and for a
-    // line of a body its file too.
+    // Counterparts have the same kind: depth and verb, and for a line of a body its file too.
     std::string kind;
     std::string text;
 };
@@ -32,8 +31,8 @@ std::vector<std::string_view> body_lines(std::string_view body);
 
 std::vector<TranscriptLine> lines_of(const Transcript& transcript);
 
-// A place where two sequences differ: these lines of the first stand for those of the second.
-// Either may be none.
+// A place where two sequences differ: lines of the first and the lines of the second in their
+// place. Either range may be empty.
 struct LineChange {
     size_t from = 0;
     size_t to = 0;

@@ -12,12 +12,12 @@ struct Plan {
     // rc's whole argument list.
     std::vector<std::string> words;
     World before;
-    // The router afterwards, the transcript, and what rc asked on the way.
+    // The router afterwards, the transcript, and the inputs that rc read.
     Recording after;
     int status = 0;
 };
 
-// A world of its own: worlds share the contents of files, and a run changes them in place.
+// A deep copy: copied worlds share the contents of files, and a run changes them in place.
 World copy_of(const World& world);
 
 // The router with these settings: in the working copy, and as its factory settings. "rc init" finds
@@ -28,7 +28,7 @@ World router_with(const World& world, const Settings& settings,
 // Plays rc with these words (argv[0] first) over a copy of this router.
 Plan make_plan(const World& router, const std::vector<std::string>& words);
 
-// The files that the run made or changed, by path; /proc and /dev are not files of the router's.
+// The files that the run created or changed, by path, without /proc and /dev.
 std::vector<std::string> produced_files(const Plan& plan);
 
 #endif

@@ -43,7 +43,7 @@ ssize_t read_stream(void* cookie, char* buffer, size_t size) {
 }
 
 ssize_t write_stream(void* cookie, const char* buffer, size_t size) {
-    // As fopencookie(3) wants it: 0, not -1.
+    // fopencookie(3) expects 0 on error, not -1.
     if (call_fails(Fallible::Write, ENOSPC)) return 0;
     auto* stream = static_cast<Stream*>(cookie);
     std::string& content = *stream->content;
@@ -82,11 +82,11 @@ int close_stream(void* cookie) {
 }
 
 void ask(Input::Kind kind, std::string_view name = "") {
-    recording().asked.insert({.kind = kind, .name = std::string(name)});
+    recording().inputs.insert({.kind = kind, .name = std::string(name)});
 }
 
 void ask_file(const char* path) {
-    // Settings are asked for one by one.
+    // Settings are recorded one by one, when they are read.
     if (strcmp(path, working_copy) == 0) return;
     const World& world = recording().world;
     const bool clock = strcmp(path, "/proc/uptime") == 0 && !world.get(path);
@@ -104,7 +104,7 @@ std::string uptime_text(long long microseconds) {
     return format("%lld.%02lld %lld.%02lld\n", seconds, hundredths, seconds, hundredths);
 }
 
-// What opening finds there, or null with errno.
+// The content that opening finds, or null with errno set.
 std::shared_ptr<std::string> find_content(World& world, const std::string& path, bool make) {
     const auto found = world.files.find(path);
     if (found != world.files.end()) return found->second;
@@ -122,8 +122,8 @@ void pass(World& world, long long microseconds) {
     world.clock_microseconds += microseconds;
 }
 
-// The C library's local time is that of the process; for one call it is the router's. A router
-// without TZ has no zone file either, so it is in UTC.
+// Sets the C library's local time to the router's for one call. A router without TZ has no zone
+// file either, so its time is UTC.
 class TimeZoneOfWorld {
   public:
     TimeZoneOfWorld() {
@@ -200,7 +200,7 @@ int play(Recording& played, const std::vector<std::string>& words) {
     argv.reserve(arguments.size() + 1);
     for (std::string& word : arguments) argv.push_back(word.data());
     argv.push_back(nullptr);
-    // The kernel hands on the low eight bits.
+    // The kernel passes on only the low eight bits.
     const int status = rc_main(static_cast<int>(words.size()), argv.data()) & 0xff;
     played.transcript.add("exit", std::to_string(status));
     return status;

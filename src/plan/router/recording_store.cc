@@ -12,10 +12,10 @@
 
 namespace {
 
-// What nvram_zel_get and __nvram_get_fun hand out lives here until the next call.
-std::string handed_out;
+// The text returned by nvram_zel_get and __nvram_get_fun; it lives until the next call.
+std::string lent;
 
-// What an image holds. The last one that was asked for is kept: rc asks for many settings of one.
+// The settings of an image. The last image is cached, because rc reads many settings of one.
 const Settings& settings_of(const std::string& image) {
     static std::string known_image;
     static Settings known;
@@ -28,8 +28,8 @@ const Settings& settings_of(const std::string& image) {
 
 void note_asked(const char* key) {
     Recording& played = recording();
-    played.asked.insert({.kind = Input::Kind::Setting, .name = key});
-    if (played.transcript.depth == 0) played.settings_of_its_own.insert(key);
+    played.inputs.insert({.kind = Input::Kind::Setting, .name = key});
+    if (played.transcript.depth == 0) played.own_settings.insert(key);
 }
 
 std::optional<std::string> find(const char* key, const std::string& path) {
@@ -45,8 +45,8 @@ std::optional<std::string> find(const char* key, const std::string& path) {
 
 char* hand_out(const std::optional<std::string>& value) {
     if (!value) return nullptr;
-    handed_out = *value;
-    return handed_out.data();
+    lent = *value;
+    return lent.data();
 }
 
 }  // namespace
@@ -56,7 +56,7 @@ int nvram_zel_load() {
     World& world = played.world;
     const std::string* image = world.get(flash_image);
     if (!image) image = world.get(factory_image);
-    played.asked.insert({.kind = Input::Kind::Flash, .name = ""});
+    played.inputs.insert({.kind = Input::Kind::Flash, .name = ""});
     const bool loads = image && !call_fails(Fallible::SettingsLoad, EIO);
     played.transcript.add("load", loads ? "" : "failed");
     if (!loads) return -1;
@@ -75,7 +75,7 @@ char* nvram_zel_safe_get(const char* key) {
 int nvram_zel_set(const char* key, const char* value) {
     Recording& played = recording();
     played.transcript.add("set", format("%s=%s", key, value));
-    if (played.transcript.depth == 0) played.settings_of_its_own.insert(key);
+    if (played.transcript.depth == 0) played.own_settings.insert(key);
     const std::string* text = played.world.get(working_copy);
     if (call_fails(Fallible::SettingSet, ENOSPC) || !text) return -1;
     Settings settings = read_settings(*text);

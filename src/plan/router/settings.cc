@@ -1,4 +1,4 @@
-// Settings as the workstation's side holds them, and their text image.
+// Settings in the workstation's programs, and their text image.
 
 #include "plan/router/settings.h"
 

@@ -1,4 +1,4 @@
-// Settings as the workstation's side holds them, and their text image.
+// Settings in the workstation's programs, and their text image.
 #ifndef RC_PLAN_ROUTER_SETTINGS_H
 #define RC_PLAN_ROUTER_SETTINGS_H
 

@@ -161,7 +161,7 @@ std::string escape_line(std::string_view line) {
 }
 
 std::string unescape_line(std::string_view line) {
-    // Most lines have no escape, and long ones are many in a case with a full list.
+    // Most lines have no escape, and a case with a full list has many long lines.
     const size_t first = std::min(line.find('\\'), line.size());
     std::string out(line.substr(0, first));
     for (size_t i = first; i < line.size(); i++) {

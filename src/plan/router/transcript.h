@@ -1,5 +1,4 @@
-// The transcript of a run: everything rc did, in order, and the text form in which cases and plans
-// show it.
+// The transcript of a run: everything rc did, in order, and its text form in cases and plans.
 #ifndef RC_PLAN_ROUTER_TRANSCRIPT_H
 #define RC_PLAN_ROUTER_TRANSCRIPT_H
 
@@ -15,7 +14,7 @@ struct Event {
     int depth = 0;  // nested runs of rc
 };
 
-// What a run adds up to.
+// The totals of a run.
 struct Totals {
     int commands = 0;
     int files = 0;
@@ -30,35 +29,35 @@ class Transcript {
 
     void add(std::string_view verb, std::string_view text);
     void add_with_body(std::string_view verb, std::string_view text, std::string_view body);
-    // Standard output: joined with output that came directly before.
+    // Standard output, joined with directly preceding output.
     void print(std::string_view output);
 
     const std::vector<Event>& events() const { return events_; }
     // The form that docs/cases.md describes.
     std::string text() const;
     Totals totals() const;
-    // One line: how many commands, files and settings, and how long all pauses are together.
+    // One line: the numbers of commands, files and settings, and the total of all pauses.
     std::string summary() const;
 
   private:
     std::vector<Event> events_;
 };
 
-// An event in that form: its own line and those of its body. A print has no line of its own.
+// An event in that form: its own line and those of its body. A print has no heading line.
 std::vector<std::string> event_lines(const Event& event);
 
-// How long an event pauses; 0 when it is no pause.
+// The length of a pause; 0 for other events.
 long long pause_microseconds(const Event& event);
 
-// How long the pauses before an event took together, by event; one more for the end of the run.
+// The total of the pauses before each event; one more entry for the end of the run.
 std::vector<long long> elapsed_microseconds(const Transcript& transcript);
 
 // "2.5 s".
 std::string in_seconds(long long microseconds);
 
-// Escapes as in cases: one line of text, the newline not included.
+// Escapes as in cases: one line of text without its newline.
 std::string escape_line(std::string_view line);
-// Reverses escape_line; an unknown escape is kept as it stands.
+// Reverses escape_line; an unknown escape is kept unchanged.
 std::string unescape_line(std::string_view line);
 
 #endif

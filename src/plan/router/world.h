@@ -1,4 +1,4 @@
-// The router that a plan or a case plays on: what rc can learn from it and change in it.
+// The router of a plan or a case: everything that rc can read from it and change in it.
 #ifndef RC_PLAN_ROUTER_WORLD_H
 #define RC_PLAN_ROUTER_WORLD_H
 
@@ -15,13 +15,13 @@ inline constexpr const char* factory_image = "/etc/default";
 inline constexpr const char* flash_image = "/flash/nvram";
 
 struct World {
-    // Contents by path. Settings live here too: the working copy, the factory image and the flash's
+    // Contents by path. Settings are here too: the working copy, the factory image and flash's
     // generation are text images. Shared, so that an open file outlives its removal.
     std::map<std::string, std::shared_ptr<std::string>> files;
     // Paths that cannot be opened in a mode; also shell lines that cannot be started ("pipe") and
-    // interfaces that no socket can be had for ("socket").
+    // interfaces for which no socket can be opened ("socket").
     std::set<std::pair<std::string, std::string>> denied;
-    // What a shell line prints when it is read through a pipe.
+    // The output of a shell line that is read through a pipe.
     std::map<std::string, std::string> outputs;
     std::map<std::string, std::string> environment = {{"PATH", "/bin:/sbin:/usr/sbin:/usr/bin"}};
     struct Interface {
@@ -30,7 +30,7 @@ struct World {
         int mtu = 1500;
     };
     std::map<std::string, Interface> interfaces;
-    // Addresses by the names that a look-up finds.
+    // Addresses by host name.
     std::map<std::string, std::string> hosts;
     long long uptime_microseconds = 3600'000'000;
     // Since 1970 in UTC: 2024-01-01 00:00:00.

@@ -1,4 +1,4 @@
-// Playing a run again with one thing changed, and comparing.
+// Finds influences by playing a run again with one input changed, and comparing the transcripts.
 
 #include "plan/trace/influence.h"
 
@@ -28,7 +28,7 @@ std::vector<Change> setting_changes(const World& world, const std::string& key) 
     return changes;
 }
 
-// An interface that is not there gets an address for documentation only (RFC 5737).
+// A missing interface gets an address reserved for documentation (RFC 5737).
 std::vector<Change> interface_changes(const World& world, const Input& input) {
     const std::string& name = input.name;
     const auto found = world.interfaces.find(name);
@@ -70,7 +70,7 @@ std::vector<Change> host_changes(const World& world, const std::string& name) {
             [name](World& w) { w.hosts.erase(name); }};
 }
 
-// Every way in which the answer to a input is tried otherwise.
+// All changes that are tried for an input.
 std::vector<Change> changes_of(const World& world, const Input& input) {
     switch (input.kind) {
         case Input::Kind::Setting:
@@ -89,7 +89,7 @@ std::vector<Change> changes_of(const World& world, const Input& input) {
         case Input::Kind::Host:
             return host_changes(world, input.name);
         case Input::Kind::Clock:
-            // Another minute, hour, day of the week, and half of the year.
+            // Another minute, hour, day of the week, and half-year.
             return {[](World& w) { w.clock_microseconds += 61 * second; },
                     [](World& w) { w.clock_microseconds += day / 2; },
                     [](World& w) { w.clock_microseconds += 3 * day; },
@@ -103,7 +103,7 @@ std::vector<Change> changes_of(const World& world, const Input& input) {
     return {};
 }
 
-// Notes, for each line that a changed world lets come out otherwise, whether it is missing then.
+// Collects the lines that differ in a changed world, and for each whether it is missing there.
 class Comparison {
   public:
     explicit Comparison(const Plan& plan) : plan_(plan), lines_(lines_of(plan.after.transcript)) {}
@@ -117,7 +117,7 @@ class Comparison {
         note(lines_of(other.transcript));
     }
 
-    // Gives what was found since the last call to the provenance.
+    // Moves the lines found since the last call into the provenance.
     void hand_over(const Influence& influence, Provenance& provenance) {
         for (const auto& [line, decides] : touched_) {
             Influence found = influence;
@@ -135,13 +135,13 @@ class Comparison {
     void note(const std::vector<TranscriptLine>& others) {
         for (const LineChange& change : compare_lines(lines_, others)) {
             for (size_t line = change.from; line < change.to; line++) {
-                // A line that only reads otherwise stands at the same place of the difference.
+                // A line with only its text changed has a counterpart at the same position.
                 const size_t peer = change.other_from + (line - change.from);
                 const bool same_kind =
                     change.to - change.from == change.other_to - change.other_from &&
                     lines_[line].kind == others[peer].kind;
                 const auto [slot, is_new] = touched_.try_emplace(line, !same_kind);
-                // What carries the value is the stronger statement.
+                // That a line contains the value is the stronger statement.
                 if (!is_new && same_kind) slot->second = false;
             }
         }
@@ -182,8 +182,8 @@ Provenance trace(const Plan& plan, const Progress& progress) {
     Provenance provenance;
     Comparison comparison(plan);
     size_t done = 0;
-    for (const Input& input : plan.after.asked) {
-        if (progress) progress(done++, plan.after.asked.size());
+    for (const Input& input : plan.after.inputs) {
+        if (progress) progress(done++, plan.after.inputs.size());
         for (const Change& change : changes_of(plan.before, input)) comparison.try_change(change);
         comparison.hand_over({.input = input, .answer = value_of_input(plan.before, input)},
                              provenance);
@@ -191,9 +191,9 @@ Provenance trace(const Plan& plan, const Progress& progress) {
     return provenance;
 }
 
-std::vector<Influence> asked_facts(const Plan& plan) {
+std::vector<Influence> facts_read(const Plan& plan) {
     std::vector<Influence> facts;
-    for (const Input& input : plan.after.asked) {
+    for (const Input& input : plan.after.inputs) {
         switch (input.kind) {
             case Input::Kind::Address:
             case Input::Kind::Mac:

@@ -1,7 +1,7 @@
-// What the lines of a plan come from: the settings whose values went into them, and the facts of
-// the router that were taken for granted. Found by playing the run again with one thing changed at
-// a time: whatever line reads otherwise then depends on it. So nothing is kept by hand, and nothing
-// is left out that the handlers compute, compare or hand on.
+// The influences on the lines of a plan: settings, and assumed facts of the router. Found by
+// playing the run again with one input changed at a time: every line that then differs depends on
+// it. So nothing is annotated by hand, and everything that the handlers compute, compare or pass on
+// is covered.
 #ifndef RC_PLAN_TRACE_INFLUENCE_H
 #define RC_PLAN_TRACE_INFLUENCE_H
 
@@ -17,20 +17,20 @@
 
 struct Influence {
     Input input;
-    // What the run was told: a setting's value, an address in dotted quad, a file's content.
-    // Nothing when there is no such thing.
+    // The answer that the run got: a setting's value, an address in dotted-quad form, a file's
+    // content. nullopt if the input does not exist.
     std::optional<std::string> answer;
-    // Another answer decides whether the line stands at all; otherwise it reads differently.
+    // True if another answer removes the line; false if another answer only changes its text.
     bool decides = false;
 
-    // One line for people: "lan_if=br0", "if fw_nat=1", "br0 has the address 192.168.1.1",
-    // "if there is no file /tmp/ras_ip". Secrets as they are: it is the reader's own plan.
+    // One readable line: "lan_if=br0", "if fw_nat=1", "br0 has the address 192.168.1.1",
+    // "if there is no file /tmp/ras_ip". Secrets are shown: it is the reader's own plan.
     std::string text() const;
 };
 
 class Provenance {
   public:
-    // What a line of the transcript comes from, settings first, each kind by name.
+    // The influences on a line of the transcript, settings first, each kind by name.
     const std::vector<Influence>& of(const Origin& line) const;
     // The facts of the router, other than settings, that any line depends on.
     std::vector<Influence> assumed() const;
@@ -40,12 +40,12 @@ class Provenance {
     std::map<Origin, std::vector<Influence>> lines_;
 };
 
-// Called as the work goes on with how much of it is done.
+// Called during the work with the number of inputs done and of all inputs.
 using Progress = std::function<void(size_t done, size_t all)>;
 
 Provenance trace(const Plan& plan, const Progress& progress = {});
 
-// The facts of the router that rc asked for: settings, its own process and files left out.
-std::vector<Influence> asked_facts(const Plan& plan);
+// The facts of the router that rc read, without settings, its own process and files.
+std::vector<Influence> facts_read(const Plan& plan);
 
 #endif

@@ -1,4 +1,4 @@
-// Which lines carry secrets is what provenance knows.
+// Provenance gives the lines that contain secrets.
 
 #include "plan/trace/redaction.h"
 
@@ -9,10 +9,10 @@
 
 namespace {
 
-// Shorter values stand in too many lines by chance.
+// Shorter values appear in too many lines by chance.
 constexpr size_t shortest_stored = 4;
 
-// Whether there was one.
+// True if something was replaced.
 bool replace_all(std::string& text, const std::string& value) {
     if (value.empty()) return false;
     bool found = false;
@@ -24,7 +24,7 @@ bool replace_all(std::string& text, const std::string& value) {
     return found;
 }
 
-// "key=value" with a secret's value masked.
+// "key=value" with a secret's value redacted.
 std::string mask_assignment(const std::string& text) {
     const size_t equals = text.find('=');
     if (equals == std::string::npos || !nvram::is_secret(text.substr(0, equals))) return text;
@@ -33,7 +33,7 @@ std::string mask_assignment(const std::string& text) {
 
 }  // namespace
 
-Masks::Masks(const Plan& plan, const Provenance& provenance) {
+Redaction::Redaction(const Plan& plan, const Provenance& provenance) {
     for (const TranscriptLine& line : lines_of(plan.after.transcript)) {
         for (const Influence& influence : provenance.of(line.origin)) {
             if (influence.input.kind != Input::Kind::Setting) continue;
@@ -51,12 +51,12 @@ Masks::Masks(const Plan& plan, const Provenance& provenance) {
         secrets_[{index, 0}].push_back({.value = value, .carried = true});
         if (value.size() >= shortest_stored) stored_.push_back(value);
     }
-    // One value may begin another.
+    // Longest first, because one value may be the beginning of another.
     for (auto& [line, secrets] : secrets_)
         std::ranges::sort(secrets, std::greater(), [](const Secret& s) { return s.value.size(); });
 }
 
-std::string Masks::line(const Origin& origin, std::string text) const {
+std::string Redaction::line(const Origin& origin, std::string text) const {
     const auto found = secrets_.find(origin);
     bool all_seen = true;
     if (found != secrets_.end()) {
@@ -69,21 +69,21 @@ std::string Masks::line(const Origin& origin, std::string text) const {
     return all_seen ? text : std::string(mask);
 }
 
-std::string Masks::line(const FollowedFile& file, const FileLine& line) const {
+std::string Redaction::line(const FollowedFile& file, const FileLine& line) const {
     if (file.image()) return mask_assignment(line.text);
     std::string text = line.text;
     for (const Origin& origin : line.origins) text = this->line(origin, std::move(text));
     return text;
 }
 
-std::string Masks::answer(const Influence& influence) const {
+std::string Redaction::answer(const Influence& influence) const {
     const bool secret =
         influence.input.kind == Input::Kind::Setting && nvram::is_secret(influence.input.name);
     const std::string value = influence.answer.value_or("");
     return secret && !value.empty() ? std::string(mask) : value;
 }
 
-bool Masks::in_body(size_t event) const {
+bool Redaction::in_body(size_t event) const {
     const auto first = secrets_.lower_bound({event, 1});
     return first != secrets_.end() && first->first.event == event;
 }

@@ -1,6 +1,6 @@
-// Hides the values of secret settings in a plan that is handed on. A line that a secret went into
-// is shown with the value masked; where the value stands in another form (quoted, in hexadecimal),
-// the whole line is.
+// Redacts the values of secret settings in a plan that is passed on. In a line that depends on a
+// secret, the value is replaced; if the line has the value in another form (quoted, in
+// hexadecimal), the whole line is replaced.
 #ifndef RC_PLAN_TRACE_REDACTION_H
 #define RC_PLAN_TRACE_REDACTION_H
 
@@ -13,15 +13,15 @@
 #include "plan/trace/influence.h"
 #include "plan/trace/produced.h"
 
-class Masks {
+class Redaction {
   public:
-    Masks(const Plan& plan, const Provenance& provenance);
+    Redaction(const Plan& plan, const Provenance& provenance);
 
     // A line of the transcript: its event's text, or a line of its body.
     std::string line(const Origin& origin, std::string text) const;
-    // A line of a file that the run leaves behind.
+    // A line of a produced file.
     std::string line(const FollowedFile& file, const FileLine& line) const;
-    // An answer, if there is one.
+    // The answer, redacted if it is a secret; empty without an answer.
     std::string answer(const Influence& influence) const;
     // Whether a secret went into the event's body.
     bool in_body(size_t event) const;
@@ -29,12 +29,12 @@ class Masks {
   private:
     struct Secret {
         std::string value;
-        // The line carries the value, in whatever form.
+        // The line contains the value in some form.
         bool carried = false;
     };
     std::map<Origin, std::vector<Secret>> secrets_;
-    // Values of secret settings that the run itself stores; what it does with them before and after
-    // is no dependence on a setting.
+    // Values of secret settings that the run itself stores. Its lines with them do not depend on a
+    // setting, so provenance does not find them.
     std::vector<std::string> stored_;
 };
 

@@ -132,7 +132,7 @@ void SinkSearch::play_plain(const World& router, const std::vector<std::string>&
 void SinkSearch::play_marked(const World& stated, const std::vector<std::string>& words) {
     const World router = plain_router(stated);
     const Plan plan = make_plan(router, words);
-    for (const Input& input : plan.after.asked) {
+    for (const Input& input : plan.after.inputs) {
         if (input.kind != Input::Kind::Setting) continue;
         Trial trial = {.router = &router,
                        .words = &words,
@@ -234,7 +234,7 @@ static std::string passing_characters(const std::function<Plan(const std::string
 
 void SinkSearch::note_uses(const Plan& plan) {
     if (plan.words.size() < 2 || (plan.words.size() < 3 && plan.words[1] != "init")) return;
-    for (const std::string& key : plan.after.settings_of_its_own) uses_[key].insert(plan.words[1]);
+    for (const std::string& key : plan.after.own_settings) uses_[key].insert(plan.words[1]);
 }
 
 // "/bin/sh -x /tmp/rules", "/tmp/qos.conf start", "sh /etc/rc.local &"

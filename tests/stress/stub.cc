@@ -1,6 +1,6 @@
-// The programs of the stress tests' root, all in one: the shell and the file tools are the real
-// ones, every other program notes its command line and succeeds. Each takes a few moments first, so
-// that runs interleave, and waits at its gate when it has one.
+// All programs of the stress tests' root in one: the shell and the file tools run the real ones,
+// every other program is a stub that logs its command line and succeeds. Each waits a short time
+// first, so that runs interleave, and at its gate if it has one.
 
 #include <fcntl.h>
 #include <sched.h>
@@ -24,7 +24,7 @@ constexpr std::string_view real_tools[] = {"cat",  "chmod", "cp",    "cut",  "ec
                                            "head", "ln",    "mkdir", "mv",   "rm",   "rmdir",
                                            "sed",  "sh",    "tail",  "test", "touch"};
 
-// One write, so that lines of programs that run at once stay whole.
+// One write, so that lines of concurrent programs are not mixed.
 void note(char** words) {
     const char* run = getenv(stress::run_variable);
     std::string line = std::string(run ? run : "") + ":";
@@ -34,7 +34,7 @@ void note(char** words) {
     if (log >= 0 && write(log, line.data(), line.size()) < 0) _exit(1);
 }
 
-// Opening waits until the test holds the gate, reading until the test lets go of it.
+// Opening waits until the test holds the gate, reading until the test releases it.
 void wait_at_gate(std::string_view name) {
     const std::string path = stress::gate_prefix + std::string(name);
     const int gate = open(path.c_str(), O_RDONLY | O_CLOEXEC);
