@@ -1,4 +1,4 @@
-// nvram check: prints what is wrong with settings, for people or as JSON.
+// nvram check: prints the errors in settings, as text or as JSON.
 #include <cstdio>
 #include <utility>
 
@@ -13,7 +13,7 @@ static const char* name_of(Level level) {
     return level_names[static_cast<std::size_t>(level)];
 }
 
-// How many bytes at the start of a text are one well-formed character (RFC 3629); 0 for none.
+// The length in bytes of the character that a text starts with (RFC 3629); 0 if it is malformed.
 static std::size_t utf8_length(std::string_view text) {
     const auto byte = [text](std::size_t place) {
         return place < text.size() ? static_cast<unsigned char>(text[place]) : 0U;
@@ -24,14 +24,14 @@ static std::size_t utf8_length(std::string_view text) {
     if (first < 0xc2 || length == 0) return 0;
     for (std::size_t place = 1; place < length; ++place)
         if ((byte(place) & 0xc0) != 0x80) return 0;
-    // Too long for what they say, surrogates, and beyond the last character.
+    // Overlong forms, surrogates, and code points beyond the last.
     const unsigned second = byte(1);
     const bool bad = (first == 0xe0 && second < 0xa0) || (first == 0xed && second > 0x9f) ||
                      (first == 0xf0 && second < 0x90) || (first == 0xf4 && second > 0x8f);
     return bad ? 0 : length;
 }
 
-// A byte that is no character is written as an image would read it back: \xff.
+// A byte that is not a character is written as an image would read it back: \xff.
 static void append_json(std::string& out, std::string_view text) {
     char escape[8];
     out += '"';
@@ -60,7 +60,7 @@ static void print_json(const Finding& finding) {
     };
     const Member members[] = {
         {"key", finding.key},         {"level", name_of(finding.level)}, {"value", finding.value},
-        {"problem", finding.problem}, {"effect", finding.effect},        {"cure", finding.cure},
+        {"problem", finding.problem}, {"effect", finding.effect},        {"fix", finding.fix},
     };
     std::string line;
     for (const Member& member : members) {
@@ -73,7 +73,7 @@ static void print_json(const Finding& finding) {
     std::puts(line.c_str());
 }
 
-// The findings of one setting stand under one heading.
+// The findings of one setting share one heading.
 static void print_text(const std::vector<Finding>& findings) {
     std::string_view heading;
     for (const Finding& finding : findings) {
@@ -87,7 +87,7 @@ static void print_text(const std::vector<Finding>& findings) {
         heading = finding.key;
         std::printf("    %s: %s\n", name_of(finding.level), finding.problem.c_str());
         std::printf("    rc: %s\n", finding.effect.c_str());
-        if (!finding.cure.empty()) std::printf("    write: %s\n", finding.cure.c_str());
+        if (!finding.fix.empty()) std::printf("    fix: %s\n", finding.fix.c_str());
     }
     std::printf("%zu finding%s\n", findings.size(), findings.size() == 1 ? "" : "s");
 }
@@ -103,8 +103,8 @@ static std::vector<Finding> check_text(std::string text) {
                             .key = "line " + std::to_string(line.number),
                             .value = "",
                             .problem = line.reason,
-                            .effect = "never sees it: the line is skipped",
-                            .cure = "key=value, or # in front of a comment"});
+                            .effect = "skips the line",
+                            .fix = "key=value, or # before a comment"});
     for (Finding& finding : check_settings(image)) findings.push_back(std::move(finding));
     return findings;
 }

@@ -1,4 +1,4 @@
-// nvram describe and keys: what is known of a setting, and which settings there are.
+// nvram describe and keys: one setting in detail, and the list of all settings.
 #include <cstdio>
 #include <cstring>
 
@@ -9,7 +9,7 @@
 
 namespace nvram {
 
-// A word in the first column and what it says; a further line of the same has no word.
+// A label in the first column and its text; continuation lines have no label.
 static void print_row(const char* word, std::string_view text) {
     std::printf("  %-9s%.*s\n", word, static_cast<int>(text.size()), text.data());
 }
@@ -29,7 +29,7 @@ static void print_fields(const Record& record) {
     for (const Field& field : record.fields) {
         std::string line = std::string("  ") + field.name + ": ";
         if (field.may_be_empty) line += "empty or ";
-        line += wanted(limits_of(field)) + text_limit(field.form, field.high);
+        line += form_text(limits_of(field)) + text_limit(field.form, field.high);
         if (*field.help != '\0') line += std::string("; ") + field.help;
         print_row("", line);
     }
@@ -37,13 +37,14 @@ static void print_fields(const Record& record) {
 
 static void print_record(const Record& record) {
     const std::string between = escaped({&record.between, 1});
-    print_row("form", record.between == '\0' ? "one entry " + escaped(record.shape)
-                                             : "entries " + escaped(record.shape) + ", parted by " +
-                                                   (record.between == ' ' ? "blanks" : between));
+    print_row("form", record.between == '\0'
+                          ? "one entry " + escaped(record.shape)
+                          : "entries " + escaped(record.shape) + ", separated by " +
+                                (record.between == ' ' ? "spaces" : between));
     print_fields(record);
-    if (record.passed_over != 0)
-        print_row("", std::to_string(record.passed_over) +
-                          " characters that nobody reads stand before the first entry");
+    if (record.ignored_prefix != 0)
+        print_row("", std::to_string(record.ignored_prefix) +
+                          " characters before the first entry are ignored");
     if (record.most == 0) return;
     std::string most =
         "at most " + std::to_string(record.most) + (record.most == 1 ? " entry" : " entries");
@@ -55,7 +56,7 @@ static void print_form(const KnownSetting& known) {
     if (known.record != nullptr) {
         print_record(*known.record);
     } else {
-        print_row("form", wanted(limits_of(known)) + text_limit(known.form, known.high));
+        print_row("form", form_text(limits_of(known)) + text_limit(known.form, known.high));
     }
     if (known.form == Form::Flag) print_row("", "only the first character counts");
 }

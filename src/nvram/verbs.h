@@ -38,7 +38,7 @@ int check_verb(Store& store, const Call& call);
 int describe_verb(Store& store, const Call& call);
 int keys_verb(Store& store, const Call& call);
 
-// Says what the store could not do, and the cure where there is one. Returns status_error.
+// Says what the store could not do, and how to fix it where that is known. Returns status_error.
 int store_error(const Store& store, const Call& call);
 
 // Reads a file, or one of the store's own images by its name; says why when it cannot be read.

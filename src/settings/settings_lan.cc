@@ -9,25 +9,24 @@ static constexpr KnownSetting lan_rows[] = {
     {.key = "lan_if",
      .form = Form::Interface,
      .factory = "br0",
-     .when_empty = "rules and commands of the LAN name no interface, and fail",
-     .when_absent =
-         "the firewall takes br0; other commands name no interface; QoS is not taken down",
-     .help = "interface that carries the LAN's address; QoS keeps 10 characters of it"},
+     .when_empty = "LAN rules and commands name no interface and fail",
+     .when_absent = "the firewall uses br0; other commands name no interface; QoS is not removed",
+     .help = "interface that carries the LAN's address; QoS keeps only 10 characters of the name"},
     {.key = "lan_ipaddr",
      .form = Form::Address,
      .factory = "192.168.1.1",
-     .when_empty = "the LAN gets no address, and the firewall's rules that name it fail",
-     .help = "the router's address in the LAN"},
+     .when_empty = "the LAN gets no address, and firewall rules that name it fail",
+     .help = "the router's LAN address"},
     {.key = "lan_netmask",
      .form = Form::Netmask,
      .factory = "255.255.255.0",
-     .when_empty = "ifconfig fails, so the LAN gets no address; clients are handed no netmask",
-     .help = "netmask of the LAN; the DHCP server hands it out"},
+     .when_empty = "ifconfig fails, so the LAN gets no address; DHCP clients get no netmask",
+     .help = "netmask of the LAN, also handed out by the DHCP server"},
     {.key = "lan_bipaddr",
      .form = Form::Address,
      .factory = "192.168.1.255",
      .when_empty = "ifconfig fails, so the LAN gets no address",
-     .help = "broadcast address of the LAN; has to fit lan_ipaddr and lan_netmask"},
+     .help = "broadcast address of the LAN; must match lan_ipaddr and lan_netmask"},
     {.key = "ap_gateway",
      .form = Form::Address,
      .may_be_empty = true,
@@ -54,36 +53,37 @@ static constexpr Field reservation_fields[] = {
     {.name = "address",
      .form = Form::Address,
      .twice_level = Level::Warning,
-     .twice = "lets the earlier one's lease end",
-     .help = "its last number within those of the pool; the first is taken from lan_ipaddr"},
+     .twice = "ends the lease of the earlier entry",
+     .help = "its last number must be within the pool; the first number is taken from lan_ipaddr"},
     {.name = "mac",
      .form = Form::Mac,
      .twice_level = Level::Warning,
-     .twice = "keeps the later one only"},
+     .twice = "keeps only the later entry"},
 };
 // The lease file holds no more records.
 static constexpr Record reservation_record = {
     .between = '\x01', .shape = "host;address;mac", .fields = reservation_fields, .most = 254};
 
-// In days: more seconds than this do not fit the 32 bits of a lease time.
+// In days: a longer time, in seconds, does not fit the 32 bits of a lease time.
 static constexpr std::int32_t longest_lease = 49710;
 
 static constexpr KnownSetting dhcp_server_rows[] = {
     {.key = "dhcp_server_enable",
      .form = Form::Flag,
      .factory = "1",
-     .when_empty = "nothing is done: no server, and the leases are kept",
+     .when_empty = "the DHCP server is not started, and its leases are kept",
      .when_wrong = "neither starts the DHCP server nor deletes its leases",
-     .help = "DHCP server: on (1), or off and its leases deleted (0)"},
+     .help = "DHCP server: on (1), or off with its leases deleted (0)"},
     {.key = "dhcp_start_ip",
      .form = Form::Address,
      .factory = "192.168.1.33",
-     .when_empty = "udhcpd is given none; a reservation may be as low as it likes",
+     .when_empty = "udhcpd gets no first address; reservations have no lower limit",
      .help = "first address of the pool"},
     {.key = "dhcp_end_ip",
      .form = Form::Address,
      .factory = "192.168.1.64",
-     .when_empty = "udhcpd is given none; reservations lie beyond the pool and are not entered",
+     .when_empty =
+         "udhcpd gets no last address; all reservations lie beyond the pool and are left out",
      .help = "last address of the pool"},
     {.key = "lan_lease_time",
      .form = Form::Number,
@@ -98,8 +98,8 @@ static constexpr KnownSetting dhcp_server_rows[] = {
      .choices = "enable disable",
      .factory = "disable",
      .when_empty = "as disable",
-     .when_wrong = "takes it as off: only enable is on",
-     .help = "enable: dhcp_gateway_ip and dhcp_dns_ip are handed out"},
+     .when_wrong = "treats it as off: only enable turns it on",
+     .help = "if enable, dhcp_gateway_ip and dhcp_dns_ip are handed out"},
     {.key = "dhcp_gateway_ip",
      .form = Form::Address,
      .may_be_empty = true,
@@ -110,7 +110,8 @@ static constexpr KnownSetting dhcp_server_rows[] = {
      .form = Form::Address,
      .may_be_empty = true,
      .factory = "0.0.0.0",
-     .when_empty = "the servers of /etc/resolv.conf are handed out, or without any lan_ipaddr",
+     .when_empty =
+         "the servers in /etc/resolv.conf are handed out, or lan_ipaddr if there are none",
      .help = "name server handed out when dhcp_server_extended_option is enable; 0.0.0.0: none"},
     {.key = "pcdb_list",
      .form = Form::Record,
@@ -119,20 +120,23 @@ static constexpr KnownSetting dhcp_server_rows[] = {
      .example = "pc1;192.168.1.20;00:11:22:aa:bb:cc",
      .when_empty = "no address is reserved",
      .when_wrong = "leaves the reservation out",
-     .help =
-         "address reservations: which host, known by its MAC address, always gets which address"},
+     .help = "address reservations: the address that a host, identified by its MAC address, always"
+             " gets"},
 };
 constexpr std::span<const KnownSetting> dhcp_server_settings = dhcp_server_rows;
 
 static constexpr Field route_fields[] = {
-    {.name = "name", .form = Form::Text, .high = 29, .help = "no blank in it"},
+    {.name = "name", .form = Form::Text, .high = 29, .help = "must not contain a space"},
     {.name = "destination", .form = Form::Address},
     {.name = "netmask", .form = Form::Netmask},
     {.name = "gateway", .form = Form::Address},
-    // RIP takes 16 for infinity.
+    // In RIP, 16 means infinity.
     {.name = "metric", .form = Form::Number, .high = 15},
-    {.name = "listed", .form = Form::Choice, .choices = "0 1", .help = "1: stands in /tmp/sroute"},
-    {.name = "active", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
+    {.name = "listed", .form = Form::Choice, .choices = "0 1", .help = "1: listed in /tmp/sroute"},
+    {.name = "active",
+     .form = Form::Choice,
+     .choices = "0 1",
+     .help = "enabled (1) or disabled (0)"},
 };
 static constexpr Record route_record = {
     .between = ' ',
@@ -147,20 +151,20 @@ static constexpr KnownSetting route_rows[] = {
      .record = &route_record,
      .example = "office:10.1.0.0:255.255.0.0:192.168.1.254:2:1:1",
      .when_empty = "no route is set",
-     .when_wrong = "adds no route, or hands route what it refuses",
-     .help = "static routes; only the first is put into the kernel's table"},
+     .when_wrong = "adds no route, or runs route with arguments that it rejects",
+     .help = "static routes; only the first is added to the kernel's routing table"},
     {.key = "rt_rip_direction",
      .form = Form::Choice,
      .choices = "0 i o b",
      .factory = "0",
      .when_empty = "RIP runs in both directions",
-     .when_wrong = "receives and sends",
+     .when_wrong = "runs RIP in both directions",
      .help = "RIP on the WAN: off (0), receive (i), send (o), both (b)"},
     {.key = "rt_rip_version",
      .form = Form::Choice,
      .choices = "1 2 2B",
      .factory = "2",
-     .when_empty = "routed takes the next option for its version",
+     .when_empty = "routed reads its next option as the version",
      .help = "version of RIP: 1, 2, or 2 with broadcasts (2B)"},
 };
 constexpr std::span<const KnownSetting> route_settings = route_rows;
