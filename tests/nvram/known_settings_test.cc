@@ -163,7 +163,7 @@ TEST(KnownSettings, TheLan) {
     EXPECT_EQ(row("lan_assign_mac").form, Form::Mac);
     EXPECT_EQ(row("lan_if").form, Form::Interface);
     // Only the firewall tells an absent interface from an empty one.
-    EXPECT_TRUE(std::string_view(row("lan_if").when_absent).starts_with("the firewall takes br0"));
+    EXPECT_TRUE(std::string_view(row("lan_if").when_absent).starts_with("the firewall uses br0"));
     EXPECT_EQ(std::string_view(row("lan_if").when_empty).find("br0"), std::string_view::npos);
 }
 
