@@ -369,9 +369,9 @@ TEST(CheckSchedules, ReportsPeriodsThatApplyDifferentlyThanTheyLook) {
           " 6"}},
     });
     EXPECT_EQ(finding_of({on, all, "fw_schedule=1:22:0-6:0"}).effect,
-              "opens it on Monday from 0:00 to 6:00 only");
+              "applies it on Monday from 0:00 to 6:00 only");
     EXPECT_EQ(finding_of({on, all, "fw_schedule2=1:22:0-6:0"}).effect,
-              "opens it on Monday from 22:00 to the end of the day only");
+              "applies it on Monday from 22:00 to the end of the day only");
     EXPECT_EQ(finding_of({on, all, "fw_schedule=1:22:0-6:0"}).fix,
               "the entry 1:22:0-6:0 in fw_schedule2 too");
 }

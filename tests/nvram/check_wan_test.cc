@@ -154,12 +154,12 @@ TEST(CheckWan, DiallingOnDemandNeedsAnIdleTime) {
     expect_rows({
         {with(pppoe, {"wan_dod=1"}), {}},
         {with(pppoe, {"wan_dod=1", "pppoe_idle=0"}),
-         {"warning pppoe_idle: is no time, and wan_dod=1 dials on demand"}},
+         {"warning pppoe_idle: is not a time, but wan_dod=1 dials on demand"}},
         {with(pppoe, {"wan_dod=0", "pppoe_idle=0"}), {}},
         {with(pptp, {"pptp_dod=1", "pptp_idle="}),
-         {"warning pptp_idle: is no time, and pptp_dod=1 dials on demand"}},
+         {"warning pptp_idle: is not a time, but pptp_dod=1 dials on demand"}},
         {with(l2tp, {"l2tp_dod=1", "l2tp_idle=0"}),
-         {"warning l2tp_idle: is no time, and l2tp_dod=1 dials on demand"}},
+         {"warning l2tp_idle: is not a time, but l2tp_dod=1 dials on demand"}},
     });
 }
 
