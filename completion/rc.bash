@@ -1,7 +1,7 @@
 # Completion of rc, nvram and rcplan for bash. Generated: tools/renew.sh writes this file.
 # shellcheck shell=bash
 
-# The words behind rc, and the actions behind those that have any.
+# The words after rc, and the actions of each.
 _rc_names='
     lan printk wlan syslogd httpd dhcpd ntp route ripd upnp wan_basic firewall igmp schedule ddns
     service wan init start stop restart create
@@ -26,7 +26,7 @@ declare -gA _rc_actions=(
     ['wlan']='start stop restart create'
 )
 
-# The settings, and the values of those that have few.
+# The settings, and the values of flags and choices.
 _rc_keys='
     ap_mode restore_default upgrade_default wifi_present lan_assign_mac lan_assign_mac_2 assign_mac
     wan_macaddr_default wsc_device_pin wan_mode wan_line wan_phy_ifname ether_wan_ifname wan_ifname
@@ -188,7 +188,7 @@ declare -gA _rc_options=(
     ['rcplan sinks']='--help --settings --set --world --case --table'
 )
 
-# What follows a verb, word by word, or an option that takes a word.
+# The kinds of words after a verb, or after an option that takes a word.
 declare -gA _rc_kinds=(
     ['nvram --root']='folder'
     ['nvram check']='place'
@@ -243,8 +243,8 @@ declare -gA _rc_kinds=(
     ['rcplan sinks --world']='file'
 )
 
-# Offers the words of a list that begin with what has been typed, each with a suffix. Blanks part the
-# words, or '|' where one of them holds a blank.
+# Offers the words of a list that start with the typed text, each with a suffix. Spaces separate the
+# words, or '|' if one of them contains a space.
 #   _rc_offer TYPED LIST [SUFFIX]
 _rc_offer() {
     local IFS=$' \t\n' words word
@@ -257,7 +257,7 @@ _rc_offer() {
     done
 }
 
-# A key with its value. Where '=' parts words, only what stands behind it is replaced.
+# A key with its value. If '=' separates words, only the text after it is replaced.
 _rc_assignment() {
     local key=${1%%=*} before=''
     if [[ $1 != *=* ]]; then
@@ -270,7 +270,7 @@ _rc_assignment() {
     fi
 }
 
-# What stands behind rc.
+# The words after rc.
 _rc_action() {
     case $# in
     1) _rc_offer "$1" "$_rc_names" ;;
@@ -278,7 +278,7 @@ _rc_action() {
     esac
 }
 
-# A word of a kind. The names of files are left to readline, which knows how to quote them.
+# A word of a kind. File names are left to readline, which quotes them.
 #   _rc_of_kind KIND TYPED
 _rc_of_kind() {
     case $1 in

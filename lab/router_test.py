@@ -155,7 +155,7 @@ def bad_settings(folder):
         file.write(factory.read().replace("fw_dmz_enable=0", "fw_dmz_enable=1"))
     run = router("--settings", image, "--exec", "router", "echo booted")
     check("an image with an error: status 1", run.returncode == 1, run)
-    check("an image with an error: which", "error: is empty, and fw_dmz_enable=1 needs it" in run.stderr, run)
+    check("an image with an error: which", "error: is empty, but fw_dmz_enable=1 needs it" in run.stderr, run)
     check("an image with an error: nothing was run", "booted" not in run.stdout, run)
     garbage = os.path.join(folder, "garbage")
     with open(garbage, "w") as file:

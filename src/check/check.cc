@@ -22,7 +22,7 @@ void add(Check& check, Level level, std::string_view key, Remark remark, bool se
                        .value = shown_value(text_of(check, key), secret || is_secret(key)),
                        .problem = std::move(remark.problem),
                        .effect = std::move(remark.effect),
-                       .cure = std::move(remark.cure)};
+                       .fix = std::move(remark.fix)};
     check.findings.insert(place, std::move(finding));
 }
 

@@ -1,4 +1,4 @@
-// What is wrong with settings: their forms, how they fit together, what a shell makes of them.
+// nvram check: errors in settings, by form, by combination, and in the lines that they end up in.
 #ifndef RC_CHECK_CHECK_H
 #define RC_CHECK_CHECK_H
 
@@ -15,19 +15,19 @@ namespace nvram {
 
 struct Finding {
     Level level;
-    // The setting; "line 7" for a line that is none.
+    // The setting; "line 7" for a line that is not KEY=VALUE.
     std::string key;
-    // As an image escapes it, a secret as stars.
+    // As an image escapes it; asterisks for a secret.
     std::string value;
-    // Follows the setting's name: "is no IPv4 address".
+    // Follows the setting's name: "is not an IPv4 address".
     std::string problem;
-    // Follows rc's name: "writes it into the rule as it stands".
+    // Follows "rc": "writes it unchanged into the rule".
     std::string effect;
-    // What to write instead, key=value where it can be told.
-    std::string cure;
+    // What to write instead, as key=value where that is known.
+    std::string fix;
 };
 
-// All findings, sorted by key. A setting that is not in the image is one that is not set. Pure.
+// All findings, sorted by key. A setting that is not in the image counts as not set. Pure.
 std::vector<Finding> check_settings(const Image& image);
 
 // The same with another table of sinks.

@@ -1,4 +1,4 @@
-// Entries of lists that say the same twice.
+// Duplicate entries of lists.
 #include "check/check_parts.h"
 #include "settings/records.h"
 
@@ -23,7 +23,7 @@ void check_field(Check& check, const KnownSetting& known, const Field& field) {
                             " of " + place_text(pieces[j].entry, nullptr) + ", " +
                             quoted(pieces[i].text),
                  .effect = field.twice,
-                 .cure = "one of the two"});
+                 .fix = "remove one of the two"});
             break;
         }
     }
@@ -39,7 +39,7 @@ void check_lists(Check& check) {
     }
 }
 
-// Peers stand in settings of their own.
+// Each peer has its own setting.
 void check_peers(Check& check) {
     constexpr const char* keys[] = {"wds_list1", "wds_list2", "wds_list3", "wds_list4"};
     for (std::size_t i = 0; i < std::size(keys); ++i) {
@@ -48,8 +48,8 @@ void check_peers(Check& check) {
             if (peer.empty() || !same_text(peer, text_of(check, keys[j]))) continue;
             add(check, Level::Warning, keys[i],
                 {.problem = std::string("is the peer of ") + keys[j],
-                 .effect = "hands the driver the same peer twice, and brings up a link too many",
-                 .cure = assignment(keys[i], "")});
+                 .effect = "passes the driver the same peer twice, and brings up one link too many",
+                 .fix = assignment(keys[i], "")});
             break;
         }
     }

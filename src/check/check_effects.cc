@@ -6,7 +6,7 @@ namespace nvram {
 
 namespace {
 
-// Programs that refuse a line with a number, an address or a name that is none.
+// Programs that reject a line with an invalid number, address or name.
 constexpr std::string_view strict_programs[] = {"ifconfig", "insmod", "iptables", "route", "tc"};
 
 std::string_view strict_program(std::string_view line) {
@@ -18,33 +18,32 @@ std::string_view strict_program(std::string_view line) {
 }
 
 std::string effect_in_line(const KnownSetting& known, const Sink& sink, std::string_view piece) {
-    const std::string line = line_with(sink, shown_piece(known, piece));
+    const std::string line = line_with(sink, masked(known, piece));
     const std::string_view place = sink.place;
-    std::string text = place == "command"
-                           ? "puts it as it stands into a command, "
-                           : "writes it as it stands into " + std::string(place) + ", ";
+    std::string text = place == "command" ? "passes it unchanged to a command: "
+                                          : "writes it unchanged into " + std::string(place) + ": ";
     text += line;
-    // What a shell takes apart does not reach the program as it is.
+    // A text that a shell splits or interprets does not reach the program unchanged.
     const bool whole = piece.find_first_of(" \t\n;&|<>()$`\\\"'") == std::string_view::npos;
     const std::string_view program = strict_program(sink.line);
-    if (whole && !program.empty()) text += "; " + std::string(program) + " refuses it";
+    if (whole && !program.empty()) text += "; " + std::string(program) + " rejects it";
     return text;
 }
 
 std::string effect_by_form(const KnownSetting& known, std::string_view piece) {
     switch (known.secret ? Form::Text : known.form) {
         case Form::Flag:
-            return "takes it as off: only a value that begins with 1 is on";
+            return "treats it as off: only a value that starts with 1 is on";
         case Form::Number:
             return "reads it as " + std::to_string(leading_int(piece));
         case Form::Choice:
-            return "hands it on as it stands";
+            return "passes it on unchanged";
         default:
-            return "uses it as it stands";
+            return "uses it unchanged";
     }
 }
 
-// A backslash stays one, as a shell sees it.
+// A backslash is not doubled: the line is shown as a shell reads it.
 void append_visible(std::string& out, std::string_view text) {
     for (const char c : text) {
         if (c == '\\')
@@ -56,7 +55,7 @@ void append_visible(std::string& out, std::string_view text) {
 
 }  // namespace
 
-std::string_view shown_piece(const KnownSetting& known, std::string_view piece) {
+std::string_view masked(const KnownSetting& known, std::string_view piece) {
     return known.secret ? "********" : piece;
 }
 

@@ -16,31 +16,31 @@ void check_nat(Check& check) {
     const bool off = begins_with(check, "fw_nat", '0');
     add(check, Level::Warning, "fw_nat",
         {.problem = "is not 1",
-         .effect =
-             std::string("leaves FORWARD open: whoever reaches the WAN side reaches the LAN") +
-             (off ? "; addresses are not translated" : ""),
-         .cure = "fw_nat=1"});
+         .effect = std::string(
+                       "leaves FORWARD open: any host that reaches the WAN side reaches the LAN") +
+                   (off ? "; addresses are not translated" : ""),
+         .fix = "fw_nat=1"});
 }
 
 void check_remote(Check& check) {
     if (!is_on(check, "fw_remote")) return;
     if (begins_with(check, "fw_remote_type", '3'))
         add(check, Level::Warning, "fw_remote_type",
-            {.problem = "opens the web interface to every host of the WAN",
+            {.problem = "opens the web interface to every host on the WAN",
              .effect = "redirects port " + escaped(text_of(check, "fw_remote_port")) +
-                       " of the WAN to it, whoever asks",
-             .cure = "fw_remote_type=1 with fw_remote_single, or 2 with a range"});
+                       " of the WAN to it, from any host",
+             .fix = "fw_remote_type=1 with fw_remote_single, or 2 with a range"});
     const std::optional<std::uint32_t> start = parse_quad(text_of(check, "fw_remote_range_start"));
     const std::optional<std::uint32_t> end = parse_quad(text_of(check, "fw_remote_range_end"));
     if (!begins_with(check, "fw_remote_type", '2') || !start || !end || *start <= *end) return;
     add(check, Level::Error, "fw_remote_range_start",
         {.problem = "is above fw_remote_range_end=" + quad_text(*end),
-         .effect = "writes a range that holds no address, or that iptables refuses",
-         .cure = assignment("fw_remote_range_start", quad_text(*end)) + " " +
-                 assignment("fw_remote_range_end", quad_text(*start))});
+         .effect = "writes a range that contains no address, or that iptables rejects",
+         .fix = assignment("fw_remote_range_start", quad_text(*end)) + " " +
+                assignment("fw_remote_range_end", quad_text(*start))});
 }
 
-// A setting that names a host of the LAN.
+// A setting that names a host on the LAN.
 void check_lan_host(Check& check, const char* switch_key, const char* key, const char* effect) {
     const std::optional<Net> lan = lan_of(check);
     const std::optional<std::uint32_t> host = address_of(check, key);
@@ -49,21 +49,21 @@ void check_lan_host(Check& check, const char* switch_key, const char* key, const
         add(check, Level::Error, key,
             {.problem = "is the router's own address",
              .effect = effect,
-             .cure = "another host of " + lan->text()});
+             .fix = "another host in " + lan->text()});
     } else if (!lan->has_host(*host)) {
         add(check, Level::Error, key,
-            {.problem = "is no host of the LAN " + lan->text(),
+            {.problem = "is not a host on the LAN " + lan->text(),
              .effect = effect,
-             .cure = "a host of " + lan->text()});
+             .fix = "a host in " + lan->text()});
     }
 }
 
 void check_dmz(Check& check) {
     check_lan_host(check, "fw_dmz_enable", "fw_dmz",
-                   "sends all that comes from the WAN to an address that is not there");
+                   "sends all traffic from the WAN to an address without a host");
     if (!is_on(check, "fw_dmz_enable") || is_on(check, "fw_nat")) return;
     add(check, Level::Warning, "fw_dmz_enable",
-        {.problem = "is on without fw_nat=1", .effect = "writes no DMZ rule", .cure = "fw_nat=1"});
+        {.problem = "is on without fw_nat=1", .effect = "writes no DMZ rule", .fix = "fw_nat=1"});
 }
 
 bool service_is_known(const Check& check, std::string_view name) {
@@ -86,23 +86,23 @@ void check_service_names(Check& check, Level level) {
     if (unknown.empty()) return;
     add(check, level, "access_control",
         {.problem =
-             "names " + quoted(unknown) + ", which neither fw_services_def nor fw_services has",
-         .effect = "stops there, and blocks none of these: " + left_alone,
-         .cure = "a name that fw_services has, as name:protocol:first-last"});
+             "names " + quoted(unknown) + ", which is in neither fw_services_def nor fw_services",
+         .effect = "stops there and does not block: " + left_alone,
+         .fix = "a name from fw_services, where each entry is name:protocol:first-last"});
 }
 
 void check_service_list(Check& check) {
     const std::string_view list = text_of(check, "access_control");
     if (list.empty()) return;
-    // With another ac_control the list is there for later.
+    // With another ac_control the list is not in use.
     const Level level = number_of(check, "ac_control") == 2 ? Level::Error : Level::Warning;
     const std::string_view head = list.substr(0, limits::blocked_services_start);
     if (list.size() <= limits::blocked_services_start ||
         head.find_first_of(separators) != std::string_view::npos)
         add(check, level, "access_control",
-            {.problem = "has no four characters before its first name",
-             .effect = "passes over " + quoted(head) + ", whatever it is",
-             .cure = "four other characters before the first name, such as 0000"});
+            {.problem = "does not have four characters before its first name",
+             .effect = "ignores " + quoted(head) + ", whatever it is",
+             .fix = "four characters before the first name, such as 0000"});
     check_service_names(check, level);
 
     std::size_t count = 0;
@@ -114,13 +114,13 @@ void check_service_list(Check& check) {
     }
     if (count <= limits::blocked_services) return;
     add(check, level, "access_control",
-        {.problem = "has " + std::to_string(count) + " names, and the most is " +
+        {.problem = "has " + std::to_string(count) + " names; the maximum is " +
                     std::to_string(limits::blocked_services),
-         .effect = "passes over the rest",
-         .cure = "at most " + std::to_string(limits::blocked_services) + " names"});
+         .effect = "ignores the rest",
+         .fix = "at most " + std::to_string(limits::blocked_services) + " names"});
 }
 
-// The services of one table: their ports, and whether another table hides them.
+// The services of one table: their ports, and names that are in the other table too.
 void check_service_table(Check& check, const char* key) {
     const KnownSetting* const known = find_known(key);
     if (known == nullptr) return;
@@ -134,15 +134,15 @@ void check_service_table(Check& check, const char* key) {
         if (search_serv(text, service, name) != 0) continue;
         if (service.first_port > service.last_port)
             add(check, Level::Error, key,
-                {.problem = place + " has a first port above its last",
-                 .effect = "writes the range as it stands, and iptables refuses the rule",
-                 .cure = "first " + std::to_string(service.last_port) + ", last " +
-                         std::to_string(service.first_port)});
+                {.problem = place + " has a first port above its last port",
+                 .effect = "writes the range unchanged, and iptables rejects the rule",
+                 .fix = "first " + std::to_string(service.last_port) + ", last " +
+                        std::to_string(service.first_port)});
         if (users_own && search_serv(text_of(check, "fw_services_def"), service, name) == 0)
             add(check, Level::Warning, key,
                 {.problem = place + " has the name of a service in fw_services_def",
-                 .effect = "takes the one of fw_services_def",
-                 .cure = "another name"});
+                 .effect = "uses the one in fw_services_def",
+                 .fix = "another name"});
     }
 }
 
@@ -152,7 +152,7 @@ void check_firewall(Check& check) {
     check_nat(check);
     check_remote(check);
     check_dmz(check);
-    check_lan_host(check, "fw_block_trust_enable", "fw_block_trust", "exempts nobody");
+    check_lan_host(check, "fw_block_trust_enable", "fw_block_trust", "exempts no host");
     check_service_list(check);
     check_service_table(check, "fw_services_def");
     check_service_table(check, "fw_services");

@@ -1,4 +1,4 @@
-// Values by themselves: their forms, and the shapes of their records.
+// Single values: their forms, and the shapes of their records.
 #include "check/check_parts.h"
 #include "libnvram/secret.h"
 #include "settings/records.h"
@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t near = 2;
 
-// The word that was probably meant; none among words of a letter or two, which are all near.
+// The word that was probably meant. Words of one or two letters are all near, so none is suggested.
 std::string_view nearest_word(const Limits& limits, std::string_view value) {
     std::string_view nearest;
     std::size_t distance = near + 1;
@@ -22,7 +22,7 @@ std::string_view nearest_word(const Limits& limits, std::string_view value) {
     return nearest;
 }
 
-// What may be written instead: the nearest word, or what the factory has.
+// A value to suggest: the nearest word, or the factory value.
 std::string better_value(const KnownSetting& known, std::string_view value) {
     const Limits limits = limits_of(known);
     if (limits.form == Form::Choice && !value.empty())
@@ -30,9 +30,9 @@ std::string better_value(const KnownSetting& known, std::string_view value) {
     return known.factory;
 }
 
-std::string cure_of(const KnownSetting& known, std::string_view value) {
+std::string fix_of(const KnownSetting& known, std::string_view value) {
     const std::string better = better_value(known, value);
-    return better.empty() ? wanted(limits_of(known)) : assignment(known.key, better);
+    return better.empty() ? form_text(limits_of(known)) : assignment(known.key, better);
 }
 
 void check_length(Check& check, const KnownSetting& known, std::string_view value) {
@@ -42,31 +42,31 @@ void check_length(Check& check, const KnownSetting& known, std::string_view valu
     const std::string_view kept = value.substr(0, limit);
     const std::string kept_text = "keeps the first " + most + ": " + quoted(kept);
     add(check, known.cut ? Level::Warning : Level::Error, known.key,
-        {.problem = "has " + std::to_string(value.size()) + " characters, and the most is " + most,
+        {.problem = "has " + std::to_string(value.size()) + " characters; the maximum is " + most,
          .effect = known.cut ? kept_text
-                             : "hands all of it on, to a driver that takes no more than " + most,
-         .cure = known.secret ? "at most " + most + " characters" : assignment(known.key, kept)});
+                             : "passes all of it on, to a driver that accepts no more than " + most,
+         .fix = known.secret ? "at most " + most + " characters" : assignment(known.key, kept)});
 }
 
 void check_flag(Check& check, const KnownSetting& known, std::string_view value) {
     if (known.form != Form::Flag || value.size() == 1) return;
     add(check, Level::Warning, known.key,
-        {.problem = "is longer than a flag",
-         .effect = std::string("looks at the first character, ") + value[0] + ", and at no other",
-         .cure = assignment(known.key, value.substr(0, 1))});
+        {.problem = "is longer than one character",
+         .effect = std::string("reads only the first character, ") + value[0],
+         .fix = assignment(known.key, value.substr(0, 1))});
 }
 
 void check_field(Check& check, const KnownSetting& known, const Piece& piece, const Field& field) {
     Limits limits = limits_of(field);
-    // Of a record's flag every character counts.
+    // In a record's flag every character counts.
     if (field.form == Form::Flag) limits = {.form = Form::Choice, .choices = "0 1"};
     const std::string place = place_text(piece.entry, field.name);
     if (piece.text.empty()) {
         if (field.may_be_empty) return;
         add(check, Level::Error, known.key,
-            {.problem = place + ": is empty: " + wanted(limits) + " is wanted",
+            {.problem = place + ": is empty; expected " + form_text(limits),
              .effect = effect_of_wrong(check, known, ""),
-             .cure = wanted(limits)});
+             .fix = form_text(limits)});
         return;
     }
     const std::string problem = form_problem(limits, piece.text);
@@ -74,17 +74,17 @@ void check_field(Check& check, const KnownSetting& known, const Piece& piece, co
         add(check, Level::Error, known.key,
             {.problem = place + ": " + quoted(piece.text) + " " + problem,
              .effect = effect_of_wrong(check, known, piece.text),
-             .cure = wanted(limits)});
+             .fix = form_text(limits)});
         return;
     }
     const auto limit = static_cast<std::size_t>(field.high);
     if (field.form != Form::Text || limit == 0 || piece.text.size() <= limit) return;
     add(check, Level::Warning, known.key,
         {.problem = place + ": " + quoted(piece.text) + " has " +
-                    std::to_string(piece.text.size()) + " characters, and the most is " +
+                    std::to_string(piece.text.size()) + " characters; the maximum is " +
                     std::to_string(limit),
          .effect = "keeps " + quoted(piece.text.substr(0, limit)),
-         .cure = "at most " + std::to_string(limit) + " characters"});
+         .fix = "at most " + std::to_string(limit) + " characters"});
 }
 
 void check_entry(Check& check, const KnownSetting& known, std::string_view text, unsigned entry) {
@@ -100,11 +100,11 @@ void check_entry(Check& check, const KnownSetting& known, std::string_view text,
     add(check, Level::Error, known.key,
         {.problem =
              where + quoted(text) + " ends before field " + record.fields[fields.size()].name,
-         .effect = "does not use the entry as it is meant",
-         .cure = std::string("an entry of the form ") + quoted(record.shape)});
+         .effect = "does not use the entry as intended",
+         .fix = std::string("an entry of the form ") + quoted(record.shape)});
 }
 
-// Whether a record takes a place in rc's store.
+// Whether rc stores the record, so that it counts towards the limit.
 bool is_counted(const Record& record, std::string_view text) {
     if (*record.counted == '\0') return true;
     const std::vector<std::string_view> fields = split_fields(record, text);
@@ -123,12 +123,12 @@ void check_count(Check& check, const KnownSetting& known,
         unused += std::to_string(i + 1);
     }
     if (record.most == 0 || counted <= record.most) return;
-    const char* const on = *record.counted == '\0' ? "" : " that are on";
+    const char* const enabled = *record.counted == '\0' ? " " : " enabled ";
     add(check, Level::Error, known.key,
-        {.problem = "has " + std::to_string(counted) + " entries" + on + ", and the most is " +
+        {.problem = "has " + std::to_string(counted) + enabled + "entries; the maximum is " +
                     std::to_string(record.most),
          .effect = unused,
-         .cure = "at most " + std::to_string(record.most) + " entries" + on});
+         .fix = "at most " + std::to_string(record.most) + enabled + "entries"});
 }
 
 void check_records(Check& check, const KnownSetting& known, std::string_view value) {
@@ -143,8 +143,8 @@ void check_records(Check& check, const KnownSetting& known, std::string_view val
         }
         add(check, Level::Note, known.key,
             {.problem = "entry " + std::to_string(entry) + " is empty",
-             .effect = "passes it over",
-             .cure = "one separator between two entries"});
+             .effect = "skips it",
+             .fix = "a single separator between two entries"});
     }
     check_count(check, known, records);
 }
@@ -158,7 +158,7 @@ bool is_made_up_by_rc(std::string_view key) {
 }  // namespace
 
 void check_form(Check& check, const KnownSetting& known, std::string_view value) {
-    // Its names are parted by blanks, too; check_firewall.cc reads it as rc does.
+    // Its names are separated by spaces, too; check_firewall.cc reads it as rc does.
     if (known.key == std::string_view("access_control")) return;
     if (known.record != nullptr) return check_records(check, known, value);
     const std::string problem = form_problem(limits_of(known), value);
@@ -166,7 +166,7 @@ void check_form(Check& check, const KnownSetting& known, std::string_view value)
         add(check, Level::Error, known.key,
             {.problem = problem,
              .effect = effect_of_wrong(check, known, value),
-             .cure = cure_of(known, value)});
+             .fix = fix_of(known, value)});
         return;
     }
     check_length(check, known, value);
@@ -177,12 +177,12 @@ void check_missing(Check& check, const KnownSetting& known, bool absent) {
     const bool differs = absent && *known.when_absent != '\0';
     if (known.may_be_empty && !differs) return;
     std::string effect = differs ? known.when_absent : known.when_empty;
-    if (effect.empty()) effect = "reads the empty text";
+    if (effect.empty()) effect = "reads an empty value";
     const Level level = !differs ? Level::Error : known.may_be_empty ? Level::Note : Level::Warning;
     add(check, level, known.key,
-        {.problem = absent ? "is not set" : "is empty: " + wanted(limits_of(known)) + " is wanted",
+        {.problem = absent ? "is not set" : "is empty; expected " + form_text(limits_of(known)),
          .effect = effect,
-         .cure = cure_of(known, "")});
+         .fix = fix_of(known, "")});
 }
 
 void check_unknown(Check& check, std::string_view key) {
@@ -199,16 +199,16 @@ void check_unknown(Check& check, std::string_view key) {
     }
     if (nearest.empty()) {
         add(check, Level::Note, key,
-            {.problem = "is no setting of rc's", .effect = "never reads it", .cure = ""});
+            {.problem = "is not a setting of rc", .effect = "ignores it", .fix = ""});
         return;
     }
-    // The slip may be in the name of a password.
+    // The misspelt key may be that of a password.
     const bool secret = is_secret(key) || is_secret(nearest);
     const std::string_view value = secret ? "..." : text_of(check, key);
     add(check, Level::Note, key,
-        {.problem = "is no setting of rc's; there is " + std::string(nearest),
-         .effect = "never reads it",
-         .cure = assignment(nearest, value)},
+        {.problem = "is not a setting of rc; the nearest is " + std::string(nearest),
+         .effect = "ignores it",
+         .fix = assignment(nearest, value)},
         secret);
 }
 

@@ -1,4 +1,4 @@
-// Port forwards and special applications: hosts, ranges, what hides what.
+// Port forwards and special applications: hosts, ranges, overlaps.
 #include <cstring>
 
 #include "check/check_parts.h"
@@ -25,7 +25,7 @@ bool is_range(const char* key) {
     return std::strcmp(key, "fw_out_rules") == 0;
 }
 
-// rc reads the whole list by the same parser; record by record it tells which entry a forward is.
+// rc parses the whole list at once; parsing record by record gives each forward's entry number.
 void collect(std::vector<OpenPorts>& ports, const Check& check, const char* key,
              const ForwardStore& store) {
     const KnownSetting* const known = find_known(key);
@@ -54,20 +54,21 @@ void check_host(Check& check, const OpenPorts& ports) {
     const bool own = *host == lan->address;
     if (!own && lan->has_host(*host)) return;
     add(check, Level::Error, ports.key,
-        {.problem = place_of(ports) + " leads to " + text +
-                    (own ? ", the router itself" : ", which is no host of the LAN " + lan->text()),
+        {.problem =
+             place_of(ports) + " leads to " + text +
+             (own ? ", the router itself" : ", which is not a host on the LAN " + lan->text()),
          .effect = own ? "forwards to itself, where nothing answers to the WAN"
-                       : "forwards to an address that is not there",
-         .cure = "the last number of a host's address in " + lan->text()});
+                       : "forwards to an address without a host",
+         .fix = "the last number of a host's address in " + lan->text()});
 }
 
 void check_order(Check& check, const OpenPorts& ports) {
     if (ports.first <= ports.last) return;
     add(check, Level::Error, ports.key,
-        {.problem = place_of(ports) + " has a first port above its last",
+        {.problem = place_of(ports) + " has a first port above its last port",
          .effect = "writes " + ports.forward.first + ":" + ports.forward.second +
-                   " as it stands, and iptables refuses the rules",
-         .cure = "first " + ports.forward.second + ", last " + ports.forward.first});
+                   " unchanged, and iptables rejects the rules",
+         .fix = "first " + ports.forward.second + ", last " + ports.forward.first});
 }
 
 void check_remote_port(Check& check, const OpenPorts& ports) {
@@ -76,12 +77,11 @@ void check_remote_port(Check& check, const OpenPorts& ports) {
     if (remote < ports.first || remote > ports.last) return;
     const bool from_anywhere = begins_with(check, "fw_remote_type", '3');
     add(check, from_anywhere ? Level::Error : Level::Warning, ports.key,
-        {.problem = place_of(ports) + " holds port " + std::to_string(remote) +
-                    ", which is remote management's",
-         .effect =
-             std::string("redirects it to the web interface before the forward is looked at") +
-             (from_anywhere ? "" : ", for the hosts that may manage"),
-         .cure = "another port here or in fw_remote_port"});
+        {.problem = place_of(ports) + " contains port " + std::to_string(remote) +
+                    ", the port of remote management",
+         .effect = std::string("redirects it to the web interface before the forward applies") +
+                   (from_anywhere ? "" : ", for hosts allowed to manage the router"),
+         .fix = "another port here or in fw_remote_port"});
 }
 
 bool share_protocol(const Forward& one, const Forward& other) {
@@ -95,8 +95,8 @@ void check_overlap(Check& check, const OpenPorts& earlier, const OpenPorts& late
     if (earlier.key != later.key) of_other = std::string(" of ") + earlier.key;
     add(check, Level::Warning, later.key,
         {.problem = place_of(later) + " shares ports with " + place_of(earlier) + of_other,
-         .effect = "sends what both name to the host of the earlier one",
-         .cure = "other ports"});
+         .effect = "sends shared ports to the host of the earlier entry",
+         .fix = "other ports"});
 }
 
 void check_ranges_of_trigger(Check& check, unsigned entry,
@@ -108,10 +108,10 @@ void check_ranges_of_trigger(Check& check, unsigned entry,
         const std::optional<long long> last = plain_number(fields[place + 1]);
         if (!first || !last || *first <= *last) continue;
         add(check, Level::Error, "fw_spapp",
-            {.problem = place_text(entry, nullptr) + " has a first port above its last, " +
+            {.problem = place_text(entry, nullptr) + " has a first port above its last port, " +
                         std::to_string(*first) + "-" + std::to_string(*last),
-             .effect = "hands both to the kernel module, which finds no port between them",
-             .cure = std::to_string(*last) + "-" + std::to_string(*first)});
+             .effect = "passes both to the kernel module, which finds no port between them",
+             .fix = std::to_string(*last) + "-" + std::to_string(*first)});
     }
 }
 
@@ -133,11 +133,10 @@ void check_triggers(Check& check) {
     const int used = parse_triggers(list).entries;
     if (used >= count) return;
     add(check, Level::Error, "fw_spapp",
-        {.problem = "has " + std::to_string(count) +
-                    " entries that are on, which do not fit into " +
+        {.problem = "has " + std::to_string(count) + " enabled entries, which do not fit into " +
                     std::to_string(limits::trigger_list) + " characters of ports",
          .effect = "uses " + std::to_string(used) + " of them",
-         .cure = "fewer entries"});
+         .fix = "fewer entries"});
 }
 
 }  // namespace

@@ -24,30 +24,30 @@ void check_addresses(Check& check) {
         add(check, Level::Error, "lan_netmask",
             {.problem = "leaves no room for hosts",
              .effect = "gives the LAN's interface a network without hosts",
-             .cure = "lan_netmask=255.255.255.0"});
+             .fix = "lan_netmask=255.255.255.0"});
         return;
     }
     if (!lan->has_host(lan->address))
         add(check, Level::Error, "lan_ipaddr",
             {.problem = "is the network's or the broadcast address of " + lan->text(),
              .effect = "gives the router an address that no host can have",
-             .cure = assignment("lan_ipaddr", quad_text(lan->first() + 1))});
+             .fix = assignment("lan_ipaddr", quad_text(lan->first() + 1))});
     if (parse_quad(text_of(check, "lan_bipaddr")).value_or(lan->last()) != lan->last())
         add(check, Level::Warning, "lan_bipaddr",
             {.problem = "is not the broadcast address of " + lan->text(),
              .effect = "gives it to ifconfig, and broadcasts to the LAN go to it",
-             .cure = assignment("lan_bipaddr", quad_text(lan->last()))});
+             .fix = assignment("lan_bipaddr", quad_text(lan->last()))});
 }
 
-// The sound address in the pool's setting, when it lies in the LAN.
+// The valid address in the pool's setting, if it is in the LAN.
 std::optional<std::uint32_t> pool_end(Check& check, const Net& lan, const char* key,
                                       std::uint32_t better) {
     const std::optional<std::uint32_t> address = parse_quad(text_of(check, key));
     if (!address || lan.has_host(*address)) return address;
     add(check, Level::Error, key,
-        {.problem = "is no host of the LAN " + lan.text(),
-         .effect = "gives udhcpd a pool outside the LAN, whose addresses reach nobody",
-         .cure = assignment(key, quad_text(better))});
+        {.problem = "is not a host on the LAN " + lan.text(),
+         .effect = "gives udhcpd a pool outside the LAN, whose addresses reach no host",
+         .fix = assignment(key, quad_text(better))});
     return std::nullopt;
 }
 
@@ -61,43 +61,43 @@ void check_pool(Check& check) {
         add(check, Level::Error, "dhcp_start_ip",
             {.problem = "is above dhcp_end_ip=" + quad_text(*end),
              .effect = "gives udhcpd a pool without addresses",
-             .cure = assignment("dhcp_start_ip", quad_text(*end)) + " " +
-                     assignment("dhcp_end_ip", quad_text(*start))});
+             .fix = assignment("dhcp_start_ip", quad_text(*end)) + " " +
+                    assignment("dhcp_end_ip", quad_text(*start))});
         return;
     }
     if (*start <= lan->address && lan->address <= *end)
         add(check, Level::Warning, "dhcp_start_ip",
             {.problem =
-                 "begins a pool that holds the router's own address, " + quad_text(lan->address),
-             .effect = "gives udhcpd the pool as it is",
-             .cure = assignment("dhcp_start_ip", quad_text(lan->address + 1))});
+                 "starts a pool that contains the router's own address, " + quad_text(lan->address),
+             .effect = "gives udhcpd the pool unchanged",
+             .fix = assignment("dhcp_start_ip", quad_text(lan->address + 1))});
 }
 
-// One entry of "pcdb_list" that rc reads; what it does not read is found by its form.
+// One entry of "pcdb_list" that rc can read; the check of forms finds the others.
 void check_reservation(Check& check, const Net& lan, unsigned entry,
                        const Reservation& reservation) {
     const std::uint32_t written = number_of(reservation.address);
     // rc takes the first number from the LAN's address.
     const std::uint32_t entered = (written & 0x00ffffff) | (lan.address & 0xff000000);
     const std::string place = place_text(entry, nullptr) + ": " + quad_text(written);
-    const std::string cure = "an address of the pool, from " +
-                             escaped(text_of(check, "dhcp_start_ip")) + " to " +
-                             escaped(text_of(check, "dhcp_end_ip"));
+    const std::string fix = "an address of the pool, from " +
+                            escaped(text_of(check, "dhcp_start_ip")) + " to " +
+                            escaped(text_of(check, "dhcp_end_ip"));
     if (!lan.has_host(entered)) {
         add(check, Level::Error, "pcdb_list",
-            {.problem = place + " is no host of the LAN " + lan.text(),
-             .effect = "reserves " + quad_text(entered) + ", which reaches nobody",
-             .cure = cure});
+            {.problem = place + " is not a host on the LAN " + lan.text(),
+             .effect = "reserves " + quad_text(entered) + ", which reaches no host",
+             .fix = fix});
     } else if (entered == lan.address) {
         add(check, Level::Error, "pcdb_list",
             {.problem = place + " is the router's own address",
-             .effect = "reserves it, so that two hosts have it",
-             .cure = cure});
+             .effect = "reserves it, so two hosts have it",
+             .fix = fix});
     } else if (entered != written) {
         add(check, Level::Warning, "pcdb_list",
-            {.problem = place + " is no host of the LAN " + lan.text(),
-             .effect = "reserves " + quad_text(entered) + " in its place",
-             .cure = cure});
+            {.problem = place + " is not a host on the LAN " + lan.text(),
+             .effect = "reserves " + quad_text(entered) + " instead",
+             .fix = fix});
     }
 
     const std::optional<std::uint32_t> start = parse_quad(text_of(check, "dhcp_start_ip"));
@@ -105,9 +105,9 @@ void check_reservation(Check& check, const Net& lan, unsigned entry,
     const std::uint32_t host = written & 255;
     if (!start || !end || (host >= (*start & 255) && host <= (*end & 255))) return;
     add(check, Level::Error, "pcdb_list",
-        {.problem = place + " lies outside the pool, by its last number",
+        {.problem = place + " is outside the pool, by its last number",
          .effect = "leaves the reservation out",
-         .cure = cure});
+         .fix = fix});
 }
 
 void check_reservations(Check& check) {
@@ -128,31 +128,31 @@ void check_dhcp_options(Check& check) {
     const std::optional<std::uint32_t> router = address_of(check, "dhcp_gateway_ip");
     if (extended && lan && router && !lan->has_host(*router))
         add(check, Level::Error, "dhcp_gateway_ip",
-            {.problem = "is no host of the LAN " + lan->text(),
-             .effect = "has udhcpd hand out a default router that no client reaches",
-             .cure = assignment("dhcp_gateway_ip", text_of(check, "lan_ipaddr"))});
+            {.problem = "is not a host on the LAN " + lan->text(),
+             .effect = "makes udhcpd hand out a default router that no client reaches",
+             .fix = assignment("dhcp_gateway_ip", text_of(check, "lan_ipaddr"))});
     if (extended) return;
     for (const std::string_view key : {"dhcp_gateway_ip", "dhcp_dns_ip"})
         if (address_of(check, key))
             add(check, Level::Note, key,
-                {.problem = "counts only with dhcp_server_extended_option=enable",
-                 .effect = "has udhcpd hand out lan_ipaddr in its place",
-                 .cure = "dhcp_server_extended_option=enable"});
+                {.problem = "takes effect only with dhcp_server_extended_option=enable",
+                 .effect = "makes udhcpd hand out lan_ipaddr instead",
+                 .fix = "dhcp_server_extended_option=enable"});
 }
 
 void check_gateway_of_route(Check& check, const StaticRoute& route) {
     const std::optional<std::uint32_t> gateway = parse_quad(route.gateway);
     const std::optional<Net> lan = lan_of(check);
     if (!gateway || !lan || lan->has_host(*gateway)) return;
-    // Where the WAN's address is leased, its network is not known here.
+    // If the WAN's address is leased, its network is not known here.
     const std::optional<Net> wan =
         parse_net(text_of(check, "fix_ipaddr"), text_of(check, "fix_netmask"));
     const bool wan_known = text_of(check, "wan_mode") == wan_mode::ip && wan;
     if (!wan_known || wan->has_host(*gateway)) return;
     add(check, Level::Error, "rt_static_route",
         {.problem = "entry 1: gateway " + route.gateway + " is in neither the LAN nor the WAN",
-         .effect = "runs route, which the kernel refuses: the gateway is not reached",
-         .cure = "a gateway in " + lan->text()});
+         .effect = "runs route, which the kernel rejects: the gateway cannot be reached",
+         .fix = "a gateway in " + lan->text()});
 }
 
 void check_route(Check& check) {
@@ -162,8 +162,8 @@ void check_route(Check& check) {
     if (route->active != 1) {
         add(check, Level::Note, "rt_static_route",
             {.problem = "entry 1 is not active",
-             .effect = "runs an empty command at the start",
-             .cure = "an active flag of 1"});
+             .effect = "runs an empty command on start",
+             .fix = "an active flag of 1"});
         return;
     }
     check_gateway_of_route(check, *route);
@@ -172,11 +172,11 @@ void check_route(Check& check) {
     const std::optional<std::uint32_t> mask = parse_quad(route->netmask);
     if (!address || !mask || (*address & ~*mask) == 0) return;
     add(check, Level::Error, "rt_static_route",
-        {.problem = "entry 1: destination " + route->destination + " has more bits than netmask " +
+        {.problem = "entry 1: destination " + route->destination + " has bits outside netmask " +
                     route->netmask,
          .effect = "runs /sbin/route add -net " + network + " netmask " + route->netmask +
-                   ", which the kernel refuses",
-         .cure = "destination " + quad_text(*address & *mask)});
+                   ", which the kernel rejects",
+         .fix = "destination " + quad_text(*address & *mask)});
 }
 
 }  // namespace

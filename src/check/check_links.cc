@@ -16,14 +16,14 @@ void check_peers(Check& check) {
         if (edit_distance(peer, text_of(check, "lan_assign_mac"), 0) != 0) continue;
         add(check, Level::Error, key,
             {.problem = "is the router's own MAC address",
-             .effect = "hands the driver a link to itself",
-             .cure = "the other access point's MAC address"});
+             .effect = "passes the driver a link to itself",
+             .fix = "the other access point's MAC address"});
     }
     if (any) return;
     add(check, Level::Warning, "wds_enable",
-        {.problem = "is on, and no peer is set",
-         .effect = "tells the driver of WDS without links",
-         .cure = "wds_list1=00:11:22:33:44:55"});
+        {.problem = "is on, but no peer is set",
+         .effect = "configures the driver for WDS without links",
+         .fix = "wds_list1=00:11:22:33:44:55"});
 }
 
 void check_link_security(Check& check) {
@@ -32,23 +32,23 @@ void check_link_security(Check& check) {
         add(check, Level::Warning, "wifi_wep_on",
             {.problem = "has no counterpart for WDS links",
              .effect = "leaves the links unencrypted (WdsEncrypType=NONE)",
-             .cure = "wifi_wep_on=3 with wifi_psk2_pwd"});
+             .fix = "wifi_wep_on=3 with wifi_psk2_pwd"});
     const char* const cipher = mode == 2   ? "wifi_wpapsk_key"
                                : mode == 3 ? "wifi_wpa2psk_key"
                                            : nullptr;
     if (cipher == nullptr || text_of(check, cipher) != "TKIPAES") return;
     add(check, Level::Warning, cipher,
-        {.problem = "is two ciphers, and a WDS link has one",
-         .effect = "writes WdsEncrypType=TKIPAES, which the driver does not know",
-         .cure = assignment(cipher, "AES")});
+        {.problem = "selects two ciphers, but a WDS link uses one",
+         .effect = "writes WdsEncrypType=TKIPAES, which the driver does not support",
+         .fix = assignment(cipher, "AES")});
 }
 
 void check_link_channel(Check& check) {
     if (text_of(check, "wifi_channel") != "auto") return;
     add(check, Level::Warning, "wifi_channel",
-        {.problem = "is auto, and WDS peers have to be on one channel",
-         .effect = "has the driver choose, each time anew",
-         .cure = "the peers' channel"});
+        {.problem = "is auto, but WDS peers must share one channel",
+         .effect = "lets the driver choose a new one each time",
+         .fix = "the peers' channel"});
 }
 
 // The eighth digit makes the sum of all, the odd places threefold, a multiple of ten.
@@ -66,15 +66,15 @@ void check_wps(Check& check) {
     const std::string_view pin = text_of(check, "wsc_device_pin");
     if (!pin.empty() && !is_wps_pin(pin))
         add(check, Level::Warning, "wsc_device_pin",
-            {.problem = "is no PIN of 8 digits whose last one is the check digit",
-             .effect = "hands it to the driver, and clients refuse it",
-             .cure = "wsc_device_pin= for the board's own"});
+            {.problem = "is not a PIN of 8 digits whose last one is the check digit",
+             .effect = "passes it to the driver, and clients reject it",
+             .fix = "wsc_device_pin= for the board's own"});
     const int mode = number_of(check, "wifi_wep_on");
     if (mode != 1 && mode < 5) return;
     add(check, Level::Warning, "h_wsc_enable",
-        {.problem = "is on, and WPS knows neither WEP nor RADIUS",
-         .effect = "starts WPS, which hands out nothing that joins",
-         .cure = "h_wsc_enable=0"});
+        {.problem = "is on, but WPS supports neither WEP nor RADIUS",
+         .effect = "starts WPS, with which no client can join",
+         .fix = "h_wsc_enable=0"});
 }
 
 }  // namespace

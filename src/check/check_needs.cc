@@ -1,4 +1,4 @@
-// Features that are on, and the settings that they cannot do without.
+// Features that are on, and the settings that they need.
 #include <algorithm>
 
 #include "check/check_parts.h"
@@ -26,7 +26,7 @@ bool holds(const Check& check, const Condition& condition) {
     return true;
 }
 
-// 0 is no rate, as 0.0.0.0 is no address.
+// A number of 0 is missing, as an address of 0.0.0.0 is.
 bool is_nothing(const Check& check, const KnownSetting& known) {
     if (is_missing(check, known.key)) return true;
     return known.form == Form::Number && text_of(check, known.key) == "0";
@@ -39,10 +39,10 @@ void check_need(Check& check, const KnownSetting& known, const Need& need) {
     if (need.also.test != Test::Always)
         reasons += " with " + assignment(need.also.key, text_of(check, need.also.key));
     add(check, need.level, known.key,
-        {.problem = "is " + (value.empty() ? "empty" : std::string(value)) + ", and " + reasons +
+        {.problem = "is " + (value.empty() ? "empty" : std::string(value)) + ", but " + reasons +
                     " needs it",
          .effect = need.effect != nullptr ? need.effect : known.when_empty,
-         .cure = assignment(known.key, need.cure != nullptr ? need.cure : known.example)});
+         .fix = assignment(known.key, need.fix != nullptr ? need.fix : known.example)});
 }
 
 }  // namespace

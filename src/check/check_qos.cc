@@ -8,10 +8,10 @@ namespace nvram {
 
 namespace {
 
-// The line's rate is given out in so many shares.
+// rc divides the line's rate into this number of shares.
 constexpr int shares = 13;
 
-// As rc tells a text that is given: "0" in front means none.
+// rc takes a text that starts with "0" as not given.
 bool given(const std::string& text) {
     return !text.starts_with('0');
 }
@@ -22,15 +22,14 @@ struct Rule {
 };
 
 void add_rule(Check& check, Level level, const Rule& rule, const std::string& problem,
-              const char* effect, const std::string& cure) {
-    add(check, level, "qos",
-        {.problem = rule.place + " " + problem, .effect = effect, .cure = cure});
+              const char* effect, const std::string& fix) {
+    add(check, level, "qos", {.problem = rule.place + " " + problem, .effect = effect, .fix = fix});
 }
 
 void check_mode(Check& check, const Rule& rule, bool by_priority) {
     if (rule.rule.enabled == 0)
         add_rule(check, Level::Warning, rule, "is marked as off",
-                 "looks at no such mark: it counts", "a list without the entry");
+                 "ignores the mark and applies the rule", "a list without the entry");
     if ((rule.rule.priority == bandwidth_class) != by_priority) return;
     add_rule(check, Level::Warning, rule,
              "has class " + std::to_string(rule.rule.priority) + ", and qos_type is " +
@@ -43,8 +42,8 @@ void check_ports(Check& check, const Rule& rule) {
     const QosRule& qos = rule.rule;
     if (!given(qos.first_port) || !given(qos.last_port)) return;
     if (leading_int(qos.first_port) <= leading_int(qos.last_port)) return;
-    add_rule(check, Level::Error, rule, "has a first port above its last",
-             "writes the range as it stands, and iptables refuses the rules",
+    add_rule(check, Level::Error, rule, "has a first port above its last port",
+             "writes the range unchanged, and iptables rejects the rules",
              qos.last_port + " to " + qos.first_port);
 }
 
@@ -55,13 +54,13 @@ void check_addresses(Check& check, const Rule& rule) {
     if (!given(qos.first_address) || !first) return;
     if (lan && !lan->has_host(*first))
         add_rule(check, Level::Warning, rule,
-                 "is for " + qos.first_address + ", which is no host of the LAN " + lan->text(),
-                 "writes a rule that no packet meets", "a host of " + lan->text());
+                 "is for " + qos.first_address + ", which is not a host on the LAN " + lan->text(),
+                 "writes a rule that no packet matches", "a host in " + lan->text());
     if (!given(qos.last_octet) || leading_int(qos.last_octet) >= static_cast<int>(*first & 255))
         return;
     add_rule(check, Level::Error, rule, "has a first address above its last",
-             "writes a range that iptables refuses",
-             "a last number from " + std::to_string(*first & 255));
+             "writes a range that iptables rejects",
+             "a last number of at least " + std::to_string(*first & 255));
 }
 
 void check_rate(Check& check, const Rule& rule, bool by_priority) {
@@ -70,7 +69,7 @@ void check_rate(Check& check, const Rule& rule, bool by_priority) {
     const int line = number_of(check, "wan_bandwidth");
     if (rate <= 0)
         add_rule(check, Level::Error, rule, "has no rate",
-                 "writes a ceiling of 0, which tc refuses", "a rate in kbit/s");
+                 "writes a ceiling of 0, which tc rejects", "a rate in kbit/s");
     if (line > 0 && rate > line)
         add_rule(check, Level::Warning, rule,
                  "has a rate of " + std::to_string(rate) +
@@ -83,10 +82,10 @@ void check_interface(Check& check, const char* key) {
     const std::string_view name = text_of(check, key);
     if (name.size() <= kept) return;
     add(check, Level::Error, key,
-        {.problem = "has " + std::to_string(name.size()) + " characters, and QoS keeps " +
+        {.problem = "has " + std::to_string(name.size()) + " characters, but QoS keeps " +
                     std::to_string(kept),
-         .effect = "shapes " + quoted(name.substr(0, kept)) + ", which there is not",
-         .cure = "a name of at most " + std::to_string(kept) + " characters"});
+         .effect = "shapes " + quoted(name.substr(0, kept)) + ", which does not exist",
+         .fix = "a name of at most " + std::to_string(kept) + " characters"});
 }
 
 void check_rules(Check& check) {
@@ -99,7 +98,7 @@ void check_rules(Check& check) {
         if (rule.rule.name.empty()) {
             if (i + 1 < count)
                 add_rule(check, Level::Error, rule, "has no name",
-                         "takes it for the end of the list, and uses no later entry",
+                         "reads it as the end of the list and uses no later entry",
                          "a name in the third field");
             return;
         }
@@ -117,9 +116,9 @@ void check_qos(Check& check) {
     const int line = number_of(check, "wan_bandwidth");
     if (line > 0 && line < shares)
         add(check, Level::Error, "wan_bandwidth",
-            {.problem = "is too little to be shared",
-             .effect = "gives each class a thirteenth of it, which is 0, and tc refuses that",
-             .cure = "wan_bandwidth=2000"});
+            {.problem = "is too low to be shared",
+             .effect = "gives each class a thirteenth of it, which is 0, and tc rejects that",
+             .fix = "wan_bandwidth=2000"});
     check_interface(check, "lan_if");
     check_interface(check, "wan_ifname");
     check_rules(check);

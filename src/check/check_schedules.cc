@@ -1,4 +1,4 @@
-// Weekly schedules: periods that never apply, or apply otherwise than they look.
+// Weekly schedules: periods that never apply, or apply differently than they look.
 #include "check/check_parts.h"
 #include "sched/periods.h"
 #include "settings/records.h"
@@ -28,7 +28,7 @@ bool is_sound(const SchedulePeriod& period) {
            is_within(period.end_minute, 59);
 }
 
-// The periods that rc reads; what it does not read, or reads as no time, is found by its form.
+// The periods that rc can read and that are valid times; the check of forms finds the others.
 std::vector<Period> periods_in(std::string_view list) {
     std::vector<Period> periods;
     for (unsigned entry = 1; !list.empty(); ++entry) {
@@ -82,7 +82,7 @@ void check_times(Check& check, const List& list, const Period& period,
         add(check, Level::Error, list.key,
             {.problem = times + ", never applies",
              .effect = "finds no minute in it",
-             .cure = "an end behind the start"});
+             .fix = "an end after the start"});
         return;
     }
     if (period.start < period.end || has_same(others, period)) return;
@@ -90,9 +90,9 @@ void check_times(Check& check, const List& list, const Period& period,
                                  ? "from 0:00 to " + time_text(period.end)
                                  : "from " + time_text(period.start) + " to the end of the day";
     add(check, Level::Warning, list.key,
-        {.problem = times + ", goes past midnight, and " + list.other_key + " has no such entry",
-         .effect = "opens it on " + std::string(days[period.day]) + " " + part + " only",
-         .cure = "the entry " + record_text(period) + " in " + list.other_key + " too"});
+        {.problem = times + ", goes past midnight, but " + list.other_key + " has no such entry",
+         .effect = "applies it on " + std::string(days[period.day]) + " " + part + " only",
+         .fix = "the entry " + record_text(period) + " in " + list.other_key + " too"});
 }
 
 void check_list(Check& check, const List& list) {
@@ -102,9 +102,9 @@ void check_list(Check& check, const List& list) {
     for (const Period& period : periods) {
         if (seen[period.day]) {
             add(check, Level::Warning, list.key,
-                {.problem = place_of(period) + " is a further one for " + days[period.day],
-                 .effect = "looks at the first of a day only",
-                 .cure = std::string("one entry a day; ") + list.other_key + " takes another"});
+                {.problem = place_of(period) + " is another one for " + days[period.day],
+                 .effect = "uses only the first of a day",
+                 .fix = std::string("one entry per day; ") + list.other_key + " can hold another"});
             continue;
         }
         seen[period.day] = true;
@@ -112,9 +112,10 @@ void check_list(Check& check, const List& list) {
         if (period.end >= minutes_of_day)
             add(check, Level::Note, list.key,
                 {.problem = place_of(period) + " ends at " + time_text(period.end),
-                 .effect = "writes an hour 24 into the crontab, which never comes: rules stay until"
-                           " the next period's edge",
-                 .cure = "an end at 23:59"});
+                 .effect =
+                     "writes hour 24 into the crontab, which never comes: rules stay until the"
+                     " next start or end of a period",
+                 .fix = "an end at 23:59"});
     }
 }
 
@@ -125,20 +126,20 @@ void check_use(Check& check) {
     const bool keywords = begins_with(check, "fw_block", '2');
     if (empty && access)
         add(check, Level::Warning, "ac_sch",
-            {.problem = "asks for a schedule, and both lists are empty",
+            {.problem = "requires a schedule, but both lists are empty",
              .effect = "never blocks a service",
-             .cure = "ac_sch=0"});
+             .fix = "ac_sch=0"});
     if (empty && keywords)
         add(check, Level::Warning, "fw_block",
-            {.problem = "asks for a schedule, and both lists are empty",
+            {.problem = "requires a schedule, but both lists are empty",
              .effect = "never blocks a keyword",
-             .cure = "fw_block=1"});
+             .fix = "fw_block=1"});
     if (empty || access || keywords) return;
     const char* const key = text_of(check, "fw_schedule").empty() ? "fw_schedule2" : "fw_schedule";
     add(check, Level::Note, key,
-        {.problem = "opens periods that nothing asks for",
-         .effect = "makes the firewall anew at their edges, to the same rules",
-         .cure = "ac_sch=1 or fw_block=2"});
+        {.problem = "has periods that no feature uses",
+         .effect = "rebuilds the firewall at their start and end, with the same rules",
+         .fix = "ac_sch=1 or fw_block=2"});
 }
 
 void check_radio_period(Check& check, const Period& period) {
@@ -146,15 +147,15 @@ void check_radio_period(Check& check, const Period& period) {
         place_of(period) + ", from " + time_text(period.start) + " to " + time_text(period.end);
     if (period.start == period.end && period.start != 0)
         add(check, Level::Error, "wl_schedule",
-            {.problem = times + ", begins and ends in one minute",
-             .effect = "has cron switch the radio on and off at once",
-             .cure = "an end behind the start"});
+            {.problem = times + ", starts and ends in the same minute",
+             .effect = "makes cron switch the radio on and off at the same time",
+             .fix = "an end after the start"});
     if (period.start > period.end)
         add(check, Level::Warning, "wl_schedule",
             {.problem = times + ", goes past midnight",
              .effect = "switches the radio off at " + time_text(period.end) + " and on at " +
                        time_text(period.start) + " of the same day",
-             .cure = "an entry up to 24:0, and one from 0:0 of the next day"});
+             .fix = "an entry up to 24:0, and one from 0:0 of the next day"});
 }
 
 void check_radio(Check& check) {
@@ -162,9 +163,9 @@ void check_radio(Check& check) {
     if (list.empty()) return;
     if (text_of(check, "wireless_sch_en") != "enable")
         add(check, Level::Note, "wl_schedule",
-            {.problem = "counts only with wireless_sch_en=enable",
+            {.problem = "takes effect only with wireless_sch_en=enable",
              .effect = "writes no line for the radio",
-             .cure = "wireless_sch_en=enable"});
+             .fix = "wireless_sch_en=enable"});
     for (const Period& period : periods_in(list)) check_radio_period(check, period);
 }
 

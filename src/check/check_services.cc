@@ -1,4 +1,4 @@
-// The web interface's login, the clock, and settings that boot acts upon.
+// The web interface's login, the clock, and settings that boot acts on.
 #include "check/check_parts.h"
 #include "sched/zone_offset.h"
 
@@ -13,21 +13,21 @@ void check_password(Check& check) {
     if (!password.empty() && !factory) return;
     const bool remote = is_on(check, "fw_remote");
     const Level level = remote ? Level::Error : factory ? Level::Note : Level::Warning;
-    std::string problem = factory ? "is the factory's, which everybody knows" : "is empty";
+    std::string problem = factory ? "is the well-known factory password" : "is empty";
     if (remote) problem += ", and fw_remote=1 opens the web interface to the WAN";
     add(check, level, "http_password",
         {.problem = problem,
-         .effect = factory ? "lets in everybody who tries it"
+         .effect = factory ? "lets anyone log in who tries it"
                            : "deletes the password file, and the web interface asks for no login",
-         .cure = "http_password=..."});
+         .fix = "http_password=..."});
 }
 
 void check_user(Check& check) {
     if (text_of(check, "http_username").find(':') == std::string_view::npos) return;
     add(check, Level::Error, "http_username",
-        {.problem = "holds a colon",
+        {.problem = "contains a colon",
          .effect = "writes name:password into /tmp/htpasswd, where the first colon ends the name",
-         .cure = "a name without a colon"});
+         .fix = "a name without a colon"});
 }
 
 void check_clock(Check& check) {
@@ -35,19 +35,18 @@ void check_clock(Check& check) {
     if (zone.empty() || offset_minutes(zone)) return;
     const bool daylight = is_on(check, "time_daylight");
     add(check, daylight ? Level::Error : Level::Warning, "time_zone",
-        {.problem = "has no sign behind its first three letters",
-         .effect = daylight
-                       ? "prints TimeZone string Error, and counts no offset for daylight saving"
-                       : "gives it to TZ, which without an offset shows UTC",
-         .cure = "time_zone=GMT-1"});
+        {.problem = "has no sign after its first three letters",
+         .effect = daylight ? "prints TimeZone string Error and uses no offset for daylight saving"
+                            : "sets TZ to it, which without an offset means UTC",
+         .fix = "time_zone=GMT-1"});
 }
 
 void check_boot(Check& check) {
     if (!is_on(check, "restore_default")) return;
     add(check, Level::Warning, "restore_default",
         {.problem = "is on",
-         .effect = "returns to the factory settings at every boot",
-         .cure = "restore_default=0"});
+         .effect = "restores the factory settings at every boot",
+         .fix = "restore_default=0"});
 }
 
 void check_log_mail(Check& check) {
@@ -55,9 +54,9 @@ void check_log_mail(Check& check) {
     if (when != "2" && when != "3" && when != "4") return;
     if (is_on(check, "mail_enable")) return;
     add(check, Level::Note, "mail_sendlog",
-        {.problem = "asks for mail by the clock, and mail_enable is off",
-         .effect = "has cron signal syslogd, which mails nothing",
-         .cure = "mail_enable=1"});
+        {.problem = "schedules mail, but mail_enable is off",
+         .effect = "makes cron signal syslogd, which mails nothing",
+         .fix = "mail_enable=1"});
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What a value does to the lines that rc puts it into: whether it stays the text that was meant.
+// Whether a value keeps its meaning in the lines that rc writes it into.
 #include <algorithm>
 
 #include "check/check_parts.h"
@@ -11,10 +11,10 @@ namespace {
 
 constexpr std::string_view white_space = " \t";
 
-// What a text does that it should not do.
+// A way in which a text can break its line.
 struct Danger {
     Level level;
-    std::string characters;  // those that do it, each once; empty when it is all of them
+    std::string characters;  // those at fault, each once; empty if it is the text as a whole
     std::string_view reason;
 };
 using Dangers = std::vector<Danger>;
@@ -22,7 +22,7 @@ using Dangers = std::vector<Danger>;
 // A text where a shell reads it.
 struct Place {
     std::string_view before;
-    std::string_view behind;
+    std::string_view after;
 };
 
 bool holds(std::string_view characters, char c) {
@@ -45,7 +45,7 @@ void add_danger(Dangers& dangers, Level level, const std::string& characters,
     if (!characters.empty()) dangers.push_back({level, characters, reason});
 }
 
-// Without the characters that rc does not let through; the table tells of special ones only.
+// The text without the characters that rc does not pass; the table lists only special ones.
 std::string passing(std::string_view text, std::string_view passes) {
     std::string rest;
     for (const char c : text)
@@ -53,7 +53,7 @@ std::string passing(std::string_view text, std::string_view passes) {
     return rest;
 }
 
-// Its characters, each once, that are more than themselves to a shell.
+// The characters of the text, each once, that are special to a shell.
 std::string read_by_shell(std::string_view text, ShellQuotes quotes, const Place& place) {
     std::string special;
     char before = place.before.empty() ? ' ' : place.before.back();
@@ -67,28 +67,29 @@ std::string read_by_shell(std::string_view text, ShellQuotes quotes, const Place
 
 void find_extra_words(Dangers& dangers, std::string_view text, const Place& place) {
     add_danger(dangers, Level::Warning, found_in(text, white_space),
-               "a shell makes several words of it");
+               "a shell splits it into several words");
 
-    const bool redirected = place.behind.starts_with('>') || place.behind.starts_with('<');
+    const bool redirected = place.after.starts_with('>') || place.after.starts_with('<');
     const std::size_t word = text.find_last_of(white_space) + 1;  // npos + 1 is 0
     const bool new_word = word > 0 || place.before.empty() || place.before.ends_with(' ');
     if (redirected && new_word && word < text.size() &&
         text.find_first_not_of("0123456789", word) == std::string_view::npos)
         dangers.push_back(
-            {Level::Error, "", "ends in a number right before > or <, which a shell takes along"});
+            {Level::Error, "",
+             "ends in a number right before > or <: a shell reads it as a file descriptor"});
 }
 
 void find_in_shell(Dangers& dangers, ShellQuotes quotes, std::string_view text,
                    const Place& place) {
-    std::string_view reason = "outside quotes a shell reads more into it";
-    if (quotes == ShellQuotes::Double) reason = "between double quotes a shell reads more into it";
+    std::string_view reason = "special to a shell outside quotes";
+    if (quotes == ShellQuotes::Double) reason = "special to a shell inside double quotes";
     if (quotes == ShellQuotes::Single) reason = "it ends the single quotes";
     add_danger(dangers, Level::Error, read_by_shell(text, quotes, place), reason);
     if (quotes == ShellQuotes::None) find_extra_words(dangers, text, place);
 }
 
-// Where the command of a system crontab's line begins, behind five fields of time and the user;
-// npos when the line's start does not reach it.
+// Where the command of a system crontab's line starts, after five fields of time and the user;
+// npos if the line's start does not reach it.
 std::size_t command_start(std::string_view start) {
     constexpr int fields = 6;
     std::size_t at = 0;
@@ -106,12 +107,11 @@ bool sets_variable(std::string_view line) {
 }
 
 void find_in_crontab(Dangers& dangers, std::string_view text, const Place& place) {
-    add_danger(dangers, Level::Error, found_in(text, "\n"), "it begins a line of its own");
+    add_danger(dangers, Level::Error, found_in(text, "\n"), "it starts a new line");
     if (sets_variable(place.before)) return;
     const std::size_t start = command_start(place.before);
     if (start == std::string_view::npos) {
-        add_danger(dangers, Level::Error, found_in(text, white_space),
-                   "cron takes what follows for the next field");
+        add_danger(dangers, Level::Error, found_in(text, white_space), "cron ends the field there");
         return;
     }
     add_danger(dangers, Level::Error, found_in(text, "%"), "cron ends the command there");
@@ -126,36 +126,41 @@ Dangers dangers_in(const KnownSetting& known, const Sink& sink, std::string_view
     const std::string_view line = sink.line;
     const std::size_t at = std::min(line.find('\x01'), line.size());
     const Place place = {.before = line.substr(0, at),
-                         .behind = line.substr(std::min(line.size(), at + 1))};
+                         .after = line.substr(std::min(line.size(), at + 1))};
     Dangers dangers;
     if (sink.quoting == Quoting::File)
-        add_danger(dangers, Level::Error, found_in(text, "\n"), "it begins a line of its own");
+        add_danger(dangers, Level::Error, found_in(text, "\n"), "it starts a new line");
     if (sink.quoting == Quoting::Crontab) find_in_crontab(dangers, text, place);
     if (sink.quoting == Quoting::Bare) find_in_shell(dangers, ShellQuotes::None, text, place);
     if (sink.quoting == Quoting::DoubleQuoted)
         find_in_shell(dangers, ShellQuotes::Double, text, place);
     if (sink.quoting == Quoting::SingleQuoted)
         find_in_shell(dangers, ShellQuotes::Single, text, place);
-    // Between double quotes a backslash protects no single quote, and stays.
+    // Inside double quotes a backslash does not escape a single quote, and stays.
     if (sink.quoting == Quoting::DoubleQuoted && holds(escaped_characters(known.escapes), '\''))
         add_danger(dangers, Level::Warning, found_in(whole, "'"),
-                   "it arrives with a backslash before it");
+                   "the backslash that rc adds stays inside double quotes");
     return dangers;
 }
 
-std::string characters_in_words(const std::string& characters) {
-    std::string words;
-    for (const char c : characters) {
-        if (!words.empty()) words += ' ';
-        if (c == ' ') words += "a blank";
-        if (c == '\t') words += "a tab";
-        if (c == '\n') words += "a newline";
-        if (!holds(" \t\n", c)) words += c;
-    }
-    return words;
+std::string character_text(char c) {
+    if (c == ' ') return "a space";
+    if (c == '\t') return "a tab";
+    if (c == '\n') return "a newline";
+    return {c};
 }
 
-// One thing that a piece of a value does, in however many lines.
+// "$, ( and a space"
+std::string characters_text(std::string_view characters) {
+    std::string text;
+    for (std::size_t i = 0; i < characters.size(); ++i) {
+        if (i > 0) text += i + 1 < characters.size() ? ", " : " and ";
+        text += character_text(characters[i]);
+    }
+    return text;
+}
+
+// One danger of a piece of a value, in any number of lines.
 struct Harm {
     Danger danger;
     const Sink* first;
@@ -184,16 +189,15 @@ std::string escaped_text(std::string_view text, std::string_view escaped) {
 
 std::string problem_of(const Danger& danger, bool secret) {
     if (danger.characters.empty()) return std::string(danger.reason);
-    // Of a secret it is not told which character it is.
-    const std::string what =
-        secret ? "a character that does not stay text" : characters_in_words(danger.characters);
-    return "holds " + what + ": " + std::string(danger.reason);
+    // The message does not reveal which character of a secret it is.
+    const std::string what = secret ? "a special character" : characters_text(danger.characters);
+    return "contains " + what + ": " + std::string(danger.reason);
 }
 
-std::string cure_of(const Danger& danger, bool secret) {
-    if (secret) return "letters and digits";
-    if (danger.characters.empty()) return "a text that does not end in a number";
-    return "a text without " + characters_in_words(danger.characters);
+std::string fix_of(const Danger& danger, bool secret) {
+    if (secret) return "only letters and digits";
+    if (danger.characters.empty()) return "a value that does not end in a number";
+    return "a value without " + characters_text(danger.characters);
 }
 
 void add_harm(Check& check, const KnownSetting& known, const Piece& piece, const Harm& harm) {
@@ -203,16 +207,16 @@ void add_harm(Check& check, const KnownSetting& known, const Piece& piece, const
     const std::string text = escaped_text(piece.text, escaped_characters(known.escapes));
     const std::string_view where = harm.first->place;
     std::string effect = where == "command" ? "runs: " : "writes into " + std::string(where) + ": ";
-    effect += line_with(*harm.first, shown_piece(known, text));
+    effect += line_with(*harm.first, masked(known, text));
     if (harm.more == 1) effect += " (and another such line)";
     if (harm.more > 1) effect += " (and " + std::to_string(harm.more) + " more such lines)";
     add(check, harm.danger.level, known.key,
         {.problem = (place.empty() ? "" : place + ": ") + problem_of(harm.danger, secret),
          .effect = effect,
-         .cure = cure_of(harm.danger, secret)});
+         .fix = fix_of(harm.danger, secret)});
 }
 
-// Whether a piece of a value stands in a sink's line; the table may not tell which field it is.
+// Whether a sink's line contains this piece of a value; the table may not say which field it is.
 bool stands_in(const Sink& sink, const Piece& piece) {
     return sink.field == nullptr || piece.field == nullptr ||
            sink.field == std::string_view(piece.field);
@@ -232,7 +236,7 @@ void check_piece(Check& check, const KnownSetting& known, const Piece& piece) {
 
 void check_sinks(Check& check, const KnownSetting& known, std::string_view value) {
     for (const Piece& piece : pieces_of(known, value)) check_piece(check, known, piece);
-    // A list that stands in a line as a whole, its separators included.
+    // A list that a line contains as a whole, including its separators.
     if (known.record != nullptr) check_piece(check, known, {.text = value, .field = ""});
 }
 

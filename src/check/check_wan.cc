@@ -1,4 +1,4 @@
-// The WAN: fixed addresses, MTU, demand dialling, accounts, and what runs over it.
+// The WAN: fixed addresses, MTU, demand dialling, accounts and WAN services.
 #include "check/check_parts.h"
 #include "core/wan_modes.h"
 #include "libnvram/secret.h"
@@ -10,10 +10,10 @@ namespace {
 // A port whose address is fixed.
 struct FixedPort {
     const char* mode;
-    const char* switch_key;  // "1" is fixed; nullptr when it always is
+    const char* switch_key;  // "1" is fixed; nullptr if always fixed
     const char* address;
     const char* netmask;
-    const char* gateway;  // nullptr when there is none
+    const char* gateway;  // nullptr if there is none
 };
 constexpr FixedPort fixed_ports[] = {
     {wan_mode::ip, nullptr, "fix_ipaddr", "fix_netmask", "fix_gateway"},
@@ -28,16 +28,16 @@ void check_gateway(Check& check, const FixedPort& port, const Net& net) {
     if (*gateway == net.address) {
         add(check, Level::Error, port.gateway,
             {.problem = std::string("is the port's own address, ") + port.address,
-             .effect = "sends what leaves the router to the router itself",
-             .cure = "the provider's gateway in " + net.text()});
+             .effect = "sends all outgoing traffic to the router itself",
+             .fix = "the provider's gateway in " + net.text()});
         return;
     }
     if (net.has_host(*gateway)) return;
     add(check, Level::Error, port.gateway,
-        {.problem = "is no host of " + net.text() + ", the network of " + port.address,
+        {.problem = "is not a host in " + net.text() + ", the network of " + port.address,
          .effect = "runs /sbin/route add default gw " + quad_text(*gateway) +
-                   ", which the kernel refuses: there is no default route",
-         .cure = "the provider's gateway in " + net.text()});
+                   ", which the kernel rejects: there is no default route",
+         .fix = "the provider's gateway in " + net.text()});
 }
 
 void check_fixed_port(Check& check, const FixedPort& port) {
@@ -51,20 +51,21 @@ void check_fixed_port(Check& check, const FixedPort& port) {
         add(check, Level::Error, port.netmask,
             {.problem = "leaves no room for a gateway",
              .effect = "gives the port a network without other hosts",
-             .cure = assignment(port.netmask, "255.255.255.0")});
+             .fix = assignment(port.netmask, "255.255.255.0")});
         return;
     }
     if (!net->has_host(net->address))
         add(check, Level::Error, port.address,
             {.problem = "is the network's or the broadcast address of " + net->text(),
              .effect = "gives the port an address that no host can have",
-             .cure = "the address that the provider has given"});
+             .fix = "the address that the provider assigned"});
     const std::optional<Net> lan = lan_of(check);
     if (lan && (lan->holds(net->first()) || net->holds(lan->first())))
         add(check, Level::Error, port.address,
             {.problem = "is in a network that overlaps the LAN " + lan->text(),
-             .effect = "gives both sides addresses of one network, and the kernel finds one side",
-             .cure = "another network for the LAN"});
+             .effect =
+                 "gives both sides addresses in one network, and the kernel reaches only one side",
+             .fix = "another network for the LAN"});
     check_gateway(check, port, *net);
 }
 
@@ -83,8 +84,8 @@ void check_mtu(Check& check) {
         add(check, Level::Warning, "wan_mtu",
             {.problem = std::string("is more than ") + link.mode + " carries, " +
                         std::to_string(link.most),
-             .effect = "gives it to pppd, and the largest packets are lost",
-             .cure = assignment("wan_mtu", std::to_string(link.most))});
+             .effect = "passes it to pppd, and the largest packets are lost",
+             .fix = assignment("wan_mtu", std::to_string(link.most))});
     }
 }
 
@@ -104,9 +105,9 @@ void check_demand(Check& check) {
         if (text_of(check, "wan_mode") != demand.mode || !is_on(check, demand.dial)) continue;
         if (number_of(check, demand.idle) != 0) continue;
         add(check, Level::Warning, demand.idle,
-            {.problem = std::string("is no time, and ") + demand.dial + "=1 dials on demand",
-             .effect = "gives pppd neither the idle time nor the word demand: the link stays up",
-             .cure = assignment(demand.idle, "5")});
+            {.problem = std::string("is not a time, but ") + demand.dial + "=1 dials on demand",
+             .effect = "passes pppd neither the idle time nor the word demand: the link stays up",
+             .fix = assignment(demand.idle, "5")});
     }
 }
 
@@ -114,9 +115,9 @@ void check_name_servers(Check& check) {
     if (text_of(check, "wan_mode") != wan_mode::ip || is_on(check, "wan_fix_dns")) return;
     if (!is_missing(check, "wan_dns1") || !is_missing(check, "wan_dns2")) return;
     add(check, Level::Warning, "wan_dns1",
-        {.problem = "is empty as is wan_dns2, and wan_mode=ip learns no name server",
+        {.problem = "is empty like wan_dns2, but wan_mode=ip learns no name server",
          .effect = "leaves /etc/resolv.conf without a name server",
-         .cure = "wan_dns1=203.0.113.53"});
+         .fix = "wan_dns1=203.0.113.53"});
 }
 
 // The lowest bit of the first byte marks a group's address.
@@ -127,9 +128,9 @@ void check_own_mac(Check& check, const char* key) {
     const bool zero = mac.find_first_not_of("0:") == std::string_view::npos;
     if (!group && !zero) return;
     add(check, Level::Error, key,
-        {.problem = group ? "is the address of a group, not of a port" : "is no port's address",
-         .effect = "gives it to ifconfig, which refuses it: the port keeps its own",
-         .cure = "an address whose second digit is even"});
+        {.problem = group ? "is a multicast address, not a port's" : "is not a port's address",
+         .effect = "passes it to ifconfig, which rejects it: the port keeps its own",
+         .fix = "an address whose second digit is even"});
 }
 
 bool is_station(const Check& check) {
@@ -139,27 +140,27 @@ bool is_station(const Check& check) {
 void check_wireless_wan(Check& check) {
     if (text_of(check, "wan_line") == "wisp" && !is_station(check))
         add(check, Level::Warning, "wan_line",
-            {.problem = "runs the WAN over the radio, which is no station",
+            {.problem = "runs the WAN over the radio, which is not a station",
              .effect = "loads the access point's driver, and the WAN has no link",
-             .cure = "wifi_ap_mode=1 ap_mode=0"});
+             .fix = "wifi_ap_mode=1 ap_mode=0"});
     if (is_on(check, "wifi_ap_mode") && !is_station(check))
         add(check, Level::Warning, "wifi_ap_mode",
-            {.problem = "makes a station of the radio only with ap_mode=0",
+            {.problem = "makes the radio a station only with ap_mode=0",
              .effect = "starts the access point",
-             .cure = "ap_mode=0"});
+             .fix = "ap_mode=0"});
 }
 
-// The secrets' and l2tpd's files get accounts as the shell would want them.
+// The secrets files and l2tpd's file get accounts escaped as for a shell.
 void check_l2tp_account(Check& check, const char* key) {
     const std::string_view text = text_of(check, key);
     if (text_of(check, "wan_mode") != wan_mode::l2tp || text.find_first_of(" \t%") == text.npos)
         return;
     const bool secret = is_secret(key);
     add(check, Level::Error, key,
-        {.problem = secret ? "holds a character that the secrets files do not keep"
-                           : "holds a blank, a tab or %, which the secrets files do not keep",
-         .effect = "doubles each % there, and white space begins the next field: no login fits",
-         .cure = secret ? "..." : "a name without them"});
+        {.problem = secret ? "contains a character that the secrets files do not keep"
+                           : "contains a space, a tab or %, which the secrets files do not keep",
+         .effect = "doubles each % there, and white space starts the next field: the login fails",
+         .fix = secret ? "..." : "a name without them"});
 }
 
 void check_multicast(Check& check) {
@@ -170,15 +171,15 @@ void check_multicast(Check& check) {
     add(check, Level::Error, "igmp_port",
         {.problem = "names a connection without an interface: " + key + " is empty",
          .effect = "starts no proxy, or one without an interface",
-         .cure = "igmp_port=0"});
+         .fix = "igmp_port=0"});
 }
 
 void check_ddns_name(Check& check) {
     if (text_of(check, "ddns_user_name").find(':') == std::string_view::npos) return;
     add(check, Level::Error, "ddns_user_name",
-        {.problem = "holds a colon",
-         .effect = "puts name:password into one word, and the client ends the name at the colon",
-         .cure = "a name without a colon"});
+        {.problem = "contains a colon",
+         .effect = "passes name:password as one word, and the client ends the name at the colon",
+         .fix = "a name without a colon"});
 }
 
 }  // namespace

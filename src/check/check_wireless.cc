@@ -1,4 +1,4 @@
-// Wireless networks: names, pass phrases and WEP keys, by what their security asks for.
+// Wireless networks: names, pass phrases and WEP keys that their security needs.
 #include "check/check_parts.h"
 
 namespace nvram {
@@ -10,12 +10,12 @@ struct Network {
     const char* name;
     const char* ssid;
     const char* security;
-    const char* key_length;  // nullptr: the length of a key tells what it is
+    const char* key_length;  // nullptr: the length of a key decides
     const char* default_key;
     const char* wep_keys[4];
     const char* wpa_phrase;
     const char* wpa2_phrase;
-    bool own;  // an access point's, not one that the router joins
+    bool own;  // a network of the access point, not one that the router joins
 };
 
 constexpr Network first_network = {
@@ -75,24 +75,25 @@ bool is_printable(std::string_view text) {
 // 8 to 63 printable characters, or the key itself in 64 hexadecimal digits (IEEE 802.11).
 const char* phrase_problem(std::string_view phrase) {
     if (phrase.empty()) return "is empty";
-    if (phrase.size() == 64) return is_hex(phrase) ? nullptr : "has 64 characters, not all digits";
+    if (phrase.size() == 64)
+        return is_hex(phrase) ? nullptr : "has 64 characters, but not all are hexadecimal digits";
     if (phrase.size() < 8) return "is shorter than 8 characters";
     if (phrase.size() > 63) return "is longer than 63 characters";
-    return is_printable(phrase) ? nullptr : "holds characters that no pass phrase has";
+    return is_printable(phrase) ? nullptr : "contains characters not allowed in a pass phrase";
 }
 
 void check_phrase(Check& check, const Network& network, const char* key) {
     const char* const problem = phrase_problem(text_of(check, key));
     if (problem == nullptr) return;
     add(check, Level::Error, key,
-        {.problem = std::string(problem) + ", and " +
+        {.problem = std::string(problem) + ", but " +
                     assignment(network.security, text_of(check, network.security)) + " needs it",
-         .effect = std::string("hands it to the driver, which refuses it: ") + network.name +
+         .effect = std::string("passes it to the driver, which rejects it: ") + network.name +
                    (network.own ? " does not come up as it should" : " joins nothing"),
-         .cure = "8 to 63 characters, or 64 hexadecimal digits"});
+         .fix = "8 to 63 characters, or 64 hexadecimal digits"});
 }
 
-// What is wrong with a WEP key of the length that the settings tell; 5 and 13 are characters, all
+// The error in a WEP key of the length that the settings give; 5 and 13 are characters, all
 // else is hexadecimal digits.
 std::string wep_key_problem(std::string_view key, std::string_view length) {
     const bool text = length == "5" || length == "13";
@@ -100,21 +101,22 @@ std::string wep_key_problem(std::string_view key, std::string_view length) {
     const std::string what =
         std::to_string(wanted) + (text ? " characters" : " hexadecimal digits");
     if (key.size() == wanted && (text || is_hex(key))) return "";
-    return "is not of " + what;
+    return "does not have " + what;
 }
 
 std::string free_wep_key_problem(std::string_view key) {
     if (key.size() == 5 || key.size() == 13) return "";
     if ((key.size() == 10 || key.size() == 26) && is_hex(key)) return "";
-    return "is neither of 5 or 13 characters nor of 10 or 26 hexadecimal digits";
+    return "has neither 5 or 13 characters nor 10 or 26 hexadecimal digits";
 }
 
 void check_wep(Check& check, const Network& network) {
     if (network.own)
         add(check, Level::Warning, network.security,
-            {.problem = std::string("gives ") + network.name + " WEP, which is broken in minutes",
-             .effect = "sets it up as asked",
-             .cure = assignment(network.security, "3") + " with " + network.wpa2_phrase});
+            {.problem =
+                 std::string("uses WEP on ") + network.name + ", which can be broken in minutes",
+             .effect = "sets it up as configured",
+             .fix = assignment(network.security, "3") + " with " + network.wpa2_phrase});
     const std::string_view index = text_of(check, network.default_key);
     for (std::size_t i = 0; i < std::size(network.wep_keys); ++i) {
         const char* const key = network.wep_keys[i];
@@ -123,21 +125,21 @@ void check_wep(Check& check, const Network& network) {
         std::string problem;
         if (text.empty()) {
             if (!in_use) continue;
-            problem = "is empty, and " + assignment(network.default_key, index) + " selects it";
+            problem = "is empty, but " + assignment(network.default_key, index) + " selects it";
         } else if (network.key_length != nullptr) {
             problem = wep_key_problem(text, text_of(check, network.key_length));
             if (!problem.empty())
                 problem += ", as " +
                            assignment(network.key_length, text_of(check, network.key_length)) +
-                           " has it";
+                           " requires";
         } else {
             problem = free_wep_key_problem(text);
         }
         if (problem.empty()) continue;
         add(check, in_use ? Level::Error : Level::Warning, key,
             {.problem = problem,
-             .effect = "hands it to the driver, which refuses it",
-             .cure = "5 or 13 characters, or 10 or 26 hexadecimal digits, by the length set"});
+             .effect = "passes it to the driver, which rejects it",
+             .fix = "5 or 13 characters, or 10 or 26 hexadecimal digits, by the length set"});
     }
 }
 
@@ -146,22 +148,22 @@ void check_security(Check& check, const Network& network) {
     if (mode == 0 && network.own)
         add(check, Level::Note, network.security,
             {.problem = std::string("leaves ") + network.name + " open",
-             .effect = "lets everybody in reach join and listen",
-             .cure = assignment(network.security, "3") + " with " + network.wpa2_phrase});
+             .effect = "lets anyone in range join and listen",
+             .fix = assignment(network.security, "3") + " with " + network.wpa2_phrase});
     if (mode == 1) check_wep(check, network);
     if (mode == 2) check_phrase(check, network, network.wpa_phrase);
     if (mode == 3 || mode == 4) check_phrase(check, network, network.wpa2_phrase);
 }
 
-// In the driver's lines a semicolon parts the networks.
+// In the driver's lines a semicolon separates the networks.
 void check_semicolons(Check& check, const Network& network) {
     const auto refuse = [&](const char* key) {
         if (text_of(check, key).find(';') == std::string_view::npos) return;
         add(check, Level::Error, key,
-            {.problem = "holds a semicolon, and enable_ssid2=1 has two networks",
+            {.problem = "contains a semicolon, but enable_ssid2=1 uses two networks",
              .effect =
-                 "joins both networks' texts with a semicolon, and the driver parts them there",
-             .cure = "a text without a semicolon"});
+                 "joins both networks' texts with a semicolon, and the driver splits them there",
+             .fix = "a value without a semicolon"});
     };
     refuse(network.ssid);
     if (number_of(check, network.security) != 1) return;
@@ -175,17 +177,17 @@ void check_two_networks(Check& check) {
     const std::string_view name = text_of(check, first_network.ssid);
     if (!name.empty() && name == text_of(check, second_network.ssid))
         add(check, Level::Warning, second_network.ssid,
-            {.problem = "is the name of the first network too",
+            {.problem = "is also the name of the first network",
              .effect = "sets up both under one name, and clients join either",
-             .cure = "another name"});
+             .fix = "another name"});
     const int first = number_of(check, first_network.security);
     const int second = number_of(check, second_network.security);
     if ((second == 5 || second == 6) && first != 5 && first != 6)
         add(check, Level::Error, second_network.security,
-            {.problem = "asks for RADIUS, and wifi_wep_on does not",
-             .effect =
-                 "starts the RADIUS client for the first network only: nobody joins the second",
-             .cure = "wifi_wep_on2=3 with wifi_psk2_pwd2"});
+            {.problem = "uses RADIUS, but wifi_wep_on does not",
+             .effect = "starts the RADIUS client only for the first network: no client can join the"
+                       " second",
+             .fix = "wifi_wep_on2=3 with wifi_psk2_pwd2"});
 }
 
 void check_channel(Check& check) {
@@ -195,8 +197,8 @@ void check_channel(Check& check) {
     if (number_of(check, "wifi_channel") <= most_in_america) return;
     add(check, Level::Error, "wifi_channel",
         {.problem = "is not used in wifi_region=" + std::string(region),
-         .effect = "hands it to the driver, whose channels end at 11 there",
-         .cure = "wifi_channel=auto"});
+         .effect = "passes it to the driver, whose channels end at 11 there",
+         .fix = "wifi_channel=auto"});
 }
 
 void check_wmm(Check& check, const char* key) {
@@ -207,10 +209,10 @@ void check_wmm(Check& check, const char* key) {
     if (text.empty() || numbers >= wanted) return;
     const KnownSetting* const known = find_known(key);
     add(check, Level::Error, key,
-        {.problem = "has " + std::to_string(numbers) + " numbers, and " + std::to_string(wanted) +
-                    " are wanted",
-         .effect = "takes 0 for those that are missing",
-         .cure = assignment(key, known == nullptr ? "" : known->factory)});
+        {.problem =
+             "has " + std::to_string(numbers) + " numbers; expected " + std::to_string(wanted),
+         .effect = "uses 0 for the missing ones",
+         .fix = assignment(key, known == nullptr ? "" : known->factory)});
 }
 
 }  // namespace

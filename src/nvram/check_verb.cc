@@ -61,7 +61,7 @@ static void print_json(const Finding& finding) {
     };
     const Member members[] = {
         {"key", finding.key},         {"level", name_of(finding.level)}, {"value", finding.value},
-        {"problem", finding.problem}, {"effect", finding.effect},        {"cure", finding.cure},
+        {"problem", finding.problem}, {"effect", finding.effect},        {"fix", finding.fix},
     };
     std::string line;
     for (const Member& member : members) {
@@ -88,7 +88,7 @@ static void print_text(const std::vector<Finding>& findings) {
         heading = finding.key;
         std::printf("    %s: %s\n", name_of(finding.level), finding.problem.c_str());
         std::printf("    rc: %s\n", finding.effect.c_str());
-        if (!finding.cure.empty()) std::printf("    write: %s\n", finding.cure.c_str());
+        if (!finding.fix.empty()) std::printf("    fix: %s\n", finding.fix.c_str());
     }
     std::printf("%zu finding%s\n", findings.size(), findings.size() == 1 ? "" : "s");
 }
@@ -105,7 +105,7 @@ static std::vector<Finding> check_text(std::string text) {
                             .value = "",
                             .problem = line.reason,
                             .effect = "ignores the line",
-                            .cure = "key=value, or # before a comment"});
+                            .fix = "key=value, or # before a comment"});
     for (Finding& finding : check_settings(image)) findings.push_back(std::move(finding));
     return findings;
 }

@@ -29,7 +29,7 @@ static void print_fields(const Record& record) {
     for (const Field& field : record.fields) {
         std::string line = std::string("  ") + field.name + ": ";
         if (field.may_be_empty) line += "empty or ";
-        line += wanted(limits_of(field)) + text_limit(field.form, field.high);
+        line += form_text(limits_of(field)) + text_limit(field.form, field.high);
         if (*field.help != '\0') line += std::string("; ") + field.help;
         print_row("", line);
     }
@@ -42,8 +42,8 @@ static void print_record(const Record& record) {
                           : "entries " + escaped(record.shape) + ", separated by " +
                                 (record.between == ' ' ? "spaces" : between));
     print_fields(record);
-    if (record.passed_over != 0)
-        print_row("", "ignored prefix: " + std::to_string(record.passed_over) +
+    if (record.ignored_prefix != 0)
+        print_row("", "ignored prefix: " + std::to_string(record.ignored_prefix) +
                           " characters before the first entry");
     if (record.most == 0) return;
     std::string most =
@@ -56,7 +56,7 @@ static void print_form(const KnownSetting& known) {
     if (known.record != nullptr) {
         print_record(*known.record);
     } else {
-        print_row("form", wanted(limits_of(known)) + text_limit(known.form, known.high));
+        print_row("form", form_text(limits_of(known)) + text_limit(known.form, known.high));
     }
     if (known.form == Form::Flag) print_row("", "only the first character counts");
 }

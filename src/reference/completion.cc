@@ -1,4 +1,4 @@
-// completion/rc.bash: what the shell offers behind rc, nvram and rcplan.
+// completion/rc.bash: what the shell offers after rc, nvram and rcplan.
 #include <fmt/format.h>
 
 #include <map>
@@ -15,14 +15,14 @@ using nvram::KnownSetting;
 
 namespace {
 
-// Lists whose words are split by read, not by the shell's rules.
+// For lists that read splits, not the shell.
 std::string quoted(std::string_view text) {
     if (text.find('\'') != std::string_view::npos)
         throw std::invalid_argument(fmt::format("{}: has a quote", text));
     return fmt::format("'{}'", text);
 }
 
-// As quoted, broken into lines.
+// Like quoted, with line breaks.
 std::string quoted_lines(const std::vector<std::string>& words) {
     constexpr size_t width = 100;
     std::string text;
@@ -45,7 +45,7 @@ std::string shell_table(std::string_view name, const Table& table) {
     return text + ")\n";
 }
 
-// A restart is a stop and a start, and goes well with either.
+// A restart is a stop and a start; one of the two is enough.
 std::string actions_of(const rc_app& app) {
     std::vector<std::string> actions;
     if (app.start != nullptr) actions.emplace_back(app_action::start);
@@ -67,7 +67,7 @@ void add_applications(Actions& actions, const rc_app* list) {
     }
 }
 
-// What stands behind rc itself: the applications, the two groups, boot, and the actions on all
+// The first words after rc: the applications, the two groups, boot, and the actions on all
 // applications.
 Actions rc_actions() {
     Actions actions;
@@ -99,7 +99,7 @@ Table values_of_keys(const Reference& reference) {
 }
 
 // The tables of programs: verbs by program; options by program, and by program and verb; kinds of
-// words by what they follow: program and option, program and verb, or all three.
+// words by the words before them: program and option, program and verb, or all three.
 struct ProgramTables {
     Table verbs;
     Table options;
@@ -115,7 +115,7 @@ void add_options(ProgramTables& tables, const std::string& where,
     }
 }
 
-// Parted by blanks, so that one that is not known has a name here.
+// Separated by spaces, so that an unknown kind needs a name.
 std::string kinds_in_order(const std::vector<WordKind>& words) {
     std::string kinds;
     for (const WordKind& word : words) {
@@ -151,16 +151,16 @@ std::string bash_completion(const Reference& reference, std::span<const Program>
     const Actions actions = rc_actions();
     const ProgramTables tables = program_tables(programs);
     std::string text = head;
-    text += "# The words behind rc, and the actions behind those that have any.\n";
+    text += "# The words after rc, and the actions of each.\n";
     text += "_rc_names=" + quoted_lines(actions.names) + "\n";
     text += shell_table("_rc_actions", actions.table);
-    text += "\n# The settings, and the values of those that have few.\n";
+    text += "\n# The settings, and the values of flags and choices.\n";
     text += "_rc_keys=" + quoted_lines(all_keys(reference)) + "\n";
     text += shell_table("_rc_values", values_of_keys(reference));
     text += "\n# Verbs by program; options by program, and by program and verb.\n";
     text += shell_table("_rc_verbs", tables.verbs);
     text += shell_table("_rc_options", tables.options);
-    text += "\n# What follows a verb, word by word, or an option that takes a word.\n";
+    text += "\n# The kinds of words after a verb, or after an option that takes a word.\n";
     text += shell_table("_rc_kinds", tables.kinds);
     return text + completion_functions;
 }

@@ -1,12 +1,12 @@
-// The part of completion/rc.bash that is the same whatever the tables hold.
+// The part of completion/rc.bash that does not depend on the tables.
 //
-// What has been typed is compared and looked up, never run: the line is split at its blanks by
-// read, not by the shell's own rules, so that quotes and expansions in it stay text.
+// Typed words are compared and looked up, never run: read splits the line at spaces,
+// not the shell, so that quotes and expansions in it stay text.
 #include "reference/completion_functions.h"
 
 const char* const completion_functions = R"bash(
-# Offers the words of a list that begin with what has been typed, each with a suffix. Blanks part the
-# words, or '|' where one of them holds a blank.
+# Offers the words of a list that start with the typed text, each with a suffix. Spaces separate the
+# words, or '|' if one of them contains a space.
 #   _rc_offer TYPED LIST [SUFFIX]
 _rc_offer() {
     local IFS=$' \t\n' words word
@@ -19,7 +19,7 @@ _rc_offer() {
     done
 }
 
-# A key with its value. Where '=' parts words, only what stands behind it is replaced.
+# A key with its value. If '=' separates words, only the text after it is replaced.
 _rc_assignment() {
     local key=${1%%=*} before=''
     if [[ $1 != *=* ]]; then
@@ -32,7 +32,7 @@ _rc_assignment() {
     fi
 }
 
-# What stands behind rc.
+# The words after rc.
 _rc_action() {
     case $# in
     1) _rc_offer "$1" "$_rc_names" ;;
@@ -40,7 +40,7 @@ _rc_action() {
     esac
 }
 
-# A word of a kind. The names of files are left to readline, which knows how to quote them.
+# A word of a kind. File names are left to readline, which quotes them.
 #   _rc_of_kind KIND TYPED
 _rc_of_kind() {
     case $1 in

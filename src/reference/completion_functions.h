@@ -1,4 +1,4 @@
-// The part of completion/rc.bash that is the same whatever the tables hold.
+// The part of completion/rc.bash that does not depend on the tables.
 #ifndef RC_REFERENCE_COMPLETION_FUNCTIONS_H
 #define RC_REFERENCE_COMPLETION_FUNCTIONS_H
 

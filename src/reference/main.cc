@@ -1,9 +1,9 @@
 // rc_reference: prints what is generated from the table of all settings.
-#include <CLI/CLI.hpp>
 #include <array>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <string_view>
 
 #include "reference/reference.h"
 
@@ -27,26 +27,33 @@ constexpr Page pages[] = {
     {.name = "completion", .text = completion},
 };
 
-int print(const std::string& name) {
+int print(const Page& page) {
     const Reference reference = {.groups = nvram::setting_groups(), .uses = nvram::setting_uses()};
-    for (const Page& page : pages)
-        if (name == page.name) std::fputs(page.text(reference).c_str(), stdout);
+    std::fputs(page.text(reference).c_str(), stdout);
     return std::fflush(stdout) == 0 ? 0 : 1;
+}
+
+int usage_error() {
+    std::fputs("usage: rc_reference PAGE\nPAGE is one of:", stderr);
+    for (const Page& page : pages) std::fprintf(stderr, " %s", page.name);
+    std::fputs("\n", stderr);
+    return 2;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    try {
-        CLI::App app("Prints what is generated from the table of all settings.", "rc_reference");
-        std::vector<std::string> names;
-        for (const Page& page : pages) names.emplace_back(page.name);
-        std::string name;
-        app.add_option("PAGE", name, "what to print")->required()->check(CLI::IsMember(names));
-        CLI11_PARSE(app, argc, argv);
-        return print(name);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "rc_reference: %s\n", error.what());
-        return 1;
+    if (argc != 2) return usage_error();
+    const std::string_view name = argv[1];
+    for (const Page& page : pages) {
+        if (name != page.name) continue;
+        try {
+            return print(page);
+        } catch (const std::exception& error) {
+            std::fprintf(stderr, "rc_reference: %s: %s\n", page.name, error.what());
+            return 1;
+        }
     }
+    std::fprintf(stderr, "rc_reference: no such page: %s\n", argv[1]);
+    return usage_error();
 }

@@ -21,23 +21,23 @@ constexpr const char* head =
     ".Sh DESCRIPTION\n"
     "These are the settings that\n"
     ".Xr rc 8\n"
-    "reads or writes, by the keys under which\n"
+    "reads or writes, by the keys that\n"
     ".Xr nvram 8\n"
-    "knows them.\n"
-    "Each value is a text.\n"
-    "It is written here as in a text image: bytes below 0x20, 0x7f and the backslash stand as\n"
+    "uses for them.\n"
+    "Each value is a string.\n"
+    "It is written here as in an exported file: bytes below 0x20, 0x7f and the backslash appear as\n"
     ".Ql \\exHH\n"
     "and\n"
     ".Ql \\e\\e .\n"
-    "Of a flag only the first character counts.\n"
+    "Only the first character of a flag counts.\n"
     ".Pp\n"
-    "What is said of an empty value holds for a key that is not set too, unless that has a line of its own.\n"
+    "A key that is not set has the effect of an empty value, unless the page says otherwise.\n"
     "A secret is shown as\n"
     ".Ql ********\n"
-    "unless it is asked for.\n"
-    "After a change, the actions of\n"
+    "unless an option asks for it.\n"
+    "After changing a setting, restart the actions of\n"
     ".Xr rc 8\n"
-    "that use the setting have to run again.\n"
+    "that use it.\n"
     ".Sh SETTINGS\n";
 
 constexpr const char* foot =
@@ -52,7 +52,7 @@ constexpr const char* foot =
     ".Xr nvram 8 ,\n"
     ".Xr rc 8\n";
 
-// A character that roff(7) would take for its own or print as another.
+// A character that roff(7) would interpret or print as another.
 std::string_view roff_name(char c) {
     switch (c) {
         case '\\':
@@ -86,13 +86,13 @@ std::string roff(std::string_view text) {
     return out;
 }
 
-// A line of text; one that began with '.' or '\'' would be a request.
+// A line of text; one that starts with '.' or '\'' would be a request.
 std::string line(std::string_view text) {
     return (text.starts_with('.') ? "\\&" : "") + roff(text) + "\n";
 }
 
-// One argument of a macro, never another macro's name or a closing point. A long one may be broken
-// at the separators in it.
+// One argument of a macro, never another macro's name or a closing full stop. A long one may be
+// broken at the separators in it.
 std::string word(std::string_view text) {
     constexpr size_t is_long = 30;
     std::string argument = "\\&";
@@ -108,7 +108,7 @@ std::string item(std::string_view name, std::string_view text) {
     return fmt::format(".It {}\n{}", name, line(text));
 }
 
-// Lines; the words of a choice stand on some of their own.
+// Each word of a choice has its own line.
 std::string form_lines(const FormInWords& parts, std::string_view help) {
     std::string text = roff(parts.form) + parts.before_words;
     const char* between = "\n";
@@ -122,7 +122,7 @@ std::string form_lines(const FormInWords& parts, std::string_view help) {
 }
 
 std::string record_items(const KnownSetting& setting) {
-    std::string text = ".It each record\n.Ql " + word(escaped(setting.record->shape)) + "\n";
+    std::string text = ".It record\n.Ql " + word(escaped(setting.record->shape)) + "\n";
     for (const nvram::Field& field : setting.record->fields)
         text +=
             fmt::format(".It Em {}\n{}", word(field.name), form_lines(in_words(field), field.help));
@@ -153,8 +153,8 @@ std::string entry(const Reference& reference, const KnownSetting& setting) {
     text += ".It form\n" + form_lines(in_words(setting), "");
     if (setting.record != nullptr) text += record_items(setting);
     text += factory_item(setting);
-    if (*setting.when_empty != '\0') text += item("empty", setting.when_empty);
-    if (*setting.when_absent != '\0') text += item("absent", setting.when_absent);
+    if (*setting.when_empty != '\0') text += item("if empty", setting.when_empty);
+    if (*setting.when_absent != '\0') text += item("if not set", setting.when_absent);
     if (setting.secret) text += item("secret", "yes");
     return text + actions_item(nvram::actions_of(reference.uses, setting.key)) + ".El\n";
 }

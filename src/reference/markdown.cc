@@ -17,18 +17,17 @@ constexpr const char* introduction =
     "\n"
     "<!-- Generated: tools/renew.sh writes this file. -->\n"
     "\n"
-    "All settings that `rc` reads or writes, by the names under which `nvram get` and `nvram set` know them.\n"
+    "All settings that `rc` reads or writes, by the keys that `nvram get` and `nvram set` use.\n"
     "\n"
-    "- Each value is a text. Here it is written as in a text image: bytes below 0x20, 0x7f and the backslash stand as\n"
-    "  `\\xHH` and `\\\\`. Of a flag only the first character counts.\n"
-    "- The factory value is that of `lab/root/etc/default`.\n"
-    "- *Empty* tells what `rc` does with an empty value, *absent* what it does when the key is not set at all. Where\n"
-    "  nothing is said about an absent key, it is as good as an empty one.\n"
-    "- A *secret* is shown as `********` unless it is asked for.\n"
-    "- *Used by* names the actions of `rc` that read or write the setting: after a change of `lan_ipaddr`, say, those are\n"
-    "  what has to be restarted.\n";
+    "- Each value is a string. It is written here as in an exported file: bytes below 0x20, 0x7f and the backslash\n"
+    "  appear as `\\xHH` and `\\\\`. Only the first character of a flag counts.\n"
+    "- The factory value is the one in `lab/root/etc/default`.\n"
+    "- *If empty* says what `rc` does with an empty value, *if not set* what it does if the key does not exist. Without\n"
+    "  *if not set*, a key that does not exist has the effect of an empty value.\n"
+    "- A *secret* is shown as `********` unless an option asks for it.\n"
+    "- *Used by* lists the actions of `rc` that read or write the setting. After changing a setting, restart these.\n";
 
-// Text in which no character is markup.
+// Text with all markup characters escaped.
 std::string plain(std::string_view text) {
     std::string escaped_text;
     for (size_t i = 0; i < text.size(); i++) {
@@ -43,7 +42,7 @@ std::string plain(std::string_view text) {
     return escaped_text;
 }
 
-// The text between as many backticks as it needs.
+// A code span, with as many backticks as the text needs.
 std::string code(std::string_view text) {
     std::string fence = "`";
     while (text.find(fence) != std::string_view::npos) fence += '`';
@@ -55,7 +54,7 @@ std::string value(std::string_view text) {
     return text.empty() ? "empty" : code(escaped(text));
 }
 
-// Within a table even a code span ends at a '|'.
+// In a table a '|' ends even a code span.
 std::string cell(std::string_view text) {
     std::string escaped_text;
     for (const char c : text) {
@@ -91,7 +90,7 @@ std::string actions_line(std::string_view actions) {
 }
 
 std::string record_lines(const KnownSetting& setting) {
-    std::string text = fmt::format("- Each record: {}\n", code(escaped(setting.record->shape)));
+    std::string text = fmt::format("- Record format: {}\n", code(escaped(setting.record->shape)));
     text += fields_table(*setting.record);
     if (setting.example != nullptr)
         text += fmt::format("- Example: {}\n",
@@ -106,15 +105,15 @@ std::string entry(const Reference& reference, const KnownSetting& setting) {
     if (setting.record != nullptr) text += record_lines(setting);
     text += fmt::format("- Factory value: {}\n", value(setting.factory));
     if (*setting.when_empty != '\0')
-        text += fmt::format("- Empty: {}\n", plain(setting.when_empty));
+        text += fmt::format("- If empty: {}\n", plain(setting.when_empty));
     if (*setting.when_absent != '\0')
-        text += fmt::format("- Absent: {}\n", plain(setting.when_absent));
+        text += fmt::format("- If not set: {}\n", plain(setting.when_absent));
     if (setting.secret) text += "- Secret\n";
     return text + actions_line(nvram::actions_of(reference.uses, setting.key));
 }
 
-// Where the headings of a page are reached, as code-hosting pages name them: lower case, blanks as
-// '-', a number behind what is there already. Headings are asked for in the page's order.
+// The anchors of a page's headings, as code-hosting sites generate them: lower case, spaces as
+// '-', a number appended to a repeated anchor. Call next() in the page's order.
 class Anchors {
   public:
     std::string next(std::string_view heading) {

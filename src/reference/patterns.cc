@@ -33,7 +33,7 @@ std::string digits_pattern(const std::string& first, const std::string& last) {
     return pattern;
 }
 
-// The ends of the ranges into which low to high falls apart, so that digits_pattern takes each:
+// The ends of the ranges into which low to high is split, so that digits_pattern can express each:
 // 1 to 300 gives 9, 99, 299, 300.
 std::vector<std::int64_t> range_ends(std::int64_t low, std::int64_t high) {
     std::vector<std::int64_t> ends = {high};
@@ -60,7 +60,7 @@ std::string natural_pattern(std::int64_t low, std::int64_t high) {
     return alternatives(patterns);
 }
 
-// Zeros may stand before a number, but not before a port: iptables would take it for octal.
+// A number may have leading zeros, but a port may not: iptables would read it as octal.
 std::string padded_pattern(std::int64_t low, std::int64_t high) {
     constexpr std::int64_t last_port = 65535;
     return (high == last_port ? "" : "0*") + natural_pattern(low, high);
@@ -70,14 +70,14 @@ std::string address_pattern() {
     return fmt::format("{}(?:\\.{}){{3}}", octet, octet);
 }
 
-// Ones from the left, zeros behind.
+// Ones from the left, then zeros.
 std::string netmask_pattern() {
     constexpr const char* last = "(?:255|254|252|248|240|224|192|128|0)";
     return fmt::format(
         "(?:(?:255\\.){{3}}{0}|(?:255\\.){{2}}{0}\\.0|255\\.{0}\\.0\\.0|{0}\\.0\\.0\\.0)", last);
 }
 
-// What is made of digits and points alone is an address or nothing (RFC 1123, 2.1).
+// A text of digits and dots only must be an address (RFC 1123, 2.1).
 std::string host_pattern() {
     constexpr const char* label = "[A-Za-z0-9](?:[A-Za-z0-9\\-]{0,61}[A-Za-z0-9])?";
     constexpr const char* no_address = "(?![0-9.]+(?![A-Za-z0-9.\\-]))";
@@ -92,7 +92,7 @@ std::string count_pattern(int low, int high) {
     return fmt::format("{{{},{}}}", low, high);
 }
 
-// Any character but these. Within a class a '-' does not stand for itself.
+// Any character but these. In a character class a '-' must be escaped.
 std::string none_of_pattern(std::string_view stops) {
     if (stops.empty()) return "[\\s\\S]";
     std::string pattern;
@@ -100,7 +100,7 @@ std::string none_of_pattern(std::string_view stops) {
     return "[^" + pattern + "]";
 }
 
-// Text ends where what follows it begins.
+// A text field ends at the first character of the separator after it.
 std::string text_pattern(const nvram::Field& field, std::string_view stops) {
     const std::string any = none_of_pattern(stops);
     const int low = field.may_be_empty ? 0 : 1;
@@ -134,7 +134,7 @@ std::string form_pattern(Form form, int low, int high) {
     return "";
 }
 
-// A value of the form, or one of the words.
+// A value of the form, or one of.
 template <typename Row>
 std::string row_pattern(const Row& row) {
     if (row.form == Form::Text) return "";
@@ -157,9 +157,9 @@ std::string one_record_pattern(const nvram::Record& record) {
     std::string pattern;
     for (size_t i = 0; i < shape.pieces.size(); i++) {
         const ShapePiece& piece = shape.pieces[i];
-        const std::string_view behind =
+        const std::string_view after =
             i + 1 < shape.pieces.size() ? shape.pieces[i + 1].before : shape.end;
-        std::string stops(behind.substr(0, 1));
+        std::string stops(after.substr(0, 1));
         if (record.between != '\0' && stops != std::string_view(&record.between, 1))
             stops += record.between;
         pattern += literal_pattern(piece.before) + field_pattern(*piece.field, stops);
@@ -167,8 +167,8 @@ std::string one_record_pattern(const nvram::Record& record) {
     return pattern + literal_pattern(shape.end);
 }
 
-// Of records that only count when they are on there may be any number. A separator behind the last
-// begins no further one.
+// Records that count only if enabled may occur any number of times. A separator after the last
+// one starts no further record.
 std::string list_pattern(const nvram::Record& record) {
     std::string one = one_record_pattern(record);
     if (record.between == '\0') return one;
@@ -180,8 +180,8 @@ std::string list_pattern(const nvram::Record& record) {
 
 std::string record_pattern(const nvram::Record& record) {
     std::string list = list_pattern(record);
-    if (record.passed_over == 0) return list;
-    return fmt::format("[\\s\\S]{{{}}}(?:{})?", record.passed_over, list);
+    if (record.ignored_prefix == 0) return list;
+    return fmt::format("[\\s\\S]{{{}}}(?:{})?", record.ignored_prefix, list);
 }
 
 }  // namespace

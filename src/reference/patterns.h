@@ -8,14 +8,14 @@
 
 #include "settings/table.h"
 
-// Decimal numbers from low to high; zeros may stand before them.
+// Decimal numbers from low to high, with any leading zeros.
 std::string number_pattern(std::int64_t low, std::int64_t high);
 
-// Text that stands for itself.
+// Literal text.
 std::string literal_pattern(std::string_view text);
 
-// A legal value from its first to its last character, without anchors. Of text without a form of
-// its own it is empty: only its length counts.
+// A whole legal value, without anchors. For text without a form
+// the pattern is empty: only the length counts.
 std::string value_pattern(const nvram::KnownSetting& setting);
 
 #endif

@@ -1,15 +1,14 @@
-// The command lines of nvram and rcplan, as far as the completion knows them.
+// The command lines of nvram and rcplan, for the completion.
 #ifndef RC_REFERENCE_PROGRAMS_H
 #define RC_REFERENCE_PROGRAMS_H
 
 #include <string>
 #include <vector>
 
-// What a word of a command line may be, by the name that the completion's functions have for it: ""
-// when anything may be, "key", "assignment" (KEY=VALUE), "file", "folder", "place" (of settings: a
-// file,
-// @working, @factory or @flash), "action" (of rc, with all that follows), or the words of a choice
-// behind "words ".
+// The kind of a word of a command line, as the completion's functions name it: "" for any word,
+// "key", "assignment" (KEY=VALUE), "file", "folder", "place" (of settings: a file, @working,
+// @factory or @flash), "action" (of rc, with all following words), or the words of a choice after
+// "words ".
 using WordKind = std::string;
 
 struct Option {
@@ -21,7 +20,7 @@ struct Option {
 struct Verb {
     std::string name;
     std::vector<Option> options = {};
-    // Behind the options, in their order; the last one goes for all that follow.
+    // After the options, in order; the last one applies to all further words.
     std::vector<WordKind> words = {};
 };
 

@@ -1,4 +1,4 @@
-// The command line of rcplan, as its own options tell it.
+// The command line of rcplan, read from its own option parser.
 #include <CLI/CLI.hpp>
 
 #include "rcplan/command_line.h"
@@ -11,7 +11,7 @@ struct Kind {
     const char* word;
 };
 
-// By the names that the help of rcplan has for what an option or a verb is followed by.
+// Kinds by the placeholder in rcplan's help after an option or a verb.
 constexpr Kind kinds[] = {
     {.type = "FILE", .word = "file"},
     {.type = "A", .word = "file"},
@@ -32,7 +32,7 @@ WordKind kind_of(std::string_view type) {
     return "";
 }
 
-// Of "TEXT:{auto,always,never}" the words; nothing when there are none.
+// The words of "TEXT:{auto,always,never}"; "" if there are none.
 WordKind choice_of(std::string_view type) {
     const size_t open = type.find('{');
     const size_t close = type.rfind('}');

@@ -1,4 +1,4 @@
-// docs/settings.schema.json: what a web form has to know of each setting.
+// docs/settings.schema.json: the settings for web forms.
 #include <fmt/format.h>
 
 #include <nlohmann/json.hpp>
@@ -13,25 +13,25 @@ using nvram::KnownSetting;
 
 namespace {
 
-// The help, as the label of a form's field has it.
+// The help as the label of a form field.
 std::string title_of(const KnownSetting& setting) {
     std::string title = sentence(setting.help);
     title.pop_back();
     return title;
 }
 
-// The form with its fields, and what no value at all means.
+// The form with its fields, and the effect of an empty value.
 std::string description_of(const KnownSetting& setting) {
     std::string text = joined(in_words(setting));
     if (setting.record != nullptr) {
-        text += "; each " + escaped(setting.record->shape);
+        text += "; record format " + escaped(setting.record->shape);
         for (const nvram::Field& field : setting.record->fields) {
             text += fmt::format("; {}: {}", field.name, joined(in_words(field)));
             if (*field.help != '\0') text += fmt::format(" ({})", field.help);
         }
     }
     text = sentence(text);
-    if (*setting.when_empty != '\0') text += fmt::format(" When empty: {}.", setting.when_empty);
+    if (*setting.when_empty != '\0') text += fmt::format(" If empty: {}.", setting.when_empty);
     return text;
 }
 
@@ -48,7 +48,7 @@ void add_limits(ordered_json& property, const KnownSetting& setting) {
     if (setting.high > 0) property["maxLength"] = setting.high;
 }
 
-// Behind '$' Python's re would let a line feed pass; in ECMA-262 the look-ahead changes nothing.
+// Python's re accepts a line feed after '$'; in ECMA-262 the look-ahead changes nothing.
 void add_pattern(ordered_json& property, const KnownSetting& setting) {
     const std::string optional = setting.may_be_empty ? "?" : "";
     property["pattern"] = "^(?:" + value_pattern(setting) + ")" + optional + "$(?!\\n)";
@@ -79,7 +79,7 @@ std::string settings_schema(const Reference& reference) {
     const ordered_json schema = {
         {"$schema", "https://json-schema.org/draft/2020-12/schema"},
         {"title", "Settings of the router"},
-        {"description", "Each setting is a text. What rc does not know may stand beside them."},
+        {"description", "Each setting is a string. Other keys are allowed."},
         {"type", "object"},
         {"properties", properties},
         {"additionalProperties", {{"type", "string"}}},

@@ -1,4 +1,4 @@
-// src/libnvram/secret.inc: the secrets' names for programs that mask them without the table.
+// src/libnvram/secret.inc: the names of secrets, for programs that mask them without the table.
 #include <algorithm>
 
 #include "libnvram/secret.h"
@@ -6,7 +6,7 @@
 
 namespace {
 
-// Each network has its own wifi_key1: wifi_key12, wifi_key13. The first name stands for all.
+// Each network has its own wifi_key1: wifi_key12, wifi_key13. The first name covers all.
 bool begins_with_another(const std::vector<std::string_view>& keys, std::string_view key) {
     return std::ranges::any_of(
         keys, [key](std::string_view other) { return other != key && key.starts_with(other); });

@@ -1,4 +1,4 @@
-// The shape of a record, taken apart.
+// The shape of a record, split into fields and separators.
 #include "reference/shape.h"
 
 #include <stdexcept>

@@ -1,4 +1,4 @@
-// The shape of a record, taken apart.
+// The shape of a record, split into fields and separators.
 #ifndef RC_REFERENCE_SHAPE_H
 #define RC_REFERENCE_SHAPE_H
 
@@ -7,7 +7,7 @@
 
 #include "settings/table.h"
 
-// A field and what stands before it.
+// A field and the separator before it.
 struct ShapePiece {
     std::string_view before;
     const nvram::Field* field;
@@ -15,10 +15,10 @@ struct ShapePiece {
 
 struct Shape {
     std::vector<ShapePiece> pieces;
-    std::string_view end;  // what stands behind the last field
+    std::string_view end;  // the text after the last field
 };
 
-// Throws std::invalid_argument when a field's name is not in the shape, in its order.
+// Throws std::invalid_argument if a field's name is not in the shape, in order.
 Shape take_apart(const nvram::Record& record);
 
 #endif

@@ -22,12 +22,12 @@ std::string form_in_words(Form form, int low, int high) {
         case Form::Text:
             return high == 0 ? "text" : fmt::format("text, at most {} characters", high);
         case Form::Flag:
-            return "a flag: 1 is on, 0 is off";
+            return "a flag: 1 (on) or 0 (off)";
         case Form::Number:
             if (low == 0 && high == 0) return "a number";
             return fmt::format("a number from {} to {}", low, high);
         case Form::Choice:
-            return "one of the words";
+            return "one of";
         case Form::Address:
             return "an IPv4 address";
         case Form::Netmask:
@@ -35,7 +35,7 @@ std::string form_in_words(Form form, int low, int high) {
         case Form::Mac:
             return "a MAC address";
         case Form::Interface:
-            return "the name of a network interface";
+            return "a network interface name";
         case Form::Host:
             return "a host name or an IPv4 address";
         case Form::Hex:
@@ -47,7 +47,7 @@ std::string form_in_words(Form form, int low, int high) {
 }
 
 std::string separator_in_words(char separator) {
-    if (separator == ' ') return "blanks";
+    if (separator == ' ') return "spaces";
     if (std::isprint(static_cast<unsigned char>(separator)) != 0)
         return fmt::format("'{}'", separator);
     return fmt::format("the byte {}", escaped({&separator, 1}));
@@ -55,9 +55,9 @@ std::string separator_in_words(char separator) {
 
 std::string list_in_words(const nvram::Record& record) {
     if (record.between == '\0') return "one record";
-    std::string text = "records parted by " + separator_in_words(record.between);
-    if (record.passed_over > 0)
-        text += fmt::format(", behind {} characters that are not read", record.passed_over);
+    std::string text = "records separated by " + separator_in_words(record.between);
+    if (record.ignored_prefix > 0)
+        text += fmt::format(", after {} ignored characters", record.ignored_prefix);
     return text;
 }
 

@@ -8,14 +8,14 @@
 
 #include "settings/table.h"
 
-// The words of a list that blanks part, or '|' where one of them holds a blank.
+// The words of a list, separated by spaces, or by '|' if one of them contains a space.
 std::vector<std::string_view> split_words(std::string_view text);
 
-// What a value looks like, in parts, since words that stand for themselves are marked up.
+// The form of a value, in parts, since literal words get markup.
 struct FormInWords {
     std::string form;                     // "a number from 1 to 65535"
-    const char* before_words = "";        // ", or": words that are legal besides the form
-    std::vector<std::string_view> words;  // of a choice, or legal besides
+    const char* before_words = "";        // ", or": words that are legal too
+    std::vector<std::string_view> words;  // of a choice, or legal too
     bool or_empty = false;
     std::string limit = {};  // "; the first 15 are used"
 };
@@ -26,10 +26,10 @@ FormInWords in_words(const nvram::Field& field);
 // The parts as one text.
 std::string joined(const FormInWords& parts);
 
-// A value as a text image holds it: bytes below 0x20, 0x7f and the backslash escaped.
+// A value as a text image contains it: bytes below 0x20, 0x7f and the backslash escaped.
 std::string escaped(std::string_view value);
 
-// The first letter a capital, unless the first word is a name, and a full stop at the end.
+// Starts with a capital, unless the first word is a name, and ends with a full stop.
 std::string sentence(std::string_view clause);
 
 #endif

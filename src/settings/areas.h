@@ -1,5 +1,5 @@
-// The groups of the table of all settings, one constant for each; known_settings.cc puts them
-// together. Each stands in settings_<area>.cc.
+// The groups of the table of all settings, one constant for each; table.cc puts them
+// together. Each is defined in settings_<area>.cc.
 #ifndef RC_SETTINGS_AREAS_H
 #define RC_SETTINGS_AREAS_H
 

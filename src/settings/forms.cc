@@ -48,7 +48,7 @@ bool is_host_label(std::string_view label) {
     return true;
 }
 
-// What is made of digits and dots alone is meant to be an address.
+// A text of digits and dots only is meant to be an address.
 bool is_host(std::string_view text) {
     if (text.find_first_not_of("0123456789.") == std::string_view::npos)
         return parse_quad(text).has_value();
@@ -85,8 +85,8 @@ std::string range_in_words(std::int32_t low, std::int32_t high) {
     return " from " + std::to_string(low) + " to " + std::to_string(high);
 }
 
-// Without the words that are legal besides.
-std::string wanted_by_form(const Limits& limits) {
+// Without the words that are legal too.
+std::string plain_form_text(const Limits& limits) {
     switch (limits.form) {
         case Form::Text:
             return "a text";
@@ -104,33 +104,54 @@ std::string wanted_by_form(const Limits& limits) {
         case Form::Mac:
             return "a MAC address such as 00:11:22:33:44:55";
         case Form::Interface:
-            return "an interface's name of 1 to 15 characters";
+            return "an interface name of 1 to 15 characters";
         case Form::Host:
             return "a host name or an IPv4 address";
         case Form::Hex:
             if (limits.low == limits.high)
                 return std::to_string(limits.low) + " hexadecimal digits";
-            return "hexadecimal digits," + range_in_words(limits.low, limits.high) + " of them";
+            return std::to_string(limits.low) + " to " + std::to_string(limits.high) +
+                   " hexadecimal digits";
         case Form::Record:
             break;
     }
     return "a record";
 }
 
+std::string with_choices(std::string text, const Limits& limits) {
+    if (limits.form != Form::Choice && *limits.choices != '\0')
+        text += ", or one of " + joined(limits.choices);
+    return text;
+}
+
+// The form as it follows "is not an IPv4 address; expected": without the name of the form.
+std::string expected_text(const Limits& limits) {
+    switch (limits.form) {
+        case Form::Address:
+            return with_choices("four numbers, such as 192.168.1.1", limits);
+        case Form::Netmask:
+            return "four numbers, such as 255.255.255.0";
+        case Form::Mac:
+            return "six pairs of hexadecimal digits, such as 00:11:22:33:44:55";
+        default:
+            return form_text(limits);
+    }
+}
+
 std::string number_problem(const Limits& limits, std::string_view text) {
     const std::optional<long long> number = plain_number(text);
-    if (!number) return "is no number";
+    if (!number) return "is not a number";
     const bool any = limits.low == 0 && limits.high == 0;
     if (!any && (*number < limits.low || *number > limits.high)) return "is out of range";
     // Programs that read numbers in C's notation take a zero in front for octal.
     if (limits.high == highest_port && text.size() > 1 && text[0] == '0')
-        return "begins with 0, which iptables takes for octal";
+        return "starts with 0, which iptables reads as octal";
     return "";
 }
 
 std::string netmask_problem(std::string_view text) {
-    if (!parse_quad(text)) return "is no netmask";
-    return is_netmask(text) ? "" : "is no netmask, since its ones do not stand together";
+    if (!parse_quad(text)) return "is not a netmask";
+    return is_netmask(text) ? "" : "is not a netmask: its ones are not contiguous";
 }
 
 std::string hex_problem(const Limits& limits, std::string_view text) {
@@ -151,17 +172,17 @@ std::string problem_by_form(const Limits& limits, std::string_view text) {
         case Form::Number:
             return number_problem(limits, text);
         case Form::Choice:
-            return is_word_of(text, limits.choices) ? "" : "is none of rc's words";
+            return is_word_of(text, limits.choices) ? "" : "is not an allowed value";
         case Form::Address:
-            return parse_quad(text) ? "" : "is no IPv4 address";
+            return parse_quad(text) ? "" : "is not an IPv4 address";
         case Form::Netmask:
             return netmask_problem(text);
         case Form::Mac:
-            return is_mac(text) ? "" : "is no MAC address";
+            return is_mac(text) ? "" : "is not a MAC address";
         case Form::Interface:
-            return is_interface(text) ? "" : "is no name of an interface";
+            return is_interface(text) ? "" : "is not an interface name";
         case Form::Host:
-            return is_host(text) ? "" : "is neither a host name nor an address";
+            return is_host(text) ? "" : "is neither a host name nor an IPv4 address";
         case Form::Hex:
             return hex_problem(limits, text);
     }
@@ -189,17 +210,14 @@ std::vector<std::string_view> words_of(const char* choices) {
     return words;
 }
 
-std::string wanted(const Limits& limits) {
-    std::string text = wanted_by_form(limits);
-    if (limits.form != Form::Choice && *limits.choices != '\0')
-        text += ", or one of " + joined(limits.choices);
-    return text;
+std::string form_text(const Limits& limits) {
+    return with_choices(plain_form_text(limits), limits);
 }
 
 std::string form_problem(const Limits& limits, std::string_view text) {
     if (limits.form != Form::Choice && is_word_of(text, limits.choices)) return "";
     std::string problem = problem_by_form(limits, text);
-    if (!problem.empty()) problem += ": " + wanted(limits) + " is wanted";
+    if (!problem.empty()) problem += "; expected " + expected_text(limits);
     return problem;
 }
 

@@ -23,26 +23,27 @@ struct Limits {
 Limits limits_of(const KnownSetting& known);
 Limits limits_of(const Field& field);
 
-// The words of a choice; none when there are none.
+// The words of a choice.
 std::vector<std::string_view> words_of(const char* choices);
 
-// "a number from 1 to 65535": follows "such as" or comes before "is wanted".
-std::string wanted(const Limits& limits);
+// The form in words, as follows "expected": "a number from 1 to 65535".
+std::string form_text(const Limits& limits);
 
-// What is wrong with a text that is not empty, as follows its name: "is no number: ... is wanted".
-// Empty when nothing is. A text that is merely too long is legal, and so is any record.
+// The error in a text that is not empty, in words that follow its name: "is not a number; expected
+// a number from 1 to 65535". Empty if there is none. A text that is too long is legal here, as is
+// any record.
 std::string form_problem(const Limits& limits, std::string_view text);
 
-// The number that a text is when it is nothing else; a '-' may come first.
+// The number, if the text is a decimal number and nothing else; a '-' may come first.
 std::optional<long long> plain_number(std::string_view text);
 
-// A pair of hexadecimal digits, six times, parted by colons.
+// Six pairs of hexadecimal digits, separated by colons.
 bool is_mac(std::string_view text);
 
 bool is_hex(std::string_view text);
 
-// How many characters have to be put in, left out or changed to make one text of the other; case
-// does not count. Above limit it is only told that it is above.
+// The number of characters to insert, delete or change to turn one text into the other; case
+// does not count. Returns some number above limit if the distance is above limit.
 std::size_t edit_distance(std::string_view one, std::string_view other, std::size_t limit);
 
 }  // namespace nvram

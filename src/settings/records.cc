@@ -6,12 +6,12 @@
 
 namespace nvram {
 
-// What stands in the shape between a field and the next one; empty behind the last.
-static std::string_view separator_behind(const Record& record, std::size_t place) {
+// The separator in the shape between a field and the next; empty after the last.
+static std::string_view separator_after(const Record& record, std::size_t place) {
     const std::string_view shape = record.shape;
     std::size_t at = 0;
     for (std::size_t i = 0; i <= place; ++i) {
-        // Names are found one behind the other, since one may be a part of another.
+        // Names are searched one after the other, since one may be part of another.
         at = shape.find(record.fields[i].name, at);
         if (at == std::string_view::npos) return {};
         at += std::strlen(record.fields[i].name);
@@ -22,7 +22,7 @@ static std::string_view separator_behind(const Record& record, std::size_t place
 }
 
 std::vector<std::string_view> split_records(const Record& record, std::string_view value) {
-    value.remove_prefix(std::min<std::size_t>(value.size(), record.passed_over));
+    value.remove_prefix(std::min<std::size_t>(value.size(), record.ignored_prefix));
     std::vector<std::string_view> records;
     if (record.between == '\0') {
         if (!value.empty()) records.push_back(value);
@@ -39,7 +39,7 @@ std::vector<std::string_view> split_records(const Record& record, std::string_vi
 std::vector<std::string_view> split_fields(const Record& record, std::string_view text) {
     std::vector<std::string_view> fields;
     for (std::size_t i = 0; i < record.fields.size(); ++i) {
-        const std::string_view separator = separator_behind(record, i);
+        const std::string_view separator = separator_after(record, i);
         const std::size_t end = separator.empty() ? std::string_view::npos : text.find(separator);
         fields.push_back(text.substr(0, end));
         if (end == std::string_view::npos) break;

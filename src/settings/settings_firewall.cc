@@ -15,8 +15,9 @@ static constexpr KnownSetting firewall_rows[] = {
      .form = Form::Flag,
      .factory = "1",
      .when_empty = "addresses are translated, but FORWARD is left open and there is no DMZ",
-     .when_wrong = "rewrites addresses, and leaves FORWARD open: hosts of the WAN reach the LAN",
-     .help = "address translation, and nothing forwarded unasked (1), or neither (0)"},
+     .when_wrong =
+         "translates addresses but leaves FORWARD open: hosts on the WAN can reach the LAN",
+     .help = "address translation, with unsolicited traffic not forwarded (1), or neither (0)"},
     {.key = "fw_response_ping",
      .form = Form::Flag,
      .may_be_empty = true,
@@ -40,8 +41,8 @@ static constexpr KnownSetting firewall_rows[] = {
      .form = Form::Choice,
      .choices = "1 2 3",
      .factory = "1",
-     .when_empty = "nothing leads to the web interface from outside",
-     .when_wrong = "opens the web interface's port, and redirects nothing to it",
+     .when_empty = "nothing is redirected to the web interface",
+     .when_wrong = "opens the web interface's port but redirects nothing to it",
      .help = "remote management from one address (1), a range (2) or anywhere (3)"},
     {.key = "fw_remote_single",
      .form = Form::Address,
@@ -70,16 +71,16 @@ static constexpr KnownSetting firewall_rows[] = {
      .choices = "0 1 2 3 4",
      .factory = "0",
      .when_empty = "as 0",
-     .when_wrong = "leaves the TTL alone",
+     .when_wrong = "leaves the TTL unchanged",
      .help =
-         "time to live: as it is (0), 1 more (1), 2 more (2), set to 1 (3), set to fw_ttl_ud (4)"},
+         "time to live: unchanged (0), plus 1 (1), plus 2 (2), set to 1 (3), set to fw_ttl_ud (4)"},
     {.key = "fw_ttl_ud",
      .form = Form::Number,
      .low = 1,
      .high = 255,
      .factory = "64",
      .when_empty = "with fw_ttl 4 packets leave with a time to live of 0",
-     .help = "time to live of what leaves the router when fw_ttl is 4, in hops"},
+     .help = "time to live of outgoing packets when fw_ttl is 4, in hops"},
     {.key = "log_outgoing",
      .form = Form::Flag,
      .may_be_empty = true,
@@ -91,16 +92,20 @@ constexpr std::span<const KnownSetting> firewall_settings = firewall_rows;
 
 static constexpr Field single_fields[] = {
     {.name = "name", .form = Form::Text, .may_be_empty = true, .help = "not used"},
-    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
+    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "enabled (1) or disabled (0)"},
     {.name = "any", .form = Form::Text, .may_be_empty = true, .help = "not used"},
     {.name = "outside", .form = Form::Number, .low = 1, .high = last_port, .help = "WAN port"},
-    {.name = "inside", .form = Form::Number, .low = 1, .high = last_port, .help = "host's port"},
+    {.name = "inside",
+     .form = Form::Number,
+     .low = 1,
+     .high = last_port,
+     .help = "port on the host"},
     {.name = "protocol", .form = Form::Choice, .choices = "tcp udp"},
     {.name = "host",
      .form = Form::Number,
      .low = 1,
      .high = 254,
-     .help = "last number of the host's address; the others are those of lan_ipaddr"},
+     .help = "last number of the host's address; the first three come from lan_ipaddr"},
 };
 static constexpr Record single_record = {.between = '\x01',
                                          .shape = "name:on:any:outside:inside:protocol:host",
@@ -110,7 +115,7 @@ static constexpr Record single_record = {.between = '\x01',
 
 static constexpr Field range_fields[] = {
     {.name = "name", .form = Form::Text, .may_be_empty = true, .help = "not used"},
-    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
+    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "enabled (1) or disabled (0)"},
     {.name = "any", .form = Form::Text, .may_be_empty = true, .help = "not used"},
     {.name = "first", .form = Form::Number, .low = 1, .high = last_port, .help = "first port"},
     {.name = "last", .form = Form::Number, .low = 1, .high = last_port, .help = "last port"},
@@ -119,7 +124,7 @@ static constexpr Field range_fields[] = {
      .form = Form::Number,
      .low = 1,
      .high = 254,
-     .help = "last number of the host's address; the others are those of lan_ipaddr"},
+     .help = "last number of the host's address; the first three come from lan_ipaddr"},
 };
 static constexpr Record range_record = {.between = '\x01',
                                         .shape = "name:on:any:first:last:protocol:host",
@@ -129,7 +134,7 @@ static constexpr Record range_record = {.between = '\x01',
 
 static constexpr Field trigger_fields[] = {
     {.name = "index", .form = Form::Number, .high = 9999, .help = "not used"},
-    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "in use (1) or not (0)"},
+    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "enabled (1) or disabled (0)"},
     {.name = "name", .form = Form::Text, .may_be_empty = true, .help = "not used"},
     {.name = "trigger_protocol", .form = Form::Choice, .choices = "tcp udp both"},
     {.name = "trigger_first", .form = Form::Number, .low = 1, .high = last_port},
@@ -138,7 +143,7 @@ static constexpr Field trigger_fields[] = {
     {.name = "first", .form = Form::Number, .low = 1, .high = last_port, .help = "incoming"},
     {.name = "last", .form = Form::Number, .low = 1, .high = last_port, .help = "incoming"},
 };
-// Not a count but a length limits them: 511 characters of ports.
+// The list is limited by its length, not by a count: 511 characters of ports.
 static constexpr Record trigger_record = {
     .between = '\x01',
     .shape = "index:on:name:trigger_protocol:trigger_first-trigger_last:protocol:first-last",
@@ -153,7 +158,7 @@ static constexpr KnownSetting forward_rows[] = {
      .record = &single_record,
      .example = "web:1:0:8080:80:tcp:10",
      .when_empty = "no single port is forwarded",
-     .when_wrong = "writes the field into the rules as it stands, and iptables refuses them",
+     .when_wrong = "writes the field unchanged into the rules, and iptables rejects them",
      .help = "forwards of single ports of the WAN to hosts of the LAN"},
     {.key = "fw_out_rules",
      .form = Form::Record,
@@ -161,7 +166,7 @@ static constexpr KnownSetting forward_rows[] = {
      .record = &range_record,
      .example = "games:1:0:27000:27050:both:20",
      .when_empty = "no range of ports is forwarded",
-     .when_wrong = "writes the field into the rules as it stands, and iptables refuses them",
+     .when_wrong = "writes the field unchanged into the rules, and iptables rejects them",
      .help = "forwards of ranges of ports of the WAN to hosts of the LAN"},
     {.key = "fw_spapp",
      .form = Form::Record,
@@ -170,15 +175,17 @@ static constexpr KnownSetting forward_rows[] = {
      .example = "0:1:calls:tcp:6000-6010:udp:7000-7010\x01",
      .when_empty = "the kernel module is loaded without entries",
      .when_wrong =
-         "hands the field to the kernel module as it stands; another word than tcp, udp or"
-         " both takes the protocol of the entry before",
-     .help = "special applications: a host that sends to trigger ports gets incoming ports opened"},
+         "passes the field unchanged to the kernel module; a word other than tcp, udp or both gets"
+         " the protocol of the previous entry",
+     .help =
+         "special applications (port triggering): a host that sends to trigger ports gets incoming"
+         " ports opened"},
     {.key = "fw_dmz_enable",
      .form = Form::Flag,
      .may_be_empty = true,
      .factory = "0",
      .when_empty = "it is off",
-     .help = "DMZ: what comes from the WAN and is not forwarded otherwise goes to fw_dmz (1)"},
+     .help = "DMZ: traffic from the WAN that is not forwarded otherwise goes to fw_dmz (1)"},
     {.key = "fw_dmz",
      .form = Form::Address,
      .may_be_empty = true,
@@ -194,7 +201,7 @@ static constexpr Field service_fields[] = {
      .form = Form::Text,
      .twice_level = Level::Warning,
      .high = limits::service_name,
-     .twice = "finds the first of a name only"},
+     .twice = "uses only the first entry with a name"},
     {.name = "protocol", .form = Form::Choice, .choices = "tcp udp both any"},
     {.name = "first", .form = Form::Number, .low = 1, .high = last_port, .help = "first port"},
     {.name = "last", .form = Form::Number, .low = 1, .high = last_port, .help = "last port"},
@@ -206,13 +213,13 @@ static constexpr Field blocked_fields[] = {
     {.name = "service",
      .form = Form::Text,
      .high = limits::blocked_service_name,
-     .help = "a name of fw_services_def or fw_services; an unknown one ends the list"},
+     .help = "name of a service in fw_services_def or fw_services; an unknown one ends the list"},
 };
 static constexpr Record blocked_record = {.between = '\x01',
                                           .shape = "service",
                                           .fields = blocked_fields,
                                           .most = limits::blocked_services,
-                                          .passed_over = limits::blocked_services_start};
+                                          .ignored_prefix = limits::blocked_services_start};
 
 static constexpr Field trusted_fields[] = {
     {.name = "mac", .form = Form::Mac, .twice = "writes the same rule twice"},
@@ -225,17 +232,17 @@ static constexpr Field keyword_fields[] = {
      .form = Form::Text,
      .high = limits::keyword,
      .twice = "writes the same rule twice",
-     .help = "one word of the shell"},
+     .help = "a single shell word"},
 };
 static constexpr Record keyword_record = {
     .between = '\x01', .shape = "keyword", .fields = keyword_fields};
 
 static constexpr Need with_blocked_services = {
-    .when = if_is("ac_control", "2"), .level = Level::Warning, .cure = "....HTTP"};
+    .when = if_is("ac_control", "2"), .level = Level::Warning, .fix = "....HTTP"};
 static constexpr Need with_access_exemption = {
-    .when = if_on("fw_trustenable"), .level = Level::Warning, .cure = "00:11:22:33:44:55"};
+    .when = if_on("fw_trustenable"), .level = Level::Warning, .fix = "00:11:22:33:44:55"};
 static constexpr Need with_url_blocking = {
-    .when = if_begins("fw_block", "12"), .level = Level::Warning, .cure = "keyword"};
+    .when = if_begins("fw_block", "12"), .level = Level::Warning, .fix = "keyword"};
 static constexpr Need with_url_exemption = {.when = if_on("fw_block_trust_enable"),
                                             .level = Level::Warning};
 
@@ -246,16 +253,17 @@ static constexpr KnownSetting block_rows[] = {
      .choices = "0 1 2",
      .factory = "0",
      .when_empty = "as 0",
-     .when_wrong = "takes a number of 1 or 2, and anything else for off",
-     .help = "access control: off (0), nothing of the LAN passes (1), listed services do not (2)"},
+     .when_wrong = "reads it as a number: 1 or 2, and anything else means off",
+     .help = "access control: off (0), all traffic from the LAN is blocked (1), listed services are"
+             " blocked (2)"},
     {.key = "ac_sch",
      .form = Form::Choice,
      .may_be_empty = true,
      .choices = "0 1",
      .factory = "0",
      .when_empty = "always",
-     .when_wrong = "takes a number of 1 for by schedule, anything else for always",
-     .help = "access control always (0) or only while a schedule is open (1)"},
+     .when_wrong = "reads it as a number: 1 means by schedule, anything else means always",
+     .help = "access control applies always (0) or only by schedule (1)"},
     {.key = "access_control",
      .form = Form::Record,
      .may_be_empty = true,
@@ -263,38 +271,37 @@ static constexpr KnownSetting block_rows[] = {
      .example = "0000FTP\x01HTTP",
      .when_empty = "no service is blocked",
      .needed = &with_blocked_services,
-     .help =
-         "blocked services, when ac_control is 2; four characters that nobody reads come first"},
+     .help = "blocked services, when ac_control is 2; the first four characters are ignored"},
     {.key = "fw_services",
      .form = Form::Record,
      .may_be_empty = true,
      .record = &service_record,
      .example = "Printer:tcp:9100-9102",
-     .when_empty = "access control knows the predefined services only",
-     .when_wrong = "does not find the service, or blocks other ports than are meant",
-     .help = "services of the user's own, for access control"},
+     .when_empty = "access control knows only the predefined services",
+     .when_wrong = "does not find the service, or blocks the wrong ports",
+     .help = "user-defined services, for access control"},
     {.key = "fw_services_def",
      .form = Form::Record,
      .may_be_empty = true,
      .record = &service_record,
      .example = "FTP:tcp:20-21\x01HTTP:tcp:80-80",
-     .when_empty = "access control knows the user's services only",
-     .when_wrong = "does not find the service, or blocks other ports than are meant",
-     .help = "predefined services, for access control; their names win over those of fw_services"},
+     .when_empty = "access control knows only the user-defined services",
+     .when_wrong = "does not find the service, or blocks the wrong ports",
+     .help = "predefined services, for access control; they take precedence over fw_services"},
     {.key = "fw_trustenable",
      .form = Form::Flag,
      .may_be_empty = true,
      .factory = "0",
-     .when_empty = "nobody is exempt",
-     .help = "the hosts of access_group are exempt from access control (1)"},
+     .when_empty = "no host is exempt",
+     .help = "the hosts in access_group are exempt from access control (1)"},
     {.key = "access_group",
      .form = Form::Record,
      .may_be_empty = true,
      .record = &trusted_record,
      .example = "00:11:22:aa:bb:cc\x01"
                 "00:11:22:aa:bb:dd",
-     .when_empty = "nobody is exempt",
-     .when_wrong = "takes 17 characters from the start of each record, whatever they are",
+     .when_empty = "no host is exempt",
+     .when_wrong = "uses the first 17 characters of each record, whatever they are",
      .needed = &with_access_exemption,
      .help = "MAC addresses of the hosts exempt from access control, when fw_trustenable is 1"},
     {.key = "log_access",
@@ -302,15 +309,16 @@ static constexpr KnownSetting block_rows[] = {
      .may_be_empty = true,
      .factory = "0",
      .when_empty = "it is off",
-     .help = "what access control blocks is logged (1)"},
+     .help = "traffic that access control blocks is logged (1)"},
     {.key = "fw_block",
      .form = Form::Choice,
      .may_be_empty = true,
      .choices = "0 1 2",
      .factory = "0",
      .when_empty = "as 0",
-     .when_wrong = "looks at its first character: 1 is always, 2 by schedule, any other off",
-     .help = "URL blocking by keywords: off (0), always (1), while a schedule is open (2)"},
+     .when_wrong =
+         "reads only the first character: 1 means always, 2 by schedule, anything else off",
+     .help = "URL blocking by keywords: off (0), always (1), by schedule (2)"},
     {.key = "fw_block_keyword",
      .form = Form::Record,
      .may_be_empty = true,
@@ -318,18 +326,18 @@ static constexpr KnownSetting block_rows[] = {
      .example = "casino\x01lottery",
      .when_empty = "no web request is blocked",
      .needed = &with_url_blocking,
-     .help = "keywords; web requests that hold one are blocked"},
+     .help = "keywords; web requests that contain one are blocked"},
     {.key = "fw_block_trust_enable",
      .form = Form::Flag,
      .may_be_empty = true,
      .factory = "0",
-     .when_empty = "nobody is exempt",
+     .when_empty = "no host is exempt",
      .help = "the host fw_block_trust is exempt from URL blocking (1)"},
     {.key = "fw_block_trust",
      .form = Form::Address,
      .may_be_empty = true,
      .example = "192.168.1.100",
-     .when_empty = "nobody is exempt",
+     .when_empty = "no host is exempt",
      .needed = &with_url_exemption,
      .help = "address of the LAN host exempt from URL blocking"},
 };

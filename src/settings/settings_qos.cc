@@ -8,7 +8,7 @@ static constexpr std::int32_t last_port = 65535;
 static constexpr std::int32_t highest_rate = 1000000;
 
 static constexpr Field qos_fields[] = {
-    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "not used: all rules count"},
+    {.name = "on", .form = Form::Choice, .choices = "0 1", .help = "not used: every rule applies"},
     {.name = "direction",
      .form = Form::Choice,
      .choices = "0 1",
@@ -16,15 +16,15 @@ static constexpr Field qos_fields[] = {
     {.name = "name",
      .form = Form::Text,
      .high = limits::qos_rule_name,
-     .help = "an empty one would end the rules"},
+     .help = "an empty name ends the list"},
     {.name = "first_port", .form = Form::Number, .high = last_port, .help = "0: any port"},
-    {.name = "last_port", .form = Form::Number, .high = last_port, .help = "0: first_port alone"},
+    {.name = "last_port", .form = Form::Number, .high = last_port, .help = "0: only first_port"},
     {.name = "protocol", .form = Form::Choice, .choices = "tcp udp both"},
     {.name = "first_address", .form = Form::Address, .choices = "0", .help = "0: any host"},
     {.name = "last_octet",
      .form = Form::Number,
      .high = 254,
-     .help = "last number of the last address; 0: first_address alone"},
+     .help = "last number of the last address; 0: only first_address"},
     {.name = "rate",
      .form = Form::Number,
      .high = highest_rate,
@@ -32,7 +32,7 @@ static constexpr Field qos_fields[] = {
     {.name = "class",
      .form = Form::Choice,
      .choices = "0 1 2 9",
-     .help = "priority high (0), middle (1), low (2); 9 is a rule with a rate of its own"},
+     .help = "priority high (0), medium (1), low (2); 9: a rule with its own rate"},
 };
 static constexpr Record qos_record = {.between = '\x01',
                                       .shape =
@@ -50,9 +50,9 @@ static constexpr Record qos_record = {.between = '\x01',
                                       .most = limits::qos_rules};
 
 static constexpr Need rate_with_qos = {.when = if_on("qos_enable"),
-                                       .effect = "computes rates of 0, which tc refuses"};
+                                       .effect = "computes rates of 0, which tc rejects"};
 static constexpr Need rules_with_qos = {
-    .when = if_on("qos_enable"), .level = Level::Note, .cure = "a list of rules"};
+    .when = if_on("qos_enable"), .level = Level::Note, .fix = "a list of rules"};
 
 static constexpr KnownSetting qos_rows[] = {
     {.key = "qos_enable",
@@ -66,16 +66,16 @@ static constexpr KnownSetting qos_rows[] = {
      .choices = "priority bandwidth",
      .factory = "priority",
      .when_empty = "as bandwidth",
-     .when_wrong = "takes a word that begins with p for priority, any other for bandwidth",
-     .help = "shaping by three priorities, or by rules that each have a rate of their own"},
+     .when_wrong = "treats a word that starts with p as priority, any other as bandwidth",
+     .help = "shaping by three priorities, or by rules with a rate each"},
     {.key = "wan_bandwidth",
      .form = Form::Number,
      .high = highest_rate,
      .factory = "0",
      .example = "2000",
-     .when_empty = "all rates are 0, which tc refuses",
+     .when_empty = "all rates are 0, which tc rejects",
      .needed = &rate_with_qos,
-     .help = "the line's rate for QoS, in kbit/s"},
+     .help = "line rate for QoS, in kbit/s"},
     {.key = "qos",
      .form = Form::Record,
      .may_be_empty = true,
@@ -92,9 +92,9 @@ static constexpr KnownSetting qos_rows[] = {
                 "0\x01",
      .when_empty = "all traffic falls into the default class",
      .when_wrong =
-         "copies the field into /tmp/qos.conf as it stands, and tc or iptables refuses its line",
+         "copies the field unchanged into /tmp/qos.conf, and tc or iptables rejects the line",
      .needed = &rules_with_qos,
-     .help = "QoS rules; those of class 0 to 2 count by priority, those of class 9 by bandwidth"},
+     .help = "QoS rules; classes 0 to 2 apply if qos_type is priority, class 9 if it is bandwidth"},
 };
 constexpr std::span<const KnownSetting> qos_settings = qos_rows;
 

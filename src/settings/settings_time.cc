@@ -23,14 +23,14 @@ static constexpr const char* zone_keys =
 
 static constexpr Need with_own_time_server = {.when = if_begins_not("ntp_custom", "0")};
 static constexpr Need with_radio_schedule = {
-    .when = if_is("wireless_sch_en", "enable"), .level = Level::Warning, .cure = "1:8:0-18:0"};
+    .when = if_is("wireless_sch_en", "enable"), .level = Level::Warning, .fix = "1:8:0-18:0"};
 
 static constexpr KnownSetting time_rows[] = {
     {.key = "time_zone",
      .form = Form::Text,
      .factory = "GMT-0",
      .when_empty = "the clock shows UTC; the time client gets no zone and fails",
-     .help = "zone for TZ: three letters, sign, hours; the C library takes GMT-1 for east of GMT"},
+     .help = "zone for TZ: three letters, sign, hours; to the C library GMT-1 is east of GMT"},
     {.key = "time_daylight",
      .form = Form::Flag,
      .may_be_empty = true,
@@ -48,14 +48,14 @@ static constexpr KnownSetting time_rows[] = {
     {.key = "ntp_custom",
      .form = Form::Flag,
      .factory = "0",
-     .when_empty = "ntp_server is taken, as with 1",
-     .when_wrong = "takes it as on, and asks the server of ntp_server",
-     .help = "time client: its own servers (0) or ntp_server (1)"},
+     .when_empty = "ntp_server is used, as with 1",
+     .when_wrong = "treats it as on and uses ntp_server",
+     .help = "the time client uses its own servers (0) or ntp_server (1)"},
     {.key = "ntp_server",
      .form = Form::Host,
      .may_be_empty = true,
      .example = "pool.ntp.org",
-     .when_empty = "with ntp_custom 1 the time client is given no server",
+     .when_empty = "with ntp_custom 1 the time client gets no server",
      .needed = &with_own_time_server,
      .help = "time server, used when ntp_custom is 1"},
     {.key = "fw_schedule",
@@ -64,25 +64,27 @@ static constexpr KnownSetting time_rows[] = {
      .record = &period_record,
      .example = "1:8:30-17:0\x01"
                 "2:8:30-17:0",
-     .when_empty = "this list opens no period",
-     .when_wrong = "never opens a period that it cannot read, or whose day or hour there is not",
-     .help = "when rules by schedule apply; of a period past midnight only the part after it"},
+     .when_empty = "this list has no period",
+     .when_wrong = "never applies a period that it cannot read or whose day or hour does not exist",
+     .help = "periods in which scheduled rules apply; of one past midnight, only the part after"
+             " midnight"},
     {.key = "fw_schedule2",
      .form = Form::Record,
      .may_be_empty = true,
      .record = &period_record,
      .example = "5:22:0-6:0",
-     .when_empty = "this list opens no period",
-     .when_wrong = "never opens a period that it cannot read, or whose day or hour there is not",
-     .help = "a second list like fw_schedule; of a period past midnight only the part before it"},
+     .when_empty = "this list has no period",
+     .when_wrong = "never applies a period that it cannot read or whose day or hour does not exist",
+     .help =
+         "second list like fw_schedule; of a period past midnight, only the part before midnight"},
     {.key = "wireless_sch_en",
      .form = Form::Choice,
      .may_be_empty = true,
      .choices = "enable disable",
      .factory = "disable",
      .when_empty = "as disable",
-     .when_wrong = "takes it as off: only enable is on",
-     .help = "enable: the radio is on by wl_schedule"},
+     .when_wrong = "treats it as off: only enable turns it on",
+     .help = "if enable, the radio follows wl_schedule"},
     {.key = "wl_schedule",
      .form = Form::Record,
      .may_be_empty = true,
@@ -90,9 +92,9 @@ static constexpr KnownSetting time_rows[] = {
      .example = "1:8:0-22:0\x01"
                 "0:0:0-0:0",
      .when_empty = "the radio follows no schedule",
-     .when_wrong = "passes over a record that it cannot read, and gives cron any number",
+     .when_wrong = "skips a record that it cannot read, and passes any number to cron",
      .needed = &with_radio_schedule,
-     .help = "when the radio is on; 0:0-0:0 keeps it off all day"},
+     .help = "periods in which the radio is on; 0:0-0:0 keeps it off all day"},
 };
 constexpr std::span<const KnownSetting> time_settings = time_rows;
 

@@ -3,7 +3,7 @@
 
 namespace nvram {
 
-// An IPv4 link carries at least 68 bytes (RFC 791); a longer frame than 1500 is not Ethernet's.
+// An IPv4 link carries at least 68 bytes (RFC 791), an Ethernet frame at most 1500.
 static constexpr std::int32_t least_mtu = 68;
 static constexpr std::int32_t most_mtu = 1500;
 
@@ -24,45 +24,46 @@ static constexpr KnownSetting wan_rows[] = {
      .when_wrong = "starts no connection at all",
      .help =
          "leased address (dhcpc), fixed (ip), PPPoE, PPTP, L2TP, BigPond (bpa) or RAS login (ras)"},
-    // A text that holds wisp moves the PPPoE relay and the DHCP redirection to the radio, but only
-    // the bare word leaves the MAC address of the Ethernet port alone. Any other text is a cable.
+    // A text that contains wisp moves the PPPoE relay and the DHCP redirection to the radio, but
+    // only the exact word leaves the Ethernet port's MAC address unchanged. Any other text means a
+    // cable.
     {.key = "wan_line",
      .form = Form::Choice,
      .may_be_empty = true,
      .choices = "ethernet wisp",
      .factory = "ethernet",
      .when_empty = "the WAN is the Ethernet port",
-     .when_wrong = "takes some of it for the radio when it holds wisp, and the wired port else",
+     .when_wrong = "uses the radio in part if the value contains wisp, otherwise the wired port",
      .help =
-         "what the WAN runs over: the Ethernet port, or the radio towards a wireless ISP (wisp)"},
+         "medium of the WAN: the Ethernet port (ethernet), or the radio to a wireless ISP (wisp)"},
     {.key = "wan_phy_ifname",
      .form = Form::Interface,
      .factory = "eth2.2",
-     .when_empty = "commands for the port name none and fail; the firewall takes ether_wan_ifname",
-     .when_absent = "the port is eth2.2; the firewall takes ether_wan_ifname",
+     .when_empty =
+         "commands for the port name no interface and fail; the firewall uses ether_wan_ifname",
+     .when_absent = "the port is eth2.2; the firewall uses ether_wan_ifname",
      .help = "the physical WAN port; in mode dhcpc, ip, bpa and ras it carries the traffic itself"},
     {.key = "ether_wan_ifname",
      .form = Form::Interface,
      .factory = "eth2.2",
-     .when_empty = "with wan_phy_ifname empty too, the rules under a tunnel name no port",
-     .help = "the Ethernet WAN port, which the firewall takes when wan_phy_ifname is empty"},
+     .when_empty = "if wan_phy_ifname is empty too, rules for the port under a tunnel name no port",
+     .help = "the Ethernet WAN port, which the firewall uses if wan_phy_ifname is empty"},
     {.key = "wan_ifname",
      .form = Form::Interface,
      .factory = "eth2.2",
-     .when_empty = "rules and services of the WAN name no interface",
-     .when_absent = "rules and services of the WAN name no interface; QoS is never taken down",
+     .when_empty = "WAN rules and services name no interface",
+     .when_absent = "WAN rules and services name no interface; QoS is never removed",
      .help = "interface that carries the WAN's traffic; rc sets it at every WAN start"},
     {.key = "wan_ifname1",
      .form = Form::Interface,
      .may_be_empty = true,
      .when_empty = "the multicast proxy on connection 1 gets no interface",
-     .help =
-         "interface of a second WAN connection; the multicast proxy takes it when igmp_port is 1"},
+     .help = "interface of a second WAN connection; the multicast proxy uses it if igmp_port is 1"},
     {.key = "wan_macaddr",
      .form = Form::Mac,
      .may_be_empty = true,
      .when_empty = "the port gets wan_macaddr_default",
-     .help = "MAC address that the provider is to see; 17 characters are kept"},
+     .help = "MAC address shown to the provider; only 17 characters are kept"},
     {.key = "wan_mtu",
      .form = Form::Number,
      .low = least_mtu,
@@ -71,30 +72,30 @@ static constexpr KnownSetting wan_rows[] = {
      .when_empty =
          "ifconfig and pppd get no number and fail, and the firewall clamps the MSS to -40",
      .when_absent =
-         "PPP links take their own; elsewhere ifconfig fails; the firewall clamps the MSS to -40",
+         "PPP links use their own MTU; elsewhere ifconfig fails; the firewall clamps the MSS to"
+         " -40",
      .help = "largest packet on the WAN, in bytes; 1500 gives PPPoE 1492, PPTP 1462 and L2TP 1464"},
-    // "static" is no mode that the dispatcher starts.
+    // The dispatcher does not start a mode "static".
     {.key = "static_mtu",
      .form = Form::Number,
      .may_be_empty = true,
      .low = least_mtu,
      .high = most_mtu,
      .factory = "1500",
-     .when_empty = "nothing: no mode takes it",
-     .help =
-         "largest packet in bytes of a mode static, which is not started; mode ip takes wan_mtu"},
+     .when_empty = "no effect: no mode uses it",
+     .help = "largest packet in mode static, in bytes; no action starts that mode, and mode ip uses"
+             " wan_mtu"},
     {.key = "wan_account",
      .form = Form::Host,
      .may_be_empty = true,
-     .when_empty = "udhcpc is started with -H and no name behind it",
-     .help = "host name that the DHCP client tells the provider, in mode dhcpc"},
+     .when_empty = "udhcpc is started with -H and no name after it",
+     .help = "host name that the DHCP client sends to the provider, in mode dhcpc"},
     {.key = "wan_domain",
      .form = Form::Host,
      .may_be_empty = true,
      .factory = "lan",
      .when_empty = "mode ip writes no domain line; the DHCP server's domain option is empty",
-     .help =
-         "domain in which names are looked up: the router's own in mode ip, and handed to the LAN"},
+     .help = "search domain for names: the router's own in mode ip, and handed out to the LAN"},
     // Three readers, three tests: exactly 1 (the DHCP clients), a number other than 0 (pppd), a
     // first character of 1 (the resolver's file).
     {.key = "wan_fix_dns",
@@ -104,13 +105,15 @@ static constexpr KnownSetting wan_rows[] = {
      .factory = "0",
      .when_empty = "the name servers are the provider's",
      .when_wrong =
-         "looks for exactly 1, for a number but 0, or for a first character of 1, by the mode",
-     .help = "name servers: the provider's (0), or wan_dns1 to wan_dns3 in their place (1)"},
+         "tests for exactly 1, a number other than 0, or a first character of 1, depending on the"
+         " mode",
+     .help = "name servers: the provider's (0) or wan_dns1 to wan_dns3 (1)"},
     {.key = "wan_dns1",
      .form = Form::Address,
      .may_be_empty = true,
      .example = "203.0.113.53",
-     .when_empty = "its line is left out; the other two are added to what /etc/resolv.conf holds",
+     .when_empty =
+         "its line is left out; the other two are added to the contents of /etc/resolv.conf",
      .needed = &with_own_name_servers,
      .help = "first name server: in mode ip, and in every mode when wan_fix_dns is 1"},
     {.key = "wan_dns2",

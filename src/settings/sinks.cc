@@ -1,4 +1,4 @@
-// The generated table of what rc makes of each setting.
+// The generated table of the lines that rc writes from each setting.
 #include "settings/sinks.h"
 
 #include <iterator>

@@ -1,4 +1,4 @@
-// Where the text of each setting ends up: the command lines, scripts and files that rc makes of it.
+// Where the text of each setting ends up: in which command lines, scripts and files.
 #ifndef RC_SETTINGS_SINKS_H
 #define RC_SETTINGS_SINKS_H
 
@@ -7,7 +7,7 @@
 
 namespace nvram {
 
-// What stands around the text.
+// The context of the text.
 enum class Quoting : std::uint8_t {
     Bare,          // a word of a shell line
     DoubleQuoted,  // between double quotes in a shell line
@@ -16,18 +16,18 @@ enum class Quoting : std::uint8_t {
     Crontab,       // a line of a crontab
 };
 
-// One line that rc makes of a setting, or of one field of its records.
+// One line that rc writes from a setting, or from one field of its records.
 struct Sink {
     const char* key;
     Quoting quoting;
-    // "command" for a line that rc runs; else the path of the file that the line stands in.
+    // "command" for a line that rc runs; otherwise the path of the file that contains the line.
     const char* place;
     // The whole line, with a byte \x01 where the text goes.
     const char* line;
-    // Of the characters that mean something to a shell or end a line, those that rc writes there as
-    // they are. It escapes the others, or drops a value that holds them.
+    // Of the characters that are special to a shell or end a line, those that rc writes there
+    // unescaped. It escapes the others, or drops a value that contains them.
     const char* passes;
-    // The field of the setting's records that stands there; empty for the value as a whole.
+    // The field of the setting's records that goes there; empty for the whole value.
     const char* field;
 };
 

@@ -15,29 +15,29 @@
 
 namespace nvram {
 
-// What a value looks like.
+// The form of a value.
 enum class Form : std::uint8_t {
-    Text,       // anything; high: the most characters that rc keeps, 0 without a limit
+    Text,       // anything; high: the maximum length that rc keeps, 0 for no limit
     Flag,       // "1" is on; only the first character counts
     Number,     // decimal, low to high
     Choice,     // one of the words in choices
     Address,    // an IPv4 address, dotted quad (RFC 791)
-    Netmask,    // an IPv4 netmask whose ones stand together (RFC 950)
-    Mac,        // six pairs of hexadecimal digits, parted by colons (EUI-48)
+    Netmask,    // an IPv4 netmask of contiguous ones (RFC 950)
+    Mac,        // six pairs of hexadecimal digits, separated by colons (EUI-48)
     Interface,  // the name of a network interface: 1 to 15 characters (linux/if.h, IFNAMSIZ)
     Host,       // a host name (RFC 1123) or an IPv4 address
     Hex,        // hexadecimal digits; low and high count them
     Record,     // one record or a list of records
 };
 
-// How bad a finding of nvram check is.
+// The severity of a finding of nvram check.
 enum class Level : std::uint8_t {
     Note,     // worth knowing
-    Warning,  // legal, and probably not what was meant
+    Warning,  // legal, but probably not intended
     Error,    // rc cannot do what the setting says
 };
 
-// Characters that rc puts a backslash before, wherever it writes the value.
+// Characters that rc escapes with a backslash wherever it writes the value.
 enum class Escapes : std::uint8_t {
     Nothing,
     Account,     // of a PPP account: \ " $ ' ` (wan/ppp_secrets.cc)
@@ -56,8 +56,8 @@ constexpr std::string_view escaped_characters(Escapes escapes) {
     return "";
 }
 
-// What parts the words of a Choice: a blank, or '|' where a word holds a blank ("USA|South
-// America").
+// The separator between the words of a Choice: a space, or '|' if a word contains a space
+// ("USA|South America").
 constexpr char choice_separator(std::string_view choices) {
     return choices.find('|') == std::string_view::npos ? ' ' : '|';
 }
@@ -70,31 +70,31 @@ struct Field {
     Level twice_level = Level::Note;
     std::int32_t low = 0;
     std::int32_t high = 0;
-    // Choice: the words, parted by blanks. Of another form: words that are legal besides.
+    // Choice: the words, separated by spaces. Other forms: words that are legal too.
     const char* choices = "";
-    // What rc does with two records that have the same here, as follows its name: "writes the same
-    // rule twice"; nullptr when they may. How bad it is says twice_level.
+    // What rc does with two records that have the same text in this field, in words that follow
+    // "rc": "writes the same rule twice"; nullptr if that is legal. twice_level is the severity.
     const char* twice = nullptr;
-    // What the field's name does not tell: the unit, what the words mean.
+    // What the field's name does not say: the unit, what the words mean.
     const char* help = "";
 };
 
 // A setting made of fields.
 struct Record {
-    // What parts the records of a list; '\0' when there is only one.
+    // The separator between the records of a list; '\0' if there is only one record.
     char between = '\0';
-    // One record: field names of letters, digits and '_', and what stands between them:
-    // "day:from_hour:from_minute-to_hour:to_minute". \x02 stands for itself.
+    // One record: field names of letters, digits and '_', and the separators between them:
+    // "day:from_hour:from_minute-to_hour:to_minute". \x02 is the byte itself.
     const char* shape;
     // In the order of the shape's names.
     std::span<const Field> fields;
-    // Records beyond these are not used; 0 without a limit.
+    // Further records are not used; 0 means no limit.
     std::uint32_t most = 0;
-    // The name of the field that has to be 1 for a record to be counted towards most; "" when all
-    // records are.
+    // The name of the field that must be 1 for a record to count towards most; "" if all
+    // records count.
     const char* counted = "";
-    // So many characters stand before the first record, and nobody reads them.
-    std::uint32_t passed_over = 0;
+    // The number of characters before the first record, which rc ignores.
+    std::uint32_t ignored_prefix = 0;
 };
 
 // A test of another setting.
@@ -102,13 +102,13 @@ enum class Test : std::uint8_t {
     Always,
     Is,         // its value is one of the words
     Begins,     // its value begins with one of the characters
-    BeginsNot,  // with none of them; an empty value begins with none
+    BeginsNot,  // its value begins with none of them, or is empty
 };
 
 struct Condition {
     Test test = Test::Always;
     const char* key = "";
-    // Words parted by blanks, or characters.
+    // Words separated by spaces, or characters.
     const char* text = "";
 };
 
@@ -128,16 +128,16 @@ constexpr Condition if_on(const char* key) {
     return if_begins(key, "1");
 }
 
-// When a setting may not be missing: both conditions hold. Missing is what is empty, 0.0.0.0 or, of
+// A setting must not be missing if both conditions hold. Missing means empty, 0.0.0.0 or, of
 // a number, 0.
 struct Need {
     Condition when;
     Condition also = {};
     Level level = Level::Error;
-    // What rc does without the setting, as follows its name; nullptr when when_empty tells.
+    // What rc does without the setting, in words that follow "rc"; nullptr if when_empty says it.
     const char* effect = nullptr;
-    // What nvram check advises to write; nullptr when that is the row's example.
-    const char* cure = nullptr;
+    // The value that nvram check suggests; nullptr for the row's example.
+    const char* fix = nullptr;
 };
 
 struct KnownSetting {
@@ -145,30 +145,32 @@ struct KnownSetting {
     Form form;
     // An empty value is legal.
     bool may_be_empty : 1 = false;
-    // Shown as stars unless asked for.
+    // Shown as asterisks unless an option asks for it.
     bool secret : 1 = false;
-    // Text: rc itself cuts the value at high. Of other settings a longer text goes on as it is, to
-    // a driver that refuses it.
+    // Text: rc itself cuts the value at high. For other settings rc passes a longer text on, to
+    // a driver that rejects it.
     bool cut : 1 = false;
     Escapes escapes = Escapes::Nothing;
-    // Number: the range. Text: high is the most characters that are of use. Hex: how many digits.
+    // Number: the range. Text: high is the maximum useful length. Hex: the number of digits.
     std::int32_t low = 0;
     std::int32_t high = 0;
-    // Choice: the words, parted as choice_separator says.
+    // Choice: the words, separated as choice_separator says.
     const char* choices = "";
     const Record* record = nullptr;
     // The factory settings' value.
     const char* factory = "";
-    // A legal value: of records, and of what may be needed. nullptr when the form says enough.
+    // A legal value, for records and for settings that may be needed; nullptr if the form says
+    // enough.
     const char* example = nullptr;
-    // What rc does when the value is empty, and when the key is absent ("" when that is the same).
+    // What rc does if the value is empty, and if the key is absent ("" if that is the same).
     // Each a short clause: "the firewall is left open".
     const char* when_empty = "";
     const char* when_absent = "";
-    // What rc does with a value that is not of the form, as follows its name: "leaves the TTL
-    // alone"; nullptr when it is as with others of the form, or goes into lines as it stands.
+    // What rc does with a value that is not of the form, in words that follow "rc": "leaves the TTL
+    // unchanged"; nullptr if it treats it like others of the form, or writes it into lines
+    // unchanged.
     const char* when_wrong = nullptr;
-    // nullptr when rc can always do without it.
+    // nullptr if rc never needs it.
     const Need* needed = nullptr;
     // One line of help: what it is, the unit, what the words of choices mean.
     const char* help;
@@ -182,7 +184,7 @@ struct SettingGroup {
 
 std::span<const SettingGroup> setting_groups();
 
-// The row of a key; nullptr when rc knows no such setting.
+// The row of a key; nullptr if the table has no such setting.
 const KnownSetting* find_known(std::string_view key);
 
 }  // namespace nvram

@@ -9,14 +9,14 @@ namespace nvram {
 
 struct Use {
     const char* key;
-    // Names as they stand behind rc, parted by blanks: "wan firewall".
+    // Names as they follow rc, separated by spaces: "wan firewall".
     const char* actions;
 };
 
-// Sorted by key; a setting without a row is used by no action.
+// Sorted by key. No action uses a setting without a row.
 std::span<const Use> setting_uses();
 
-// The actions of a key; "" when there are none.
+// The actions of a key; "" if there are none.
 std::string_view actions_of(std::span<const Use> uses, std::string_view key);
 
 }  // namespace nvram

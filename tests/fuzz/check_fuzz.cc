@@ -21,7 +21,7 @@ void expect_sound(const std::vector<nvram::Finding>& findings) {
         if (finding.problem.empty() || finding.effect.empty()) abort();
         const bool shown = !finding.value.empty() && finding.value != "********";
         if (shown && nvram::is_secret(finding.key)) abort();
-        for (const std::string& text : {finding.problem, finding.effect, finding.cure})
+        for (const std::string& text : {finding.problem, finding.effect, finding.fix})
             if (text.find('\n') != std::string::npos) abort();
     }
 }

@@ -110,7 +110,7 @@ std::string record_text(const nvram::Record& record, Random& random) {
 std::string list_text(const nvram::Record& record, Random& random) {
     constexpr size_t counts[] = {1, 1, 2, 3, 10, 15, 16, 20, 21, 101, 255};
     const size_t count = record.between ? one_of(random, counts) : 1;
-    std::string text(record.passed_over, 'x');
+    std::string text(record.ignored_prefix, 'x');
     for (size_t i = 0; i < count; i++) {
         if (i > 0) text += record.between;
         text += record_text(record, random);

@@ -39,13 +39,13 @@ described() { "$nvram" describe "$1" | sed -n "$2"; }
 on_a_full_disk() { "$nvram" "$@" > /dev/full; }
 
 notes='http_password=********
-    note: is the factory'\''s, which everybody knows
-    rc: lets in everybody who tries it
-    write: http_password=...
+    note: is the well-known factory password
+    rc: lets anyone log in who tries it
+    fix: http_password=...
 wifi_wep_on=0
     note: leaves the first network open
-    rc: lets everybody in reach join and listen
-    write: wifi_wep_on=3 with wifi_psk2_pwd
+    rc: lets anyone in range join and listen
+    fix: wifi_wep_on=3 with wifi_psk2_pwd
 2 findings'
 
 # The factory settings have notes only, wherever they stand; without a word the working copy is meant.
@@ -69,15 +69,15 @@ expect 'clean, as JSON' 0 '' '' router check --json
 router set fw_nat=0
 expect 'a warning' 1 'fw_nat=0
     warning: is not 1
-    rc: leaves FORWARD open: whoever reaches the WAN side reaches the LAN; addresses are not translated
-    write: fw_nat=1
+    rc: leaves FORWARD open: any host that reaches the WAN side reaches the LAN; addresses are not translated
+    fix: fw_nat=1
 1 finding' '' router check
 expect 'a warning, as JSON' 1 '{"key":"fw_nat","level":"warning","value":"0","problem":"is not 1",'\
-'"effect":"leaves FORWARD open: whoever reaches the WAN side reaches the LAN; addresses are not translated",'\
-'"cure":"fw_nat=1"}' '' router check --json
+'"effect":"leaves FORWARD open: any host that reaches the WAN side reaches the LAN; addresses are not translated",'\
+'"fix":"fw_nat=1"}' '' router check --json
 router set fw_nat=1
 
-# Lines that are none come first; findings of one setting stand under one heading; escapes and secrets.
+# Lines that are not KEY=VALUE come first; findings of one setting stand under one heading; escapes and secrets.
 {
     router export -
     printf 'nonsense\nwifi_psk2_pwd=secret\nmy_own=a\\x01"b"\\\\c\377\303\244\nlog_dos=\nwan_mode=x\nfw_nat=\n'
@@ -85,25 +85,25 @@ router set fw_nat=1
 expect 'many' 1 "line $(($(wc -l < "$folder/bad") - 5))
     error: is not KEY=VALUE
     rc: ignores the line
-    write: key=value, or # before a comment
+    fix: key=value, or # before a comment
 fw_nat=
-    error: is empty: 1 (on) or 0 (off) is wanted
+    error: is empty; expected 1 (on) or 0 (off)
     rc: addresses are translated, but FORWARD is left open and there is no DMZ
-    write: fw_nat=1
+    fix: fw_nat=1
     warning: is not 1
-    rc: leaves FORWARD open: whoever reaches the WAN side reaches the LAN
-    write: fw_nat=1
+    rc: leaves FORWARD open: any host that reaches the WAN side reaches the LAN
+    fix: fw_nat=1
 my_own=a\\x01\"b\"\\\\c$(printf '\377\303\244')
-    note: is no setting of rc's
-    rc: never reads it
+    note: is not a setting of rc
+    rc: ignores it
 wan_mode=x
-    error: is none of rc's words: one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras is wanted
+    error: is not an allowed value; expected one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras
     rc: starts no connection at all
-    write: one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras
+    fix: one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras
 wifi_psk2_pwd=********
-    error: is shorter than 8 characters, and wifi_wep_on=3 needs it
-    rc: hands it to the driver, which refuses it: the first network does not come up as it should
-    write: 8 to 63 characters, or 64 hexadecimal digits
+    error: is shorter than 8 characters, but wifi_wep_on=3 needs it
+    rc: passes it to the driver, which rejects it: the first network does not come up as it should
+    fix: 8 to 63 characters, or 64 hexadecimal digits
 6 findings" '' router check "$folder/bad"
 
 # Each line is JSON of its own, and says the same.
@@ -118,7 +118,7 @@ import json, sys
 found = [json.loads(line) for line in open(sys.argv[1], encoding='utf-8')]
 assert [f['key'].split()[0] for f in found] == ['line', 'fw_nat', 'fw_nat', 'my_own', 'wan_mode', 'wifi_psk2_pwd'], found
 assert [f['level'] for f in found] == ['error', 'error', 'warning', 'note', 'error', 'error'], found
-assert all(list(f) == ['key', 'level', 'value', 'problem', 'effect', 'cure'] for f in found), found
+assert all(list(f) == ['key', 'level', 'value', 'problem', 'effect', 'fix'] for f in found), found
 # As an image has it; a byte that is no character is one of the image's escapes.
 assert found[3]['value'] == 'a\\x01"b"\\\\c\\xff\u00e4', found[3]
 assert found[5]['value'] == '********', found[5]
@@ -126,8 +126,8 @@ PYTHON
 
 # JSON has no raw control characters: the tabs of a line that is shown are escaped.
 printf 'dhcp_start_ip=x\n' | cat "$factory" - > "$folder/tabs"
-"$nvram" check "$folder/tabs" | grep -q "udhcpd.conf, start$(printf '\t\t')x" || fail 'tabs: not in the text'
-"$nvram" check --json "$folder/tabs" | grep -qF 'udhcpd.conf, start\u0009\u0009x"' || fail 'tabs: not escaped in JSON'
+"$nvram" check "$folder/tabs" | grep -q "udhcpd.conf: start$(printf '\t\t')x" || fail 'tabs: not in the text'
+"$nvram" check --json "$folder/tabs" | grep -qF 'udhcpd.conf: start\u0009\u0009x"' || fail 'tabs: not escaped in JSON'
 
 # Of bytes beyond ASCII, whole characters stay as they are (RFC 3629), and all others are escaped: too short, too long for
 # what they say, surrogates, beyond the last character.
@@ -153,24 +153,24 @@ expect 'describe' 0 'fw_remote_port: remote management: TCP port on the WAN
   empty    not allowed; the rule of remote management fails
   not set  same as empty
   factory  8080' '' described fw_remote_port 1,5p
-expect 'describe a list' 0 'pcdb_list: address reservations: which host, known by its MAC address, always gets which address
+expect 'describe a list' 0 'pcdb_list: address reservations: the address that a host, identified by its MAC address, always gets
   form     entries host;address;mac, separated by \x01
              host: empty or a text of at most 15 characters; host name, for the lease list only
-             address: an IPv4 address such as 192.168.1.1; its last number within those of the pool; '\
-'the first is taken from lan_ipaddr
+             address: an IPv4 address such as 192.168.1.1; its last number must be within the pool; '\
+'the first number is taken from lan_ipaddr
              mac: a MAC address such as 00:11:22:33:44:55
            at most 254 entries
   empty    allowed; no address is reserved
   not set  same as empty
   factory  (empty)' '' described pcdb_list 1,9p
-expect 'describe a list behind other characters' 0 '  form     entries service, separated by \x01
-             service: a text of at most 29 characters; a name of fw_services_def or fw_services; '\
+expect 'describe a list with an ignored prefix' 0 '  form     entries service, separated by \x01
+             service: a text of at most 29 characters; name of a service in fw_services_def or fw_services; '\
 'an unknown one ends the list
            ignored prefix: 4 characters before the first entry
            at most 100 entries' '' described access_control 2,5p
 expect 'describe a list without a limit' 0 '  form     entries mac, separated by \x01
              mac: a MAC address such as 00:11:22:33:44:55
-  empty    allowed; nobody is exempt' '' described access_group 2,4p
+  empty    allowed; no host is exempt' '' described access_group 2,4p
 expect 'describe a list whose entries are switched' 0 '           at most 15 entries whose field on is 1' '' \
     described fw_in_rules '/at most 15/p'
 expect 'describe a list of one entry' 0 '  form     entries name:destination:netmask:gateway:metric:listed:active, separated by spaces
@@ -179,14 +179,14 @@ expect 'describe a flag' 0 '  form     1 (on) or 0 (off)
            only the first character counts' '' described log_dos 2,3p
 expect 'describe a secret' 0 '  secret   shown as ********' '' described ddns_password /secret/p
 expect 'describe what is not an empty text when it is not set' 0 \
-    '  not set  the port is eth2.2; the firewall takes ether_wan_ifname' '' described wan_phy_ifname '/not set/p'
+    '  not set  the port is eth2.2; the firewall uses ether_wan_ifname' '' described wan_phy_ifname '/not set/p'
 expect 'describe what an action uses' 0 '  used by  rc route' '' described rt_static_route '/used by/p'
 expect 'describe what no action uses' 0 '' '' described ssid_apcli_wds '/used by/p'
 expect 'describe nothing' 1 '' 'nvram: describe: nothing: unknown setting; '\''nvram keys'\'' lists all' "$nvram" describe nothing
 expect 'describe a slip' 1 '' 'nvram: describe: wan_mut: unknown setting (did you mean wan_mtu?)' \
     "$nvram" describe wan_mut
-expect 'keys' 0 'fw_schedule   when rules by schedule apply; of a period past midnight only the part after it
-fw_schedule2  a second list like fw_schedule; of a period past midnight only the part before it' '' \
+expect 'keys' 0 'fw_schedule   periods in which scheduled rules apply; of one past midnight, only the part after midnight
+fw_schedule2  second list like fw_schedule; of a period past midnight, only the part before midnight' '' \
     "$nvram" keys fw_sch
 expect 'no such keys' 1 '' '' "$nvram" keys nothing
 [ "$("$nvram" keys | wc -l)" -gt 200 ] || fail 'keys: hardly any'

@@ -1,4 +1,4 @@
-// Settings to be checked, as changes of sound ones; findings as lines of text.
+// Settings to check, as changes of valid ones; findings as lines of text.
 #ifndef RC_TESTS_CHECK_KIT_H
 #define RC_TESTS_CHECK_KIT_H
 
@@ -11,7 +11,7 @@
 #include "check/check.h"
 #include "settings/table.h"
 
-// The factory settings, with a network and a password of the user's own: nothing to be found.
+// The factory settings with a user's own network and password: without any finding.
 inline std::string sound_settings() {
     std::string text;
     for (const nvram::SettingGroup& group : nvram::setting_groups())
@@ -20,7 +20,7 @@ inline std::string sound_settings() {
     return text + "http_password=of my own\nwifi_wep_on=3\nwifi_psk2_pwd=a good phrase\n";
 }
 
-// Each change is key=value as an image has it, or -key for a setting that is not there.
+// Each change is key=value as an image has it, or -key for a setting that is not set.
 inline std::string with_changes(const std::vector<std::string>& changes) {
     std::string text = sound_settings();
     for (const std::string& change : changes) {
@@ -42,7 +42,7 @@ inline std::vector<nvram::Finding> findings(const std::vector<std::string>& chan
     return nvram::check_settings(image, sinks);
 }
 
-// "error lan_ipaddr: is no IPv4 address"
+// "error lan_ipaddr: is not an IPv4 address"
 inline std::string shown(const nvram::Finding& finding) {
     constexpr const char* names[] = {"note", "warning", "error"};
     return std::string(names[static_cast<int>(finding.level)]) + " " + finding.key + ": " +
@@ -56,7 +56,7 @@ inline std::vector<std::string> found(const std::vector<std::string>& changes,
     return lines;
 }
 
-// The only finding there is.
+// The only finding.
 inline nvram::Finding finding_of(const std::vector<std::string>& changes,
                                  std::span<const nvram::Sink> sinks = {}) {
     std::vector<nvram::Finding> all = findings(changes, sinks);

@@ -1,4 +1,4 @@
-// nvram check: what values do to the lines that they are put into, with planted lines.
+// nvram check: values in the lines that rc writes, with planted lines.
 #include "check_kit.h"
 
 namespace {
@@ -18,26 +18,26 @@ constexpr Sink planted[] = {
     {"time_zone", Quoting::Crontab, "/var/crontab", "TZ=\x01", all, ""},
 };
 
-// Each planted line is found, and nothing is found of a harmless value.
-TEST(CheckSinks, FindsEachKindOfLine) {
+// Finds the error in each planted line, and none in harmless values.
+TEST(CheckSinks, FindsAnErrorInEachKindOfLine) {
     struct Row {
         std::string change;
         std::string found;
         std::string effect;
-        std::string cure;
+        std::string fix;
     };
     const Row rows[] = {
-        {"wan_account=a;b", "error wan_account: holds ;: outside quotes a shell reads more into it",
-         "runs: /usr/sbin/udhcpc -i eth2.2 -H a;b&", "a text without ;"},
+        {"wan_account=a;b", "error wan_account: contains ;: special to a shell outside quotes",
+         "runs: /usr/sbin/udhcpc -i eth2.2 -H a;b&", "a value without ;"},
         {"device_name=a\"b",
-         "error device_name: holds \": between double quotes a shell reads more into it",
-         "runs: /usr/sbin/mini_httpd -r \"a\"b\" -t 300&", "a text without \""},
-        {"ddns_user_name=a'b", "error ddns_user_name: holds ': it ends the single quotes",
-         "runs: ez-ipupdate -u 'a'b:secret' -h h", "a text without '"},
-        {"bpa_username=a\\x0ab", "error bpa_username: holds a newline: it begins a line of its own",
-         "writes into /var/bpalogin.conf: username a\\x0ab", "a text without a newline"},
-        {"time_zone=GMT-1\\x0ax", "error time_zone: holds a newline: it begins a line of its own",
-         "writes into /var/crontab: TZ=GMT-1\\x0ax", "a text without a newline"},
+         "error device_name: contains \": special to a shell inside double quotes",
+         "runs: /usr/sbin/mini_httpd -r \"a\"b\" -t 300&", "a value without \""},
+        {"ddns_user_name=a'b", "error ddns_user_name: contains ': it ends the single quotes",
+         "runs: ez-ipupdate -u 'a'b:secret' -h h", "a value without '"},
+        {"bpa_username=a\\x0ab", "error bpa_username: contains a newline: it starts a new line",
+         "writes into /var/bpalogin.conf: username a\\x0ab", "a value without a newline"},
+        {"time_zone=GMT-1\\x0ax", "error time_zone: contains a newline: it starts a new line",
+         "writes into /var/crontab: TZ=GMT-1\\x0ax", "a value without a newline"},
     };
     for (const Row& row : rows) {
         bool seen = false;
@@ -45,7 +45,7 @@ TEST(CheckSinks, FindsEachKindOfLine) {
             if (shown(finding) != row.found) continue;
             seen = true;
             EXPECT_EQ(finding.effect, row.effect);
-            EXPECT_EQ(finding.cure, row.cure);
+            EXPECT_EQ(finding.fix, row.fix);
         }
         EXPECT_TRUE(seen) << row.change;
     }
@@ -55,7 +55,7 @@ TEST(CheckSinks, FindsEachKindOfLine) {
               std::vector<std::string>());
 }
 
-// What is found in one text in one line, without the setting's name.
+// The findings for one text in one line, without the setting's name.
 std::vector<std::string> found_in(Quoting quoting, const char* line, const std::string& text,
                                   const char* passes = all) {
     const Sink sinks[] = {{"mail_sender", quoting, "command", line, passes, ""}};
@@ -81,26 +81,26 @@ void expect_in(Quoting quoting, const std::vector<SinkRow>& rows) {
 }
 
 std::string bare(const std::string& characters) {
-    return "error holds " + characters + ": outside quotes a shell reads more into it";
+    return "error contains " + characters + ": special to a shell outside quotes";
 }
 
 std::string splits(const std::string& what) {
-    return "warning holds " + what + ": a shell makes several words of it";
+    return "warning contains " + what + ": a shell splits it into several words";
 }
 
-TEST(CheckSinks, Words) {
+TEST(CheckSinks, FindsSpecialCharactersOutsideQuotes) {
     const char* const line = "prog \x01 x";
     std::vector<SinkRow> rows = {
         {line, "plain-text_1.2:3,@%+^!{}]", {}},
-        {line, "a b", {splits("a blank")}},
+        {line, "a b", {splits("a space")}},
         {line, "a\\x09b", {splits("a tab")}},
         {line, "a\\x0ab", {bare("a newline")}},
-        {line, "a;b;c&d", {bare("; &")}},
-        {line, "$(x) y", {bare("$ ( )"), splits("a blank")}},
+        {line, "a;b;c&d", {bare("; and &")}},
+        {line, "$(x) y", {bare("$, ( and )"), splits("a space")}},
         // At the start of a word only.
         {line, "#a", {bare("#")}},
         {line, "a#", {}},
-        {line, "a #b", {bare("#"), splits("a blank")}},
+        {line, "a #b", {bare("#"), splits("a space")}},
         {line, "~", {bare("~")}},
         {line, "a~", {}},
         {"prog x.\x01", "#~", {}},
@@ -115,83 +115,82 @@ TEST(CheckSinks, Words) {
 }
 
 // "echo 2>>file" writes nothing into the file: the number is the descriptor's.
-TEST(CheckSinks, NumbersBeforeRedirections) {
+TEST(CheckSinks, FindsNumbersBeforeRedirections) {
     const std::string number =
-        "error ends in a number right before > or <, which a shell takes"
-        " along";
+        "error ends in a number right before > or <: a shell reads it as a file descriptor";
     expect_in(Quoting::Bare,
               {{"echo domain \x01>>/etc/resolv.conf", "2", {number}},
                {"echo domain \x01>>/etc/resolv.conf", "lan2", {}},
                {"echo domain \x01>>/etc/resolv.conf", "10.0.0.2", {}},
-               {"echo domain \x01>>/etc/resolv.conf", "a 2", {splits("a blank"), number}},
+               {"echo domain \x01>>/etc/resolv.conf", "a 2", {splits("a space"), number}},
                {"echo domain \x01 >>/etc/resolv.conf", "2", {}},
                {"echo x\x01>>/etc/resolv.conf", "2", {}}});
 }
 
-TEST(CheckSinks, DoubleQuotes) {
+TEST(CheckSinks, FindsSpecialCharactersInsideDoubleQuotes) {
     const auto more = [](const std::string& characters) {
-        return "error holds " + characters + ": between double quotes a shell reads more into it";
+        return "error contains " + characters + ": special to a shell inside double quotes";
     };
     expect_in(Quoting::DoubleQuoted, {{"prog \"\x01\"", "a b;c&d|e<f>g(h)i'j*k?l[m#n~o", {}},
                                       {"prog \"\x01\"", "a\"b", {more("\"")}},
-                                      {"prog \"\x01\"", "a$b`c\\\\d", {more("$ ` \\")}}});
+                                      {"prog \"\x01\"", "a$b`c\\\\d", {more("$, ` and \\")}}});
 }
 
-TEST(CheckSinks, SingleQuotes) {
+TEST(CheckSinks, FindsTheEndOfSingleQuotes) {
     expect_in(Quoting::SingleQuoted,
               {{"prog '\x01'", "a b\"$`\\\\;", {}},
-               {"prog '\x01'", "a'b", {"error holds ': it ends the single quotes"}}});
+               {"prog '\x01'", "a'b", {"error contains ': it ends the single quotes"}}});
 }
 
-TEST(CheckSinks, Files) {
+TEST(CheckSinks, FindsNewlinesInFiles) {
     expect_in(Quoting::File,
               {{"key=\x01", "a b\"$`\\\\;'#\\x09", {}},
-               {"key=\x01", "a\\x0ab", {"error holds a newline: it begins a line of its own"}}});
+               {"key=\x01", "a\\x0ab", {"error contains a newline: it starts a new line"}}});
 }
 
-TEST(CheckSinks, Crontabs) {
-    const std::string newline = "error holds a newline: it begins a line of its own";
-    const std::string field = ": cron takes what follows for the next field";
+TEST(CheckSinks, FindsSpecialCharactersInCrontabs) {
+    const std::string newline = "error contains a newline: it starts a new line";
+    const std::string field = ": cron ends the field there";
     const char* const hour = "0 \x01 * * * root killall -1 syslogd";
     const char* const user = "0 1 * * * \x01 killall -1 syslogd";
     const char* const word = "0 1 * * * root echo \x01 x";
     const char* const quoted_word = "0 1 * * * root echo \"\x01\" x";
-    expect_in(Quoting::Crontab,
-              {{"TZ=\x01", "GMT-7 2;%$", {}},
-               {"TZ=\x01", "a\\x0ab", {newline}},
-               {hour, "8", {}},
-               {hour, "8,20", {}},
-               {hour, "8 1", {"error holds a blank" + field}},
-               {hour, "8\\x091", {"error holds a tab" + field}},
-               {user, "root x", {"error holds a blank" + field}},
-               // A command is one for a shell besides.
-               {word, "a", {}},
-               {word, "a%b", {"error holds %: cron ends the command there"}},
-               {word, "a;b", {bare(";")}},
-               {word, "a b", {splits("a blank")}},
-               {quoted_word, "a b;c", {}},
-               {quoted_word,
-                "a$b%",
-                {"error holds %: cron ends the command there",
-                 "error holds $: between double quotes a shell reads more into it"}},
-               {"0 1 * * * root echo 'a \"' \x01", "a b", {splits("a blank")}},
-               {"0 1 * * * root echo \\\" \x01", "a b", {splits("a blank")}},
-               {"0 1 * * * root echo \"x ' \x01\"", "a'b", {}}});
+    expect_in(Quoting::Crontab, {{"TZ=\x01", "GMT-7 2;%$", {}},
+                                 {"TZ=\x01", "a\\x0ab", {newline}},
+                                 {hour, "8", {}},
+                                 {hour, "8,20", {}},
+                                 {hour, "8 1", {"error contains a space" + field}},
+                                 {hour, "8\\x091", {"error contains a tab" + field}},
+                                 {user, "root x", {"error contains a space" + field}},
+                                 // cron passes the command to a shell.
+                                 {word, "a", {}},
+                                 {word, "a%b", {"error contains %: cron ends the command there"}},
+                                 {word, "a;b", {bare(";")}},
+                                 {word, "a b", {splits("a space")}},
+                                 {quoted_word, "a b;c", {}},
+                                 {quoted_word,
+                                  "a$b%",
+                                  {"error contains %: cron ends the command there",
+                                   "error contains $: special to a shell inside double quotes"}},
+                                 {"0 1 * * * root echo 'a \"' \x01", "a b", {splits("a space")}},
+                                 {"0 1 * * * root echo \\\" \x01", "a b", {splits("a space")}},
+                                 {"0 1 * * * root echo \"x ' \x01\"", "a'b", {}}});
 }
 
-TEST(CheckSinks, KnowsWhatRcLetsThrough) {
+TEST(CheckSinks, IgnoresCharactersThatRcEscapesOrDrops) {
     EXPECT_EQ(found_in(Quoting::Bare, "prog \x01", "a;b c", " "),
-              std::vector<std::string>({splits("a blank")}));
+              std::vector<std::string>({splits("a space")}));
     EXPECT_EQ(found_in(Quoting::Bare, "prog \x01", "a;b c", ""), std::vector<std::string>());
 }
 
 // Escaped for a shell without quotes, and put between double quotes.
-TEST(CheckSinks, TellsOfABackslashThatStays) {
+TEST(CheckSinks, ReportsABackslashThatStaysInsideDoubleQuotes) {
     const Sink sinks[] = {{"pppoe_service", Quoting::DoubleQuoted, "command",
                            "pppd pppoe_srv_name \"\x01\"", " ;", ""}};
     const Finding finding = finding_of({"pppoe_service=a'b\"c"}, sinks);
-    EXPECT_EQ(shown(finding),
-              "warning pppoe_service: holds ': it arrives with a backslash before it");
+    EXPECT_EQ(
+        shown(finding),
+        "warning pppoe_service: contains ': the backslash that rc adds stays inside double quotes");
     EXPECT_EQ(finding.effect, "runs: pppd pppoe_srv_name \"a\\'b\\\"c\"");
 }
 
@@ -200,47 +199,49 @@ TEST(CheckSinks, HidesSecrets) {
         {"ddns_password", Quoting::SingleQuoted, "command", "ez-ipupdate -u 'me:\x01'", all, ""}};
     const Finding finding = finding_of({"ddns_password=geh'eim"}, sinks);
     EXPECT_EQ(shown(finding),
-              "error ddns_password: holds a character that does not stay text: it ends the single"
-              " quotes");
+              "error ddns_password: contains a special character: it ends the single quotes");
     EXPECT_EQ(finding.value, "********");
     EXPECT_EQ(finding.effect, "runs: ez-ipupdate -u 'me:********'");
-    EXPECT_EQ(finding.cure, "letters and digits");
+    EXPECT_EQ(finding.fix, "only letters and digits");
 }
 
-TEST(CheckSinks, LooksAtTheFieldsOfRecords) {
+TEST(CheckSinks, ChecksTheFieldsOfRecords) {
     const std::string list = "fw_block_keyword=good\\x01two words\\x01a;b";
     const Sink sinks[] = {{"fw_block_keyword", Quoting::Bare, "/tmp/rules",
                            "iptables -A HTTP -m string --string \x01 --algo kmp", all, "keyword"}};
     const std::vector<Finding> all_findings = findings({list}, sinks);
     ASSERT_EQ(all_findings.size(), 2U);
-    EXPECT_EQ(shown(all_findings[0]),
-              "warning fw_block_keyword: entry 2, field keyword: holds a blank: a shell makes"
-              " several words of it");
+    EXPECT_EQ(
+        shown(all_findings[0]),
+        "warning fw_block_keyword: entry 2, field keyword: contains a space: a shell splits it"
+        " into several words");
     EXPECT_EQ(all_findings[0].effect,
               "writes into /tmp/rules: iptables -A HTTP -m string --string two words --algo kmp");
     EXPECT_EQ(shown(all_findings[1]),
               "error fw_block_keyword: entry 3, field keyword: " + bare(";").substr(6));
 }
 
-// A name that stands in no line may have blanks.
-TEST(CheckSinks, LooksAtTheFieldThatStandsThere) {
+// A name that is in no line may contain spaces.
+TEST(CheckSinks, ChecksOnlyTheFieldInTheLine) {
     const Sink of_host[] = {
         {"fw_in_rules", Quoting::Bare, "/tmp/rules", "iptables -d 1.2.3.\x01", all, "host"}};
     EXPECT_EQ(found({"fw_in_rules=my server:1:x:80:80:tcp:10"}, of_host),
               std::vector<std::string>());
     const Sink of_name[] = {
         {"fw_in_rules", Quoting::Bare, "/tmp/rules", "iptables -c \x01", all, "name"}};
-    EXPECT_EQ(found({"fw_in_rules=my server:1:x:80:80:tcp:10"}, of_name),
-              std::vector<std::string>({"warning fw_in_rules: entry 1, field name: holds a blank: a"
-                                        " shell makes several words of it"}));
+    EXPECT_EQ(
+        found({"fw_in_rules=my server:1:x:80:80:tcp:10"}, of_name),
+        std::vector<std::string>(
+            {"warning fw_in_rules: entry 1, field name: contains a space: a shell splits it into"
+             " several words"}));
     const Sink of_all[] = {
         {"fw_in_rules", Quoting::DoubleQuoted, "command", "echo \"\x01\"", all, ""}};
     EXPECT_EQ(found({"fw_in_rules=$x:1:x:80:80:tcp:10"}, of_all),
-              std::vector<std::string>({"error fw_in_rules: holds $: between double quotes a shell"
-                                        " reads more into it"}));
+              std::vector<std::string>(
+                  {"error fw_in_rules: contains $: special to a shell inside double quotes"}));
 }
 
-TEST(CheckSinks, CountsLinesOfOneKind) {
+TEST(CheckSinks, CountsFurtherLinesWithTheSameError) {
     const Sink sinks[] = {
         {"wan_account", Quoting::Bare, "command", "first x\x01y", all, ""},
         {"wan_account", Quoting::Bare, "command", "second \x01", all, ""},
@@ -258,21 +259,21 @@ TEST(CheckSinks, CountsLinesOfOneKind) {
 }
 
 // The effect of a wrong form shows a line, too.
-TEST(CheckSinks, ShowsTheLineOfAWrongValue) {
+TEST(CheckSinks, ShowsTheLineWithAnInvalidValue) {
     const Sink sinks[] = {
         {"fw_remote_port", Quoting::Bare, "/tmp/rules", "iptables -A X --dport \x01 -j Y", all, ""},
         {"wifi_radius_port", Quoting::File, "/var/RT2860AP.dat", "RADIUS_Port=\x01", all, ""},
         {"wan_mtu", Quoting::Bare, "command", "/sbin/ifconfig eth2.2 mtu \x01", all, ""},
     };
-    EXPECT_EQ(finding_of({"fw_remote_port=80800"}, sinks).effect,
-              "writes it as it stands into /tmp/rules, iptables -A X --dport 80800 -j Y; iptables"
-              " refuses it");
+    EXPECT_EQ(
+        finding_of({"fw_remote_port=80800"}, sinks).effect,
+        "writes it unchanged into /tmp/rules: iptables -A X --dport 80800 -j Y; iptables rejects"
+        " it");
     EXPECT_EQ(finding_of({"wifi_radius_port=0"}, sinks).effect,
-              "writes it as it stands into /var/RT2860AP.dat, RADIUS_Port=0");
+              "writes it unchanged into /var/RT2860AP.dat: RADIUS_Port=0");
     EXPECT_EQ(
         finding_of({"wan_mtu=9000"}, sinks).effect,
-        "puts it as it stands into a command, /sbin/ifconfig eth2.2 mtu 9000; ifconfig refuses"
-        " it");
+        "passes it unchanged to a command: /sbin/ifconfig eth2.2 mtu 9000; ifconfig rejects it");
     EXPECT_EQ(finding_of({"wan_mtu=9000"}).effect, "reads it as 9000");
 }
 

@@ -24,7 +24,7 @@ const std::vector<std::string> pptp_fixed = with(
 const std::vector<std::string> l2tp = {"wan_mode=l2tp", "l2tp_username=me", "l2tp_password=secret",
                                        "l2tp_server=lns.example.com"};
 
-TEST(CheckWan, SoundModes) {
+TEST(CheckWan, FindsNothingInValidModes) {
     expect_rows({{fixed, {}},
                  {pppoe, {}},
                  {pptp, {}},
@@ -36,38 +36,38 @@ TEST(CheckWan, SoundModes) {
                  {{"wan_mode="}, {}}});
 }
 
-TEST(CheckWan, ModeThatStartsNothing) {
+TEST(CheckWan, RejectsAnUnknownMode) {
     for (const char* const change : {"wan_mode=static", "wan_mode=dhcp", "wan_mode=IP"})
         EXPECT_EQ(finding_of({change}).effect, "starts no connection at all") << change;
 }
 
-TEST(CheckWan, FixedAddressesThatAreMissing) {
+TEST(CheckWan, ReportsMissingFixedAddresses) {
     expect_rows({
         {{"wan_mode=ip"},
-         {"error fix_gateway: is 0.0.0.0, and wan_mode=ip needs it",
-          "error fix_ipaddr: is 0.0.0.0, and wan_mode=ip needs it",
-          "warning wan_dns1: is empty as is wan_dns2, and wan_mode=ip learns no name server"}},
-        {with(fixed, {"fix_ipaddr="}), {"error fix_ipaddr: is empty, and wan_mode=ip needs it"}},
+         {"error fix_gateway: is 0.0.0.0, but wan_mode=ip needs it",
+          "error fix_ipaddr: is 0.0.0.0, but wan_mode=ip needs it",
+          "warning wan_dns1: is empty like wan_dns2, but wan_mode=ip learns no name server"}},
+        {with(fixed, {"fix_ipaddr="}), {"error fix_ipaddr: is empty, but wan_mode=ip needs it"}},
         {with(fixed, {"wan_dns1=", "wan_dns2=203.0.113.53"}), {}},
         {with(pptp, {"pptp_type=1"}),
-         {"error pptp_fix_gateway: is 0.0.0.0, and wan_mode=pptp with pptp_type=1 needs it",
-          "error pptp_ipaddr: is 0.0.0.0, and wan_mode=pptp with pptp_type=1 needs it",
-          "warning pptp_wan_dns1: is empty, and wan_mode=pptp with pptp_type=1 needs it"}},
+         {"error pptp_fix_gateway: is 0.0.0.0, but wan_mode=pptp with pptp_type=1 needs it",
+          "error pptp_ipaddr: is 0.0.0.0, but wan_mode=pptp with pptp_type=1 needs it",
+          "warning pptp_wan_dns1: is empty, but wan_mode=pptp with pptp_type=1 needs it"}},
         {with(l2tp, {"l2tp_type=1"}),
-         {"error l2tp_ipaddr: is 0.0.0.0, and wan_mode=l2tp with l2tp_type=1 needs it"}},
+         {"error l2tp_ipaddr: is 0.0.0.0, but wan_mode=l2tp with l2tp_type=1 needs it"}},
         {with(pppoe, {"wan_iptype_pppoe=Fixed"}),
-         {"error pppoe_ipaddr: is empty, and wan_mode=pppoe with wan_iptype_pppoe=Fixed needs it"}},
+         {"error pppoe_ipaddr: is empty, but wan_mode=pppoe with wan_iptype_pppoe=Fixed needs it"}},
     });
-    EXPECT_EQ(finding_of(with(fixed, {"fix_ipaddr="})).cure, "fix_ipaddr=203.0.113.2");
+    EXPECT_EQ(finding_of(with(fixed, {"fix_ipaddr="})).fix, "fix_ipaddr=203.0.113.2");
 }
 
-TEST(CheckWan, GatewaysAndNetworks) {
+TEST(CheckWan, ChecksGatewaysAndNetworks) {
     const std::string net = "203.0.113.0/255.255.255.0";
     expect_rows({
         {with(fixed, {"fix_gateway=203.0.114.1"}),
-         {"error fix_gateway: is no host of " + net + ", the network of fix_ipaddr"}},
+         {"error fix_gateway: is not a host in " + net + ", the network of fix_ipaddr"}},
         {with(fixed, {"fix_gateway=203.0.113.255"}),
-         {"error fix_gateway: is no host of " + net + ", the network of fix_ipaddr"}},
+         {"error fix_gateway: is not a host in " + net + ", the network of fix_ipaddr"}},
         {with(fixed, {"fix_gateway=203.0.113.2"}),
          {"error fix_gateway: is the port's own address, fix_ipaddr"}},
         {with(fixed, {"fix_ipaddr=203.0.113.0"}),
@@ -75,11 +75,11 @@ TEST(CheckWan, GatewaysAndNetworks) {
         {with(fixed, {"fix_netmask=255.255.255.255"}),
          {"error fix_netmask: leaves no room for a gateway"}},
         {with(fixed, {"fix_netmask=255.0.255.0"}),
-         {"error fix_netmask: is no netmask, since its ones do not stand together: a netmask such"
-          " as 255.255.255.0 is wanted"}},
+         {"error fix_netmask: is not a netmask: its ones are not contiguous; expected four"
+          " numbers, such as 255.255.255.0"}},
         {with(fixed, {"fix_ipaddr=x"}),
-         {"error fix_ipaddr: is no IPv4 address: an IPv4 address such as 192.168.1.1 is wanted"}},
-        // A part of the LAN is as much in its way as a network around it.
+         {"error fix_ipaddr: is not an IPv4 address; expected four numbers, such as 192.168.1.1"}},
+        // A network inside the LAN overlaps it as much as one around it.
         {with(fixed, {"lan_netmask=255.255.0.0", "lan_bipaddr=192.168.255.255",
                       "fix_ipaddr=192.168.2.2", "fix_gateway=192.168.2.1"}),
          {"error fix_ipaddr: is in a network that overlaps the LAN 192.168.0.0/255.255.0.0"}},
@@ -89,58 +89,57 @@ TEST(CheckWan, GatewaysAndNetworks) {
               {"fix_ipaddr=192.168.2.2", "fix_netmask=255.255.0.0", "fix_gateway=192.168.2.1"}),
          {"error fix_ipaddr: is in a network that overlaps the LAN 192.168.1.0/255.255.255.0"}},
         {with(pptp_fixed, {"pptp_fix_gateway=10.0.1.1"}),
-         {"error pptp_fix_gateway: is no host of 10.0.0.0/255.255.255.0, the network of"
+         {"error pptp_fix_gateway: is not a host in 10.0.0.0/255.255.255.0, the network of"
           " pptp_ipaddr"}},
-        // Leased addresses are not looked at.
+        // Leased addresses are not checked.
         {with(pptp, {"pptp_ipaddr=10.0.0.2", "pptp_fix_gateway=10.9.9.9"}), {}},
     });
     EXPECT_EQ(finding_of(with(fixed, {"fix_gateway=203.0.114.1"})).effect,
-              "runs /sbin/route add default gw 203.0.114.1, which the kernel refuses: there is no"
+              "runs /sbin/route add default gw 203.0.114.1, which the kernel rejects: there is no"
               " default route");
 }
 
-TEST(CheckWan, Accounts) {
+TEST(CheckWan, ChecksAccounts) {
     expect_rows({
         {{"wan_mode=pppoe"},
-         {"error pppoe_password: is empty, and wan_mode=pppoe needs it",
-          "error pppoe_username: is empty, and wan_mode=pppoe needs it"}},
+         {"error pppoe_password: is empty, but wan_mode=pppoe needs it",
+          "error pppoe_username: is empty, but wan_mode=pppoe needs it"}},
         {{"wan_mode=pptp"},
-         {"error pptp_password: is empty, and wan_mode=pptp needs it",
-          "error pptp_server: is empty, and wan_mode=pptp with pptp_server_type=i needs it",
-          "error pptp_username: is empty, and wan_mode=pptp needs it"}},
+         {"error pptp_password: is empty, but wan_mode=pptp needs it",
+          "error pptp_server: is empty, but wan_mode=pptp with pptp_server_type=i needs it",
+          "error pptp_username: is empty, but wan_mode=pptp needs it"}},
         {with(pptp, {"pptp_server_type=d"}),
-         {"error pptp_server_domain: is empty, and wan_mode=pptp with pptp_server_type=d needs"
-          " it"}},
+         {"error pptp_server_domain: is empty, but wan_mode=pptp with pptp_server_type=d needs it"}},
         {with(pptp, {"pptp_server_type=d", "pptp_server_domain=vpn.example.com", "pptp_server="}),
          {}},
         {{"wan_mode=l2tp"},
-         {"error l2tp_password: is empty, and wan_mode=l2tp needs it",
-          "error l2tp_server: is empty, and wan_mode=l2tp needs it",
-          "error l2tp_username: is empty, and wan_mode=l2tp needs it"}},
+         {"error l2tp_password: is empty, but wan_mode=l2tp needs it",
+          "error l2tp_server: is empty, but wan_mode=l2tp needs it",
+          "error l2tp_username: is empty, but wan_mode=l2tp needs it"}},
         {{"wan_mode=bpa"},
-         {"error bpa_password: is empty, and wan_mode=bpa needs it",
-          "error bpa_username: is empty, and wan_mode=bpa needs it"}},
-        // The secrets files double each percent sign, and part their fields by blanks.
+         {"error bpa_password: is empty, but wan_mode=bpa needs it",
+          "error bpa_username: is empty, but wan_mode=bpa needs it"}},
+        // rc doubles each percent sign in the secrets files, whose fields end at spaces.
         {with(l2tp, {"l2tp_username=50%"}),
-         {"error l2tp_username: holds a blank, a tab or %, which the secrets files do not keep"}},
+         {"error l2tp_username: contains a space, a tab or %, which the secrets files do not keep"}},
         {with(l2tp, {"l2tp_password=a b"}),
-         {"error l2tp_password: holds a character that the secrets files do not keep"}},
+         {"error l2tp_password: contains a character that the secrets files do not keep"}},
         {with(pppoe, {"pppoe_username=50% me"}), {}},
     });
 }
 
-TEST(CheckWan, NameServers) {
-    expect_rows({{{"wan_fix_dns=1"}, {"warning wan_dns1: is empty, and wan_fix_dns=1 needs it"}},
-                 {{"wan_fix_dns=1", "wan_dns1=8.8.8.8"}, {}},
-                 {with(fixed, {"wan_dns1="}),
-                  {"warning wan_dns1: is empty as is wan_dns2, and wan_mode=ip learns no name"
-                   " server"}},
-                 {with(fixed, {"wan_dns1=", "wan_dns2=8.8.8.8"}), {}},
-                 {with(fixed, {"wan_dns1=", "wan_fix_dns=1"}),
-                  {"warning wan_dns1: is empty, and wan_fix_dns=1 needs it"}}});
+TEST(CheckWan, ModeIpNeedsNameServers) {
+    expect_rows(
+        {{{"wan_fix_dns=1"}, {"warning wan_dns1: is empty, but wan_fix_dns=1 needs it"}},
+         {{"wan_fix_dns=1", "wan_dns1=8.8.8.8"}, {}},
+         {with(fixed, {"wan_dns1="}),
+          {"warning wan_dns1: is empty like wan_dns2, but wan_mode=ip learns no name server"}},
+         {with(fixed, {"wan_dns1=", "wan_dns2=8.8.8.8"}), {}},
+         {with(fixed, {"wan_dns1=", "wan_fix_dns=1"}),
+          {"warning wan_dns1: is empty, but wan_fix_dns=1 needs it"}}});
 }
 
-TEST(CheckWan, Mtu) {
+TEST(CheckWan, TheMtuMustFitTheLink) {
     expect_rows({
         {with(pppoe, {"wan_mtu=1492"}), {}},
         {with(pppoe, {"wan_mtu=1500"}), {}},
@@ -151,61 +150,62 @@ TEST(CheckWan, Mtu) {
     });
 }
 
-TEST(CheckWan, DiallingOnDemand) {
+TEST(CheckWan, DiallingOnDemandNeedsAnIdleTime) {
     expect_rows({
         {with(pppoe, {"wan_dod=1"}), {}},
         {with(pppoe, {"wan_dod=1", "pppoe_idle=0"}),
-         {"warning pppoe_idle: is no time, and wan_dod=1 dials on demand"}},
+         {"warning pppoe_idle: is not a time, but wan_dod=1 dials on demand"}},
         {with(pppoe, {"wan_dod=0", "pppoe_idle=0"}), {}},
         {with(pptp, {"pptp_dod=1", "pptp_idle="}),
-         {"warning pptp_idle: is no time, and pptp_dod=1 dials on demand"}},
+         {"warning pptp_idle: is not a time, but pptp_dod=1 dials on demand"}},
         {with(l2tp, {"l2tp_dod=1", "l2tp_idle=0"}),
-         {"warning l2tp_idle: is no time, and l2tp_dod=1 dials on demand"}},
+         {"warning l2tp_idle: is not a time, but l2tp_dod=1 dials on demand"}},
     });
 }
 
-TEST(CheckWan, OwnMacAddress) {
+TEST(CheckWan, TheMacAddressMustBeAPorts) {
     expect_rows({
         {{"wan_macaddr=02:4b:7a:19:e3:58"}, {}},
         {{"wan_macaddr=01:4b:7a:19:e3:58"},
-         {"error wan_macaddr: is the address of a group, not of a port"}},
+         {"error wan_macaddr: is a multicast address, not a port's"}},
         {{"wan_macaddr=0F:4b:7a:19:e3:58"},
-         {"error wan_macaddr: is the address of a group, not of a port"}},
-        {{"wan_macaddr=00:00:00:00:00:00"}, {"error wan_macaddr: is no port's address"}},
+         {"error wan_macaddr: is a multicast address, not a port's"}},
+        {{"wan_macaddr=00:00:00:00:00:00"}, {"error wan_macaddr: is not a port's address"}},
     });
 }
 
-TEST(CheckWan, OverTheRadio) {
+TEST(CheckWan, TheRadioMustBeAStation) {
     expect_rows({
         {{"wan_line=wisp", "wifi_ap_mode=1", "sta_ssid=isp"}, {}},
-        {{"wan_line=wisp"}, {"warning wan_line: runs the WAN over the radio, which is no station"}},
+        {{"wan_line=wisp"},
+         {"warning wan_line: runs the WAN over the radio, which is not a station"}},
         {{"wifi_ap_mode=1", "ap_mode=", "sta_ssid=isp"},
-         {"warning wifi_ap_mode: makes a station of the radio only with ap_mode=0"}},
+         {"warning wifi_ap_mode: makes the radio a station only with ap_mode=0"}},
         {{"wifi_ap_mode=1"},
-         {"error sta_ssid: is empty, and wifi_ap_mode=1 with ap_mode=0 needs it"}},
+         {"error sta_ssid: is empty, but wifi_ap_mode=1 with ap_mode=0 needs it"}},
     });
 }
 
-TEST(CheckWan, DynamicDns) {
+TEST(CheckWan, ChecksDynamicDns) {
     const std::vector<std::string> ddns = {"ddns_enable=1", "ddns_service_provider=dyndns",
                                            "ddns_user_name=me", "ddns_password=secret",
                                            "ddns_host_name=me.example.com"};
     expect_rows({
         {ddns, {}},
         {{"ddns_enable=1"},
-         {"error ddns_host_name: is empty, and ddns_enable=1 needs it",
-          "error ddns_password: is empty, and ddns_enable=1 needs it",
-          "error ddns_service_provider: is empty, and ddns_enable=1 needs it",
-          "error ddns_user_name: is empty, and ddns_enable=1 needs it"}},
+         {"error ddns_host_name: is empty, but ddns_enable=1 needs it",
+          "error ddns_password: is empty, but ddns_enable=1 needs it",
+          "error ddns_service_provider: is empty, but ddns_enable=1 needs it",
+          "error ddns_user_name: is empty, but ddns_enable=1 needs it"}},
         // Only 0 is off.
         {with(ddns, {"ddns_enable=", "ddns_user_name="}),
-         {"error ddns_enable: is empty: 1 (on) or 0 (off) is wanted",
-          "error ddns_user_name: is empty, and ddns_enable= needs it"}},
-        {with(ddns, {"ddns_user_name=me:too"}), {"error ddns_user_name: holds a colon"}},
+         {"error ddns_enable: is empty; expected 1 (on) or 0 (off)",
+          "error ddns_user_name: is empty, but ddns_enable= needs it"}},
+        {with(ddns, {"ddns_user_name=me:too"}), {"error ddns_user_name: contains a colon"}},
     });
 }
 
-TEST(CheckWan, MulticastUpnpAndRip) {
+TEST(CheckWan, ChecksMulticastUpnpAndRip) {
     expect_rows({
         {{"igmp_enable=1"}, {}},
         {{"igmp_enable=1", "igmp_port=0"}, {}},
@@ -215,11 +215,11 @@ TEST(CheckWan, MulticastUpnpAndRip) {
         {{"igmp_enable=1", "igmp_port=2", "wan_ifname2=ppp1"}, {}},
         {{"upnp_enable=1"}, {}},
         {{"upnp_enable=1", "upnp_ttl="},
-         {"error upnp_ttl: is empty: a number from 1 to 255 is wanted"}},
+         {"error upnp_ttl: is empty; expected a number from 1 to 255"}},
         {{"rt_rip_direction=b", "rt_rip_version="},
-         {"error rt_rip_version: is empty: one of 1, 2, 2B is wanted"}},
+         {"error rt_rip_version: is empty; expected one of 1, 2, 2B"}},
         {{"rt_rip_direction=b", "wan_ifname="},
-         {"error wan_ifname: is empty: an interface's name of 1 to 15 characters is wanted"}},
+         {"error wan_ifname: is empty; expected an interface name of 1 to 15 characters"}},
     });
 }
 

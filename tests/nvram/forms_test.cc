@@ -1,4 +1,4 @@
-// The forms that values have: what is of a form, what is not, and the form in words.
+// The forms of values: valid and invalid texts, and the form in words.
 #include "settings/forms.h"
 
 #include <gtest/gtest.h>
@@ -13,15 +13,15 @@ using namespace nvram;
 struct FormRow {
     Limits limits;
     std::string text;
-    std::string problem;  // without what is wanted
+    std::string problem;  // without the expected form
 };
 
 std::string problem_of(const Limits& limits, std::string_view text) {
     const std::string problem = form_problem(limits, text);
-    const std::string wish = ": " + wanted(limits) + " is wanted";
     if (problem.empty()) return "";
-    EXPECT_TRUE(problem.ends_with(wish)) << problem;
-    return problem.substr(0, problem.size() - wish.size());
+    const std::size_t end = problem.find("; expected ");
+    EXPECT_NE(end, std::string::npos) << problem;
+    return problem.substr(0, end);
 }
 
 void expect_problems(const std::vector<FormRow>& rows) {
@@ -29,8 +29,29 @@ void expect_problems(const std::vector<FormRow>& rows) {
         EXPECT_EQ(problem_of(row.limits, row.text), row.problem) << row.text;
 }
 
-TEST(Forms, ARecordIsNamedAsAWhole) {
-    EXPECT_EQ(wanted({.form = Form::Record}), "a record");
+TEST(Forms, AProblemSaysWhatIsExpected) {
+    const std::pair<Limits, const char*> rows[] = {
+        {{.form = Form::Flag}, "is neither on nor off; expected 1 (on) or 0 (off)"},
+        {{.form = Form::Number, .low = 1, .high = 255},
+         "is not a number; expected a number from 1 to 255"},
+        {{.form = Form::Choice, .choices = "tcp udp"},
+         "is not an allowed value; expected one of tcp, udp"},
+        {{.form = Form::Address},
+         "is not an IPv4 address; expected four numbers, such as 192.168.1.1"},
+        {{.form = Form::Address, .choices = "0"},
+         "is not an IPv4 address; expected four numbers, such as 192.168.1.1, or one of 0"},
+        {{.form = Form::Netmask}, "is not a netmask; expected four numbers, such as 255.255.255.0"},
+        {{.form = Form::Mac},
+         "is not a MAC address; expected six pairs of hexadecimal digits, such as "
+         "00:11:22:33:44:55"},
+        {{.form = Form::Hex, .low = 10, .high = 10},
+         "is not hexadecimal; expected 10 hexadecimal digits"},
+    };
+    for (const auto& [limits, problem] : rows) EXPECT_EQ(form_problem(limits, "x "), problem);
+}
+
+TEST(Forms, ARecordHasNoFormOfItsOwn) {
+    EXPECT_EQ(form_text({.form = Form::Record}), "a record");
 }
 
 TEST(Forms, Flags) {
@@ -52,17 +73,17 @@ TEST(Forms, Numbers) {
                      {port, "65536", "is out of range"},
                      {port, "80800", "is out of range"},
                      {port, "-1", "is out of range"},
-                     {port, "http", "is no number"},
-                     {port, "80x", "is no number"},
-                     {port, " 80", "is no number"},
-                     {port, "+80", "is no number"},
-                     {port, "1e3", "is no number"},
-                     {port, "99999999999999999999", "is no number"},
-                     {port, "0080", "begins with 0, which iptables takes for octal"},
+                     {port, "http", "is not a number"},
+                     {port, "80x", "is not a number"},
+                     {port, " 80", "is not a number"},
+                     {port, "+80", "is not a number"},
+                     {port, "1e3", "is not a number"},
+                     {port, "99999999999999999999", "is not a number"},
+                     {port, "0080", "starts with 0, which iptables reads as octal"},
                      {hour, "08", ""},
                      {hour, "24", "is out of range"},
                      {any, "-7", ""},
-                     {any, "-", "is no number"},
+                     {any, "-", "is not a number"},
                      {any, "4000000000", ""}});
 }
 
@@ -70,19 +91,19 @@ TEST(Forms, Choices) {
     const Limits mode = {.form = Form::Choice, .choices = "dhcpc ip"};
     const Limits region = {.form = Form::Choice, .choices = "USA|South America"};
     expect_problems({{mode, "ip", ""},
-                     {mode, "dhcp", "is none of rc's words"},
-                     {mode, "IP", "is none of rc's words"},
-                     {mode, "dhcpc ip", "is none of rc's words"},
+                     {mode, "dhcp", "is not an allowed value"},
+                     {mode, "IP", "is not an allowed value"},
+                     {mode, "dhcpc ip", "is not an allowed value"},
                      {region, "South America", ""},
-                     {region, "South", "is none of rc's words"}});
-    EXPECT_EQ(wanted(mode), "one of dhcpc, ip");
-    EXPECT_EQ(wanted(region), "one of USA, South America");
+                     {region, "South", "is not an allowed value"}});
+    EXPECT_EQ(form_text(mode), "one of dhcpc, ip");
+    EXPECT_EQ(form_text(region), "one of USA, South America");
 }
 
 TEST(Forms, Addresses) {
     const Limits address = {.form = Form::Address};
     const Limits or_none = {.form = Form::Address, .choices = "0"};
-    const std::string none = "is no IPv4 address";
+    const std::string none = "is not an IPv4 address";
     expect_problems({{address, "192.168.1.1", ""},
                      {address, "0.0.0.0", ""},
                      {address, "255.255.255.255", ""},
@@ -99,12 +120,12 @@ TEST(Forms, Addresses) {
                      {address, "0", none},
                      {or_none, "0", ""},
                      {or_none, "1", none}});
-    EXPECT_EQ(wanted(or_none), "an IPv4 address such as 192.168.1.1, or one of 0");
+    EXPECT_EQ(form_text(or_none), "an IPv4 address such as 192.168.1.1, or one of 0");
 }
 
 TEST(Forms, Netmasks) {
     const Limits mask = {.form = Form::Netmask};
-    const std::string gap = "is no netmask, since its ones do not stand together";
+    const std::string gap = "is not a netmask: its ones are not contiguous";
     expect_problems({{mask, "255.255.255.0", ""},
                      {mask, "255.255.255.252", ""},
                      {mask, "128.0.0.0", ""},
@@ -113,13 +134,13 @@ TEST(Forms, Netmasks) {
                      {mask, "255.0.255.0", gap},
                      {mask, "255.255.255.1", gap},
                      {mask, "0.255.255.255", gap},
-                     {mask, "/24", "is no netmask"},
-                     {mask, "255.255.255", "is no netmask"}});
+                     {mask, "/24", "is not a netmask"},
+                     {mask, "255.255.255", "is not a netmask"}});
 }
 
 TEST(Forms, MacAddresses) {
     const Limits mac = {.form = Form::Mac};
-    const std::string none = "is no MAC address";
+    const std::string none = "is not a MAC address";
     expect_problems({{mac, "00:11:22:aa:BB:cc", ""},
                      {mac, "00-11-22-aa-bb-cc", none},
                      {mac, "001122aabbcc", none},
@@ -132,7 +153,7 @@ TEST(Forms, MacAddresses) {
 
 TEST(Forms, Interfaces) {
     const Limits interface = {.form = Form::Interface};
-    const std::string none = "is no name of an interface";
+    const std::string none = "is not an interface name";
     expect_problems({{interface, "eth2.2", ""},
                      {interface, "a23456789012345", ""},
                      {interface, "a234567890123456", none},
@@ -147,7 +168,7 @@ TEST(Forms, Interfaces) {
 
 TEST(Forms, Hosts) {
     const Limits host = {.form = Form::Host};
-    const std::string none = "is neither a host name nor an address";
+    const std::string none = "is neither a host name nor an IPv4 address";
     expect_problems({{host, "time.example.com", ""},
                      {host, "router", ""},
                      {host, "Router.EXAMPLE.com", ""},
@@ -182,11 +203,11 @@ TEST(Forms, Hexadecimal) {
                      {key, "012345678g", "is not hexadecimal"},
                      {key, "01:23:45:67", "is not hexadecimal"},
                      {{.form = Form::Hex}, "0", ""}});
-    EXPECT_EQ(wanted(key), "hexadecimal digits, from 10 to 26 of them");
-    EXPECT_EQ(wanted({.form = Form::Hex, .low = 10, .high = 10}), "10 hexadecimal digits");
+    EXPECT_EQ(form_text(key), "10 to 26 hexadecimal digits");
+    EXPECT_EQ(form_text({.form = Form::Hex, .low = 10, .high = 10}), "10 hexadecimal digits");
 }
 
-TEST(Forms, TextsAreAnything) {
+TEST(Forms, AnyTextIsValid) {
     expect_problems({{{.form = Form::Text, .high = 3}, "abcdef\n\xff", ""}});
 }
 

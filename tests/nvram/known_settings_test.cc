@@ -147,7 +147,7 @@ TEST(KnownSettings, APortIsANumberOfSixteenBits) {
     EXPECT_STREQ(port.factory, "8080");
 }
 
-TEST(KnownSettings, ThePasswordOfTheWebInterfaceIsSecretAndMayBeNone) {
+TEST(KnownSettings, TheWebPasswordIsSecretAndMayBeEmpty) {
     const KnownSetting& password = row("http_password");
     EXPECT_EQ(password.form, Form::Text);
     EXPECT_TRUE(password.secret);
@@ -163,7 +163,7 @@ TEST(KnownSettings, TheLan) {
     EXPECT_EQ(row("lan_assign_mac").form, Form::Mac);
     EXPECT_EQ(row("lan_if").form, Form::Interface);
     // Only the firewall tells an absent interface from an empty one.
-    EXPECT_TRUE(std::string_view(row("lan_if").when_absent).starts_with("the firewall takes br0"));
+    EXPECT_TRUE(std::string_view(row("lan_if").when_absent).starts_with("the firewall uses br0"));
     EXPECT_EQ(std::string_view(row("lan_if").when_empty).find("br0"), std::string_view::npos);
 }
 
@@ -246,7 +246,7 @@ TEST(KnownSettings, AnAddressReservation) {
     EXPECT_EQ(field(list, "mac").form, Form::Mac);
 }
 
-TEST(KnownSettings, StaticRoutesArePartedByBlanksAndOnlyTheFirstCounts) {
+TEST(KnownSettings, StaticRoutesAreSeparatedBySpacesAndOnlyTheFirstCounts) {
     const KnownSetting& list = row("rt_static_route");
     ASSERT_EQ(list.form, Form::Record);
     EXPECT_EQ(list.record->between, ' ');
@@ -288,7 +288,7 @@ TEST(KnownSettings, SpecialApplications) {
 TEST(KnownSettings, AccessControl) {
     const KnownSetting& blocked = row("access_control");
     ASSERT_EQ(blocked.form, Form::Record);
-    EXPECT_EQ(blocked.record->passed_over, 4u);
+    EXPECT_EQ(blocked.record->ignored_prefix, 4u);
     EXPECT_EQ(blocked.record->most, 100u);
     EXPECT_EQ(field(blocked, "service").high, 29);
 
@@ -323,7 +323,7 @@ TEST(KnownSettings, QosRules) {
 
 // What holds of every row.
 
-TEST(KnownSettings, EveryKeyIsValidAndStandsOnce) {
+TEST(KnownSettings, EveryKeyIsValidAndUnique) {
     std::set<std::string> keys;
     for (const KnownSetting* setting : all_rows()) {
         EXPECT_TRUE(valid_key(setting->key)) << setting->key;
@@ -335,7 +335,7 @@ TEST(KnownSettings, EveryKeyIsValidAndStandsOnce) {
     EXPECT_EQ(find_known(""), nullptr);
 }
 
-TEST(KnownSettings, EveryGroupHasATitleOfItsOwnAndRows) {
+TEST(KnownSettings, EveryGroupHasRowsAndAUniqueTitle) {
     std::set<std::string> titles;
     for (const SettingGroup& group : setting_groups()) {
         EXPECT_STRNE(group.title, "");
@@ -420,7 +420,7 @@ TEST(KnownSettings, EveryFactoryValueIsLegal) {
         EXPECT_TRUE(legal(*setting)) << setting->key << "=" << setting->factory;
 }
 
-TEST(KnownSettings, TheFactorySettingsAreThoseOfTheTable) {
+TEST(KnownSettings, TheFactorySettingsMatchTheTable) {
     std::ifstream file(FACTORY_SETTINGS);
     ASSERT_TRUE(file) << FACTORY_SETTINGS;
     std::stringstream text;

@@ -19,7 +19,7 @@ const KnownSetting& row(const char* key) {
 
 }  // namespace
 
-TEST(KnownWanSettings, TheModesAreThoseThatStart) {
+TEST(KnownWanSettings, TheModesAreTheOnesThatStart) {
     const KnownSetting& mode = row("wan_mode");
     EXPECT_EQ(mode.form, Form::Choice);
     EXPECT_STREQ(mode.choices, "dhcpc ip pppoe pptp l2tp bpa ras");
@@ -28,7 +28,7 @@ TEST(KnownWanSettings, TheModesAreThoseThatStart) {
     EXPECT_STREQ(mode.when_empty, "no WAN is started");
 }
 
-TEST(KnownWanSettings, AMissingPortIsTheDefaultOneAndAnEmptyOneIsNone) {
+TEST(KnownWanSettings, APortThatIsNotSetIsTheDefaultAndAnEmptyOneNamesNoInterface) {
     const KnownSetting& port = row("wan_phy_ifname");
     EXPECT_EQ(port.form, Form::Interface);
     EXPECT_FALSE(port.may_be_empty);

@@ -53,7 +53,7 @@ TEST(KnownWirelessSettings, TheRadio) {
     expect_number("wifi_HT_RxStream", 1, 3, "2");
 }
 
-TEST(KnownWirelessSettings, WhatTheDriverGetsWholeIsNoFlag) {
+TEST(KnownWirelessSettings, ValuesThatTheDriverGetsWholeAreChoices) {
     for (const char* key : {"Pkt_Agg", "ShortSlot", "isolation", "e_channel"}) {
         EXPECT_EQ(row(key).form, Form::Choice) << key;
         EXPECT_STREQ(row(key).choices, "0 1") << key;
@@ -63,7 +63,7 @@ TEST(KnownWirelessSettings, WhatTheDriverGetsWholeIsNoFlag) {
         EXPECT_EQ(row(key).form, Form::Flag) << key;
 }
 
-TEST(KnownWirelessSettings, ARegionsNameMayHoldABlank) {
+TEST(KnownWirelessSettings, ARegionsNameMayContainASpace) {
     const char* regions =
         "USA|Canada|Africa|Asia|Australia|Europe|Israel|Japan|Mexico|South America";
     EXPECT_EQ(choice_separator(regions), '|');

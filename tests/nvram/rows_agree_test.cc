@@ -52,7 +52,7 @@ void expect_possible(const KnownSetting& needed, const Condition& condition) {
 
 }  // namespace
 
-TEST(Rows, NeedsAreOfSettingsThatThereAre) {
+TEST(Rows, NeedsNameExistingSettings) {
     unsigned needs = 0;
     for (const KnownSetting* row : all_rows()) {
         if (row->needed == nullptr) continue;
@@ -64,18 +64,18 @@ TEST(Rows, NeedsAreOfSettingsThatThereAre) {
     EXPECT_GT(needs, 40U) << "hardly any row is needed";
 }
 
-// Otherwise the form would complain of what the need complains of.
-TEST(Rows, WhatIsNeededMayBeMissingAtOtherTimes) {
+// Otherwise the checks of the form and of the need would both report it.
+TEST(Rows, NeededSettingsMayBeMissingOtherwise) {
     for (const KnownSetting* row : all_rows()) {
         if (row->needed == nullptr) continue;
         const bool may_be_zero = row->form == Form::Number && row->low == 0;
         EXPECT_TRUE(row->may_be_empty || may_be_zero) << row->key;
         EXPECT_TRUE(row->needed->effect == nullptr || is_clause(row->needed->effect)) << row->key;
-        EXPECT_TRUE(row->needed->cure == nullptr || *row->needed->cure != '\0') << row->key;
+        EXPECT_TRUE(row->needed->fix == nullptr || *row->needed->fix != '\0') << row->key;
     }
 }
 
-TEST(Rows, ExamplesOfWhatIsNeededAreNotMissingThemselves) {
+TEST(Rows, ExamplesOfNeededSettingsAreNotMissing) {
     for (const KnownSetting* row : all_rows()) {
         if (row->needed == nullptr || row->example == nullptr) continue;
         EXPECT_STRNE(row->example, "0.0.0.0") << row->key;
@@ -83,8 +83,8 @@ TEST(Rows, ExamplesOfWhatIsNeededAreNotMissingThemselves) {
     }
 }
 
-// Any text is of the form Text; what is too long is another matter.
-TEST(Rows, OnlyWhatCanBeWrongSaysWhatAWrongValueDoes) {
+// Any text is valid for the form Text; its length is checked separately.
+TEST(Rows, OnlyFormsThatCanBeInvalidHaveAnEffectWhenWrong) {
     for (const KnownSetting* row : all_rows()) {
         if (row->when_wrong == nullptr) continue;
         EXPECT_NE(row->form, Form::Text) << row->key;
@@ -92,7 +92,7 @@ TEST(Rows, OnlyWhatCanBeWrongSaysWhatAWrongValueDoes) {
     }
 }
 
-TEST(Rows, OnlyTextsOfALimitAreCut) {
+TEST(Rows, OnlyTextsWithALimitAreCut) {
     for (const KnownSetting* row : all_rows()) {
         if (!row->cut) continue;
         EXPECT_EQ(row->form, Form::Text) << row->key;
@@ -100,7 +100,7 @@ TEST(Rows, OnlyTextsOfALimitAreCut) {
     }
 }
 
-TEST(Rows, OnlyFieldsOfListsCanStandTwice) {
+TEST(Rows, OnlyFieldsOfListsCanBeDuplicated) {
     for (const KnownSetting* row : all_rows()) {
         if (row->record == nullptr) continue;
         for (const Field& field : row->record->fields) {
@@ -111,8 +111,8 @@ TEST(Rows, OnlyFieldsOfListsCanStandTwice) {
     }
 }
 
-// The lines were made by rc itself, so they show what it escapes.
-TEST(Rows, CharactersThatAreEscapedReachNoLineAsTheyAre) {
+// rc itself wrote these lines, so they show what it escapes.
+TEST(Rows, EscapedCharactersReachNoLineUnescaped) {
     unsigned lines = 0;
     for (const KnownSetting* row : all_rows()) {
         if (row->escapes == Escapes::Nothing) continue;

@@ -16,7 +16,7 @@ using nvram::Field;
 using nvram::Form;
 using nvram::KnownSetting;
 
-// Neither has an opinion of an empty value here: what may be empty is the row's business.
+// Empty values are not compared: the row decides whether they are legal.
 bool checked(const KnownSetting& setting, const std::string& value) {
     return nvram::form_problem(nvram::limits_of(setting), value).empty();
 }
@@ -49,11 +49,11 @@ bool has_negative_zero(std::string_view value) {
     return false;
 }
 
-// Where the two differ on purpose, no question is asked: of a flag that goes on behind its first
-// character, of a list that ends within the characters that are passed over.
+// Skips values where the two differ on purpose: a flag of more than one
+// character, a list that ends within its ignored prefix.
 bool in_question(const KnownSetting& setting, std::string_view value) {
     if (value.empty() || has_negative_zero(value)) return false;
-    if (setting.record != nullptr) return value.size() > setting.record->passed_over;
+    if (setting.record != nullptr) return value.size() > setting.record->ignored_prefix;
     return setting.form != Form::Flag || value.size() == 1;
 }
 
@@ -69,7 +69,7 @@ void add_neighbours(std::set<std::string>& values, const std::string& value) {
     }
 }
 
-// Its own values with their neighbours, and what is of another form.
+// Its own values with their neighbours, and values of other forms.
 std::set<std::string> values_of(const KnownSetting& setting) {
     std::set<std::string> values = {std::to_string(setting.low),
                                     std::to_string(setting.high),
@@ -84,7 +84,7 @@ std::set<std::string> values_of(const KnownSetting& setting) {
     return values;
 }
 
-TEST(Agreement, TheSchemaAndTheCheckTakeTheSameValues) {
+TEST(Agreement, TheSchemaAndTheCheckAcceptTheSameValues) {
     size_t legal = 0;
     size_t illegal = 0;
     for (const nvram::SettingGroup& group : nvram::setting_groups())

@@ -1,4 +1,4 @@
-// The pages made of a planted table: entries and lines as a reader should find them.
+// The pages generated from a planted table, entry by entry.
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
@@ -24,23 +24,23 @@ std::string man(const std::string& key) {
     return part(settings_man_page(planted::reference), ".It Va \\&" + key + "\n", "\n.It Va");
 }
 
-TEST(Words, AreOfTheForm) {
+TEST(Words, DescribeTheForm) {
     const std::pair<const char*, const char*> rows[] = {
         {"house_name", "text, at most 12 characters"},
-        {"light", "a flag: 1 is on, 0 is off"},
+        {"light", "a flag: 1 (on) or 0 (off)"},
         {"floors", "a number from 1 to 300"},
-        {"colour", "one of the words red, light-blue, or empty"},
-        {"town", "one of the words Rome, New York"},
+        {"colour", "one of red, light-blue, or empty"},
+        {"town", "one of Rome, New York"},
         {"address", "an IPv4 address, or empty"},
         {"netmask", "an IPv4 netmask"},
         {"mac", "a MAC address"},
-        {"port", "the name of a network interface"},
+        {"port", "a network interface name"},
         {"server", "a host name or an IPv4 address"},
         {"wep", "10 hexadecimal digits"},
-        {"open", "records parted by the byte \\x01, or empty"},
-        {"doors", "records parted by blanks; the first 3 are used"},
+        {"open", "records separated by the byte \\x01, or empty"},
+        {"doors", "records separated by spaces; the first 3 are used"},
         {"guests",
-         "records parted by ';', behind 4 characters that are not read, or empty; the first 2 whose "
+         "records separated by ';', after 4 ignored characters, or empty; the first 2 whose "
          "field on is 1 are used"},
     };
     for (const auto& [key, words] : rows)
@@ -48,7 +48,7 @@ TEST(Words, AreOfTheForm) {
     EXPECT_EQ(joined(in_words(planted::guest_fields[1])), "an IPv4 address, or 0, any");
 }
 
-TEST(Words, OfClausesMakeSentences) {
+TEST(Words, ClausesBecomeSentences) {
     EXPECT_EQ(sentence("the light is on (1)"), "The light is on (1).");
     EXPECT_EQ(sentence("rc counts them"), "rc counts them.");
     EXPECT_EQ(sentence("wan_mtu is taken"), "wan_mtu is taken.");
@@ -56,49 +56,47 @@ TEST(Words, OfClausesMakeSentences) {
     EXPECT_EQ(sentence(""), "");
 }
 
-TEST(Markdown, SaysWhatTheRowSays) {
+TEST(Markdown, ShowsEveryPartOfARow) {
     EXPECT_EQ(markdown("light"),
               "\n### light\n"
               "\n"
               "The light is on (1).\n"
               "\n"
-              "- Form: a flag: 1 is on, 0 is off\n"
+              "- Form: a flag: 1 (on) or 0 (off)\n"
               "- Factory value: `0`\n"
-              "- Empty: the light is off\n"
-              "- Absent: the light is broken\n"
+              "- If empty: the light is off\n"
+              "- If not set: the light is broken\n"
               "- Used by: `rc wan`, `rc firewall`\n");
 }
 
-TEST(Markdown, ChoicesAndEmptinessStandInTheForm) {
+TEST(Markdown, TheFormListsChoicesAndEmpty) {
     const std::string entry = markdown("colour");
-    EXPECT_NE(entry.find("- Form: one of the words `red`, `light-blue`, or empty\n"
+    EXPECT_NE(entry.find("- Form: one of `red`, `light-blue`, or empty\n"
                          "- Factory value: empty\n"),
               std::string::npos)
         << entry;
 }
 
-TEST(Markdown, HelpIsNoMarkup) {
+TEST(Markdown, EscapesMarkupInHelp) {
     EXPECT_NE(markdown("colour").find("Of the walls, \\*not\\* of the_roof\\_."),
               std::string::npos);
 }
 
-TEST(Markdown, RecordsAreToldFieldByField) {
-    EXPECT_EQ(markdown("doors"),
-              "\n### doors\n"
-              "\n"
-              "Its doors.\n"
-              "\n"
-              "- Form: records parted by blanks; the first 3 are used\n"
-              "- Each record: `name\\x02protocol|port`\n"
-              "\n"
-              "  | field | form | meaning |\n"
-              "  |---|---|---|\n"
-              "  | `name` | text, at most 8 characters, or empty |  |\n"
-              "  | `protocol` | one of the words `tcp`, `udp` |  |\n"
-              "  | `port` | a number from 1 to 65535 |  |\n"
-              "\n"
-              "- Factory value: `\\x02tcp|80`\n"
-              "- Used by: no action of `rc`\n");
+TEST(Markdown, ListsTheFieldsOfRecords) {
+    EXPECT_EQ(
+        markdown("doors"),
+        "\n### doors\n"
+        "\n"
+        "Its doors.\n"
+        "\n"
+        "- Form: records separated by spaces; the first 3 are used\n"
+        "- Record format: `name\\x02protocol|port`\n"
+        "\n  | field | form | meaning |\n  |---|---|---|\n  | `name` | text, at most 8 characters,"
+        " or empty |  |\n  | `protocol` | one of `tcp`, `udp` |  |\n  | `port` | a number from 1"
+        " to 65535 |  |\n"
+        "\n"
+        "- Factory value: `\\x02tcp|80`\n"
+        "- Used by: no action of `rc`\n");
     EXPECT_NE(markdown("open").find("  | `to_hour` | a number from 0 to 24 | 24 ends the day |\n"),
               std::string::npos);
     EXPECT_NE(markdown("guests").find("  | `address` | an IPv4 address, or `0`, `any` |  |\n"),
@@ -107,34 +105,26 @@ TEST(Markdown, RecordsAreToldFieldByField) {
               std::string::npos);
 }
 
-TEST(Markdown, SecretsAreNamed) {
+TEST(Markdown, MarksSecrets) {
     EXPECT_NE(markdown("wep").find("- Secret\n"), std::string::npos);
     EXPECT_EQ(markdown("mac").find("- Secret\n"), std::string::npos);
 }
 
-TEST(Markdown, ContentsLeadToEachEntry) {
+TEST(Markdown, TheContentsLinkToEachEntry) {
     const std::string contents =
         part(settings_markdown(planted::reference), "## Contents", "\n## House");
-    EXPECT_EQ(contents,
-              "## Contents\n"
-              "\n"
-              "- [House](#house): [house_name](#house_name),\n"
-              "  [light](#light),\n"
-              "  [floors](#floors),\n"
-              "  [town](#town),\n"
-              "  [colour](#colour)\n"
-              "- [Net & port](#net--port): [address](#address),\n"
-              "  [netmask](#netmask),\n"
-              "  [mac](#mac),\n"
-              "  [port](#port),\n"
-              "  [server](#server),\n"
-              "  [wep](#wep),\n"
-              "  [open](#open),\n"
-              "  [doors](#doors),\n"
-              "  [guests](#guests)\n");
+    EXPECT_EQ(
+        contents,
+        "## Contents\n"
+        "\n"
+        "- [House](#house): [house_name](#house_name),\n  [light](#light),\n  [floors](#floors),\n"
+        "  [town](#town),\n  [colour](#colour)\n"
+        "- [Net & port](#net--port): [address](#address),\n  [netmask](#netmask),\n "
+        " [mac](#mac),\n  [port](#port),\n  [server](#server),\n  [wep](#wep),\n  [open](#open),\n"
+        "  [doors](#doors),\n  [guests](#guests)\n");
 }
 
-TEST(Markdown, ASecondHeadingOfTheSameNameIsNumbered) {
+TEST(Markdown, NumbersRepeatedHeadings) {
     constexpr nvram::KnownSetting rows[] = {
         {.key = "QoS", .form = nvram::Form::Flag, .help = "on (1)"},
         {.key = "settings", .form = nvram::Form::Flag, .help = "on (1)"}};
@@ -144,18 +134,18 @@ TEST(Markdown, ASecondHeadingOfTheSameNameIsNumbered) {
               std::string::npos);
 }
 
-TEST(ManPage, SaysWhatTheRowSays) {
+TEST(ManPage, ShowsEveryPartOfARow) {
     EXPECT_EQ(man("light"),
               ".It Va \\&light\n"
               "The light is on (1).\n"
               ".Bl -tag -width \"factory value\" -compact\n"
               ".It form\n"
-              "a flag: 1 is on, 0 is off\n"
+              "a flag: 1 (on) or 0 (off)\n"
               ".It factory value\n"
               ".Ql \\&0\n"
-              ".It empty\n"
+              ".It if empty\n"
               "the light is off\n"
-              ".It absent\n"
+              ".It if not set\n"
               "the light is broken\n"
               ".It used by\n"
               ".Ql rc \\&wan ,\n"
@@ -163,19 +153,19 @@ TEST(ManPage, SaysWhatTheRowSays) {
               ".El");
 }
 
-TEST(ManPage, RecordsAreToldFieldByField) {
+TEST(ManPage, ListsTheFieldsOfRecords) {
     EXPECT_EQ(man("doors"),
               ".It Va \\&doors\n"
               "Its doors.\n"
               ".Bl -tag -width \"factory value\" -compact\n"
               ".It form\n"
-              "records parted by blanks; the first 3 are used\n"
-              ".It each record\n"
+              "records separated by spaces; the first 3 are used\n"
+              ".It record\n"
               ".Ql \\&name\\ex02protocol|port\n"
               ".It Em \\&name\n"
               "text, at most 8 characters, or empty\n"
               ".It Em \\&protocol\n"
-              "one of the words\n"
+              "one of\n"
               ".Ql \\&tcp ,\n"
               ".Ql \\&udp\n"
               ".It Em \\&port\n"
@@ -187,10 +177,9 @@ TEST(ManPage, RecordsAreToldFieldByField) {
               ".El");
 }
 
-TEST(ManPage, WordsAreLiterals) {
-    EXPECT_NE(
-        man("colour").find("one of the words\n.Ql \\&red ,\n.Ql \\&light\\-blue ,\nor empty\n"),
-        std::string::npos);
+TEST(ManPage, ShowsWordsAsLiterals) {
+    EXPECT_NE(man("colour").find("one of\n.Ql \\&red ,\n.Ql \\&light\\-blue ,\nor empty\n"),
+              std::string::npos);
     EXPECT_NE(man("town").find(".Ql \\&Rome ,\n.Ql \\&New\\ York\n"), std::string::npos);
     EXPECT_NE(man("open").find("a number from 0 to 24\n\\(en 24 ends the day\n"),
               std::string::npos);
@@ -198,7 +187,7 @@ TEST(ManPage, WordsAreLiterals) {
               std::string::npos);
 }
 
-TEST(ManPage, NoCharacterOfAHelpIsARequest) {
+TEST(ManPage, EscapesRequestsInHelp) {
     constexpr nvram::KnownSetting rows[] = {{.key = "k",
                                              .form = nvram::Form::Text,
                                              .factory = ".x 'y",
@@ -215,7 +204,7 @@ nlohmann::json property(const std::string& key) {
     return nlohmann::json::parse(settings_schema(planted::reference)).at("properties").at(key);
 }
 
-TEST(Schema, TextHasALength) {
+TEST(Schema, TextHasLengthLimits) {
     const nlohmann::json expected = {
         {"type", "string"},
         {"title", "What the house is called: on the door, and on letters"},
@@ -230,37 +219,38 @@ TEST(Schema, FlagsAndChoicesAreListed) {
     EXPECT_EQ(property("light").at("enum"), nlohmann::json({"0", "1"}));
     EXPECT_EQ(property("light").at("title"), "The light is on (1)");
     EXPECT_EQ(property("light").at("description"),
-              "A flag: 1 is on, 0 is off. When empty: the light is off.");
+              "A flag: 1 (on) or 0 (off). If empty: the light is off.");
     EXPECT_EQ(property("town").at("enum"), nlohmann::json({"Rome", "New York"}));
     EXPECT_EQ(property("colour").at("enum"), nlohmann::json({"", "red", "light-blue"}));
 }
 
-TEST(Schema, TheRestHasAPatternForTheWholeValue) {
+TEST(Schema, OtherFormsHaveAPatternForTheWholeValue) {
     EXPECT_EQ(property("mac").at("pattern"), "^(?:[0-9A-Fa-f]{2}(?::[0-9A-Fa-f]{2}){5})$(?!\\n)");
     const std::string optional = property("address").at("pattern");
     EXPECT_TRUE(optional.ends_with(")?$(?!\\n)")) << optional;
 }
 
-TEST(Schema, RecordsAreDescribedFieldByField) {
-    EXPECT_EQ(property("doors").at("description"),
-              "Records parted by blanks; the first 3 are used; each name\\x02protocol|port; "
-              "name: text, at most 8 characters, or empty; protocol: one of the words tcp, udp; "
-              "port: a number from 1 to 65535.");
+TEST(Schema, DescribesTheFieldsOfRecords) {
+    EXPECT_EQ(
+        property("doors").at("description"),
+        "Records separated by spaces; the first 3 are used; record format name\\x02protocol|port; "
+        "name: text, at most 8 characters, or empty; protocol: one of tcp, udp; "
+        "port: a number from 1 to 65535.");
 }
 
-TEST(Schema, SecretsAreOnlyWritten) {
+TEST(Schema, SecretsAreWriteOnly) {
     EXPECT_EQ(property("wep").at("writeOnly"), true);
     EXPECT_FALSE(property("mac").contains("writeOnly"));
 }
 
-TEST(Schema, OtherSettingsAreTexts) {
+TEST(Schema, UnknownKeysAreStrings) {
     const nlohmann::json schema = nlohmann::json::parse(settings_schema(planted::reference));
     EXPECT_EQ(schema.at("$schema"), "https://json-schema.org/draft/2020-12/schema");
     EXPECT_EQ(schema.at("properties").size(), 14U);
     EXPECT_EQ(schema.at("additionalProperties").at("type"), "string");
 }
 
-TEST(ManPage, LongLiteralsMayBeBroken) {
+TEST(ManPage, LongLiteralsMayBreakAtSeparators) {
     const std::string value =
         "a_b:c\x01"
         "d012345678901234567890123456789";
@@ -271,7 +261,7 @@ TEST(ManPage, LongLiteralsMayBeBroken) {
     EXPECT_NE(page.find(".Ql \\&a_\\:b:\\:c\\:\\ex01d0123"), std::string::npos);
 }
 
-TEST(Secrets, AreListedByTheBeginningsOfTheirNames) {
+TEST(Secrets, AreListedByTheirShortestPrefix) {
     constexpr nvram::KnownSetting rows[] = {
         {.key = "wep", .form = nvram::Form::Text, .help = "on (1)"},
         {.key = "wep_key12", .form = nvram::Form::Text, .secret = true, .help = "second"},

@@ -1,4 +1,4 @@
-// The regular expressions of values, one row a value: what a form takes and what it does not.
+// The regular expressions of values, one row a value: which texts a form accepts.
 #include "reference/patterns.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +25,7 @@ struct Range {
     std::int64_t high;
 };
 
-TEST(NumberPattern, TakesJustTheNumbersOfItsRange) {
+TEST(NumberPattern, MatchesExactlyTheNumbersOfItsRange) {
     constexpr Range ranges[] = {{0, 1},     {0, 5},        {0, 59},      {1, 12},    {5, 5},
                                 {7, 300},   {1, 1000},     {68, 1500},   {95, 120},  {99, 101},
                                 {100, 199}, {0, 65535},    {1024, 4095}, {155, 157}, {-3, 12},
@@ -43,27 +43,27 @@ TEST(NumberPattern, TakesJustTheNumbersOfItsRange) {
     }
 }
 
-TEST(NumberPattern, LeadingZerosAreNoMatter) {
+TEST(NumberPattern, AllowsLeadingZeros) {
     EXPECT_TRUE(takes(number_pattern(0, 59), "05"));
     EXPECT_TRUE(takes(number_pattern(0, 59), "00"));
     EXPECT_TRUE(takes(number_pattern(1, 300), "0300"));
     EXPECT_FALSE(takes(number_pattern(1, 300), "000"));
 }
 
-TEST(NumberPattern, APortHasNone) {
+TEST(NumberPattern, RejectsLeadingZerosOfAPort) {
     EXPECT_TRUE(takes(number_pattern(1, 65535), "80"));
     EXPECT_FALSE(takes(number_pattern(1, 65535), "080"));
     EXPECT_TRUE(takes(number_pattern(0, 65535), "0"));
     EXPECT_FALSE(takes(number_pattern(0, 65535), "00"));
 }
 
-TEST(NumberPattern, NoRangeIsAnyNumber) {
+TEST(NumberPattern, WithoutARangeMatchesAnyNumber) {
     EXPECT_TRUE(takes(number_pattern(0, 0), "4000000000"));
     EXPECT_TRUE(takes(number_pattern(0, 0), "-1"));
     EXPECT_FALSE(takes(number_pattern(0, 0), ""));
 }
 
-TEST(NumberPattern, WhatIsNoNumberIsNot) {
+TEST(NumberPattern, RejectsTextThatIsNotANumber) {
     for (const char* text : {"", " 1", "1 ", "+1", "1.0", "0x1", "one", "1e1"})
         EXPECT_FALSE(takes(number_pattern(0, 65535), text)) << text;
 }
@@ -80,7 +80,7 @@ void expect(std::span<const Row> rows) {
             << row.key << "=" << row.value;
 }
 
-TEST(ValuePattern, IsOfTheForm) {
+TEST(ValuePattern, MatchesTheForm) {
     constexpr Row rows[] = {
         {"light", "1", true},
         {"light", "0", true},
@@ -143,7 +143,7 @@ TEST(ValuePattern, IsOfTheForm) {
     expect(rows);
 }
 
-TEST(ValuePattern, IsOfTheShape) {
+TEST(ValuePattern, MatchesTheShape) {
     constexpr Row rows[] = {
         {"open", "1:8:30-17:0", true},
         {"open", "6:0:0-24:59", true},
@@ -179,7 +179,7 @@ TEST(ValuePattern, IsOfTheShape) {
     expect(rows);
 }
 
-TEST(Shape, IsTakenApartAtItsNames) {
+TEST(Shape, IsSplitAtItsFieldNames) {
     const Shape shape = take_apart(planted::doors);
     ASSERT_EQ(shape.pieces.size(), 3U);
     EXPECT_EQ(shape.pieces[0].before, "");
@@ -189,12 +189,12 @@ TEST(Shape, IsTakenApartAtItsNames) {
     EXPECT_EQ(shape.end, "");
 }
 
-TEST(Shape, MustNameItsFieldsInTheirOrder) {
+TEST(Shape, MustNameItsFieldsInOrder) {
     const nvram::Record turned = {.shape = "port:protocol:name", .fields = planted::door_fields};
     EXPECT_THROW(take_apart(turned), std::invalid_argument);
 }
 
-TEST(Shape, MayEndBehindTheLastField) {
+TEST(Shape, MayHaveTextAfterTheLastField) {
     constexpr nvram::Field fields[] = {{.name = "a", .form = Form::Text, .may_be_empty = true}};
     const nvram::Record record = {.shape = "xx/a;", .fields = fields};
     EXPECT_EQ(take_apart(record).end, ";");

@@ -1,4 +1,4 @@
-// A small table of settings with a row of each form, for the tests of what is made of such tables.
+// A small table of settings with a row of each form, for the tests of generated pages.
 #ifndef RC_TESTS_REFERENCE_PLANTED_H
 #define RC_TESTS_REFERENCE_PLANTED_H
 
@@ -45,7 +45,7 @@ inline constexpr nvram::Record guests = {
     .fields = guest_fields,
     .most = 2,
     .counted = "on",
-    .passed_over = 4,
+    .ignored_prefix = 4,
 };
 
 inline constexpr nvram::KnownSetting house_rows[] = {

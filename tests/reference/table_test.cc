@@ -1,4 +1,4 @@
-// The table of settings as it is: what the pages need of its rows and of the uses.
+// The real table of settings: the properties of rows and uses that the pages need.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -37,13 +37,13 @@ std::set<std::string_view> names_behind_rc() {
     return names;
 }
 
-TEST(Table, FactoryValuesAreOfTheirForm) {
+TEST(Table, FactoryValuesMatchTheirForm) {
     ASSERT_GT(rows().size(), 200U);
     for (const KnownSetting* row : rows())
         EXPECT_TRUE(legal(*row, row->factory)) << row->key << "=" << row->factory;
 }
 
-TEST(Table, ExamplesAreOfTheirForm) {
+TEST(Table, ExamplesMatchTheirForm) {
     for (const KnownSetting* row : rows()) {
         if (row->example == nullptr) continue;
         EXPECT_STRNE(row->example, "") << row->key;
@@ -52,10 +52,10 @@ TEST(Table, ExamplesAreOfTheirForm) {
 }
 
 // The pages show those of records, nvram check those of settings that are needed.
-TEST(Table, ExamplesAreThereWhereTheyAreShown) {
+TEST(Table, ExamplesExistWhereTheyAreShown) {
     for (const KnownSetting* row : rows()) {
         const bool in_pages = row->record != nullptr;
-        const bool in_check = row->needed != nullptr && row->needed->cure == nullptr;
+        const bool in_check = row->needed != nullptr && row->needed->fix == nullptr;
         if (row->example != nullptr) {
             EXPECT_TRUE(in_pages || in_check) << row->key << ": nobody shows the example";
         } else {
