@@ -3,8 +3,8 @@
 
 usage: exercised_test.py DOCUMENT LOGS; LOGS is the folder of `lab/run --keep`. Status 77 where a scenario is missing.
 
-- Each adapter and stand-in that a check named has a row, which says so and names the scenario.
-- Each row that claims an adapter or a stand-in in a scenario has a check there that says the same.
+- Each adapter and stub that a check named has a row, which says so and names the scenario.
+- Each row that claims an adapter or a stub in a scenario has a check there that says the same.
 """
 import glob
 import os
@@ -23,7 +23,7 @@ def seen_in_logs():
         scenario = os.path.basename(path)[:-4]
         with open(path, errors="replace") as file:
             for note in re.findall(r"^  ok    \[([^]]*)\] ", file.read(), re.M):
-                for kind, name in re.findall(r"(adapter|stand-in) ([^,]+)", note):
+                for kind, name in re.findall(r"(adapter|stub) ([^,]+)", note):
                     seen.setdefault((kind, ROWS.get(name, name)), set()).add(scenario)
     return seen
 
@@ -60,7 +60,7 @@ for (kind, name), scenarios in sorted(seen.items()):
             wrong.append(f"{kind} {name} in {scenario}: its row does not say so")
 for names, how, places, line in table:
     # The first word is what the places show, unless the row goes on to tell them apart.
-    kind = re.match(r"(adapter|stand-in)\b", how)
+    kind = re.match(r"(adapter|stub)\b", how)
     programs = [name for name in names if any(name == other for _, other in seen)]
     if not kind or not programs:
         continue
@@ -70,5 +70,5 @@ for names, how, places, line in table:
             wrong.append(f"{', '.join(programs)}: no check in {place} was by {kind[1]}")
 for problem in wrong:
     print("FAIL", problem)
-print(f"{len(seen)} adapters and stand-ins in {len(have)} scenarios, {len(table)} rows")
+print(f"{len(seen)} adapters and stubs in {len(have)} scenarios, {len(table)} rows")
 sys.exit(1 if wrong or not seen or not table else 0)

@@ -13,11 +13,11 @@ import sys
 import tempfile
 import time
 
+from waits import PROGRAM_LIMIT
+
 LAB = os.path.dirname(os.path.abspath(__file__))
 ROUTER = os.path.join(LAB, "router")
 FACTORY = os.path.join(LAB, "root/etc/default")
-# Seconds for anything; a machine with other work to do is slow.
-PATIENCE = 100
 
 build = sys.argv[1]
 failures = 0
@@ -31,7 +31,7 @@ def check(what, good, seen=""):
 
 def router(*options, text="", folder=None):
     return subprocess.run([ROUTER, "--build-dir", folder or build, *options], input=text,
-                          capture_output=True, text=True, timeout=PATIENCE)
+                          capture_output=True, text=True, timeout=PROGRAM_LIMIT)
 
 
 def boxes():
@@ -75,7 +75,7 @@ def outside():
 
 def nothing_left(what, box, before):
     """Waits, since the kernel takes a moment to end a namespace."""
-    end = time.monotonic() + PATIENCE
+    end = time.monotonic() + PROGRAM_LIMIT
     while (left := [pid for pid, name in boxes().items() if name == box]) and time.monotonic() < end:
         time.sleep(0.05)
     check(f"{what}: no process left of {box}", box and not left, left)
@@ -104,13 +104,14 @@ class Terminal:
         return bool(data)
 
     def until(self, text):
-        end = time.monotonic() + PATIENCE
+        """True once the text is there; without it the rest could only wait in vain."""
+        end = time.monotonic() + PROGRAM_LIMIT
         while text not in self.seen and time.monotonic() < end and self.read():
             pass
-        good = text in self.seen
-        if good:
-            self.seen = self.seen.partition(text)[2]
-        return good
+        if text not in self.seen:
+            sys.exit(f"  FAIL  {text!r} did not come; seen: {self.seen!r}")
+        self.seen = self.seen.partition(text)[2]
+        return True
 
     def type(self, text):
         os.write(self.file, text.encode())
@@ -122,7 +123,7 @@ class Terminal:
 
     def end(self):
         """The exit status; minus the signal's number where one ended it."""
-        end = time.monotonic() + PATIENCE
+        end = time.monotonic() + PROGRAM_LIMIT
         while time.monotonic() < end:
             self.read()
             process, status = os.waitpid(self.process, os.WNOHANG)
@@ -169,7 +170,7 @@ def commands(how):
     before = outside()
     run = router(*how, "--set", "device_name=Attic",
                  "--exec", "router", "nvram get device_name; nvram get wan_mode; nvram get fw_dmz_enable; echo $LAB_BOX",
-                 "--exec", "lan1", "curl -s -m 20 http://198.51.100.80/",
+                 "--exec", "lan1", "curl -s http://198.51.100.80/",
                  "--exec", "lan2", "ip route | sed 's/ dev.*//;q'",
                  "--exec", "provider", "cat",
                  "--exec", "router", "exit 7",

@@ -10,6 +10,8 @@ import subprocess
 import sys
 import tempfile
 
+from waits import PROGRAM_LIMIT
+
 LAB = os.path.dirname(os.path.abspath(__file__))
 BUILD = sys.argv[1]
 failures = 0
@@ -19,13 +21,13 @@ OUTPUT = {
   ok    [adapter udhcpd, real packets] pc1's address: 192.168.1.33
   ok    a file: "x\y"
 == Second
-  ok    [stand-in ntp] its command line: [x] y
+  ok    [stub ntp] its command line: [x] y
   ok    [real packets] a page
 
 PASS: all 4 checks hold; good
 """),
     "bad": (1, """== First
-  FAIL  [stand-in ntp] its lines: wanted "", saw "one
+  FAIL  [stub ntp] its lines: wanted "", saw "one
   two"
   ok    fine
 
@@ -67,7 +69,7 @@ with tempfile.TemporaryDirectory() as folder:
 
     def run(*options):
         return subprocess.run([os.path.join(folder, "run"), "--build-dir", BUILD, *options],
-                              capture_output=True, text=True, timeout=60)
+                              capture_output=True, text=True, timeout=PROGRAM_LIMIT)
 
     for scenarios, status in [(["good"], 0), (["good", "none"], 0), (["none", "mips"], 77), (["good", "bad"], 1),
                               (["none", "bad"], 1), (["broken"], 1), (["hidden"], 1), (["nowhere"], 2), ([], 1)]:
@@ -78,10 +80,10 @@ with tempfile.TemporaryDirectory() as folder:
         check(f"{' '.join(options)}: status 2, and says why", seen.returncode == 2 and "run: " in seen.stderr, seen)
 
     lines = [" ".join(line.split()) for line in run("good", "bad", "none").stdout.splitlines()]
-    for line in ["good 1 0 adapter udhcpd, real packets First", "good 1 0 real First", "good 1 0 stand-in ntp Second",
-                 "good 1 0 real packets Second", "bad 0 1 stand-in ntp First", "bad 1 0 real First",
+    for line in ["good 1 0 adapter udhcpd, real packets First", "good 1 0 real First", "good 1 0 stub ntp Second",
+                 "good 1 0 real packets Second", "bad 0 1 stub ntp First", "bad 1 0 real First",
                  "real packets 1 ok 0 FAIL", "real packets, through an adapter 1 ok 0 FAIL",
-                 "through an adapter 0 ok 0 FAIL", "by a stand-in 1 ok 1 FAIL", "real, without packets 2 ok 0 FAIL",
+                 "through an adapter 0 ok 0 FAIL", "by a stub 1 ok 1 FAIL", "real, without packets 2 ok 0 FAIL",
                  "none skipped: not here"]:
         check(f"the table: {line}", lines.count(line) == 1, lines)
 
@@ -91,10 +93,10 @@ with tempfile.TemporaryDirectory() as folder:
         {"scenario": "good", "step": "First", "what": "pc1's address: 192.168.1.33",
          "how": "adapter udhcpd, real packets", "passed": True},
         {"scenario": "good", "step": "First", "what": 'a file: "x\\y"', "how": "real", "passed": True},
-        {"scenario": "good", "step": "Second", "what": "its command line: [x] y", "how": "stand-in ntp",
+        {"scenario": "good", "step": "Second", "what": "its command line: [x] y", "how": "stub ntp",
          "passed": True},
         {"scenario": "good", "step": "Second", "what": "a page", "how": "real packets", "passed": True},
-        {"scenario": "bad", "step": "First", "what": 'its lines: wanted "", saw "one', "how": "stand-in ntp",
+        {"scenario": "bad", "step": "First", "what": 'its lines: wanted "", saw "one', "how": "stub ntp",
          "passed": False},
         {"scenario": "bad", "step": "First", "what": "fine", "how": "real", "passed": True}], told)
     check("JSON: the scenarios", told["scenarios"] == {

@@ -13,7 +13,7 @@ step() {
 }
 
 # with HOW [CHECK...]: notes a word for the next check, which is run if it is given: "real packets", "adapter NAME" or
-# "stand-in NAME". The notes are a file, since most questions are asked in a subshell.
+# "stub NAME". The notes are a file, since most questions are asked in a subshell.
 with() {
     echo "$1" >> "$world/how"
     shift
@@ -24,14 +24,14 @@ with() {
 # A program that is itself has none.
 how_of() {
     local how
-    how=$(sed -nE '2{ s/^# Lab (adapter|stand-in).*/\1/p; q; }' "$root$1" 2>/dev/null | tr -d '\0')
+    how=$(sed -nE '2{ s/^# Lab (adapter|stub).*/\1/p; q; }' "$root$1" 2>/dev/null | tr -d '\0')
     [ -z "$how" ] || echo "$how ${1##*/}"
 }
 
 # via PROGRAM [CHECK...]: the next check depends on that program of the router, whatever stands there.
 via() {
     local folder
-    for folder in /usr/sbin /sbin /bin; do
+    for folder in /usr/sbin /usr/bin /sbin /bin; do
         [ -e "$root$folder/$1" ] || continue
         how_of "$folder/$1" >> "$world/how"
         break
@@ -48,7 +48,7 @@ for_step() {
 # The notes since the last check, in brackets; a check without any was of rc itself, its files or the kernel.
 how_shown() {
     local notes
-    notes=$({ cat "$world/how" 2>/dev/null; echo "$step_how"; } | sort -u | awk '
+    notes=$({ cat "$world/how" 2>/dev/null; echo "${step_how//, /$'\n'}"; } | sort -u | awk '
         NF { printf "%s%s", (found++ ? ", " : "["), $0 }
         END { if (found) printf "] " }')
     rm -f "$world/how"
@@ -71,7 +71,7 @@ same() {
     if [ "$2" = "$3" ]; then
         passed "$1: $3"
     else
-        failed "$1: wanted \"$2\", saw \"$3\""
+        failed "$1: expected \"$2\", saw \"$3\""
     fi
 }
 
@@ -81,7 +81,7 @@ like() {
     if [[ $3 == $2 ]]; then
         passed "$1: $3"
     else
-        failed "$1: wanted \"$2\", saw \"$3\""
+        failed "$1: expected \"$2\", saw \"$3\""
     fi
 }
 
@@ -91,34 +91,29 @@ in_pool() {
     if [ "${4%.*}" = "${2%.*}" ] && [ "$last" -ge "${2##*.}" ] && [ "$last" -le "${3##*.}" ]; then
         passed "$1: $4"
     else
-        failed "$1: wanted one of $2 to $3, saw \"$4\""
+        failed "$1: expected one of $2 to $3, saw \"$4\""
     fi
 }
 
-# comes_within SECONDS WHAT COMMAND...: the command succeeds before the time is up. Daemons are started in the
-# background, so a check that follows at once would race with them.
-comes_within() {
-    local seconds=$1 what=$2 tries=0
-    shift 2
-    until "$@" >/dev/null 2>&1; do
-        tries=$((tries + 1))
-        if [ "$tries" -ge $((seconds * 20)) ]; then
-            failed "$what: not within $seconds s"
-            return 1
-        fi
-        sleep 0.05
-    done
-    passed "$what"
-}
-
+# comes WHAT COMMAND...: waits until the command succeeds. Daemons are started in the background, so a check that
+# follows at once would race with them. What has not come at the limit never will, so the scenario ends there.
 comes() {
-    comes_within 5 "$@"
+    local what=$1
+    shift
+    if wait_until "$@"; then
+        passed "$what"
+        return
+    fi
+    failed "$what: still not so after $hang_limit s: it hangs"
+    end_here
 }
 
-# For the end of a step that all others build on: without it, they would only wait for what cannot come.
+end_here() {
+    printf '\nThe scenario ends here, since the later steps need this one.\n'
+    exit 1
+}
+
+# For the end of a step that all others need: without it, they would only wait for what cannot come.
 must_hold() {
-    if [ "$failures" -gt 0 ]; then
-        printf '\nThe other steps need this one, so the scenario ends here.\n'
-        exit 1
-    fi
+    [ "$failures" -eq 0 ] || end_here
 }

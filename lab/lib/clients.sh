@@ -9,14 +9,14 @@ on_pc() {
     in_net "$name" "$@" 9>&-
 }
 
-# ask_lease NAME: a fresh DHCP client asks for an address and ends; lease_of then tells what it got.
+# ask_lease NAME: a fresh DHCP client asks until it gets an address, and ends; lease_of tells what it got.
 ask_lease() {
     local lease=$world/lease.$1
     rm -f "$lease"
     with "real packets" via udhcpd
     install -m 755 "$lab/clients/dhcp_event" "$world/dhcp_event"
-    LEASE_FILE=$lease on_pc "$1" busybox udhcpc -i eth0 -f -q -n -t 5 -T 1 -x "hostname:$1" \
-        -s "$world/dhcp_event" 2>&1 | sed '1!s/^/      | /'
+    LEASE_FILE=$lease on_pc "$1" busybox timeout "$hang_limit" busybox udhcpc -i eth0 -f -q -t 5 -T 1 -A 1 \
+        -x "hostname:$1" -s "$world/dhcp_event" 2>&1 | sed '1!s/^/      | /'
 }
 
 # lease_of NAME FIELD
@@ -32,13 +32,13 @@ browse() {
     printf '%s$ curl %s\n' "$name" "$(display "$@")"
     rm -f "$world/answer"
     with "real packets" via mini_httpd
-    http_status=$(in_net "$name" curl -s -m 3 -i -o "$world/answer" -w '%{http_code}' "$@" 9>&-)
+    http_status=$(in_net "$name" curl -s -m "$hang_limit" -i -o "$world/answer" -w '%{http_code}' "$@" 9>&-)
 }
 
 # answers NAME URL: any answer will do.
 answers() {
     with "real packets" via mini_httpd
-    in_net "$1" curl -s -m 1 -o /dev/null "$2" 9>&-
+    in_net "$1" curl -s -m "$hang_limit" -o /dev/null "$2" 9>&-
 }
 
 answer_line() {

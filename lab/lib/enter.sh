@@ -2,6 +2,9 @@
 # left of it. Needs $lab, $build and $as_user. The program removes $copy in the end, when there is one.
 # shellcheck shell=bash
 
+# shellcheck source=lib/wait.sh
+. "$lab/lib/wait.sh"
+
 beyond=-mknod,-sys_boot,-sys_module,-sys_rawio,-sys_time,-syslog
 private=(--mount --net --pid --fork --mount-proc)
 
@@ -56,9 +59,9 @@ try() {
         'mount --make-rprivate / && mount -t tmpfs trial /tmp && ip link add br0 type bridge && ip link add type veth' 2>&1
 }
 
-# find_way_in: as root without the rights that reach beyond namespaces, else as the root of a user namespace. Leaves
+# find_entry: as root without the rights that reach beyond namespaces, else as the root of a user namespace. Leaves
 # the command in $enter, and in $who what that makes of us.
-find_way_in() {
+find_entry() {
     local reason
     enter=(setpriv --bounding-set="$beyond" unshare)
     who=root
@@ -67,7 +70,7 @@ find_way_in() {
     fi
     enter=(unshare --user --map-root-user)
     who="an ordinary user"
-    reason=$(try "${enter[@]}") || skip "no namespaces, bridge or veth here: $(echo "$reason" | tail -n 1)"
+    reason=$(try "${enter[@]}") || skip "namespaces, a bridge or veth are not available here: $(echo "$reason" | tail -n 1)"
 }
 
 interfaces() {
@@ -83,6 +86,11 @@ remember_outside() {
     LAB_BOX=$$-$(date +%s%N)
     interfaces_before=$(interfaces)
     mounts_before=$(mounts)
+}
+
+# none_left processes|interfaces|mounts: to be waited for, since the kernel takes a moment to end a namespace.
+none_left() {
+    [ -z "$(left "$1")" ]
 }
 
 # left processes|interfaces|mounts: those that the box has left.

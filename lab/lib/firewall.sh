@@ -61,7 +61,7 @@ find_iptables() {
     [ "$iptables" ]
 }
 
-# install_firewall: to be done after power_on; in place of the stand-ins.
+# install_firewall: to be done after power_on; in place of the stubs.
 install_firewall() {
     local plugin
     # Where iptables keeps its lock.
@@ -88,13 +88,14 @@ noted() {
     cat "$root/var/lab/$1.$2" 2>/dev/null
 }
 
-services_are_up() {
-    [ -e "$root/tmp/ntp_start" ] && gone /var/run/my_pid_service && ! router pidof rc
+# qos_is_up NUMBER: the script of QoS, which is started in the background, has come to its end, with that many rules.
+qos_is_up() {
+    rule_counts mangle FORWARD "$1" && ! router pidof qos.conf
 }
 
-# The services run beside what started them, and pause 4 s for the firewall alone.
-services_started() {
-    comes_within 20 "the services were started" services_are_up
+# rule_counts TABLE CHAIN NUMBER: that many rules are there.
+rule_counts() {
+    [ "$(rules "$1" "$2" '-A' | wc -l)" = "$3" ]
 }
 
 # rules TABLE CHAIN [TEXT]: the rules of the chain, or of all for an empty name, as "iptables -v -S" has them with their

@@ -20,12 +20,12 @@ boot() {
     if find_iptables && command -v tc >/dev/null; then
         install_firewall
     else
-        echo "iptables and tc are stand-ins here: ${lacks-no tc}"
+        echo "iptables and tc are stubs here: ${lacks-no tc}"
     fi
     if pppd_there; then
         install_pppd
     else
-        echo "no pppd here (package ppp)"
+        echo "pppd is not installed (package ppp)"
     fi
     router nvram load && router nvram import --replace - < "$image" && router nvram commit || return
     console rc init
@@ -33,24 +33,14 @@ boot() {
         return
     fi
     case $(setting wan_mode) in
-    dhcpc | ip) wait_for 20 services_are_up || echo "The services are not up after 20 s." ;;
-    *) echo "Links by PPP are not dialled in the box: pppd checks its options only (see docs/lab.md)." ;;
+    dhcpc | ip) wait_until services_are_up || echo "The services are not up after $hang_limit s." ;;
+    *) echo "The box does not dial PPP links: pppd only checks its options (see docs/lab.md)." ;;
     esac
     if [ "$(setting dhcp_server_enable)" = 1 ]; then
-        wait_for 5 running udhcpd
+        wait_until running udhcpd
         get_address lan1
         get_address lan2
     fi
-}
-
-wait_for() {
-    local tries=$(($1 * 20))
-    shift
-    until "$@" >/dev/null 2>&1; do
-        tries=$((tries - 1))
-        [ "$tries" -gt 0 ] || return
-        sleep 0.05
-    done
 }
 
 get_address() {
@@ -66,7 +56,7 @@ addresses() {
 describe() {
     local host
     echo
-    printf '%-9s %-52s %s\n' host addresses 'to go there'
+    printf '%-9s %-52s %s\n' host addresses command
     for host in "${hosts[@]}"; do
         printf '%-9s %-52s enter %s\n' "$host" "$(addresses "$host")" "$host"
     done

@@ -72,11 +72,6 @@ planned() {
         "$@" ${action:+$action}
 }
 
-# rule_counts TABLE CHAIN NUMBER: that many rules are there.
-rule_counts() {
-    [ "$(rules "$1" "$2" '-A' | wc -l)" = "$3" ]
-}
-
 # The rules and policies that a plan names: "filter FORWARD 3", "nat PREROUTING policy".
 planned_hits() {
     grep -oE '"type":"(rule|policy)","table":"[a-z]+","chain":"[A-Z_]+"(,"rule":[0-9]+)?' <<< "$1" |
@@ -145,13 +140,15 @@ arrived_with() {
     cat "$world/arrived.lan" "$world/arrived.wan" | sed -n "s/^$packet_id /any &/p" | cut -d ' ' -f "$1"
 }
 
-# as_planned PLAN HITS ARRIVAL: leaves what the kernel has counted in $seen.
+# as_planned PLAN HITS ARRIVAL: whether the kernel has counted this and the packet has arrived there; leaves what was
+# counted in $seen.
 as_planned() {
     seen=$(own_hits "$1" "$(kernel_hits)")
     [ "$seen" = "$2" ] && [ "$(arrival)" = "$3" ]
 }
 
-# The lines of packets that were to arrive nowhere: one might have come after it was looked for.
+# The lines of packets that were to arrive nowhere: one might have come after it was looked for. Packets are noted in
+# the order in which they arrive, so this is asked once a later one has been noted on both sides.
 late_arrivals() {
     local id
     for id in "${ended[@]}"; do
@@ -180,7 +177,7 @@ meets() {
     packet_id=$((packet_id + 1000))
     plan=$(planned "${words[@]}")
     if [[ $plan != *"\"verdict\":\"$verdict\""* ]]; then
-        failed "$what: wanted $verdict, rcplan says: $plan"
+        failed "$what: expected $verdict, rcplan says: $plan"
         return
     fi
     note_met "$plan"
@@ -189,29 +186,28 @@ meets() {
     hold_against "$what" "$plan"
 }
 
-# hold_against WHAT PLAN: compares what the kernel did. It needs a moment, and so does what notes the arrival.
+# hold_against WHAT PLAN: waits until the kernel has done what is planned. It needs a moment, and so does what notes
+# the arrival.
 hold_against() {
-    local tries seen hits expected text
+    local seen hits expected text
     hits=$(planned_hits "$2")
     expected=$(expected_arrival "$2")
     text=$(sed -E 's/.*"text":"([^"]*)","decision".*/\1/' <<< "$2")
-    for ((tries = 0; tries < 20; tries++)); do
-        if as_planned "$2" "$hits" "$expected"; then
-            passed "$1: $text${expected:+, seen on ${expected%% *}}"
-            [ "$expected" ] || ended+=("$packet_id")
-            return
-        fi
-        sleep 0.05
-    done
+    if wait_until as_planned "$2" "$hits" "$expected"; then
+        passed "$1: $text${expected:+, seen on ${expected%% *}}"
+        [ "$expected" ] || ended+=("$packet_id")
+        return
+    fi
     failed "$1: $text"
     diff <(echo "$hits") <(echo "$seen") | sed -n 's/^</        planned/p; s/^>/        counted/p'
     printf '        expected "%s", arrived "%s"\n' "$expected" "$(arrival)"
+    end_here
 }
 
 # meets_either WHAT SIDE OPTION WORDS...: chance decides, and OPTION makes rcplan take the other way. The kernel must
 # take one of the two; leaves in $taken which, 0 or 1.
 meets_either() {
-    local what=$1 side=$2 option=$3 tries seen
+    local what=$1 side=$2 option=$3 seen
     local -a plans hits expected
     shift 3
     packet_id=$((packet_id + 1000))
@@ -224,21 +220,24 @@ meets_either() {
     done
     forget_hits
     on_wire "$side" "$@"
-    for ((tries = 0; tries < 20; tries++)); do
-        for taken in 0 1; do
-            as_planned "${plans[taken]}" "${hits[taken]}" "${expected[taken]}" && return
-        done
-        sleep 0.05
-    done
-    taken=none
+    wait_until either_as_planned && return
     failed "$what: neither way is the kernel's"
     diff <(echo "${hits[0]}") <(echo "$seen") | sed -n 's/^</        planned/p; s/^>/        counted/p'
+    end_here
+}
+
+# For meets_either: leaves the way that was taken in $taken.
+either_as_planned() {
+    for taken in 0 1; do
+        as_planned "${plans[taken]}" "${hits[taken]}" "${expected[taken]}" && return
+    done
+    return 1
 }
 
 # meets_both WHAT SIDE COUNT OPTION WORDS...: so many packets that some are beyond a limit: together they meet the
 # rules of both ways, and no others.
 meets_both() {
-    local what=$1 side=$2 count=$3 option=$4 within beyond tries wanted seen
+    local what=$1 side=$2 count=$3 option=$4 within beyond wanted seen hangs=''
     shift 4
     packet_id=$((packet_id + 1000))
     within=$(planned "$@")
@@ -248,12 +247,15 @@ meets_both() {
     wanted=$(sort -u <(planned_hits "$within") <(planned_hits "$beyond"))
     forget_hits
     on_wire "$side" "$@" --count "$count"
-    for ((tries = 0; tries < 20; tries++)); do
-        seen=$(own_hits "$beyond" "$(kernel_hits)")
-        [ "$seen" != "$wanted" ] || break
-        sleep 0.05
-    done
+    wait_until both_met || hangs=1
     same "$what" "$(xargs <<< "$wanted")" "$(xargs <<< "$seen")"
+    [ -z "$hangs" ] || end_here
+}
+
+# For meets_both.
+both_met() {
+    seen=$(own_hits "$beyond" "$(kernel_hits)")
+    [ "$seen" = "$wanted" ]
 }
 
 # What the rules that were met have asked and done: each option, module and target once, and the options with a "!".

@@ -23,19 +23,19 @@ serve() {
     in_net "$1" busybox httpd -p "$2:$3" -h "$home" 9>&-
 }
 
-# get NET SECONDS [CURL_OPTION...] URL: leaves in $got the page's first line, or what happened instead.
+# get NET [CURL_OPTION...] URL: leaves in $got the page's first line, or what happened instead.
 get() {
-    local net=$1 seconds=$2 status
-    shift 2
+    local net=$1 status
+    shift
     printf '%s$ curl %s\n' "$net" "$(display "$@")"
     with "real packets" via iptables
-    got=$(in_net "$net" curl -s -m "$seconds" "$@" 9>&-)
+    got=$(in_net "$net" curl -s -m "$hang_limit" "$@" 9>&-)
     status=$?
     got=${got%%$'\n'*}
     case $status in
     0) ;;
     7) got="refused" ;;
-    28) got="no answer" ;;
+    28) got="no answer within $hang_limit s" ;;
     52 | 56) got="cut off" ;;
     *) got="curl's status $status" ;;
     esac
@@ -45,26 +45,77 @@ get() {
 reaches() {
     local what=$1 server=$2 asker=$3 net=$4
     shift 4
-    get "$net" 5 "$@"
+    get "$net" "$@"
     same "$what" "$server, asked by $asker" "$got"
 }
 
-# fails WHAT HOW NET [CURL_OPTION...] URL
+# fails WHAT HOW NET [CURL_OPTION...] URL: HOW is "refused" or "cut off".
 fails() {
     local what=$1 how=$2 net=$3
     shift 3
-    get "$net" 1 "$@"
+    get "$net" "$@"
     same "$what" "$how" "$got"
 }
 
-# new_pings NET COUNT ADDRESS: all at once, each by a program of its own; leaves the number of those that were answered
-# in $answers. The pings of one program belong together for the kernel: from the second on they are not new.
-new_pings() {
+# For each network a page that it reaches, by the same way as what it does not reach.
+declare -A known_page
+
+# no_answer WHAT NET [CURL_OPTION...] URL: the connection is asked for and nothing comes back. That shows at an event
+# and needs no pause: the known page of the network is asked for later and arrives, while the connection is still waiting
+# for its first answer.
+no_answer() {
+    local what=$1 net=$2 asker
+    shift 2
+    printf '%s$ curl %s\n' "$net" "$(display "$@")"
     with "real packets" via iptables
-    printf '%s$ for i in {1..%s}; do ping -q -c 1 -W 2 %s & done; wait\n' "$1" "$2" "$3"
-    # shellcheck disable=SC2016  # The inner shell's own words.
-    answers=$(in_net "$1" bash -c 'for ((i = 0; i < $1; i++)); do busybox ping -q -c 1 -W 2 "$2" & done; wait' \
-        bash "$2" "$3" 9>&- | grep -c ', 1 packets received')
+    nsenter --net="$world/net/$net" curl -s -o "$world/page" -m "$hang_limit" "$@" 9>&- &
+    asker=$!
+    wait_until asked_or_ended "$net" "$asker"
+    if ! in_net "$net" curl -s -o "$world/known_page" -m "$hang_limit" "${known_page[$net]}" 9>&-; then
+        failed "$what: ${known_page[$net]}, which should be reached, is not"
+    elif asks "$net"; then
+        passed "$what: no answer"
+    else
+        wait "$asker"
+        failed "$what: expected no answer, curl ended with status $?, page \"$(head -n 1 "$world/page" 2>/dev/null)\""
+    fi
+    kill "$asker" 2>/dev/null
+    wait "$asker" 2>/dev/null
+    rm -f "$world/page" "$world/known_page"
+}
+
+# asks NET: there is a connection in state SYN_SENT (02).
+asks() {
+    # shellcheck disable=SC2016  # awk's own words.
+    in_net "$1" awk 'NR > 1 && $4 == "02" { found = 1 } END { exit !found }' /proc/net/tcp
+}
+
+asked_or_ended() {
+    asks "$1" || ! kill -0 "$2"
+}
+
+# pings NET COUNT ADDRESS: one after the other, each answered before the next.
+pings() {
+    with "real packets" via iptables
+    in_net "$1" busybox ping -c "$2" -W "$hang_limit" -i 0.01 "$3" 9>&-
+}
+
+# flood NET COUNT ADDRESS MAC: that many pings by send_packet, each of another number and so a new connection to the
+# kernel; those of one ping program would belong together. ADDRESS is reached at MAC.
+flood() {
+    local own
+    own=$(in_net "$1" cat /sys/class/net/eth0/address)
+    with "real packets" via iptables
+    printf '%s$ send_packet eth0 --proto icmp --dst %s --count %s\n' "$1" "$3" "$2"
+    in_net "$1" perl "$lab/send_packet" eth0 --id 1000 --count "$2" --mac-source "$own" --mac-dest "$4" --proto icmp \
+        --src "$provider_gateway" --dst "$3" 9>&-
+}
+
+# pings_answered NET: how many answers to pings have come there.
+pings_answered() {
+    # shellcheck disable=SC2016
+    in_net "$1" awk '$1 == "Icmp:" && !count { count = split($0, names); next }
+        $1 == "Icmp:" { for (i = 1; i <= count; i++) if (names[i] == "InEchoReps") print $i }' /proc/net/snmp
 }
 
 # look_ups NET COUNT ADDRESS: that many queries for a name server. All ports are open at once, so each is another one,
@@ -82,5 +133,5 @@ look_ups() {
 # ttl_seen NET ADDRESS: the TTL of a ping's answer.
 ttl_seen() {
     with "real packets" via iptables
-    in_net "$1" busybox ping -c 1 -W 2 "$2" 9>&- | sed -n 's/.* ttl=\([0-9]*\).*/\1/p'
+    in_net "$1" busybox ping -c 1 -W "$hang_limit" "$2" 9>&- | sed -n 's/.* ttl=\([0-9]*\).*/\1/p'
 }

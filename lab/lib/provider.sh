@@ -41,11 +41,10 @@ new_provider() {
 }
 
 # The provider's list of leases: MAC address, IP address, the host's name where it gave one, time left. The server
-# writes it on SIGUSR1.
+# writes it on SIGUSR1, some time after the signal, so what is read may be the list of the time before.
 provider_leases() {
     with "real packets" via udhcpc
     kill -USR1 "$(cat "$world/provider/udhcpd.pid")"
-    sleep 0.05
     busybox dumpleases -f "$world/provider/leases" | sed 1d
 }
 
@@ -54,13 +53,15 @@ provider_lease() {
     provider_leases | awk -v address="$1" '$2 == address { $1 = $2 = ""; sub(/^ +/, ""); print }'
 }
 
-# leased_out ADDRESS PATTERN: whether the provider's entry for the address is like that.
+# leased_out ADDRESS PATTERN: whether the provider's entry for the address is like that; to be waited for.
 leased_out() {
     # shellcheck disable=SC2053  # The right side is a pattern on purpose.
     [[ $(provider_lease "$1") == $2 ]]
 }
 
+# given_back ADDRESS: adapters/killall sees to it that the client has time to do so.
 given_back() {
+    via killall
     leased_out "$1" '*expired'
 }
 

@@ -11,7 +11,7 @@ not_running() {
     ! router pidof "$1"
 }
 
-# The names of the stand-ins whose command lines match.
+# The names of the stubs whose command lines match.
 callers() {
     local lines path
     lines=$(grep -E -- "$1" "$root/tmp/calls" 2>/dev/null) || lines=$(grep -oE '/[a-z]+(/[a-z]+)?/[A-Za-z0-9_-]+' <<< "$1")
@@ -20,7 +20,7 @@ callers() {
     done <<< "$lines" >> "$world/how"
 }
 
-# in_file PATTERN PATH. What is in /tmp/calls was noted by a stand-in, and who that was is looked up afterwards: a line
+# in_file PATTERN PATH. What is in /tmp/calls was noted by a stub, and who that was is looked up afterwards: a line
 # that comes between the two readings is then known to the second, never only to the first.
 in_file() {
     local status=0
@@ -62,6 +62,22 @@ lines_are() {
     [ "$(lines_of "$1")" = "$2" ]
 }
 
+# The script that the DHCP client runs when it gets a lease calls actions of rc, and starts the services last of all,
+# in the background.
+event_script_ended() {
+    ! router pidof udhcpc.script udhcpc.fix.script udhcpc.l2tp.script
+}
+
+# services_are_up: `rc service restart` has run to its end.
+services_are_up() {
+    on_router /tmp/ntp_start && event_script_ended && ! router pidof rc && gone /var/run/my_pid_service
+}
+
+# The services are started in the background; the firewall alone pauses 4 s.
+services_started() {
+    comes "the services were started" services_are_up
+}
+
 mac_of() {
     router ip link show dev "$1" | sed -nE 's,.*link/ether ([^ ]+) .*,\1,p'
 }
@@ -85,7 +101,7 @@ leased() {
 bridge_ports() {
     local ports
     ports=$(in_net router ip -o link show master br0 | sed -E 's/^[0-9]+: ([^@:]+).*/\1/' | xargs)
-    [[ " $ports " != *' ra0 '* ]] || with "stand-in radio"
+    [[ " $ports " != *' ra0 '* ]] || with "stub radio"
     echo "$ports"
 }
 

@@ -46,13 +46,13 @@ install_listed_programs() {
     local kind path name
     while read -r kind path name; do
         if [ "$kind" = available ]; then
-            if command -v "$name" >/dev/null; then kind=program; else kind=standin; fi
+            if command -v "$name" >/dev/null; then kind=program; else kind=stub; fi
         fi
         case $kind in
         '' | '#'*) ;;
         program) install_program "$(command -v "$name")" "$path" ;;
         adapter) install -D -m 755 "$lab/adapters/$name" "$root$path" ;;
-        standin) install -D -m 755 "$lab/adapters/standin" "$root$path" ;;
+        stub) install -D -m 755 "$lab/adapters/stub" "$root$path" ;;
         *) echo "box: programs.txt: unknown kind $kind" >&2 && return 1 ;;
         esac
     done < "$lab/programs.txt"
@@ -64,6 +64,7 @@ make_root() {
     mount -t tmpfs -o mode=755 router "$root"
     mkdir -p "$root"/{bin,dev,flash,host,lib,proc,sbin,sys,tmp,usr/bin,usr/lib,usr/sbin,var/run}
     cp -R "$lab/root/." "$root/"
+    install -D -m 644 "$lab/lib/wait.sh" "$root/usr/lab/wait.sh"
     install_listed_programs || return 1
     install_program "$build/bin/rc" /usr/sbin/rc
     install_program "$build/bin/nvram" /usr/sbin/nvram
@@ -80,19 +81,14 @@ make_root() {
 }
 
 power_on() {
-    local tries=0
     plug_router
     make_root || return 1
     in_net router unshare --mount --pid --fork --propagation private \
         sh "$lab/lib/router_init.sh" "$root" "$world/router_pid" 9>&- &
-    until [ -e "$root/tmp/.on" ]; do
-        tries=$((tries + 1))
-        if [ "$tries" -ge 250 ]; then
-            echo "box: the router does not start" >&2
-            return 1
-        fi
-        sleep 0.02
-    done
+    if ! wait_until [ -e "$root/tmp/.on" ]; then
+        echo "box: the router does not start within $hang_limit s" >&2
+        return 1
+    fi
     rm "$root/tmp/.on"
     read -r router_pid < "$world/router_pid"
 }

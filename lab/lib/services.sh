@@ -33,13 +33,13 @@ syslog_is() {
     ${reader:+via "$reader"} same "the fields in order" "$names" "$syslog_names"
 }
 
-# calls [PATTERN]: the command lines of the stand-ins, those that match, parted by "; ".
+# calls [PATTERN]: the command lines of the stubs, those that match, parted by "; ".
 calls() {
     grep -E -- "${1-.}" "$root/tmp/calls" 2>/dev/null | awk '{ printf "%s%s", (NR > 1 ? "; " : ""), $0 }'
     callers "${1-.}"
 }
 
-# called DAEMON LINE: a stand-in for a daemon was started with that command line, and runs.
+# called DAEMON LINE: a stub for a daemon was started with that command line, and runs.
 called() {
     comes "$1 was started" in_file "^/usr/sbin/$1 " /tmp/calls
     same "its command line" "$2" "$(calls "^/usr/sbin/$1 ")"
@@ -53,7 +53,7 @@ interfaces_of_router() {
 
 # interface_state NAME: whether it is up, its bridge, MTU, MAC address and address.
 interface_state() {
-    [ "$1" != ra0 ] || with "stand-in radio"
+    [ "$1" != ra0 ] || with "stub radio"
     in_net router ip -o link show dev "$1" | awk '{
         state = $3 ~ /[<,]UP[,>]/ ? "up" : "down"
         for (i = 4; i < NF; i++) {
@@ -84,6 +84,11 @@ processes() {
         awk 'NR == 1 { own = $1 } NR > 2 && $1 != own { print $1, $2 }' | sort -n | xargs
 }
 
+# processes_named NAME...: these processes run and no others, in order of their numbers.
+processes_named() {
+    [ "$(processes | xargs -n 2 | cut -d ' ' -f 2 | xargs)" = "$*" ]
+}
+
 processes_are() {
     [ "$(processes)" = "$1" ]
 }
@@ -92,9 +97,9 @@ group_is_up() {
     in_file ez-ipupdate /tmp/calls && gone /var/run/my_pid_service
 }
 
-# `rc service restart` runs beside what started it and takes seconds; the last of the group is ddns.
+# `rc service restart` runs in the background and takes seconds; the last of the group is ddns.
 group_started() {
-    comes_within 20 "the services were started, all of the group" group_is_up
+    comes "the services were started, all of the group" group_is_up
 }
 
 # The IGMP version that the kernel was told to keep to on the WAN port; 0 leaves it to the network.

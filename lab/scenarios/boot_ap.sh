@@ -22,11 +22,11 @@ power_on || exit 1
 console rc init
 same "the bridge" "eth2 ra0" "$(bridge_ports)"
 same "br0's address" 192.168.1.2/24 "$(lan_address)"
-with "stand-in /dev/mtd0" same "eth2's MAC address" "$board_mac" "$(mac_of eth2)"
+with "stub /dev/mtd0" same "eth2's MAC address" "$board_mac" "$(mac_of eth2)"
 must_hold
 same "the default route" "192.168.1.1 br0" "$(default_route)"
 same "the name server" "nameserver 192.168.1.53" "$(cat "$root/tmp/resolv.conf")"
-like "the Ethernet driver was loaded (a stand-in notes its command line)" "/sbin/insmod *raeth.ko zl_lan_wan=0" \
+like "the Ethernet driver was loaded (a stub notes its command line)" "/sbin/insmod *raeth.ko zl_lan_wan=0" \
     "$(cat "$root/tmp/calls" && callers .)"
 comes "mini_httpd answers" answers pc1 http://192.168.1.2/
 same "no DHCP server" "" "$(router pidof udhcpd)"

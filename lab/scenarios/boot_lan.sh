@@ -7,22 +7,22 @@ page=http://192.168.1.1/
 new_pc pc1 02:00:00:00:00:11
 new_pc pc2 02:00:00:00:00:12
 
-step "The router is switched on for the first time: its flash holds no settings yet"
+step "The router is switched on for the first time, with a flash without settings"
 power_on || exit 1
 console rc init
 same "the settings are loaded, LAN address" 192.168.1.1 "$(setting lan_ipaddr)"
-with "stand-in /dev/mtd0" same "the board's MAC address from flash" "$board_mac" "$(setting lan_assign_mac)"
-with "stand-in /dev/mtd0" same "the board's WPS PIN from flash" "$board_pin" "$(setting wsc_device_pin)"
-with "stand-in /dev/mtd0" same "/var/wps_pin" "$board_pin" "$(cat "$root/var/wps_pin")"
-with "stand-in /dev/mtd0" same "/tmp/version" "$board_version" "$(cat "$root/tmp/version")"
+with "stub /dev/mtd0" same "the board's MAC address from flash" "$board_mac" "$(setting lan_assign_mac)"
+with "stub /dev/mtd0" same "the board's WPS PIN from flash" "$board_pin" "$(setting wsc_device_pin)"
+with "stub /dev/mtd0" same "/var/wps_pin" "$board_pin" "$(cat "$root/var/wps_pin")"
+with "stub /dev/mtd0" same "/tmp/version" "$board_version" "$(cat "$root/tmp/version")"
 same "br0's address" 192.168.1.1/24 "$(lan_address)"
-with "stand-in /dev/mtd0" same "eth2.1's MAC address" "$board_mac" "$(mac_of eth2.1)"
+with "stub /dev/mtd0" same "eth2.1's MAC address" "$board_mac" "$(mac_of eth2.1)"
 comes "mini_httpd runs" running mini_httpd
 comes "udhcpd runs" running udhcpd
 if command -v pppoe-relay >/dev/null; then
     comes "pppoe-relay runs" running pppoe-relay
 else
-    comes "pppoe-relay was started (a stand-in notes its command line)" \
+    comes "pppoe-relay was started (a stub notes its command line)" \
         in_file '^/usr/sbin/pppoe-relay -C br0 -S eth2\.2$' /tmp/calls
 fi
 must_hold
@@ -81,9 +81,9 @@ same "the new one" 200 "$http_status"
 console rc httpd stop
 comes "mini_httpd has ended" not_running mini_httpd
 browse pc1 -u admin:open-sesame "$page"
-same "nobody answers" 000 "$http_status"
+same "the status of a request to the stopped server" 000 "$http_status"
 
-step "A power cut: what was committed is there again, what was only set is not"
+step "A power cut: committed settings survive, uncommitted ones do not"
 console nvram commit
 console nvram set device_name=Forgotten
 echo "(the router is switched off and on)"

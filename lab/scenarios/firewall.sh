@@ -12,15 +12,16 @@ friend=$provider_server
 separator=$'\x01'
 field=$'\x02'
 
+command -v perl > /dev/null || { echo "perl is not installed (see lab/packages.txt)"; exit 77; }
 if ! find_iptables; then
-    echo "no iptables for the router's rules here: $lacks"
+    echo "no iptables here for the router's rules: $lacks"
     exit 77
 fi
 
 # What the adapters could not get accepted, by kind; a word for what is meant to be refused.
 refusals() {
-    noted iptables refused | sed -E 's/^-t (nat|filter) -X [A-Z_]+: .*(No chain|does not exist).*/no such chain yet/'
-    noted tc refused | sed -E 's/^qdisc del dev [^ ]+ root: .*/no such qdisc yet/'
+    noted iptables refused | sed -E 's/^-t (nat|filter) -X [A-Z_]+: .*(No chain|does not exist).*/no such chain/'
+    noted tc refused | sed -E 's/^qdisc del dev [^ ]+ root: .*/no such qdisc/'
 }
 
 changes() {
@@ -36,7 +37,7 @@ at_least() {
     if [ "$3" -ge "$2" ]; then
         passed "$1: $3"
     else
-        failed "$1: wanted at least $2, saw \"$3\""
+        failed "$1: expected at least $2, saw \"$3\""
     fi
 }
 
@@ -64,6 +65,7 @@ serve pc2 192.168.1.40 1750 pc2
 new_pc pc3 02:00:00:00:00:13
 pc_at pc3 192.168.1.50
 serve pc3 192.168.1.50 5000 pc3
+known_page=([pc1]="http://$shop/cgi-bin/who" [provider]="http://$wan:8080/cgi-bin/who")
 
 # Whatever the hour is, the zone makes it noon on the router, so that no period ends during the scenario.
 hour=$(TZ=UTC0 date +%-H)
@@ -71,7 +73,7 @@ noon=LAB$((hour - 12))
 morning=LAB$((hour - 12 + 4))
 today=$(TZ=$noon date +%w)
 
-step "The router is switched on with rules of its owner's own; today's iptables and tc take them"
+step "The router is switched on with the owner's own rules; today's iptables and tc accept them"
 power_on || exit 1
 install_firewall
 console nvram load
@@ -105,8 +107,8 @@ console nvram commit
 console rc init
 services_started
 same "the masquerade" "-A POSTROUTING -o eth2.2 -j MASQUERADE" "$(plain_rules nat POSTROUTING MASQUERADE)"
-same "what was refused: 20 chains and 2 queues to be removed that are not there yet" \
-    "20 no such chain yet; 2 no such qdisc yet" \
+same "refused: the removal of 20 chains and 2 queues that do not exist yet" \
+    "20 no such chain; 2 no such qdisc" \
     "$(refusals | sort | uniq -c | awk '{ $1 = $1; printf "%s%s", (NR > 1 ? "; " : ""), $0 }')"
 must_hold
 same "rules given in today's grammar: moved \"!\", drops, chances, broadcasts, rejections" "3 1 1 1 1" \
@@ -118,7 +120,7 @@ reaches "a page of the Internet" shop "$wan" pc1 "http://$shop/cgi-bin/who"
 counted "the new connection was logged" filter FORWARD '[Out Going]'
 counted "its segment size was cut to the WAN's" filter FORWARD '--set-mss 1360'
 look_ups pc1 20 192.168.1.1
-comes "20 name look-ups at the router are sent on" looked_up 20
+comes "20 name look-ups at the router are forwarded" looked_up 20
 counted "the first name server has some" nat DNS 203.0.113.53
 counted "and the second one some" nat DNS 203.0.113.54
 
@@ -132,20 +134,20 @@ counted "the range was logged" filter FORWARD '[PORT RANGE FORWARD]'
 # The range holds the port of PPTP, whose traffic is GRE.
 same "rules for GRE" "1 1 1" "$(rules nat PF '-p gre' | wc -l) $(rules nat POSTROUTING '-p gre' | wc -l) \
 $(rules filter FORWARD '-p gre' | wc -l)"
-fails "a port that is not forwarded" "no answer" provider "http://$wan:8081/cgi-bin/who"
-fails "the computer's own address from outside" "no answer" provider http://192.168.1.40/cgi-bin/who
-counted "that was dropped before it was routed" nat PRE_BASIC NFQUEUE
+no_answer "a port that is not forwarded" provider "http://$wan:8081/cgi-bin/who"
+no_answer "the computer's own address from outside" provider http://192.168.1.40/cgi-bin/who
+counted "and is dropped before routing" nat PRE_BASIC NFQUEUE
 
-step "Remote management answers one address only, and on its own port only"
+step "Remote management answers one address only, on its own port only"
 page="http://$wan:8889/"
-get provider 5 --interface "$friend" -u admin:1234 -o /dev/null -w '%{http_code}' "$page"
+get provider --interface "$friend" -u admin:1234 -o /dev/null -w '%{http_code}' "$page"
 same "from $friend" 200 "$got"
-fails "from $provider_gateway" "no answer" provider --interface "$provider_gateway" "$page"
-fails "from $friend, the web server's own port" "no answer" provider --interface "$friend" "http://$wan/"
+no_answer "from $provider_gateway" provider --interface "$provider_gateway" "$page"
+no_answer "from $friend, the web server's own port" provider --interface "$friend" "http://$wan/"
 
 step "A service is blocked, for all but a trusted MAC address"
-fails "port 21" "no answer" pc1 "http://$shop:21/cgi-bin/who"
-counted "that was logged" filter ACL_BLOCK '[ACCESS BLOCK]'
+no_answer "port 21" pc1 "http://$shop:21/cgi-bin/who"
+counted "it is logged" filter ACL_BLOCK '[ACCESS BLOCK]'
 counted "and dropped" filter ACL_BLOCK '-j DROP'
 reaches "port 80" shop "$wan" pc1 "http://$shop/cgi-bin/who"
 reaches "port 21 for the trusted pc2" shop "$wan" pc2 "http://$shop:21/cgi-bin/who"
@@ -153,7 +155,7 @@ reaches "port 21 for the trusted pc2" shop "$wan" pc2 "http://$shop:21/cgi-bin/w
 step "A keyword is blocked while the schedule is open, for all but the trusted address"
 same "/tmp/cron_schedule" 1 "$(cat "$root/tmp/cron_schedule")"
 fails "a page with the keyword" "cut off" pc1 "http://$shop/cgi-bin/casino"
-counted "that was logged" filter BLOCK '[BLOCK]'
+counted "it is logged" filter BLOCK '[BLOCK]'
 counted "and rejected" filter BLOCK '--reject-with tcp-reset'
 reaches "a page without" shop "$wan" pc1 "http://$shop/cgi-bin/who"
 reaches "the page with the keyword for the trusted pc2" shop "$wan" pc2 "http://$shop/cgi-bin/casino"
@@ -161,26 +163,30 @@ comes "the firewall starts again at the period's edges" in_file "^0 14 \* \* $to
     /var/crontab
 
 step "More pings than 5 a second are dropped, after the first 60"
+# pings_counted: the rules have let through, or dropped, all that were sent.
+pings_counted() {
+    through=$(($(packets filter DOS '--limit 5/sec') - allowed))
+    dropped=$(packets filter DOS '-j DROP')
+    [ $((through + dropped)) = 240 ]
+}
+pings_are_answered() {
+    [ $(($(pings_answered provider) - answered)) = "$through" ]
+}
 allowed=$(packets filter DOS '--limit 5/sec')
+answered=$(pings_answered provider)
 began=$(date +%s)
-new_pings provider 120 "$wan"
+flood provider 240 "$wan" "$(mac_of eth2.2)"
+comes "240 pings are counted" pings_counted
 limit=$((60 + 5 * ($(date +%s) - began + 1)))
-through=$(($(packets filter DOS '--limit 5/sec') - allowed))
 if [ "$through" -ge 60 ] && [ "$through" -le "$limit" ]; then
-    passed "let through by the rule: $through of 120, 60 to $limit expected"
+    passed "let through by the rule: $through of 240, 60 to $limit expected"
 else
-    failed "let through by the rule: $through of 120, 60 to $limit expected"
+    failed "let through by the rule: $through of 240, 60 to $limit expected"
 fi
-same "dropped by the last one" "$((120 - through))" "$(packets filter DOS '-j DROP')"
-# A busy machine may take longer for an answer than ping waits.
-if [ "$answers" -gt 0 ] && [ "$answers" -le "$through" ]; then
-    passed "answered: $answers"
-else
-    failed "answered: $answers, up to $through expected"
-fi
+comes "all that were let through are answered, and no others" pings_are_answered
 counted "logged" filter DOS '[DOS] '
 
-step "The owner lifts the block, sets a DMZ host, lets more addresses manage, turns QoS on, and puts the clock back"
+step "The owner lifts the block, sets a DMZ host, permits remote management from more addresses, turns QoS on, and sets the clock back"
 console nvram set ac_control=0
 console nvram set "time_zone=$morning"
 console nvram set fw_dmz_enable=1
@@ -196,7 +202,8 @@ console nvram set wan_bandwidth=1000
 console nvram set "qos=$(qos_record 0 surfing 80 0)$(qos_record 1 pages 80 2)"
 forget_firewall
 console rc firewall restart
-same "what was refused: 2 queues to be removed, and again by the script" "4 no such qdisc yet" \
+comes "QoS is set up" qos_is_up 4
+same "refused: the removal of 2 queues, by the stop and by the script" "4 no such qdisc" \
     "$(refusals | sort | uniq -c | xargs)"
 same "/tmp/cron_schedule" 0 "$(cat "$root/tmp/cron_schedule")"
 same "rules for keywords" "" "$(rules filter CFILTER '-j HTTP')$(rules filter HTTP '--string')"
@@ -206,44 +213,47 @@ reaches "a port of the WAN that nothing else uses: the DMZ host" pc3 "$provider_
     provider "http://$wan:5000/cgi-bin/who"
 reaches "a forwarded port, still its own computer" pc2 "$provider_gateway" \
     provider "http://$wan:8080/cgi-bin/who"
-get provider 5 --interface "$provider_gateway" -u admin:1234 -o /dev/null -w '%{http_code}' "$page"
+get provider --interface "$provider_gateway" -u admin:1234 -o /dev/null -w '%{http_code}' "$page"
 same "remote management from $provider_gateway" 200 "$got"
 fails "from $friend the same port is the DMZ host's, which serves nothing there" refused \
     provider --interface "$friend" "$page"
 same "the TTL that the router sets" 77 "$(ttl_seen pc1 "$shop")"
 
-step "QoS: what is marked is counted in its class, and the line keeps to its rate"
+step "QoS: marked packets are counted in their class, and the line keeps to its rate"
 requests=$(class_bytes eth2.2 1:10)
 pages=$(class_bytes br0 1:30)
 others=$(class_bytes eth2.2 1:20)
-get pc1 5 -o /dev/null -w '%{size_download} %{time_total}' "http://$shop/big"
+get pc1 -o /dev/null -w '%{size_download} %{time_total}' "http://$shop/big"
 read -r size seconds <<< "$got"
 same "a file of 100 kB" 100000 "$size"
-# The link itself takes a few milliseconds.
-if awk -v seconds="$seconds" 'BEGIN { exit !(seconds > 0.6 && seconds < 3) }'; then
-    passed "it took $seconds s, 0.8 s at 1000 kbit/s"
+# The link itself takes a few milliseconds; a busy machine takes longer, never less.
+if awk -v seconds="$seconds" 'BEGIN { exit !(seconds > 0.6) }'; then
+    passed "it took $seconds s, at least 0.8 s less the first burst at 1000 kbit/s"
 else
-    failed "it took $seconds s, and 0.8 s are wanted at 1000 kbit/s"
+    failed "it took $seconds s, and at 1000 kbit/s it takes 0.8 s less the first burst"
 fi
 console /usr/sbin/tc -s class show dev br0
+same "the rate of all classes of br0 together" 1Mbit \
+    "$(sed -nE 's/^class htb 1:1 root .*rate ([^ ]+) ceil.*/\1/p' "$world/output")"
 at_least "pages from the WAN's port 80, class 1:30 of br0, bytes" 100000 "$(($(class_bytes br0 1:30) - pages))"
-at_least "what is sent to port 80, class 1:10 of eth2.2, bytes" 1000 "$(($(class_bytes eth2.2 1:10) - requests))"
-new_pings pc1 10 "$shop"
+at_least "requests to port 80, class 1:10 of eth2.2, bytes" 1000 "$(($(class_bytes eth2.2 1:10) - requests))"
+pings pc1 10 "$shop" > /dev/null
 # With the router's questions for MAC addresses, which belong there as well.
 at_least "10 pings, which no rule marks, class 1:20 of eth2.2, bytes" $((10 * 98)) \
     "$(($(class_bytes eth2.2 1:20) - others))"
 
-step "The clock is put right, and the period is open: cron starts the firewall at its edge"
+step "The clock is right again, and the period is open: cron starts the firewall at its edge"
 console nvram set "time_zone=$noon"
 forget_firewall
 console rc firewall start
-same "what was refused: the chains are there now, and the queues" "" "$(refusals)"
+comes "QoS is set up, once more" qos_is_up 8
+same "refused: nothing, since the chains and the queues exist now" "" "$(refusals)"
 same "/tmp/cron_schedule" 1 "$(cat "$root/tmp/cron_schedule")"
 same "rules for two keywords" 2 "$(rules filter HTTP '--string' | wc -l)"
 fails "the page with the keyword" "cut off" pc1 "http://$shop/cgi-bin/casino"
 reaches "a page without" shop "$wan" pc1 "http://$shop/cgi-bin/who"
 # Only a stop empties the table mangle.
-same "rules for the TTL, and for the mark of a page: nothing was stopped before this start" "2 2" \
+same "rules for the TTL, and for the mark of a page, after a start without a stop" "2 2" \
     "$(rules mangle POSTROUTING TTL | wc -l) $(rules mangle FORWARD '--set-xmark 0x3/' | wc -l)"
 
 step "The services are stopped: the router is open, and translates no address"
@@ -255,7 +265,7 @@ same "rules of the table nat" \
     "$(plain_rules nat '' '-A')"
 same "rules of the table mangle" "" "$(rules mangle '' '-A')"
 same "QoS on br0 and eth2.2" "" "$(router /usr/lab/tc qdisc show | grep htb)"
-get provider 5 -u admin:1234 -o /dev/null -w '%{http_code}' "http://$wan/"
+get provider -u admin:1234 -o /dev/null -w '%{http_code}' "http://$wan/"
 same "the web server, on its own port from outside" 200 "$got"
 fails "the forwarded port" refused provider "http://$wan:8080/cgi-bin/who"
 reaches "a computer of the LAN by its own address" pc2 "$provider_gateway" \

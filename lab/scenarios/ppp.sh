@@ -9,14 +9,14 @@ password='a"b$c'\''d\e%f'
 server=198.51.100.90
 
 if ! pppd_there; then
-    echo "Debian's pppd is not here (package ppp)"
+    echo "Debian's pppd is not installed (package ppp)"
     exit 77
 fi
 new_provider
 
 dns_redirected() {
     local rule='-I PREROUTING -t nat -i br0 -p udp --dport 53 -d 192\.168\.1\.1 -j DNAT --to 10\.112\.112\.112'
-    comes "the LAN's name look-ups are redirected (a stand-in notes the rule)" \
+    comes "the LAN's name look-ups are redirected (a stub notes the rule)" \
         in_file "^/usr/sbin/iptables $rule\$" /tmp/calls
     rm -f "$root/tmp/calls"
 }
@@ -46,7 +46,7 @@ must_hold
 for_step
 leased=$(address_of eth2.2)
 via udhcpc in_pool "eth2.2's address" 203.0.113.100 203.0.113.120 "${leased%/24}"
-via udhcpc like "the server's own route, by the event script" "* via $provider_gateway dev eth2.2*" "$(route_to "$server")"
+via udhcpc like "the route to the server, set by the event script" "* via $provider_gateway dev eth2.2*" "$(route_to "$server")"
 same "/tmp/ppp/options" "noipdefault; mtu 1464; nodetach; defaultroute; maxfail 0; unit 0; usepeerdns" \
     "$(lines_of /tmp/ppp/options)"
 same "/tmp/l2tp/l2tpd.conf" "[global]; port = 1701; [lac]; lns = $server; defaultroute = yes; autodial = yes; \
@@ -56,10 +56,12 @@ dns_redirected
 copied_script ip-up
 for kind in pap chap; do
     same "pppd finds $user in /tmp/ppp/$kind-secrets" yes "$(secret_found "$kind" "$user")"
-    same "and nobody else" no "$(secret_found "$kind" somebody)"
+    same "and for another name" no "$(secret_found "$kind" somebody)"
     # The quoting that pppd takes off was meant for a shell: it leaves the percent sign doubled.
     same "the password there, as pppd reads it" 'a"b$c'\''d\e%%f' "$(secret_word "/tmp/ppp/$kind-secrets")"
 done
+
+comes "the event script has ended" event_script_ended
 
 step "PPTP over a fixed address, dialling on demand"
 console nvram set wan_mode=pptp
@@ -76,10 +78,10 @@ console rc wan restart
 pppd_takes "idle 300; demand; user $user; password ??????; pty pptp $server  --nolaunchpppd; mtu 1462; \
 lcp-echo-failure 3; noipdefault; defaultroute; usepeerdns"
 same "the password on pppd's command line" "$password" "$(pppd_word password)"
-comes "the lease is given back" given_back "${leased%/24}"
+comes "the lease is released" given_back "${leased%/24}"
 same "eth2.2's address" 203.0.113.7/24 "$(address_of eth2.2)"
 same "the default route is left to the tunnel" "" "$(default_route)"
-like "the server's own route" "* via $provider_gateway dev eth2.2*" "$(route_to "$server")"
+like "the route to the server" "* via $provider_gateway dev eth2.2*" "$(route_to "$server")"
 same "the name server" "nameserver $provider_dns" "$(lines_of /etc/resolv.conf)"
 dns_redirected
 copied_script ip-up-demand
@@ -101,4 +103,4 @@ comes "pppd's output is in /var/ppp_dbg" in_file '^pppd options in effect' /var/
 same "eth2.2's MTU" 1492 "$(mtu_of eth2.2)"
 dns_redirected
 copied_script ip-up
-comes "the services were restarted: /tmp/ntp_start" on_router /tmp/ntp_start
+comes "the services are restarted: /tmp/ntp_start" on_router /tmp/ntp_start

@@ -11,23 +11,23 @@ subject="Attic router"
 password='open "sesame"=%s $x'
 
 if ! "$lab/kernel_log" 0 true 2>/dev/null; then
-    echo "what rc asks of the kernel's console cannot be answered here: no perl or no seccomp"
+    echo "rc's calls to the kernel's console cannot be answered here: perl or seccomp is missing"
     exit 77
 fi
 
-# bare_boot: the boot script as far as the bridge, without the services. The relay of the boot itself is a stand-in,
+# bare_boot: the boot script as far as the bridge, without the services. The relay of the boot itself is a stub,
 # which ends at once; a real one would come into the list of processes whenever it likes.
 bare_boot() {
-    install -m 755 "$lab/adapters/standin" "$root/usr/sbin/pppoe-relay"
+    install -m 755 "$lab/adapters/stub" "$root/usr/sbin/pppoe-relay"
     sed -i '/^# The address comes first/,$d' "$root/etc/rcS_router"
     console rc init
     console sh -c '/usr/sbin/syslogd &'
-    comes "syslogd runs, as it always does on the router" running syslogd
+    comes "syslogd runs, as it always does on the router" on_router /var/lab/syslogd.ready
 }
 
 new_pc pc1 02:00:00:00:00:11
 
-step "The router is switched on, with settings for all of its services; nobody is at the WAN port yet"
+step "The router is switched on, with settings for all of its services; nothing is connected to the WAN port yet"
 power_on || exit 1
 console nvram load
 # The log.
@@ -80,11 +80,11 @@ console rc lan start
 same "br0's address" 192.168.1.1/24 "$(lan_address)"
 must_hold
 
-step "The log: syslogd is told to read its settings again"
+step "The log: syslogd gets the signal to read its settings again"
 # Editors take blanks off the end of a line.
 blank=' '
 console rc syslogd start
-via syslogd comes "it has read them, whole" cmp -s "$root/tmp/syslog.conf" "$root/var/lab/syslogd.conf"
+via syslogd comes "it has read all of them" cmp -s "$root/tmp/syslog.conf" "$root/var/lab/syslogd.conf"
 syslog_is "$root/tmp/syslog.conf" << END
 mail_sender=router@example.net
 log_enable=1
@@ -136,12 +136,12 @@ log_auth=1
 log_syslog=0
 END
 console rc syslogd stop
-comes "a stop leaves syslogd alone" running syslogd
+comes "syslogd survives a stop" running syslogd
 
 step "A static route"
 console rc route start
 same "in the kernel's table" "10.1.0.0/16 via 192.168.1.254 dev br0 metric 2" "$(route_for 10.1.0.0/16)"
-like "a packet's way" "10.1.2.3 via 192.168.1.254 dev br0 *" "$(route_to 10.1.2.3)"
+like "the route of a packet" "10.1.2.3 via 192.168.1.254 dev br0 *" "$(route_to 10.1.2.3)"
 same "/etc/gateways" "host 10.1.0.0 netmask 255.255.0.0 gateway 192.168.1.254 metric 2 static" \
     "$(lines_of /etc/gateways)"
 same "/tmp/sroute" "10.1.0.0 255.255.0.0 192.168.1.254" "$(lines_of /tmp/sroute)"
@@ -149,7 +149,7 @@ console rc route stop
 same "in the kernel's table after a stop" "" "$(route_for 10.1.0.0/16)"
 same "/etc/gateways" "" "$(lines_of /etc/gateways)"
 
-step "RIP and the clock (stand-ins note their command lines, and run until they are ended)"
+step "RIP and the clock (stubs that note their command lines and run until they are stopped)"
 console rc ripd start
 called routed "/usr/sbin/routed eth2.2 -v 2 -b -x -s"
 console rc ripd stop
@@ -165,7 +165,7 @@ step "UPnP: its multicasts go to the LAN while it runs"
 same "the route for them" "" "$(route_for 239.0.0.0/8)"
 console rc upnp start
 same "the route for them" "239.0.0.0/8 dev br0 scope link" "$(route_for 239.0.0.0/8)"
-like "an announcement's way" "multicast 239.255.255.250 dev br0 *" "$(route_to 239.255.255.250)"
+like "the route of an announcement" "multicast 239.255.255.250 dev br0 *" "$(route_to 239.255.255.250)"
 called upnpd "/usr/sbin/upnpd eth2.2 br0 1800 4"
 console touch /tmp/upnptab
 console rc upnp stop
@@ -173,37 +173,37 @@ same "the route after a stop" "" "$(route_for 239.0.0.0/8)"
 comes "upnpd has ended" not_running upnpd
 comes "its table is gone" gone /tmp/upnptab
 
-step "The radio: ra0 is a cable here; stand-ins for its driver and daemons"
+step "The radio: ra0 is a virtual cable; its driver and daemons are stubs"
 rm "$root/tmp/calls"
 console rc wlan start
 called wscd "/usr/sbin/wscd -m 1 -a 192.168.1.1 -i ra0"
 called rt2860apd "/usr/sbin/rt2860apd "
-same "what the driver was given, in order" "/sbin/insmod /lib/modules/2.6.21/kernel/drivers/net/wireless_3200/\
+same "the driver's command lines, in order" "/sbin/insmod /lib/modules/2.6.21/kernel/drivers/net/wireless_3200/\
 rt2860v2_ap/rt2860v2_ap.ko mac=$board_mac; /sbin/insmod /lib/modules/br_seperate.ko if0=br0 if1=ra1 mode=0; \
 /sbin/iwpriv ra0 set WscConfMode=7; \
 /sbin/iwpriv ra0 set WscConfStatus=2; /sbin/iwpriv ra0 set WscGenPinCode=$board_pin; \
 /sbin/iwpriv ra0 set AccessPolicy=1; /sbin/iwpriv ra1 set AccessPolicy=1; \
 /sbin/iwpriv ra0 set ACLAddEntry=${pc_mac[pc1]};02:00:00:00:00:12" "$(calls '^/sbin/')"
 same "the driver's settings file, the networks' names" "SSID=attic;guests" "$(grep ^SSID= "$root/var/RT2860AP.dat")"
-same "the access list's script, its mode" 3567 "$(stat -c %a "$root/tmp/wifi_acc")"
+same "the mode of the access list's script" 3567 "$(stat -c %a "$root/tmp/wifi_acc")"
 same "the bridge" "eth2.1 ra0" "$(bridge_ports)"
 like "ra0" "up in br0, *" "$(interface_state ra0)"
 same "WPS's route" "239.255.255.250 dev br0 scope link" "$(route_for 239.255.255.250)"
 same "/var/wifi_on" wifi_on "$(lines_of /var/wifi_on)"
 rm "$root/tmp/calls"
 console rc wlan stop
-same "what the driver was given" "/sbin/rmmod br_seperate; /sbin/rmmod rt2860v2_ap; /sbin/rmmod rt2860v2_sta" \
+same "the driver's command lines" "/sbin/rmmod br_seperate; /sbin/rmmod rt2860v2_ap; /sbin/rmmod rt2860v2_sta" \
     "$(calls)"
 same "the bridge" eth2.1 "$(bridge_ports)"
 like "ra0" "down, *" "$(interface_state ra0)"
 same "/var/wifi_off" wifi_off "$(lines_of /var/wifi_off)"
 comes "/var/wifi_on is gone" gone /var/wifi_on
 # A stop ends wscd only where WPS is off, and the access point's daemon is left to the next start.
-same "what a stop leaves: WPS's route" "239.255.255.250 dev br0 scope link" "$(route_for 239.255.255.250)"
+same "a stop leaves WPS's route" "239.255.255.250 dev br0 scope link" "$(route_for 239.255.255.250)"
 comes "and wscd" running wscd
 comes "and rt2860apd" running rt2860apd
 
-step "The router is switched off and on; WPS and RADIUS are off now, a WAN and all else on, and nothing is started yet"
+step "The router is switched off and on, with WPS and RADIUS off and everything else on; nothing is started yet"
 console nvram set enable_ssid2=0
 console nvram set h_wsc_enable=0
 console nvram set wifi_wep_on=0
@@ -230,23 +230,24 @@ for name in $names; do
     echo "$name: ${before[$name]}"
 done
 routes_before=$(routes)
+comes "process 1, its pause and syslogd run, and nothing else" processes_named init sleep syslogd
 processes_before=$(processes)
 echo "routes: ${routes_before:-none}"
 echo "processes: $processes_before"
 
-step "The kernel's console belongs to the whole machine, and the box may not turn it off: a start of all ends there"
+step "The box may not turn off the kernel's console, which belongs to the whole machine: a start of everything ends there"
 if "$lab/kernel_log" refuses; then
     console rc start
 else
     echo "(this kernel would permit it: the refusal is the lab's)"
     console_control 1 rc start
 fi
-same "lan, which comes before it, was started: br0's address" 192.168.1.1/24 "$(lan_address)"
-same "nothing behind it was: processes" "$processes_before" "$(processes)"
+same "lan, which comes before it, is started: br0's address" 192.168.1.1/24 "$(lan_address)"
+comes "no application after it was: the same processes are there" processes_are "$processes_before"
 same "/tmp/syslog.conf" "" "$(lines_of /tmp/syslog.conf)"
 same "the radio" "" "$(lines_of /var/wifi_on)$(calls insmod)"
 
-step "The whole router is started; from here on rc is told that the kernel's console is off, or on"
+step "The whole router is started; from now on the lab answers rc's calls that turn the console off and on"
 console_control 0 rc start
 console rc wan start
 group_started || exit 1
@@ -264,9 +265,10 @@ same "the kernel forwards" 1 "$(router cat /proc/sys/net/ipv4/ip_forward)"
 via syslogd comes "syslogd has read its settings" on_router /var/lab/syslogd.conf
 ask_lease pc1
 in_pool "pc1's address" 192.168.1.33 192.168.1.64 "$(lease_of pc1 address)"
+comes "mini_httpd answers" answers pc1 http://192.168.1.1/
 browse pc1 -u admin:1234 http://192.168.1.1/
 same "the web interface" 200 "$http_status"
-router ping -c 1 -W 2 "$provider_gateway" >/dev/null
+router ping -c 1 -W "$hang_limit" "$provider_gateway" >/dev/null
 with "real packets" same "the provider answers a ping" 0 $?
 
 step "The services are stopped, then the rest, then the WAN"
@@ -276,9 +278,9 @@ same "the kernel's IGMP version on eth2.2" 0 "$(igmp_version)"
 console_control 0 rc stop
 console rc wan stop
 
-step "The router is as it was found"
+step "The router is as it was before the start"
 for_step "adapter kernel_log"
-comes "the same processes are there, and no other" processes_are "$processes_before"
+comes "the same processes run, and no others" processes_are "$processes_before"
 same "processes" "$processes_before" "$(processes)"
 same "interfaces" "$(xargs <<< "$names")" "$(interfaces_of_router | xargs)"
 # There is no stop for the LAN: its port, its bridge and their address, and with it the network's route, stay up.

@@ -10,7 +10,7 @@ new_provider
 # A page beyond the provider's gateway, as the router itself gets it.
 internet_page() {
     with "real packets"
-    printf 'GET / HTTP/1.0\r\n\r\n' | router nc -w 2 "$provider_server" 80 2>&1 | tr -d '\r' | sed '1,/^$/d'
+    printf 'GET / HTTP/1.0\r\n\r\n' | router nc -w "$hang_limit" "$provider_server" 80 2>&1 | tr -d '\r' | sed '1,/^$/d'
 }
 
 # leased_address MAC: an address of the provider's pool, left in $leased, that carries traffic under that MAC address.
@@ -29,8 +29,8 @@ via udhcpc comes "the WAN is up: /tmp/wan_uptime" on_router /tmp/wan_uptime
 must_hold
 leased_address "$board_wan_mac"
 via udhcpc same "the name servers" "domain provider.example; nameserver $provider_dns" "$(lines_of /etc/resolv.conf)"
-comes "the provider's list has that lease, for no host name" leased_out "${leased%/24}" '00:??:??'
-comes "the services were restarted: /tmp/ntp_start" on_router /tmp/ntp_start
+comes "the provider lists that lease, without a host name" leased_out "${leased%/24}" '00:??:??'
+comes "the services are restarted: /tmp/ntp_start" on_router /tmp/ntp_start
 comes "the LAN's DHCP server has the provider's name server" \
     in_file "^option.dns.$provider_dns" /etc/udhcpd.conf
 comes "udhcpd runs" running udhcpd
@@ -39,7 +39,7 @@ same "pc1's name server" "$provider_dns" "$(lease_of pc1 dns)"
 
 step "The WAN is stopped"
 console rc wan stop
-comes "the provider has the lease back" given_back "${leased%/24}"
+comes "the provider has received the release" given_back "${leased%/24}"
 comes "udhcpc has ended" not_running udhcpc
 same "eth2.2's address" "" "$(address_of eth2.2)"
 same "the default route" "" "$(default_route)"
@@ -55,8 +55,10 @@ console nvram set wan_dns2=192.0.2.54
 console rc wan start
 via udhcpc comes "the WAN is up" on_router /tmp/wan_uptime
 leased_address "$users_mac"
-comes "the provider's list has that lease, for the host name attic" leased_out "${leased%/24}" 'attic 00:??:??'
+comes "the provider lists that lease, with the host name attic" leased_out "${leased%/24}" 'attic 00:??:??'
 comes "the name servers are the user's: $users_dns" lines_are /etc/resolv.conf "$users_dns"
+# The event script may still be at the services: they would start beside the restart of the WAN.
+services_started
 
 step "The provider gives a fixed address instead"
 console nvram set wan_mode=ip
@@ -67,7 +69,7 @@ console nvram set wan_domain=office.example
 console nvram set wan_fix_dns=0
 console nvram set wan_mtu=1480
 console rc wan restart
-comes "the provider has the lease back" given_back "${leased%/24}"
+comes "the provider has received the release" given_back "${leased%/24}"
 comes "udhcpc has ended" not_running udhcpc
 same "eth2.2's address" 203.0.113.7/24 "$(address_of eth2.2)"
 same "the default route" "$provider_gateway eth2.2" "$(default_route)"
@@ -76,25 +78,25 @@ same "/tmp/wan_uptime, a copy of /proc/uptime" 2 "$(wc -w < "$root/tmp/wan_uptim
 same "a page of the Internet" "a page of the Internet" "$(internet_page)"
 same "the MAC address that the provider sees" "$users_mac" "$(seen_by_provider 203.0.113.7)"
 same "the MTU" 1480 "$(mtu_of eth2.2)"
-comes "the services were restarted: /tmp/ntp_start" on_router /tmp/ntp_start
+comes "the services are restarted: /tmp/ntp_start" on_router /tmp/ntp_start
 same "the LAN's name servers in the DHCP server's configuration" "192.0.2.53 192.0.2.54" \
     "$(awk '$2 == "dns" { print $3 }' "$root/etc/udhcpd.conf" | xargs)"
 same "the LAN's domain there" office.example "$(awk '$2 == "domain" { print $3 }' "$root/etc/udhcpd.conf")"
 comes "udhcpd runs" running udhcpd
 
-step "The address is to be found by a name"
+step "A dynamic DNS client is configured"
 console nvram set ddns_enable=1
 console nvram set ddns_service_provider=ddns.example
 console nvram set ddns_user_name=user
 console nvram set ddns_password=secret
 console nvram set ddns_host_name=attic.example
 console rc ddns start
-comes "the client was started (a stand-in notes its command line)" in_file \
+comes "the client was started (a stub notes its command line)" in_file \
     '^/usr/sbin/ez-ipupdate -S ddns\.example -u user:secret -h attic\.example -i eth2\.2 -b /tmp/ddns\.cache$' \
     /tmp/calls
 
-step "The WAN is stopped for good"
+step "The WAN is stopped once more"
 console rc wan stop
 same "eth2.2's address" "" "$(address_of eth2.2)"
 comes "/tmp/wan_uptime is gone" gone /tmp/wan_uptime
-same "nobody answers" "" "$(internet_page 2>/dev/null)"
+same "the status of a request to the stopped server" "" "$(internet_page 2>/dev/null)"

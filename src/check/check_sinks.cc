@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "check/check_parts.h"
+#include "core/shell_line.h"
 #include "settings/records.h"
 
 namespace nvram {
@@ -9,11 +10,6 @@ namespace nvram {
 namespace {
 
 constexpr std::string_view white_space = " \t";
-constexpr std::string_view special_when_bare = ";&|<>()$`\\\"'\n*?[";
-// At the start of a word only: a comment, a home folder.
-constexpr std::string_view special_at_word_start = "#~";
-constexpr std::string_view special_in_double_quotes = "\"$`\\";
-constexpr std::string_view all_special = "\n\t !\"#$%&'()*;<>?[\\]^`{|}~";
 
 // What a text does that it should not do.
 struct Danger {
@@ -53,19 +49,23 @@ void add_danger(Dangers& dangers, Level level, const std::string& characters,
 std::string passing(std::string_view text, std::string_view passes) {
     std::string rest;
     for (const char c : text)
-        if (!holds(all_special, c) || holds(passes, c)) rest += c;
+        if (!holds(special_characters, c) || holds(passes, c)) rest += c;
     return rest;
 }
 
-void find_bare(Dangers& dangers, std::string_view text, const Place& place) {
+// Its characters, each once, that are more than themselves to a shell.
+std::string read_by_shell(std::string_view text, ShellQuotes quotes, const Place& place) {
     std::string special;
     char before = place.before.empty() ? ' ' : place.before.back();
     for (const char c : text) {
-        const bool at_start = holds(white_space, before) && holds(special_at_word_start, c);
-        if (at_start || holds(special_when_bare, c)) note_character(special, c);
+        const ShellRole role = shell_role(c, quotes, holds(white_space, before));
+        if (role != ShellRole::Text && role != ShellRole::Blank) note_character(special, c);
         before = c;
     }
-    add_danger(dangers, Level::Error, special, "outside quotes a shell reads more into it");
+    return special;
+}
+
+void find_extra_words(Dangers& dangers, std::string_view text, const Place& place) {
     add_danger(dangers, Level::Warning, found_in(text, white_space),
                "a shell makes several words of it");
 
@@ -78,34 +78,13 @@ void find_bare(Dangers& dangers, std::string_view text, const Place& place) {
             {Level::Error, "", "ends in a number right before > or <, which a shell takes along"});
 }
 
-void find_in_double_quotes(Dangers& dangers, std::string_view text) {
-    add_danger(dangers, Level::Error, found_in(text, special_in_double_quotes),
-               "between double quotes a shell reads more into it");
-}
-
-void find_in_single_quotes(Dangers& dangers, std::string_view text) {
-    add_danger(dangers, Level::Error, found_in(text, "'"), "it ends the single quotes");
-}
-
-// What quotes are open at the end of the start of a shell line.
-Quoting quoting_behind(std::string_view start) {
-    Quoting quoting = Quoting::Bare;
-    for (std::size_t i = 0; i < start.size(); ++i) {
-        if (start[i] == '\\' && quoting != Quoting::SingleQuoted) {
-            ++i;
-        } else if (start[i] == '\'' && quoting != Quoting::DoubleQuoted) {
-            quoting = quoting == Quoting::Bare ? Quoting::SingleQuoted : Quoting::Bare;
-        } else if (start[i] == '"' && quoting != Quoting::SingleQuoted) {
-            quoting = quoting == Quoting::Bare ? Quoting::DoubleQuoted : Quoting::Bare;
-        }
-    }
-    return quoting;
-}
-
-void find_in_shell(Dangers& dangers, Quoting quoting, std::string_view text, const Place& place) {
-    if (quoting == Quoting::Bare) find_bare(dangers, text, place);
-    if (quoting == Quoting::DoubleQuoted) find_in_double_quotes(dangers, text);
-    if (quoting == Quoting::SingleQuoted) find_in_single_quotes(dangers, text);
+void find_in_shell(Dangers& dangers, ShellQuotes quotes, std::string_view text,
+                   const Place& place) {
+    std::string_view reason = "outside quotes a shell reads more into it";
+    if (quotes == ShellQuotes::Double) reason = "between double quotes a shell reads more into it";
+    if (quotes == ShellQuotes::Single) reason = "it ends the single quotes";
+    add_danger(dangers, Level::Error, read_by_shell(text, quotes, place), reason);
+    if (quotes == ShellQuotes::None) find_extra_words(dangers, text, place);
 }
 
 // Where the command of a system crontab's line begins, behind five fields of time and the user;
@@ -138,7 +117,8 @@ void find_in_crontab(Dangers& dangers, std::string_view text, const Place& place
     add_danger(dangers, Level::Error, found_in(text, "%"), "cron ends the command there");
     Place inside = place;
     inside.before.remove_prefix(start);
-    find_in_shell(dangers, quoting_behind(inside.before), text, inside);
+    const ShellQuotes quotes = shell_reader_at(inside.before, inside.before.size()).quotes();
+    find_in_shell(dangers, quotes, text, inside);
 }
 
 Dangers dangers_in(const KnownSetting& known, const Sink& sink, std::string_view whole) {
@@ -151,7 +131,11 @@ Dangers dangers_in(const KnownSetting& known, const Sink& sink, std::string_view
     if (sink.quoting == Quoting::File)
         add_danger(dangers, Level::Error, found_in(text, "\n"), "it begins a line of its own");
     if (sink.quoting == Quoting::Crontab) find_in_crontab(dangers, text, place);
-    find_in_shell(dangers, sink.quoting, text, place);
+    if (sink.quoting == Quoting::Bare) find_in_shell(dangers, ShellQuotes::None, text, place);
+    if (sink.quoting == Quoting::DoubleQuoted)
+        find_in_shell(dangers, ShellQuotes::Double, text, place);
+    if (sink.quoting == Quoting::SingleQuoted)
+        find_in_shell(dangers, ShellQuotes::Single, text, place);
     // Between double quotes a backslash protects no single quote, and stays.
     if (sink.quoting == Quoting::DoubleQuoted && holds(escaped_characters(known.escapes), '\''))
         add_danger(dangers, Level::Warning, found_in(whole, "'"),

@@ -1,4 +1,5 @@
-// IPv4 addresses and networks as numbers.
+// IPv4 addresses and networks as numbers. The handlers hand addresses on as texts; where they need
+// the number themselves, they read it with inet_aton(3), which takes more than is valid here.
 #ifndef RC_CORE_IPV4_H
 #define RC_CORE_IPV4_H
 
@@ -7,36 +8,48 @@
 #include <string>
 #include <string_view>
 
-namespace nvram {
+// 192.168.1.1 is 0xc0a80101.
+using Ipv4 = std::uint32_t;
 
-// Four decimal numbers of 0 to 255 parted by dots, without leading zeros: the programs that rc
-// hands addresses to take those for octal.
-std::optional<std::uint32_t> parse_quad(std::string_view text);
+// Four numbers with dots between them; read(text) gives one of them, at most 255, or nothing.
+template <class Read>
+std::optional<Ipv4> parse_quad_of(std::string_view text, Read read) {
+    Ipv4 address = 0;
+    for (int place = 0; place < 4; ++place) {
+        const std::size_t end = place < 3 ? text.find('.') : text.size();
+        if (end == std::string_view::npos) return std::nullopt;
+        const std::optional<std::uint32_t> number = read(text.substr(0, end));
+        if (!number) return std::nullopt;
+        address = address << 8 | *number;
+        if (place < 3) text.remove_prefix(end + 1);
+    }
+    return address;
+}
 
-std::string quad_text(std::uint32_t address);
+// Decimal numbers without leading zeros: the programs that rc hands addresses to take those for
+// octal.
+std::optional<Ipv4> parse_quad(std::string_view text);
+
+std::string quad_text(Ipv4 address);
 
 // Ones, then zeros.
-bool is_mask(std::uint32_t mask);
+bool is_mask(Ipv4 mask);
 
-// A network as settings give it: one of its addresses, and its mask.
+// A network: one of its addresses, and its mask.
 struct Net {
-    std::uint32_t address;
-    std::uint32_t mask;
+    Ipv4 address = 0;
+    Ipv4 mask = 0xffffffff;
 
-    std::uint32_t first() const { return address & mask; }
-    std::uint32_t last() const { return address | ~mask; }
-    bool holds(std::uint32_t other) const { return (other & mask) == first(); }
+    Ipv4 first() const { return address & mask; }
+    Ipv4 last() const { return address | ~mask; }
+    bool holds(Ipv4 other) const { return (other & mask) == first(); }
     // An address that a host can have: neither the network's own nor its broadcast address.
-    bool has_host(std::uint32_t other) const {
-        return holds(other) && other != first() && other != last();
-    }
+    bool has_host(Ipv4 other) const { return holds(other) && other != first() && other != last(); }
     // "192.168.1.0/255.255.255.0"
     std::string text() const;
 };
 
 // Nothing unless both texts are an address and a mask that leaves room for two hosts.
 std::optional<Net> parse_net(std::string_view address, std::string_view mask);
-
-}  // namespace nvram
 
 #endif

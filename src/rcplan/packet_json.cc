@@ -32,7 +32,7 @@ Json or_null(const std::optional<Value>& value) {
 }
 
 Json address_json(const std::optional<Ipv4>& address) {
-    return address ? Json(address_text(*address)) : Json(nullptr);
+    return address ? Json(quad_text(*address)) : Json(nullptr);
 }
 
 Json packet_object(const Packet& packet) {

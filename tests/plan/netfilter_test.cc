@@ -208,6 +208,10 @@ TEST(Netfilter, RulesKnowWhereTheyStand) {
     transcript.add("run", "/tmp/a&");
     transcript.add("run", "echo iptables -A INPUT -i lo >/tmp/b");
     transcript.add("run", "/bin/sh -x /tmp/b");
+    transcript.add_with_body("write", "/tmp/c",
+                             "\niptables -P INPUT DROP\niptables -A INPUT -p 2\n");
+    transcript.add("run", "cp /tmp/c /tmp/d");
+    transcript.add("run", "/tmp/d");
     const Netfilter tables = netfilter_of(transcript);
     const auto origin = [&](const char* chain, size_t place) {
         return tables.find("filter", chain)->rules.at(place).origin;
@@ -218,6 +222,9 @@ TEST(Netfilter, RulesKnowWhereTheyStand) {
     EXPECT_EQ(origin("FORWARD", 0), (Origin{3, 2}));
     // What the shell itself wrote stands in no event.
     EXPECT_EQ(origin("INPUT", 1), (Origin{6, 0}));
+    // Copied.
+    EXPECT_EQ(tables.find("filter", "INPUT")->policy_origin, (Origin{7, 2}));
+    EXPECT_EQ(origin("INPUT", 2), (Origin{7, 3}));
     EXPECT_EQ(refusals(tables), "");
 }
 
@@ -302,6 +309,22 @@ TEST(Scripts, CommandsAndWords) {
         }
         EXPECT_EQ(words, row.words) << row.script;
     }
+}
+
+TEST(Scripts, TheFileThatACommandRuns) {
+    struct Row {
+        const char* line;
+        const char* script;
+    };
+    for (const Row& row : {
+             Row{"/tmp/a start", "/tmp/a"},
+             Row{"/bin/sh -x /tmp/a&", "/tmp/a"},
+             Row{"sh /tmp/a >/dev/null", "/tmp/a"},
+             Row{"sh", ""},
+             Row{"sh -x", ""},
+             Row{"/tmp/$a", ""},
+         })
+        EXPECT_EQ(script_of(script_commands(row.line).at(0)), row.script) << row.line;
 }
 
 TEST(Scripts, WhatAShellWouldExpand) {

@@ -29,9 +29,9 @@ struct MadeRun {
 };
 
 // "path: text <- event.line event.line | text ...", "~" behind a last line without a newline.
-std::string shown(const std::vector<ProducedFile>& files) {
+std::string shown(const std::vector<FollowedFile>& files) {
     std::string out;
-    for (const ProducedFile& file : files) {
+    for (const FollowedFile& file : files) {
         out += file.path + ":";
         for (const FileLine& line : file.lines) {
             out += (&line == &file.lines.front() ? " " : " | ") + line.text + " <-";
@@ -128,7 +128,7 @@ TEST(Masks, ASecretIsHiddenWhereItWentIn) {
     EXPECT_EQ(masks.line({0, 1}, "admin:s3cret"), "admin:********");
     // The same word by chance.
     EXPECT_EQ(masks.line({0, 2}, "user:s3cret"), "user:s3cret");
-    const ProducedFile file = produced_lines(run.plan).at(0);
+    const FollowedFile file = produced_lines(run.plan).at(0);
     EXPECT_EQ(masks.line(file, file.lines[0]), "admin:********");
     EXPECT_TRUE(masks.in_body(0));
 }
@@ -183,7 +183,7 @@ TEST(Masks, WhatTheRunStoresIsHiddenInEveryLine) {
     EXPECT_EQ(masks.line({2, 0}, "echo 12345670 >/var/wps_pin"), "echo ******** >/var/wps_pin");
     EXPECT_EQ(masks.line({3, 0}, "http_password=x"), "http_password=********");
 
-    const std::vector<ProducedFile> files = produced_lines(run.plan);
+    const std::vector<FollowedFile> files = produced_lines(run.plan);
     ASSERT_EQ(files.size(), 1U);
     std::string image;
     for (const FileLine& line : files[0].lines) image += masks.line(files[0], line) + "\n";

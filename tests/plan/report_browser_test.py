@@ -18,7 +18,11 @@ from selenium.webdriver.chrome.options import Options
 from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
+from selenium.webdriver.remote.remote_connection import RemoteConnection
 from selenium.webdriver.support.ui import WebDriverWait
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "lab"))
+from waits import HANG_LIMIT, PROGRAM_LIMIT  # noqa: E402
 
 ATTACK = "\"'><script>window.ran=1</script><img src=x onerror=window.ran=2>"
 
@@ -82,7 +86,12 @@ def start_browser():
                      f"--user-data-dir={FOLDER / 'profile'}"):
         options.add_argument(argument)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-    return webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
+    # The connection's limit is the longest, so that what was waited for in vain is reported first.
+    RemoteConnection.set_timeout(PROGRAM_LIMIT)
+    browser = webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
+    browser.set_page_load_timeout(HANG_LIMIT)
+    browser.set_script_timeout(HANG_LIMIT)
+    return browser
 
 
 class ReportTest(unittest.TestCase):
@@ -125,12 +134,15 @@ class ReportTest(unittest.TestCase):
             "const box = arguments[0].getBoundingClientRect();"
             "return box.height > 0 && box.top >= 0 && box.bottom <= innerHeight;", element)
 
+    def wait_until(self, condition):
+        WebDriverWait(BROWSER, HANG_LIMIT).until(lambda _: condition())
+
     def expect_arrival(self, element_id):
         """Where a click led: the place is unfolded and seen."""
-        WebDriverWait(BROWSER, 60).until(
-            lambda _: self.run_script("return document.querySelector(':target')?.id") == element_id)
+        self.wait_until(
+            lambda: self.run_script("return document.querySelector(':target')?.id") == element_id)
         target = self.find(f"[id='{element_id}']")
-        WebDriverWait(BROWSER, 60).until(lambda _: self.in_view(target))
+        self.wait_until(lambda: self.in_view(target))
         return target
 
     def press(self, element):
@@ -138,9 +150,13 @@ class ReportTest(unittest.TestCase):
         element.click()
 
     def follow(self, link):
-        wanted = link.get_dom_attribute("href").removeprefix("#")
+        href = link.get_dom_attribute("href")
+        # The page listens for this event too, and before: once it was heard here, the page has done its part.
+        self.run_script("window.arrived = location.hash === arguments[0];"
+                        "addEventListener('hashchange', () => { window.arrived = true; }, { once: true });", href)
         self.press(link)
-        return self.expect_arrival(wanted)
+        self.wait_until(lambda: self.run_script("return window.arrived"))
+        return self.expect_arrival(href.removeprefix("#"))
 
     def test_from_the_map_to_a_line_of_the_time_line(self):
         self.open(FIREWALL_PAGE)
@@ -313,7 +329,9 @@ class ReportTest(unittest.TestCase):
         self.run_script("const other = document.createElement('script'); other.textContent = 'window.ran = 3';"
                         "document.body.append(other);")
         self.assertIsNone(self.run_script("return window.ran ?? null"))
-        refusals = BROWSER.get_log("browser")
+        refusals = []
+        # The browser reports it some time after; each reading takes what is there.
+        self.wait_until(lambda: refusals.extend(BROWSER.get_log("browser")) or refusals)
         self.assertEqual(len(refusals), 1)
         self.assertIn("Content Security Policy", refusals[0]["message"])
 

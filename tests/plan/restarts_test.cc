@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "plan/diff/cover.h"
 #include "plan/diff/running.h"
 #include "plan/router/plan.h"
 #include "plan/router/recording.h"

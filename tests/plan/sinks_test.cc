@@ -10,6 +10,7 @@
 #include "core/file.h"
 #include "core/nvram.h"
 #include "core/platform.h"
+#include "core/shell_line.h"
 #include "core/text.h"
 #include "rc/rc.h"
 

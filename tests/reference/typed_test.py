@@ -5,9 +5,13 @@ typed_test.py COMPLETION
 """
 
 import os
+import pathlib
 import pty
 import signal
 import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "lab"))
+from waits import PROGRAM_LIMIT  # noqa: E402
 
 # What is typed, with a tab where completion is asked for, and the line that bash then has.
 ROWS = (
@@ -37,7 +41,7 @@ def printed(stream):
 
 
 def main():
-    signal.alarm(300)
+    signal.alarm(PROGRAM_LIMIT)
     pid, terminal = pty.fork()
     if pid == 0:
         os.environ.update(TERM="dumb", PS1="", HISTFILE="", INPUTRC="/dev/null", COLUMNS="500")

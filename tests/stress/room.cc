@@ -26,7 +26,7 @@ namespace stress {
 
 namespace {
 
-// As long as one may wait for many rounds on a busy machine; a hanging test is CTest's to end.
+// Longer than many rounds take on a busy machine; CTest ends a test that hangs.
 constexpr int deadline = 24 * 3600;
 
 constexpr const char* status_file = "/.sealed/status";

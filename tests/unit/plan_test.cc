@@ -163,6 +163,17 @@ TEST(ShellEffects, PlainLinesChangeFiles) {
     world.outputs["/sbin/route -n"] = "table\n";
     apply_file_effects(world, "/sbin/route -n >> /x 2>&1");
     EXPECT_EQ(*world.get("/x"), "table\n");
+    // A number right before ">" is a descriptor; of 2, nothing is stated.
+    apply_file_effects(world, "echo domain 2>>/x");
+    EXPECT_EQ(*world.get("/x"), "table\n");
+    apply_file_effects(world, "echo one 1>/x 2>/y");
+    EXPECT_EQ(*world.get("/x"), "one\n");
+    EXPECT_EQ(*world.get("/y"), "");
+    // What follows "&" is a command of its own.
+    apply_file_effects(world, "echo two & >/y");
+    EXPECT_EQ(*world.get("/y"), "");
+    apply_file_effects(world, "echo two >/y & ");
+    EXPECT_EQ(*world.get("/y"), "two\n");
     apply_file_effects(world, "/bin/rm -f /x /a");
     EXPECT_EQ(world.get("/x"), nullptr);
     EXPECT_EQ(world.get("/a"), nullptr);

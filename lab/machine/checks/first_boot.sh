@@ -4,7 +4,7 @@
 new_pc pc1 02:00:00:00:00:11
 new_provider
 
-step "The machine boots by rc init, with a flash that holds no settings yet"
+step "The machine boots with rc init and a flash without settings"
 same "processor" mips "$(uname -m)"
 same "its byte order, of rc" 1 "$(head -c 6 "$root/usr/sbin/rc" | tail -c 1 | xxd -p | sed 's/^0//')"
 same "flash partitions" "mtd0: 00030000 00010000; mtd1: 00100000 00010000" \
@@ -24,7 +24,7 @@ same "ports of br0" eth2.1 "$(bridge_ports)"
 same "eth2.1's MAC address" "$board_mac" "$(mac_of eth2.1)"
 same "eth2.2's MAC address" "$board_wan_mac" "$(mac_of eth2.2)"
 
-step "The LAN gets addresses and the web page"
+step "The LAN gets addresses and can open the web page"
 comes "udhcpd runs" running udhcpd
 comes "pppoe-relay runs" running pppoe-relay
 ask_lease pc1
@@ -44,7 +44,7 @@ wan=$(address_of eth2.2)
 via udhcpc in_pool "eth2.2's address" 203.0.113.100 203.0.113.120 "${wan%/24}"
 via udhcpc same "the default route" "$provider_gateway eth2.2" "$(default_route)"
 via udhcpc same "the name servers" "domain provider.example; nameserver $provider_dns" "$(lines_of /etc/resolv.conf)"
-router ping -q -c 1 -W 30 "$provider_gateway" > /dev/null
+router ping -q -c 1 -W "$hang_limit" "$provider_gateway" > /dev/null
 same "the MAC address that the provider sees" "$board_wan_mac" "$(seen_by_provider "${wan%/24}")"
 
 step "The owner's settings are committed, and the power is cut"
@@ -74,7 +74,7 @@ console nvram set "qos=$(qos_record 0 surfing 80 0)$(qos_record 1 pages 80 2)"
 # Saturday from half past twelve to one, and the night in which summer begins in London.
 console nvram set "fw_schedule=6:12:30-13:0${separator}0:1:30-2:30"
 # shellcheck disable=SC2016
-same "the password as it was meant" 'a"b$c`d\e%f' "$(setting pppoe_password)"
+same "the password as entered" 'a"b$c`d\e%f' "$(setting pppoe_password)"
 console nvram commit
 console nvram set device_name=Forgotten
 same "the settings in flash" pppoe "$(router nvram diff @factory @flash | sed -n "s/^+ wan_mode=//p")"

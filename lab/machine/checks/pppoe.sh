@@ -7,10 +7,11 @@ wan=$(address_of ppp0)
 same "ppp0's address" 10.64.0.2 "$wan"
 same "its peer" 10.64.0.1 "$(router ip -4 addr show dev ppp0 | sed -nE 's/.* peer ([0-9.]+).*/\1/p')"
 same "the default route" ppp0 "$(router ip route | sed -nE 's/^default (via [^ ]+ )?dev ([^ ]+).*/\2/p')"
-same "the name server" "nameserver $provider_dns; nameserver $second_dns" "$(lines_of /etc/resolv.conf)"
+comes "the name servers, which ip-up writes" lines_are /etc/resolv.conf \
+    "nameserver $provider_dns; nameserver $second_dns"
 # shellcheck disable=SC2154  # The password that the provider has, set where this file is read.
 same "the password on pppd's command line" "$password" "$(sed -n '/^password$/{n;p;q}' "$root/var/lab/pppd.words")"
-same "the name and service there" "$links_user; gold line" \
+same "the user name and service there" "$links_user; gold line" \
     "$(awk '/^(user|pppoe_srv_name)$/ { getline; printf "%s%s", separator, $0; separator = "; " }' \
         "$root/var/lab/pppd.words")"
 same "eth2.2's MTU" 1492 "$(mtu_of eth2.2)"

@@ -13,9 +13,17 @@ set_clock() {
     date -u -s "$1 $2" > /dev/null
 }
 
-start_cron() {
-    router /usr/lab/cron_start 9>&- 2>/dev/null &
-    disown
+# start_cron_before DATE TIME EDGE: sets the clock to shortly before the edge and starts cron, which must read the clock
+# before the edge, or it takes that minute's jobs for done. Where the machine was too slow, it is tried again.
+start_cron_before() {
+    while :; do
+        set_clock "$1" "$2"
+        router /usr/lab/cron_start 9>&- 2>/dev/null &
+        disown
+        comes "cron has read its tables" on_router /var/lab/cron_is_ready
+        [[ $(date -u +%H:%M) < $3 ]] && return
+        stop_cron
+    done
 }
 
 stop_cron() {
@@ -39,8 +47,7 @@ reaches "a page with the keyword" shop "$wan" pc1 "http://$shop/cgi-bin/casino"
 
 step "Saturday, 12:30: cron opens the period"
 for_step "adapter cron_start"
-set_clock 2025-03-29 12:29:45
-start_cron
+start_cron_before 2025-03-29 12:29:45 12:30
 comes "rc firewall start has run: the rule for the keyword is there" edge_is_past 1 1
 fails "a page with the keyword" "cut off" pc1 "http://$shop/cgi-bin/casino"
 reaches "a page without" shop "$wan" pc1 "http://$shop/cgi-bin/who"
@@ -48,31 +55,34 @@ stop_cron
 
 step "Saturday, 13:00: cron closes it"
 for_step "adapter cron_start"
-set_clock 2025-03-29 12:59:45
-start_cron
+start_cron_before 2025-03-29 12:59:45 13:00
 comes "rc firewall start has run: the rule is gone" edge_is_past 0 0
 reaches "a page with the keyword" shop "$wan" pc1 "http://$shop/cgi-bin/casino"
 stop_cron
 
-# at DATE TIME WANTED: whether the schedule is open then.
+# at DATE TIME WANTED: whether the schedule is open in that minute. Where the minute was over before rc was through, it
+# is tried again.
 at() {
-    set_clock "$1" "$2"
-    router rc schedule start > "$world/schedule" 2>&1
+    until
+        set_clock "$1" "$2"
+        router rc schedule start > "$world/schedule" 2>&1
+        [ "$(date -u +%H:%M)" = "$2" ]
+    do :; done
     same "the period from 1:30 to 2:30 on Sunday is open" "$3" "$(cat "$root/tmp/cron_schedule")"
 }
 
 step "The night in which summer begins in London: at 1:00 it is 2:00"
-at 2025-03-30 00:59:20 0
-at 2025-03-30 01:00:00 1
-at 2025-03-30 01:29:20 1
-at 2025-03-30 01:30:00 0
+at 2025-03-30 00:59 0
+at 2025-03-30 01:00 1
+at 2025-03-30 01:29 1
+at 2025-03-30 01:30 0
 console nvram set time_daylight=0
-at 2025-03-30 01:29:20 0
-at 2025-03-30 01:30:00 1
+at 2025-03-30 01:29 0
+at 2025-03-30 01:30 1
 
 step "The night in which summer ends: at 2:00 of summer time it is 1:00"
 console nvram set time_daylight=1
-at 2025-10-26 01:59:20 0
-at 2025-10-26 02:00:01 1
+at 2025-10-26 01:59 0
+at 2025-10-26 02:00 1
 console nvram set time_daylight=0
 console nvram set fw_block=0

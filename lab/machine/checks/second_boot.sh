@@ -22,15 +22,15 @@ step "After the power cut the committed settings are there again, and the boot d
 power_on || exit 1
 same "a committed setting" pppoe "$(setting wan_mode)"
 same "a setting not committed" Router "$(setting device_name)"
-with "adapter pppd" comes "the link is up: /tmp/wan_uptime, and an address of ppp0" link_is_up || links_said pppoe
+with "adapter pppd" comes "the link is up: /tmp/wan_uptime, and an address of ppp0" link_is_up
 must_hold
 for file in pppoe firewall schedule hang_up tunnels; do
     # shellcheck source=/dev/null
     . "$lab/machine/checks/$file.sh"
 done
 
-step "What cannot be had in this machine"
+step "Not available in this machine"
 skipped "MPPE with the line that rc gives to pppd alone" "Debian's pppd turns it down when no option asks for it"
 skipped "PAP or CHAP over L2TP" "xl2tpd reads \"refuse authentication\" as a refusal of both"
-skipped "the board's switch, its radio, WDS and WPS" "no drivers and no hardware: stand-ins"
+skipped "the board's switch, its radio, WDS and WPS" "no drivers and no hardware: stubs"
 skipped "the router's own kernel, C library, cron and daemons" "Debian's stand for them"

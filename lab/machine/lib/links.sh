@@ -64,10 +64,10 @@ link_is_up() {
     on_router /tmp/wan_uptime && [ "$(address_of ppp0)" ]
 }
 
-# What both ends said, for when a link does not come up.
+# The last lines of both ends' logs, for a run with failures.
 links_said() {
     local file
-    for file in "$world/$1.log" "$world/${1}d.log" "$root"/var/lab/{pppd,l2tpd}.log; do
+    for file in "$world"/*.log "$root"/var/lab/{pppd,l2tpd}.log; do
         [ ! -e "$file" ] || { echo "      ${file##*/}:" && tail -n 25 "$file" | sed 's/^/      | /'; }
     done
 }

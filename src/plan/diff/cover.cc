@@ -1,10 +1,10 @@
 // The best set of choices that covers what is wanted.
 
+#include "plan/diff/cover.h"
+
 #include <algorithm>
 #include <bit>
 #include <tuple>
-
-#include "plan/diff/restarts.h"
 
 namespace {
 

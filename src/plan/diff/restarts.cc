@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <map>
+#include <span>
 
+#include "plan/diff/cover.h"
 #include "plan/diff/running.h"
 #include "plan/router/plan.h"
 #include "plan/router/shell_effects.h"

@@ -2,10 +2,8 @@
 #ifndef RC_PLAN_DIFF_RESTARTS_H
 #define RC_PLAN_DIFF_RESTARTS_H
 
-#include <cstdint>
 #include <optional>
 #include <set>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -52,22 +50,9 @@ struct Advice {
 };
 
 // For a router that runs with A and is given B. Without a stated world it is in use
-// (plan/running.h).
+// (running.h).
 Advice needed_restarts(const Settings& a, const Settings& b, const std::optional<World>& stated,
                        const Progress& progress = {});
-
-// A choice that is at hand: what it covers, one bit for each thing, and what it costs.
-struct Choice {
-    uint32_t covers = 0;
-    int commands = 0;
-    long long microseconds = 0;
-};
-
-enum class Prefer { FewestChoices, FewestCommands };
-
-// The best choices, by index in order, that cover all that is wanted as far as any choice covers
-// it. All combinations are looked at, so there should be no more than some twenty choices.
-std::vector<size_t> best_cover(uint32_t wanted, std::span<const Choice> choices, Prefer prefer);
 
 bool differs(const Advice& advice);
 

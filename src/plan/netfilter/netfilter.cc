@@ -4,12 +4,10 @@
 #include "plan/netfilter/netfilter.h"
 
 #include <algorithm>
-#include <map>
 
 #include "core/text.h"
 #include "plan/netfilter/rule_reading.h"
-#include "plan/router/recording.h"
-#include "plan/router/shell_effects.h"
+#include "plan/router/file_history.h"
 #include "plan/router/shell_script.h"
 
 namespace {
@@ -34,10 +32,6 @@ constexpr Target targets[] = {
     {"TCPMSS", ""},       {"DNAT", "nat"},    {"MASQUERADE", "nat"}, {"SNAT", "nat"},
     {"REJECT", "filter"}, {"MARK", "mangle"}, {"TTL", "mangle"},
 };
-
-bool is_program(std::string_view word, std::string_view name) {
-    return word.substr(word.rfind('/') + 1) == name;
-}
 
 // One call of iptables.
 struct Call {
@@ -288,82 +282,41 @@ bool Tables::is_used(const Chain& chain) const {
 // Follows a transcript: what its files hold at each moment, and what its commands do.
 class Follower {
   public:
-    explicit Follower(const World& before) : files_(before) {
-        for (auto& [path, content] : files_.files)
-            content = std::make_shared<std::string>(*content);
-    }
+    explicit Follower(const World& before) : files_(before) {}
     void follow(size_t index, const Event& event);
     Netfilter finish() { return std::move(tables_.result); }
 
   private:
-    // What events wrote into a file, and the place in the transcript of each line.
-    struct Written {
-        std::string content;
-        std::vector<Origin> lines;
-    };
-    World files_;
-    std::map<std::string, Written> written_;
+    FileHistory files_;
     Tables tables_;
 
-    void write(size_t index, const Event& event);
     void run(size_t index, const Event& event);
     void run_script(size_t index, const std::string& path);
     void carry_out(const ScriptCommand& command, Origin origin);
 };
 
 void Follower::follow(size_t index, const Event& event) {
-    if (event.verb == "write") written_.erase(event.text);
-    if (event.verb == "write" || event.verb == "append") write(index, event);
-    if (event.verb == "remove") files_.files.erase(event.text);
+    files_.follow(index, event);
     if (event.verb == "run" || event.verb == "pipe") run(index, event);
-}
-
-void Follower::write(size_t index, const Event& event) {
-    Written& file = written_[event.text];
-    // Lines of before, whose place is not known, count as this event's own.
-    const std::string* before = event.verb == "append" ? files_.get(event.text) : nullptr;
-    if (before && !before->empty() && *before != file.content) {
-        const auto ended = std::ranges::count(*before, '\n');
-        const size_t lines = static_cast<size_t>(ended) + (before->ends_with('\n') ? 0 : 1);
-        file = {.content = *before, .lines = std::vector(lines, Origin{index, 0})};
-    }
-    // What is appended to an unfinished line stays with its start.
-    size_t line = !file.content.empty() && !file.content.ends_with('\n') ? 2 : 1;
-    std::string_view body = event.body;
-    if (line == 2) take_field(body, '\n');
-    for (; !body.empty(); line++) {
-        file.lines.push_back({index, line});
-        take_field(body, '\n');
-    }
-    file.content += event.body;
-    files_.put(event.text, file.content);
 }
 
 // Runs a line as the shell does: each of its commands, and the scripts that they name.
 void Follower::run(size_t index, const Event& event) {
-    apply_file_effects(files_, event.text);
     for (const ScriptCommand& command : script_commands(event.text)) {
         carry_out(command, {index, 0});
-        if (command.words.empty() || !command.unread.empty()) continue;
-        size_t script = 0;
-        if (is_program(command.words[0], "sh")) script++;
-        while (script > 0 && script < command.words.size() && command.words[script] == "-x")
-            script++;
-        if (script < command.words.size()) run_script(index, command.words[script]);
+        const std::string script = script_of(command);
+        if (!script.empty()) run_script(index, script);
     }
 }
 
 void Follower::run_script(size_t index, const std::string& path) {
-    const std::string* content = files_.get(path);
-    if (!content) return;
-    const auto found = written_.find(path);
-    const Written* written =
-        found != written_.end() && found->second.content == *content ? &found->second : nullptr;
-    for (const ScriptCommand& command : script_commands(*content)) {
-        Origin origin = {index, 0};
-        if (written && command.line <= written->lines.size())
-            origin = written->lines[command.line - 1];
-        carry_out(command, origin);
+    const FollowedFile* file = files_.find(path);
+    if (!file) return;
+    for (const ScriptCommand& command : script_commands(file->content())) {
+        const FileLine& line = file->lines[command.line - 1];
+        // A line that no event's body holds stands where the script runs.
+        const bool written = !line.origins.empty() && line.origins.front().line > 0;
+        carry_out(command, written ? line.origins.front() : Origin{index, 0});
     }
 }
 

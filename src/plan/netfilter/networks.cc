@@ -4,13 +4,12 @@
 
 #include <algorithm>
 
+#include "plan/netfilter/packet_values.h"
 #include "plan/router/settings.h"
 
 namespace {
 
-constexpr Ipv4 limited_broadcast = 0xffffffff;
-constexpr Network loopback = {.address = 0x7f000000, .mask = 0xff000000};
-constexpr Network multicasts = {.address = 0xe0000000, .mask = 0xf0000000};
+constexpr Net loopback = {.address = 0x7f000000, .mask = 0xff000000};
 
 }  // namespace
 
@@ -41,6 +40,6 @@ Networks networks_of(const World& world) {
     const auto lan = found.addresses.find(found.lan_if);
     const std::optional<Ipv4> mask = read_address(settings["lan_netmask"]);
     if (lan != found.addresses.end() && mask)
-        found.lan = Network{.address = lan->second, .mask = *mask};
+        found.lan = Net{.address = lan->second, .mask = *mask};
     return found;
 }

@@ -6,13 +6,16 @@
 #include <optional>
 #include <string>
 
-#include "plan/netfilter/packet_values.h"
+#include "core/ipv4.h"
 #include "plan/router/world.h"
+
+inline constexpr Ipv4 limited_broadcast = 0xffffffff;
+inline constexpr Net multicasts = {.address = 0xe0000000, .mask = 0xf0000000};
 
 // The router's place in its networks.
 struct Networks {
     std::string lan_if = {};
-    std::optional<Network> lan = {};
+    std::optional<Net> lan = {};
     std::string wan_if = {};
     // The router's own addresses by interface.
     std::map<std::string, Ipv4> addresses = {};

@@ -24,7 +24,7 @@ bool is_interface(std::string_view asked, std::string_view name) {
 
 MatchAnswer match_network(const std::string& asked, std::optional<Ipv4> address,
                           const char* missing) {
-    const std::optional<Network> network = read_network(asked);
+    const std::optional<Net> network = read_network(asked);
     if (network && network->mask == 0) return yes_or_no(true);
     if (!address) return unknown(missing);
     return yes_or_no(network && network->holds(*address));
@@ -50,20 +50,6 @@ MatchAnswer match_flags(const Packet& packet, unsigned mask, unsigned wanted) {
 }
 
 }  // namespace
-
-const char* state_name(ConnectionState state) {
-    switch (state) {
-        case ConnectionState::New:
-            return "NEW";
-        case ConnectionState::Established:
-            return "ESTABLISHED";
-        case ConnectionState::Related:
-            return "RELATED";
-        case ConnectionState::Invalid:
-            break;
-    }
-    return "INVALID";
-}
 
 MatchAnswer match_in(OptionWords words, const Packet& packet) {
     return yes_or_no(is_interface(words[0], packet.in));

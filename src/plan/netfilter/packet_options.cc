@@ -7,7 +7,6 @@
 namespace {
 
 constexpr const char* broadcast_mac = "ff:ff:ff:ff:ff:ff";
-constexpr Ipv4 limited_broadcast = 0xffffffff;
 
 struct StateName {
     std::string_view name;
@@ -147,7 +146,7 @@ void PacketMaker::deduce_way() {
     if (!options_.from_router && packet().in.empty()) {
         if (!packet().source) return fail("--src or --in says where from");
         packet().in = known(networks_.way_to(*packet().source));
-        assume("it comes in by " + packet().in + ", the way to " + address_text(*packet().source) +
+        assume("it comes in by " + packet().in + ", the way to " + quad_text(*packet().source) +
                " (--in)");
     }
     if (packet().out.empty() && networks_.wan_if.empty())

@@ -76,27 +76,19 @@ std::optional<unsigned> read_number(std::string_view text, unsigned least, unsig
 }
 
 std::optional<Ipv4> read_address(std::string_view text) {
-    Ipv4 address = 0;
-    if (std::ranges::count(text, '.') != 3 || text.ends_with('.')) return std::nullopt;
-    while (!text.empty()) {
-        const std::string_view part = take_field(text, '.');
-        const std::optional<unsigned> number = read_number(part, 0, 255);
-        if (!number) return std::nullopt;
-        address = address << 8 | *number;
-    }
-    return address;
+    return parse_quad_of(text, [](std::string_view part) { return read_number(part, 0, 255); });
 }
 
-std::optional<Network> read_network(std::string_view text) {
+std::optional<Net> read_network(std::string_view text) {
     const bool has_mask = contains(text, "/");
     const std::optional<Ipv4> address = read_address(take_field(text, '/'));
     if (!address) return std::nullopt;
-    if (!has_mask) return Network{.address = *address};
+    if (!has_mask) return Net{.address = *address};
     if (const std::optional<unsigned> bits = read_number(text, 0, 32))
-        return Network{.address = *address, .mask = *bits == 0 ? 0 : 0xffffffff << (32 - *bits)};
+        return Net{.address = *address, .mask = *bits == 0 ? 0 : 0xffffffff << (32 - *bits)};
     const std::optional<Ipv4> mask = read_address(text);
     if (!mask) return std::nullopt;
-    return Network{.address = *address, .mask = *mask};
+    return Net{.address = *address, .mask = *mask};
 }
 
 std::optional<AddressRange> read_address_range(std::string_view text) {
@@ -170,13 +162,8 @@ std::optional<unsigned> read_icmp_type(std::string_view text) {
     return number_of(icmp_types, lower_case(text));
 }
 
-std::string address_text(Ipv4 address) {
-    return format("%u.%u.%u.%u", address >> 24, address >> 16 & 0xff, address >> 8 & 0xff,
-                  address & 0xff);
-}
-
 std::string endpoint_text(std::optional<Ipv4> address, std::optional<unsigned> port) {
-    std::string text = address ? address_text(*address) : "any address";
+    std::string text = address ? quad_text(*address) : "any address";
     if (port) text += ":" + std::to_string(*port);
     return text;
 }

@@ -3,21 +3,11 @@
 #ifndef RC_PLAN_NETFILTER_PACKET_VALUES_H
 #define RC_PLAN_NETFILTER_PACKET_VALUES_H
 
-#include <stdint.h>
-
 #include <optional>
 #include <string>
 #include <string_view>
 
-// An IPv4 address as a number: 192.168.1.1 is 0xc0a80101.
-using Ipv4 = uint32_t;
-
-struct Network {
-    Ipv4 address = 0;
-    Ipv4 mask = 0xffffffff;
-
-    bool holds(Ipv4 other) const { return (other & mask) == (address & mask); }
-};
+#include "core/ipv4.h"
 
 struct AddressRange {
     Ipv4 first = 0;
@@ -42,10 +32,10 @@ enum TcpFlag : unsigned { Fin = 1, Syn = 2, Rst = 4, Psh = 8, Ack = 16, Urg = 32
 
 // A whole number as iptables reads it: decimal, octal behind "0", hexadecimal behind "0x".
 std::optional<unsigned> read_number(std::string_view text, unsigned least, unsigned most);
-// Four decimal numbers with dots.
+// Four such numbers with dots.
 std::optional<Ipv4> read_address(std::string_view text);
 // ADDRESS, ADDRESS/BITS or ADDRESS/MASK.
-std::optional<Network> read_network(std::string_view text);
+std::optional<Net> read_network(std::string_view text);
 // ADDRESS or ADDRESS-ADDRESS.
 std::optional<AddressRange> read_address_range(std::string_view text);
 // N, N:M, N: or :M, up to 65535.
@@ -61,7 +51,6 @@ std::optional<unsigned> read_tcp_flags(std::string_view text);
 // A number, or the name of an ICMP type; 255 is any.
 std::optional<unsigned> read_icmp_type(std::string_view text);
 
-std::string address_text(Ipv4 address);
 // "192.168.1.5:80"; without a port the address alone.
 std::string endpoint_text(std::optional<Ipv4> address, std::optional<unsigned> port);
 std::string protocol_text(unsigned protocol);

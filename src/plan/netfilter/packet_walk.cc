@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr Network multicasts = {.address = 0xe0000000, .mask = 0xf0000000};
-
 // The kernel refuses chains that lead in a circle; rc's are three deep.
 constexpr int deepest_chain = 64;
 
@@ -102,7 +100,7 @@ bool Walker::is_routed() {
     const bool own = packet().source && networks_.is_own(*packet().source);
     if (!own || packet().in == "lo") return true;
     walk_.verdict = Verdict::Drop;
-    walk_.misrouted = address_text(*packet().source) + " cannot come in by " + packet().in;
+    walk_.misrouted = quad_text(*packet().source) + " cannot come in by " + packet().in;
     note(walk_.misrouted);
     return false;
 }
@@ -294,7 +292,7 @@ std::string Walker::change_source(const Decision& where) {
         if (to.address) packet().source = to.address;
         if (to.port) packet().source_port = to.port;
     }
-    return packet().source ? "from " + address_text(*packet().source)
+    return packet().source ? "from " + quad_text(*packet().source)
                            : "from the address of " + packet().out;
 }
 
@@ -325,7 +323,7 @@ std::string Walk::verdict_text() const {
         if (by) text += ", " + what + " (" + by->rule->target + " by " + by->text() + ")";
     };
     add("to " + endpoint_text(packet.destination, packet.destination_port), destination_nat);
-    add("from " + (packet.source ? address_text(*packet.source) : "the address of " + packet.out),
+    add("from " + (packet.source ? quad_text(*packet.source) : "the address of " + packet.out),
         source_nat);
     add("mark " + std::to_string(packet.mark), marked);
     return text;

@@ -5,8 +5,12 @@
 #include <fmt/format.h>
 
 #include "plan/report/html.h"
+#include "plan/report/report_files.h"
+#include "plan/report/report_firewall.h"
 #include "plan/report/report_page.h"
 #include "plan/report/report_parts.h"
+#include "plan/report/report_subjects.h"
+#include "plan/report/report_timeline.h"
 
 namespace {
 

@@ -1,5 +1,6 @@
 // A plan as one HTML page that needs nothing else: for a colleague, a ticket, an archive. Reading
-// needs no scripts; they add the filter and the map's panel. Secrets are masked (masks.h).
+// needs no scripts; they add the filter and the map's panel. Secrets are masked
+// (plan/trace/redaction.h).
 #ifndef RC_PLAN_REPORT_REPORT_H
 #define RC_PLAN_REPORT_REPORT_H
 

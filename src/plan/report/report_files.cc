@@ -1,11 +1,12 @@
 // The report's files: what the run leaves behind, line by line with the settings of each.
 
+#include "plan/report/report_files.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
 
 #include "plan/report/html.h"
-#include "plan/report/report_parts.h"
 
 namespace {
 
@@ -18,11 +19,11 @@ std::string number_html(const FileLine& line, size_t number) {
 }
 
 // Of a text image of settings, only what the run stores is its product.
-bool is_shown(const ProducedFile& file, const FileLine& line) {
+bool is_shown(const FollowedFile& file, const FileLine& line) {
     return !file.image() || !line.origins.empty();
 }
 
-std::string size_text(const Report& report, const ProducedFile& file) {
+std::string size_text(const Report& report, const FollowedFile& file) {
     const size_t bytes = report.plan.after.world.get(file.path)->size();
     if (bytes == 0) return "empty";
     if (file.binary()) return counted(bytes, "byte");
@@ -34,7 +35,7 @@ std::string size_text(const Report& report, const ProducedFile& file) {
 }
 
 void put_lines(std::string& out, const Report& report, size_t index) {
-    const ProducedFile& file = report.files[index];
+    const FollowedFile& file = report.files[index];
     for (size_t i = 0; i < file.lines.size(); i++) {
         if (!is_shown(file, file.lines[i])) continue;
         const bool ended = i + 1 < file.lines.size() || file.ended;
@@ -46,7 +47,7 @@ void put_lines(std::string& out, const Report& report, size_t index) {
     }
 }
 
-void put_bytes(std::string& out, const Report& report, const ProducedFile& file) {
+void put_bytes(std::string& out, const Report& report, const FollowedFile& file) {
     Event event = {.verb = "write",
                    .text = "",
                    .body = *report.plan.after.world.get(file.path),
@@ -74,7 +75,7 @@ void put_files(std::string& out, const Report& report) {
     out += R"(<section id="files" class="group"><h2>Files</h2>)"
            R"(<p class="note">What the run makes or changes, as it is at the end.</p>)";
     for (size_t index = 0; index < report.files.size(); index++) {
-        const ProducedFile& file = report.files[index];
+        const FollowedFile& file = report.files[index];
         out += fmt::format(
             R"(<details class="file group" id="{}"><summary class="head"><code>{}</code>)"
             R"( <span class="note">{}</span></summary><ol class="content">)",

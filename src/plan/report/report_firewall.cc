@@ -1,6 +1,8 @@
 // The report's firewall: a map of each table, and the rules of each chain with the settings behind
 // them and the line that they come from.
 
+#include "plan/report/report_firewall.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -8,7 +10,6 @@
 
 #include "plan/report/html.h"
 #include "plan/report/report_map.h"
-#include "plan/report/report_parts.h"
 
 namespace {
 
@@ -142,14 +143,14 @@ void put_refused(std::string& out, const Report& report, bool unread) {
         items);
 }
 
-}  // namespace
-
 bool has_firewall(const Report& report) {
     return !report.tables.refused.empty() ||
            std::ranges::any_of(shown_tables, [&](const Table& table) {
                return is_used(report.tables, table.name);
            });
 }
+
+}  // namespace
 
 void put_firewall(std::string& out, const Report& report) {
     if (!has_firewall(report)) return;

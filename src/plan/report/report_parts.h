@@ -1,4 +1,4 @@
-// The parts of a report's page, and what they share: ids, links, and the lines behind a setting.
+// What the sections of a report's page share: ids, links, and the lines behind a setting.
 #ifndef RC_PLAN_REPORT_REPORT_PARTS_H
 #define RC_PLAN_REPORT_REPORT_PARTS_H
 
@@ -26,7 +26,7 @@ struct Report {
     const Provenance& provenance;
     Masks masks;
     Netfilter tables;
-    std::vector<ProducedFile> files;
+    std::vector<FollowedFile> files;
     // Where a line of the transcript stands in the files: which file, and which line of it from 0.
     std::map<Origin, std::pair<size_t, size_t>> places;
     // Settings first, each kind by name.
@@ -34,15 +34,6 @@ struct Report {
 
     const Event& event(size_t index) const { return plan.after.transcript.events()[index]; }
 };
-
-// Each appends its section of the page, or nothing when there is nothing to show.
-void put_timeline(std::string& out, const Report& report);
-void put_files(std::string& out, const Report& report);
-void put_firewall(std::string& out, const Report& report);
-void put_settings(std::string& out, const Report& report);
-void put_facts(std::string& out, const Report& report);
-
-bool has_firewall(const Report& report);
 
 // Ids, safe to stand in attributes.
 std::string line_id(const Origin& origin);

@@ -1,9 +1,10 @@
 // The report's settings and facts of the router: each with the lines that depend on it.
 
+#include "plan/report/report_subjects.h"
+
 #include <fmt/format.h>
 
 #include "plan/report/html.h"
-#include "plan/report/report_parts.h"
 #include "settings/table.h"
 
 namespace {

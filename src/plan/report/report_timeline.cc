@@ -1,9 +1,10 @@
 // The report's time-line: every entry of the transcript, bodies of files and nested runs to unfold.
 
+#include "plan/report/report_timeline.h"
+
 #include <fmt/format.h>
 
 #include "plan/report/html.h"
-#include "plan/report/report_parts.h"
 #include "plan/router/transcript.h"
 
 namespace {

@@ -1,5 +1,5 @@
-// The recording platform: core/platform.h and nvram/libnvram.h over a World, with a transcript of
-// all that is done.
+// The recording platform: core/platform.h and libnvram/libnvram.h over a World, with a transcript
+// of all that is done.
 #ifndef RC_PLAN_ROUTER_RECORDING_H
 #define RC_PLAN_ROUTER_RECORDING_H
 

@@ -6,85 +6,75 @@
 #include <optional>
 #include <span>
 
-#include "core/text.h"
+#include "core/shell_line.h"
 #include "plan/router/recording.h"
 
 namespace {
+
+// Where a program's output goes, or what else it writes.
+struct Redirection {
+    std::string path;
+    bool append = false;
+    bool output = false;
+};
 
 // A line of plain words with redirections: no expansion, no list of commands. Such a line means to
 // any shell what it means here.
 struct PlainCommand {
     std::vector<std::string> words;
-    std::string redirect_to;
-    bool append = false;
+    std::vector<Redirection> redirections;
 };
 
-// Reads one word at the start of rest. Nothing when it holds what a shell would expand.
-std::optional<std::string> take_word(std::string_view& rest) {
-    std::string word;
-    char quote = '\0';
-    while (!rest.empty()) {
-        const char c = rest.front();
-        if (quote == '\0' && contains(" \t<>&", {&c, 1})) break;
-        if (quote == '\0' && contains("|;()*?[]#~{}!\n", {&c, 1})) return std::nullopt;
-        if (quote != '\'' && contains("$`\\", {&c, 1})) return std::nullopt;
-        rest.remove_prefix(1);
-        if (c == quote) {
-            quote = '\0';
-        } else if (quote == '\0' && (c == '"' || c == '\'')) {
-            quote = c;
-        } else {
-            word += c;
-        }
-    }
-    if (quote != '\0') return std::nullopt;
-    return word;
+bool add_redirection(PlainCommand& command, const ShellPiece& piece) {
+    // Complaints are not stated, wherever they go.
+    if (piece.descriptor == "2" && piece.sign == ">&" && piece.text == "1") return true;
+    const bool append = piece.sign == ">>";
+    if ((!append && piece.sign != ">") || piece.text.empty()) return false;
+    const bool output = piece.descriptor.empty() || piece.descriptor == "1";
+    command.redirections.push_back({.path = piece.text, .append = append, .output = output});
+    return true;
 }
 
-void skip_blanks(std::string_view& rest) {
-    while (!rest.empty() && contains(" \t", rest.substr(0, 1))) rest.remove_prefix(1);
-}
-
-std::optional<PlainCommand> parse_plain(std::string_view rest) {
+std::optional<PlainCommand> parse_plain(std::string_view line) {
     PlainCommand command;
-    for (skip_blanks(rest); !rest.empty(); skip_blanks(rest)) {
-        if (rest == "&") break;
-        if (rest.starts_with("2>&1")) {
-            rest.remove_prefix(4);
-        } else if (rest.front() == '>') {
-            command.append = rest.starts_with(">>");
-            rest.remove_prefix(command.append ? 2 : 1);
-            skip_blanks(rest);
-            const std::optional<std::string> target = take_word(rest);
-            if (!target || target->empty()) return std::nullopt;
-            command.redirect_to = *target;
-        } else if (contains("<&", rest.substr(0, 1))) {
-            // rc's own "& >/dev/null" leaves an empty second command behind.
-            if (!rest.starts_with("& >")) return std::nullopt;
-            rest.remove_prefix(2);
+    bool ended = false;
+    for (const ShellPiece& piece : shell_pieces(line)) {
+        if (!piece.special.empty() || piece.unclosed) return std::nullopt;
+        const bool redirects = piece.kind == ShellPiece::Kind::Redirection;
+        // rc's own "& >/dev/null" leaves an empty second command behind.
+        if (ended && !redirects) return std::nullopt;
+        if (piece.kind == ShellPiece::Kind::Word) {
+            command.words.push_back(piece.text);
+        } else if (redirects) {
+            if (!add_redirection(command, piece)) return std::nullopt;
+            if (ended) command.redirections.back().output = false;
+        } else if (piece.sign == "&") {
+            ended = true;
         } else {
-            const std::optional<std::string> word = take_word(rest);
-            if (!word) return std::nullopt;
-            command.words.push_back(*word);
+            return std::nullopt;
         }
     }
     return command;
 }
 
-// Into the file that is there, as programs do: rc may have it open.
-void overwrite(World& world, const std::string& path, std::string content) {
-    const auto found = world.files.find(path);
-    if (found == world.files.end())
-        world.put(path, std::move(content));
-    else
-        *found->second = std::move(content);
-}
-
-void put_redirected(World& world, const PlainCommand& command, const std::string& text) {
-    const std::string& path = command.redirect_to;
-    if (path.empty() || path == "/dev/null" || !path_fits(path)) return;
-    const std::string* before = world.get(path);
-    overwrite(world, path, (command.append && before ? *before : "") + text);
+// A redirection makes its file, whether anything is printed or not.
+std::vector<FileEffect> redirected(const World& world, const PlainCommand& command,
+                                   const std::string& output) {
+    std::vector<FileEffect> effects;
+    const auto open = [&](const Redirection& redirection, const std::string& text) {
+        const std::string& path = redirection.path;
+        if (path == "/dev/null" || !path_fits(path)) return;
+        const std::string* before = redirection.append ? world.get(path) : nullptr;
+        effects.push_back(
+            {.path = path, .content = (before ? *before : "") + text, .copied_from = ""});
+    };
+    const Redirection* last = nullptr;
+    for (const Redirection& redirection : command.redirections)
+        if (redirection.output) last = &redirection;
+    for (const Redirection& redirection : command.redirections)
+        if (&redirection != last) open(redirection, "");
+    if (last) open(*last, output);
+    return effects;
 }
 
 std::string joined(std::span<const std::string> words) {
@@ -93,20 +83,25 @@ std::string joined(std::span<const std::string> words) {
     return text;
 }
 
-void echo(World& world, const PlainCommand& command) {
-    put_redirected(world, command, joined(std::span(command.words).subspan(1)) + "\n");
+std::vector<FileEffect> copied(const World& world, const std::string& from, const std::string& to) {
+    const std::optional<std::string> content = file_content(world, from);
+    if (!content || !path_fits(to)) return {};
+    return {{.path = to, .content = content, .copied_from = from}};
 }
 
-void copy(World& world, const std::string& from, const std::string& to) {
-    const std::optional<std::string> content = file_content(world, from);
-    if (content && path_fits(to)) overwrite(world, to, *content);
+std::vector<FileEffect> removed(const World& world, std::span<const std::string> paths) {
+    std::vector<FileEffect> effects;
+    for (const std::string& path : paths)
+        if (world.get(path))
+            effects.push_back({.path = path, .content = std::nullopt, .copied_from = ""});
+    return effects;
 }
 
 }  // namespace
 
-void apply_file_effects(World& world, const std::string& line) {
+std::vector<FileEffect> file_effects(const World& world, const std::string& line) {
     std::optional<PlainCommand> command = parse_plain(line);
-    if (!command || command->words.empty()) return;
+    if (!command || command->words.empty()) return {};
     std::vector<std::string>& words = command->words;
     const std::string program_line = joined(words);
     if (words[0].ends_with("busybox") && words.size() > 1) words.erase(words.begin());
@@ -114,16 +109,32 @@ void apply_file_effects(World& world, const std::string& line) {
     const std::string name = words[0].substr(words[0].rfind('/') + 1);
     if (name == "echo") {
         // What echo makes of options differs between shells.
-        if (words.size() < 2 || !words[1].starts_with('-')) echo(world, *command);
-    } else if (name == "cp") {
-        if (words.size() == 4 && words[1] == "-f") words.erase(words.begin() + 1);
-        if (words.size() == 3) copy(world, words[1], words[2]);
-    } else if (name == "rm") {
-        for (size_t i = 1; i < words.size(); i++) world.files.erase(words[i]);
-    } else {
-        const auto stated = world.outputs.find(program_line);
-        put_redirected(world, *command, stated == world.outputs.end() ? "" : stated->second);
+        if (words.size() >= 2 && words[1].starts_with('-')) return {};
+        return redirected(world, *command, joined(std::span(words).subspan(1)) + "\n");
     }
+    if (name == "cp") {
+        if (words.size() == 4 && words[1] == "-f") words.erase(words.begin() + 1);
+        if (words.size() != 3) return {};
+        return copied(world, words[1], words[2]);
+    }
+    if (name == "rm") return removed(world, std::span(words).subspan(1));
+    const auto stated = world.outputs.find(program_line);
+    return redirected(world, *command, stated == world.outputs.end() ? "" : stated->second);
+}
+
+void apply_file_effect(World& world, const FileEffect& effect) {
+    const auto found = world.files.find(effect.path);
+    if (!effect.content)
+        world.files.erase(effect.path);
+    else if (found == world.files.end())
+        world.put(effect.path, *effect.content);
+    else
+        // Into the file that is there, as programs do: rc may have it open.
+        *found->second = *effect.content;
+}
+
+void apply_file_effects(World& world, const std::string& line) {
+    for (const FileEffect& effect : file_effects(world, line)) apply_file_effect(world, effect);
 }
 
 std::vector<std::string> nested_words(const std::string& line) {

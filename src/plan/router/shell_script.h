@@ -1,4 +1,5 @@
-// A script as the router's shell reads it: simple commands, one after the other.
+// A script as the router's shell reads it: simple commands, one after the other, and the scripts
+// that they run.
 #ifndef RC_PLAN_ROUTER_SHELL_SCRIPT_H
 #define RC_PLAN_ROUTER_SHELL_SCRIPT_H
 
@@ -22,5 +23,12 @@ struct ScriptCommand {
 };
 
 std::vector<ScriptCommand> script_commands(std::string_view script);
+
+// Whether a command's first word names this program, with its folder or without.
+bool is_program(std::string_view word, std::string_view name);
+
+// The file that a command runs: that of "sh [-x] FILE", otherwise its first word. Empty when the
+// words are not certain or there is none.
+std::string script_of(const ScriptCommand& command);
 
 #endif

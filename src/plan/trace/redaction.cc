@@ -69,7 +69,7 @@ std::string Masks::line(const Origin& origin, std::string text) const {
     return all_seen ? text : std::string(mask);
 }
 
-std::string Masks::line(const ProducedFile& file, const FileLine& line) const {
+std::string Masks::line(const FollowedFile& file, const FileLine& line) const {
     if (file.image()) return mask_assignment(line.text);
     std::string text = line.text;
     for (const Origin& origin : line.origins) text = this->line(origin, std::move(text));

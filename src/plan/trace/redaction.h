@@ -20,7 +20,7 @@ class Masks {
     // A line of the transcript: its event's text, or a line of its body.
     std::string line(const Origin& origin, std::string text) const;
     // A line of a file that the run leaves behind.
-    std::string line(const ProducedFile& file, const FileLine& line) const;
+    std::string line(const FollowedFile& file, const FileLine& line) const;
     // An answer, if there is one.
     std::string answer(const Influence& influence) const;
     // Whether a secret went into the event's body.

@@ -6,8 +6,10 @@
 #include <functional>
 #include <tuple>
 
+#include "core/shell_line.h"
 #include "core/text.h"
 #include "plan/router/lines.h"
+#include "plan/router/shell_script.h"
 #include "settings/records.h"
 #include "settings/table.h"
 
@@ -113,22 +115,12 @@ Plan play_with(const World& router, const std::vector<std::string>& words, const
 }  // namespace
 
 nvram::Quoting quoting_at(std::string_view line, size_t place) {
-    char quote = '\0';
+    const ShellReader reader = shell_reader_at(line, place);
     // pppd gives what is quoted behind this option to a shell of its own, where it is bare.
-    bool of_pppd = false;
-    for (size_t i = 0; i < std::min(place, line.size()); i++) {
-        const char c = line[i];
-        if (c == '\\' && quote != '\'') {
-            i++;
-        } else if (quote == c) {
-            quote = '\0';
-        } else if (quote == '\0' && (c == '"' || c == '\'')) {
-            quote = c;
-            of_pppd = line.substr(0, i).ends_with("pty ");
-        }
-    }
-    if (quote == '\0' || of_pppd) return nvram::Quoting::Bare;
-    return quote == '"' ? nvram::Quoting::DoubleQuoted : nvram::Quoting::SingleQuoted;
+    const bool of_pppd = line.substr(0, reader.quotes_at()).ends_with("pty ");
+    if (reader.quotes() == ShellQuotes::None || of_pppd) return nvram::Quoting::Bare;
+    return reader.quotes() == ShellQuotes::Double ? nvram::Quoting::DoubleQuoted
+                                                  : nvram::Quoting::SingleQuoted;
 }
 
 void SinkSearch::play_plain(const World& router, const std::vector<std::string>& words) {
@@ -249,14 +241,8 @@ void SinkSearch::note_uses(const Plan& plan) {
 void SinkSearch::note_scripts(const Transcript& transcript) {
     for (const Event& event : transcript.events()) {
         if (event.verb != "run") continue;
-        std::string_view rest = event.text;
-        for (std::string_view word = take_field(rest, ' ');; word = take_field(rest, ' ')) {
-            if (word.starts_with('/') && !word.ends_with("/sh"))
-                scripts_.insert(std::string(word.substr(0, word.find('&'))));
-            if (word.starts_with('/') && !word.ends_with("/sh")) break;
-            if (rest.empty()) break;
-            if (!word.empty() && !word.ends_with("sh") && word != "-x" && word != "-c") break;
-        }
+        for (const ScriptCommand& command : script_commands(event.text))
+            scripts_.insert(script_of(command));
     }
 }
 

@@ -29,9 +29,6 @@ struct FoundSink {
     friend auto operator<=>(const FoundSink&, const FoundSink&) = default;
 };
 
-// What means something to a shell, in a crontab or as the end of a line.
-inline constexpr std::string_view special_characters = "\n\t !\"#$%&'()*;<>?[\\]^`{|}~";
-
 // What stands around a place of a shell line.
 nvram::Quoting quoting_at(std::string_view line, size_t place);
 

@@ -1,0 +1,60 @@
+// What files hold at each moment of a run, followed through its transcript: each line with the
+// places that made it.
+#ifndef RC_PLAN_ROUTER_FILE_HISTORY_H
+#define RC_PLAN_ROUTER_FILE_HISTORY_H
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "plan/router/lines.h"
+#include "plan/router/world.h"
+
+struct FileLine {
+    std::string text;
+    // None when the line was there before; several when it was written in pieces.
+    std::vector<Origin> origins;
+};
+
+struct FollowedFile {
+    std::string path;
+    std::vector<FileLine> lines;
+    // The last line ends in a newline.
+    bool ended = true;
+
+    std::string content() const;
+    // Whether it holds a zero byte: transcripts show such a content in hexadecimal.
+    bool binary() const;
+    // Whether it is a text image of settings.
+    bool image() const;
+};
+
+// A file whose lines come from nowhere yet.
+FollowedFile unfollowed_file(const std::string& path, std::string_view content);
+
+class FileHistory {
+  public:
+    explicit FileHistory(const World& before);
+
+    // Carries out what an event does to files.
+    void follow(size_t index, const Event& event);
+
+    // The file as it is by now; nullptr when there is none.
+    const FollowedFile* find(const std::string& path) const;
+
+  private:
+    World world_;
+    std::map<std::string, FollowedFile> files_;
+
+    void restart(const std::string& path, std::string_view content);
+    void remove(const std::string& path);
+    void write(size_t index, const Event& event);
+    void run(size_t index, const std::string& line);
+    void copy(const std::string& from, const std::string& to, size_t index);
+    void load(size_t index);
+    void set(size_t index, const Event& event);
+    void commit();
+};
+
+#endif
