@@ -4,6 +4,7 @@
 
 #include <stdio.h>
 
+#include <exception>
 #include <string>
 
 #include "plan/router/case_file.h"
@@ -28,10 +29,13 @@ bool play_one(const char* path) {
 
 }  // namespace
 
-int main(int count, char** words) {
+int main(int count, char** words) try {
     int failed = 0;
     for (int i = 1; i < count; i++)
         if (!play_one(words[i])) failed++;
     printf("%d cases, %d differ\n", count - 1, failed);
     return failed == 0 && count > 1 ? 0 : 1;
+} catch (const std::exception& error) {
+    fprintf(stderr, "%s\n", error.what());
+    return 2;
 }
