@@ -9,13 +9,20 @@ on_pc() {
     in_net "$name" "$@" 9>&-
 }
 
-# ask_lease NAME: a fresh DHCP client asks until it gets an address, and ends; lease_of tells what it got.
+dhcp_server_listens() {
+    router netstat -lun | grep -q ':67 '
+}
+
+# ask_lease NAME: a fresh DHCP client asks until it gets an address, and ends; lease_of tells what it got. It asks in one
+# go, every 5 s: a client that begins anew takes no answer to its earlier questions, and where a slow server has more of
+# them waiting than it answers, it would never get one.
 ask_lease() {
     local lease=$world/lease.$1
     rm -f "$lease"
     with "real packets" via udhcpd
     install -m 755 "$lab/clients/dhcp_event" "$world/dhcp_event"
-    LEASE_FILE=$lease on_pc "$1" busybox timeout "$hang_limit" busybox udhcpc -i eth0 -f -q -t 5 -T 1 -A 1 \
+    wait_until dhcp_server_listens
+    LEASE_FILE=$lease on_pc "$1" busybox timeout "$hang_limit" busybox udhcpc -i eth0 -f -q -t 1000 -T 5 \
         -x "hostname:$1" -s "$world/dhcp_event" 2>&1 | sed '1!s/^/      | /'
 }
 

@@ -32,7 +32,8 @@ new_provider() {
         echo "option router $provider_gateway"
         echo "option dns $provider_dns"
         echo "option domain provider.example"
-        echo "option lease 600"
+        # Ten hours: no scenario takes so long that the lease would be renewed.
+        echo "option lease 36000"
     } > "$home/udhcpd.conf"
     in_net provider busybox udhcpd -a 100 "$home/udhcpd.conf" 9>&-
 

@@ -29,7 +29,7 @@ via udhcpc comes "the WAN is up: /tmp/wan_uptime" on_router /tmp/wan_uptime
 must_hold
 leased_address "$board_wan_mac"
 via udhcpc same "the name servers" "domain provider.example; nameserver $provider_dns" "$(lines_of /etc/resolv.conf)"
-comes "the provider lists that lease, without a host name" leased_out "${leased%/24}" '00:??:??'
+comes "the provider lists that lease, without a host name" leased_out "${leased%/24}" '??:??:??'
 comes "the services are restarted: /tmp/ntp_start" on_router /tmp/ntp_start
 comes "the LAN's DHCP server has the provider's name server" \
     in_file "^option.dns.$provider_dns" /etc/udhcpd.conf
@@ -55,7 +55,7 @@ console nvram set wan_dns2=192.0.2.54
 console rc wan start
 via udhcpc comes "the WAN is up" on_router /tmp/wan_uptime
 leased_address "$users_mac"
-comes "the provider lists that lease, with the host name attic" leased_out "${leased%/24}" 'attic 00:??:??'
+comes "the provider lists that lease, with the host name attic" leased_out "${leased%/24}" 'attic ??:??:??'
 comes "the name servers are the user's: $users_dns" lines_are /etc/resolv.conf "$users_dns"
 # The event script may still be at the services: they would start beside the restart of the WAN.
 services_started

@@ -63,11 +63,3 @@ start_l2tp_server() {
 link_is_up() {
     on_router /tmp/wan_uptime && [ "$(address_of ppp0)" ]
 }
-
-# The last lines of both ends' logs, for a run with failures.
-links_said() {
-    local file
-    for file in "$world"/*.log "$root"/var/lab/{pppd,l2tpd}.log; do
-        [ ! -e "$file" ] || { echo "      ${file##*/}:" && tail -n 25 "$file" | sed 's/^/      | /'; }
-    done
-}
