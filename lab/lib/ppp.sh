@@ -23,7 +23,7 @@ forget_pppd() {
     rm -f "$root"/var/lab/pppd.*
 }
 
-# The options in effect as pppd lists them, parted by "; ", without those of the adapter. What a plug-in has seen is
+# The options in effect as pppd lists them, separated by "; ", without those of the adapter. What a plug-in has seen is
 # listed twice; passwords are never shown.
 options_in_effect() {
     via pppd

@@ -53,7 +53,7 @@ gone() {
     [ ! -e "$root$1" ]
 }
 
-# A file's lines as one, parted by "; ".
+# A file's lines as one, separated by "; ".
 lines_of() {
     [ ! -e "$root$1" ] || awk '{ printf "%s%s", (NR > 1 ? "; " : ""), $0 }' "$root$1"
 }

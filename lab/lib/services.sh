@@ -33,7 +33,7 @@ syslog_is() {
     ${reader:+via "$reader"} same "the fields in order" "$names" "$syslog_names"
 }
 
-# calls [PATTERN]: the command lines of the stubs, those that match, parted by "; ".
+# calls [PATTERN]: the command lines of the stubs, those that match, separated by "; ".
 calls() {
     grep -E -- "${1-.}" "$root/tmp/calls" 2>/dev/null | awk '{ printf "%s%s", (NR > 1 ? "; " : ""), $0 }'
     callers "${1-.}"
@@ -66,7 +66,7 @@ interface_state() {
     in_net router ip -o -4 addr show dev "$1" | awk '{ printf ", %s", $4 }'
 }
 
-# The routes, parted by "; ".
+# The routes, separated by "; ".
 routes() {
     in_net router ip -4 route show table main | sed -E 's/ linkdown//; s/ +$//' | sort |
         awk '{ printf "%s%s", (NR > 1 ? "; " : ""), $0 }'

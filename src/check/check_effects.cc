@@ -1,4 +1,4 @@
-// What rc does with a value that is not of its setting's form.
+// The effect of a value that does not have the form of its setting.
 #include "check/check_parts.h"
 #include "core/text.h"
 

@@ -14,7 +14,7 @@ inline constexpr std::string_view special_characters = "\n\t !\"#$%&'()*;<>?[\\]
 
 enum class ShellQuotes : uint8_t { None, Double, Single };
 
-// What a character is to the shell where it stands.
+// The role of a character in a shell line.
 enum class ShellRole : uint8_t {
     Text,       // itself
     Blank,      // ends a word
@@ -38,7 +38,7 @@ class ShellReader {
     // The next character; not at the end.
     char next() const { return text_[at_]; }
     ShellRole role() const { return shell_role(next(), quotes_, starts_word_); }
-    // What of the text is left.
+    // The rest of the text.
     std::string_view rest() const { return text_.substr(at_); }
     size_t at() const { return at_; }
 

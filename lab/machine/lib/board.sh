@@ -42,7 +42,7 @@ power_on() {
     sed 's/^/      | /' "$root/var/lab/console"
 }
 
-# The VLANs that the kernel has, as "name: port/number", parted by "; ".
+# The VLANs that the kernel has, as "name: port/number", separated by "; ".
 vlans() {
     awk -F '|' 'NR > 2 { gsub(/ /, ""); printf "%s%s: %s/%s", (NR > 3 ? "; " : ""), $1, $3, $2 }' /proc/1/net/vlan/config
 }
