@@ -95,6 +95,19 @@ comes "the client was started (a stub notes its command line)" in_file \
     '^/usr/sbin/ez-ipupdate -S ddns\.example -u user:secret -h attic\.example -i eth2\.2 -b /tmp/ddns\.cache$' \
     /tmp/calls
 
+step "A hostile provider: of what the network says, only addresses and plain names are taken"
+console env interface=eth2.2 ip=203.0.113.7 subnet=255.255.255.0 "router=203.0.113.1;reboot $provider_gateway" \
+    'domain=xnameserver;echo pwned' 'dns=192.0.2.55;reboot 010.0.0.1 192.0.2.256 192.0.2.53 $(reboot)' \
+    /etc/udhcpc.script bound
+services_started
+same "the name servers" "nameserver 192.0.2.53" "$(lines_of /etc/resolv.conf)"
+same "the default route" "$provider_gateway eth2.2" "$(default_route)"
+same "rules with the provider's words" "" "$(grep -e pwned -e reboot "$root/tmp/rules")"
+console env interface=eth2.2 'ip=203.0.113.9;reboot' subnet=255.255.255.0 /etc/udhcpc.script bound
+same "eth2.2's address" 203.0.113.7/24 "$(address_of eth2.2)"
+console env 'DNS1=192.0.2.55;reboot' DNS2=192.0.2.54 /etc/ppp/ip-up-demand
+same "the name servers of a PPP link" "nameserver 192.0.2.54" "$(lines_of /etc/resolv.conf)"
+
 step "The WAN is stopped once more"
 console rc wan stop
 same "eth2.2's address" "" "$(address_of eth2.2)"
