@@ -29,6 +29,7 @@ for wanted, tests, steps in (
     ((0, '1 passed, 0 failed, 0 skipped, in 1 min 15 s'), {'a': GOOD}, ()),
     ((0, '2 passed, 0 failed, 1 skipped (release: b), in 1 min 15 s'), {'a': GOOD, 'b': SKIPPED},
      [('passed.steps', 'style\n')]),
+    ((0, '1 passed, 0 failed, 1 skipped (lab.mips), in 1 min 15 s'), {'a': GOOD}, [('skipped.steps', 'lab.mips\n')]),
     ((1, '1 passed, 1 failed (release: b), 0 skipped, in 1 min 15 s'), {'a': GOOD, 'b': BAD}, ()),
     ((1, '1 passed, 1 failed (release: b), 0 skipped, in 1 min 15 s'), {'a': GOOD, 'b': '"/no/such/program"'}, ()),
     ((1, '1 passed, 1 failed (build fuzz), 0 skipped, in 1 min 15 s'), {'a': GOOD}, [('failed.steps', 'build fuzz\n')]),
