@@ -50,6 +50,9 @@ constexpr size_t access_list = 1023;
 constexpr size_t access_list_addresses = (access_list + 1) / (mac_length + 1);
 constexpr size_t wds_list = 127;
 
+// "lan_ipaddr" as the radio's own address: the longest dotted quad.
+constexpr size_t own_address = 15;
+
 // WMM: four numbers for each of four access categories.
 constexpr size_t wmm_numbers = 16;
 

@@ -14,6 +14,12 @@ namespace platform {
 
 // Processes and the shell.
 
+// Called by main before anything else. Opens closed standard descriptors, so that no later file
+// gets one of their numbers; keeps files that the run or its commands make from being writable by
+// others; and survives a reader of its output that has gone: a run that ended there would leave the
+// router half configured. Commands get the default action for SIGPIPE.
+void prepare_process();
+
 // Runs a line with /bin/sh -c and waits for it. Standard output is flushed first, so that a log
 // shows messages and commands in order. Returns the wait status, as system(3) does.
 int run_shell(const char* line);
@@ -30,6 +36,9 @@ void set_environment(const char* name, const char* value);
 // Files. Modes are those of fopen(3); null with errno if the file cannot be opened. The caller
 // closes the stream with fclose(3).
 FILE* open_file(const char* path, const char* mode);
+// The same for a file with a password that only root reads: its mode becomes 0600, whatever the
+// umask.
+FILE* open_secret_file(const char* path, const char* mode);
 bool file_exists(const char* path);
 void remove_file(const char* path);
 void set_mode(const char* path, unsigned mode);

@@ -24,8 +24,8 @@ std::string percent_collapsed(std::string_view text);
 // the range of int.
 int leading_int(std::string_view text);
 
-// The decimal number that scanf's "%ld" would read at the start of a text; nullopt if there is none
-// or if it exceeds long long.
+// The decimal number at the start of a text, after blanks; nullopt if there is none. Clamped to the
+// range of long long.
 std::optional<long long> scan_number(const char* text);
 
 // Consumes a number as scanf's "%d" does, and the character that must follow it; '\0' accepts any.

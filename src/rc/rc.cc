@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr const char* wan_pid_file = "/var/run/my_pid_wan";
 constexpr const char* service_pid_file = "/var/run/my_pid_service";
 
 // rc may be called through another program (busybox rc ...): the command word is the one after the

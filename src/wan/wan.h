@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "core/command.h"
 #include "core/nvram.h"
 
 // wan.cc: brings the connection of "wan_mode" up and down. The flag is 1 for a start, 0 for a
@@ -15,6 +16,17 @@ int stop_wan();
 
 // The physical WAN port.
 Setting wan_port();
+
+// The list that ps(1) prints of all processes, read when the object is made.
+class ProcessList {
+  public:
+    ProcessList();
+    // The name is searched for in the whole list, so a longer word that contains it matches too.
+    bool names(const char* program) const;
+
+  private:
+    OwnedText text_;
+};
 
 // Whether an IPv4 address of a port can carry traffic.
 bool usable_address(const std::optional<std::string>& address);

@@ -20,6 +20,9 @@ constexpr unsigned long most_zeros = 16u << 20;
 // Far beyond any router's, and no product of it overflows: 136 years.
 constexpr long long longest_uptime = 4'294'967'295;
 
+// Between a setting that changes during the run and the command after which it does.
+constexpr std::string_view after_word = " after ";
+
 // The kernel's highest (proc(5), pid_max).
 constexpr int highest_pid = 4'194'304;
 
@@ -61,7 +64,8 @@ std::string CaseReader::take(std::string_view line) {
 std::string CaseReader::take_of_world(std::string_view line) {
     std::string_view rest = line;
     const std::string word(take_field(rest, ' '));
-    for (const char* other : {"command", "setting", "flash", "factory", "power-on", "expect"})
+    for (const char* other :
+         {"command", "setting", "change", "flash", "factory", "power-on", "expect"})
         if (word == other) return format("'%s' does not belong into a world", word.c_str());
     return take(line);
 }
@@ -113,6 +117,15 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
         result_.world.pid = leading_int(rest);
         const bool legal = result_.world.pid >= 1 && result_.world.pid <= highest_pid;
         return legal ? "" : "pid takes a number from 1 to 4194304";
+    }
+    if (word == "change") {
+        const size_t after = rest.find(after_word);
+        const auto assignment = split_assignment(rest.substr(0, after));
+        if (after == rest.npos || !assignment) return "change takes KEY=VALUE after COMMAND";
+        result_.world.changes.push_back({.after = rest.substr(after + after_word.size()),
+                                         .key = assignment->first,
+                                         .value = assignment->second});
+        return "";
     }
     if (word == "environment") {
         const auto assignment = split_assignment(rest);

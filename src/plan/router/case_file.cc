@@ -26,7 +26,7 @@ struct Item {
 };
 
 std::string key_of(std::string_view directive, const std::string& rest) {
-    for (const char* assigned : {"setting", "flash", "factory", "environment"})
+    for (const char* assigned : {"setting", "change", "flash", "factory", "environment"})
         if (directive == assigned) return rest.substr(0, rest.find('='));
     for (const char* whole : {"file", "output"})
         if (directive == whole) return rest;
