@@ -31,7 +31,7 @@ class File {
     size_t read(std::span<unsigned char> bytes);
     // Moves to an offset from the start.
     bool seek(long offset);
-    // The decimal number at the start of the file, after blanks; nullopt if there is none.
+    // The decimal number at the start of the file, after blanks; nullopt if it begins otherwise.
     std::optional<long long> read_number();
 
   private:

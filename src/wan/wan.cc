@@ -145,7 +145,7 @@ int start_wan(int flag) {
 
 int stop_wan() {
     const Setting mode = nvram_text("wan_mode");
-    // "wan_dod" counts whatever the mode; a key of the mode's own is not looked at.
+    // "wan_dod" applies in every mode; the mode's own key for it is ignored.
     const bool over_ppp =
         mode.is(wan_mode::pppoe) || mode.is(wan_mode::pptp) || mode.is(wan_mode::l2tp);
     const bool dials_on_demand = nvram_text("wan_dod").number() == 1 && over_ppp;

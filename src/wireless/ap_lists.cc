@@ -12,7 +12,7 @@
 
 namespace {
 
-// False when it does not fit whole.
+// False, with nothing added, if it does not fit completely.
 bool append_entry(std::string& list, std::string_view entry, size_t limit) {
     const size_t separator = list.empty() ? 0 : 1;
     if (list.size() + separator + entry.size() > limit) return false;

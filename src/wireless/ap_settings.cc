@@ -175,7 +175,7 @@ void write_access_control(File& settings, File& script) {
     settings.print("AccessControlList3=\n");
 }
 
-// The key of the setting with the cipher of the WDS links; null if there is none.
+// The key of the setting with the cipher of the WDS links; null unless it is WPA-PSK or WPA2-PSK.
 const char* wds_cipher_key(char security) {
     return security == '2' ? "wifi_wpapsk_key" : security == '3' ? "wifi_wpa2psk_key" : nullptr;
 }

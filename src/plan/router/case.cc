@@ -12,12 +12,12 @@
 
 namespace {
 
-// Every IPv4 link carries 68 bytes (RFC 791).
+// The minimum MTU of an IPv4 link (RFC 791).
 constexpr int least_mtu = 68;
 
 constexpr unsigned long most_zeros = 16u << 20;
 
-// Far beyond any router's, and no product of it overflows: 136 years.
+// 136 years: longer than any uptime, and short enough that no product overflows.
 constexpr long long longest_uptime = 4'294'967'295;
 
 // The kernel's highest (proc(5), pid_max).
@@ -26,7 +26,7 @@ constexpr int highest_pid = 4'194'304;
 // Reads the lines above "expect".
 class CaseReader {
   public:
-    // Takes one line; what is wrong with it, or nothing.
+    // Reads one line. Returns the error in it, or nullopt.
     std::string take(std::string_view line);
     // The same for a world file.
     std::string take_of_world(std::string_view line);
@@ -34,7 +34,7 @@ class CaseReader {
 
   private:
     Case result_;
-    // Where body lines go.
+    // The text to which body lines are appended.
     std::string* body_ = nullptr;
 
     std::string take_directive(std::string_view word, const std::string& rest);
