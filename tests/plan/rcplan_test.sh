@@ -100,7 +100,7 @@ sed '/^remove/{h;d};/^exit/{G}' good.case > order.case
 expect 1 check order.case
 grep -v expect good.case > broken.case
 expect 2 check broken.case
-says err "rcplan: broken.case: line 3: 'print' is no line of a case"
+says err "rcplan: broken.case: line 3: 'print' is not a line of a case"
 expect 2 check missing.case
 expect 2 check
 

@@ -334,14 +334,14 @@ TEST_F(CaseFiles, WhatIsWrongIsNamedWithFileAndLine) {
                  "x.case: line 2: x.case is itself like another case; only a whole case can be a "
                  "base"},
              Row{"# t\nlike  broken.case\nexpect\n",
-                 "x.case: line 2: broken.case: line 2: 'bogus' is no line of a case"},
+                 "x.case: line 2: broken.case: line 2: 'bogus' is not a line of a case"},
              Row{"# t\nlike\nexpect\n", "x.case: line 2: like takes a case file"},
              Row{"# t\nlike  base.case\nlike  base.case\nexpect\n",
                  "x.case: line 3: a second 'like'"},
              Row{"like  base.case\nexpect\n", "x.case: there is no title"},
              Row{"# t\nlike  base.case\n", "x.case: there is no line 'expect'"},
              Row{"# t\nlike  base.case\nsetting  c=1\nbogus\nexpect\n",
-                 "x.case: line 4: 'bogus' is no line of a case"},
+                 "x.case: line 4: 'bogus' is not a line of a case"},
              Row{"# t\nlike  base.case\nsetting  c=1\nsetting  c=2\nexpect\n",
                  "x.case: line 4: 'c' is set twice"},
              Row{"# t\nlike  base.case\n     | body\nexpect\n",
@@ -351,11 +351,11 @@ TEST_F(CaseFiles, WhatIsWrongIsNamedWithFileAndLine) {
              Row{"# t\nlike  base.case\nwithout  clock\nexpect\n",
                  "x.case: line 3: base.case has no 'clock'"},
              Row{"# t\nlike  base.case\npower-on\nexpect\n",
-                 "x.case: after power-on there is no working copy that could hold settings"},
+                 "x.case: settings are not allowed with power-on: there is no working copy yet"},
              Row{"# t\nlike  base.case\nexpect\n- print  z\n",
                  "x.case: line 4: 'print  z' is not in the base"},
              Row{"# t\ncommand  rc\nwithout  setting a\nexpect\n",
-                 "x.case: line 3: 'without' is no line of a case"},
+                 "x.case: line 3: 'without' is not a line of a case"},
          })
         EXPECT_EQ(error_of("x.case", row.text), row.message);
     // A circle of two.

@@ -135,7 +135,7 @@ std::optional<Refusal> CallReader::read_command(Call& call, char command) {
     if (command == 'I' || command == 'D')
         if (const std::string* number = value()) {
             const std::optional<long long> place = scan_number(number->c_str());
-            if (!place || *place < 1) return Refusal{"'" + *number + "' is no number of a rule"};
+            if (!place || *place < 1) return Refusal{"'" + *number + "' is not a rule number"};
             call.number = static_cast<size_t>(*place);
         }
     return std::nullopt;
@@ -229,7 +229,7 @@ std::optional<Refusal> Tables::remove(const Call& call) {
 std::optional<Refusal> Tables::set_policy(const Call& call, Chain& chain) {
     if (!chain.policy) return Refusal{"only built-in chains have a policy"};
     if (call.policy != "ACCEPT" && call.policy != "DROP")
-        return Refusal{"'" + call.policy + "' is no policy"};
+        return Refusal{"'" + call.policy + "' is not a policy"};
     chain.policy = call.policy;
     chain.policy_origin = call.rule.origin;
     return std::nullopt;

@@ -26,7 +26,7 @@ constexpr int highest_pid = 4'194'304;
 // Reads the lines above "expect".
 class CaseReader {
   public:
-    // Reads one line. Returns the error in it, or nullopt.
+    // Reads one line. Returns the error in it, or "".
     std::string take(std::string_view line);
     // The same for a world file.
     std::string take_of_world(std::string_view line);
@@ -136,7 +136,7 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
         result_.world.hosts[words[0]] = words[1];
         return "";
     }
-    return format("'%s' is no line of a case", std::string(word).c_str());
+    return format("'%s' is not a line of a case", std::string(word).c_str());
 }
 
 std::string CaseReader::take_setting(Settings& settings, const std::string& text) {
@@ -171,7 +171,7 @@ std::string CaseReader::take_hex(std::string_view digits) {
         const std::string pair(take_field(digits, ' '));
         if (pair.size() != 2 || !isxdigit(static_cast<unsigned char>(pair[0])) ||
             !isxdigit(static_cast<unsigned char>(pair[1])))
-            return format("'%s' is no byte of two hexadecimal digits", pair.c_str());
+            return format("'%s' is not a byte; expected two hexadecimal digits", pair.c_str());
         *body_ += static_cast<char>(strtoul(pair.c_str(), nullptr, 16));
     }
     return "";
@@ -190,7 +190,7 @@ std::variant<Case, CaseError> parse_case(std::string_view text) {
             if (result.title.empty()) return CaseError{"there is no title"};
             if (result.power_on && !result.settings.empty())
                 return CaseError{
-                    "after power-on there is no working copy that could hold settings"};
+                    "settings are not allowed with power-on: there is no working copy yet"};
             result.head = whole.substr(0, whole.size() - text.size());
             result.expected = text;
             return result;
