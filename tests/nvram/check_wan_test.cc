@@ -1,11 +1,11 @@
-// nvram check: the WAN, its accounts, and what runs over it.
+// nvram check: the WAN, its accounts and its services.
 #include "check_kit.h"
 
 namespace {
 
 using namespace nvram;
 
-// The changes that a mode needs to be sound, and some more.
+// The changes that a mode needs to be valid, and additional ones.
 std::vector<std::string> with(std::vector<std::string> changes,
                               const std::vector<std::string>& more) {
     changes.insert(changes.end(), more.begin(), more.end());

@@ -15,7 +15,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// A router with everything that can be switched off switched off.
+// A router with all optional features switched off.
 const Settings plain = {
     {"ap_mode", "0"},
     {"ddns_enable", "0"},

@@ -163,13 +163,13 @@ TEST(ShellEffects, PlainLinesChangeFiles) {
     world.outputs["/sbin/route -n"] = "table\n";
     apply_file_effects(world, "/sbin/route -n >> /x 2>&1");
     EXPECT_EQ(*world.get("/x"), "table\n");
-    // A number right before ">" is a descriptor; of 2, nothing is stated.
+    // A number directly before ">" is a descriptor; the output to descriptor 2 is not stated.
     apply_file_effects(world, "echo domain 2>>/x");
     EXPECT_EQ(*world.get("/x"), "table\n");
     apply_file_effects(world, "echo one 1>/x 2>/y");
     EXPECT_EQ(*world.get("/x"), "one\n");
     EXPECT_EQ(*world.get("/y"), "");
-    // What follows "&" is a command of its own.
+    // The text after "&" is a separate command.
     apply_file_effects(world, "echo two & >/y");
     EXPECT_EQ(*world.get("/y"), "");
     apply_file_effects(world, "echo two >/y & ");
