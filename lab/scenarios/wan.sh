@@ -1,4 +1,4 @@
-# The Internet side without a tunnel: an address leased by the provider, and a fixed one.
+# The WAN without a tunnel: an address leased by the provider, and a fixed one.
 # shellcheck shell=bash
 
 users_mac=02:00:00:00:00:99
@@ -7,13 +7,14 @@ users_dns="nameserver 192.0.2.53; nameserver 192.0.2.54"
 new_pc pc1 02:00:00:00:00:11
 new_provider
 
-# A page beyond the provider's gateway, as the router itself gets it.
+# A page beyond the provider's gateway, requested by the router itself.
 internet_page() {
     with "real packets"
     printf 'GET / HTTP/1.0\r\n\r\n' | router nc -w "$hang_limit" "$provider_server" 80 2>&1 | tr -d '\r' | sed '1,/^$/d'
 }
 
-# leased_address MAC: an address of the provider's pool, left in $leased, that carries traffic under that MAC address.
+# leased_address MAC: checks that the WAN has an address of the provider's pool, left in $leased, and sends with that MAC
+# address.
 leased_address() {
     leased=$(address_of eth2.2)
     via udhcpc in_pool "eth2.2's address" 203.0.113.100 203.0.113.120 "${leased%/24}"
@@ -57,7 +58,7 @@ via udhcpc comes "the WAN is up" on_router /tmp/wan_uptime
 leased_address "$users_mac"
 comes "the provider lists that lease, with the host name attic" leased_out "${leased%/24}" 'attic ??:??:??'
 comes "the name servers are the user's: $users_dns" lines_are /etc/resolv.conf "$users_dns"
-# The event script may still be at the services: they would start beside the restart of the WAN.
+# The event script may still be starting the services, which would run beside the restart of the WAN.
 services_started
 
 step "The provider gives a fixed address instead"

@@ -31,8 +31,8 @@ class File {
     size_t read(std::span<unsigned char> bytes);
     // Moves to an offset from the start.
     bool seek(long offset);
-    // The decimal number at the start of the file, after any number of blanks; nullopt if there is
-    // none. Clamped to the range of long long.
+    // The decimal number at the start of the file, after any number of blanks; nullopt if the file
+    // begins otherwise. Clamped to the range of long long.
     std::optional<long long> read_number();
 
   private:

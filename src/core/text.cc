@@ -56,7 +56,7 @@ std::optional<size_t> compose_simple(char* line, size_t room, const char* text, 
 }
 
 // Consumes a number as strtol(3) reads it, in a third of its time, clamped to int. False, with
-// nothing changed, if there is none.
+// nothing changed, if the text does not begin with a number.
 bool take_int(std::string_view& text, int& number) {
     const std::string ended(text);
     char* end = nullptr;

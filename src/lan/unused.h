@@ -6,7 +6,7 @@
 
 #include "lan/routes.h"
 
-// Looks a route up by its name. 0 with the record filled, 1 when there is none.
+// Looks a route up by its name. Returns 0 with the record filled, or 1 if no route has the name.
 int rt_search(StaticRoute& record, std::string_view name);
 // The same for one flag.
 int rt_active(std::string_view name, int& active);

@@ -65,7 +65,8 @@ bool leased_address_ready(const PptpSettings& pptp, const std::optional<std::str
     return true;
 }
 
-// Sets the server's setting to the address of its name, or to the empty text if there is none.
+// Sets the server's setting to the address of its name, or to the empty text if the name has no
+// address.
 bool resolve_server(const Setting& name) {
     SYSTEM("/bin/cp /proc/uptime /tmp/pptp_domain");
     std::string address;

@@ -43,7 +43,8 @@ int start_l2tp(int flag);
 int start_bpa(int flag);
 int start_ras(int flag);
 
-// pptp.cc: the first address of a host as text, at most 31 characters. False if there is none.
+// pptp.cc: the first address of a host as text, at most 31 characters. False if the name has no
+// address.
 bool hostnametoip(std::string& dst, const char* name);
 // 0 if the routing table has a default route through a gateway, else -1.
 int have_gw();

@@ -12,12 +12,12 @@
 
 namespace {
 
-// Every IPv4 link carries 68 bytes (RFC 791).
+// The minimum MTU of an IPv4 link (RFC 791).
 constexpr int least_mtu = 68;
 
 constexpr unsigned long most_zeros = 16u << 20;
 
-// Far beyond any router's, and no product of it overflows: 136 years.
+// 136 years: longer than any uptime, and short enough that no product overflows.
 constexpr long long longest_uptime = 4'294'967'295;
 
 // Between a setting that changes during the run and the command after which it does.
@@ -29,7 +29,7 @@ constexpr int highest_pid = 4'194'304;
 // Reads the lines above "expect".
 class CaseReader {
   public:
-    // Takes one line; what is wrong with it, or nothing.
+    // Reads one line. Returns the error in it, or "".
     std::string take(std::string_view line);
     // The same for a world file.
     std::string take_of_world(std::string_view line);
@@ -37,7 +37,7 @@ class CaseReader {
 
   private:
     Case result_;
-    // Where body lines go.
+    // The text to which body lines are appended.
     std::string* body_ = nullptr;
 
     std::string take_directive(std::string_view word, const std::string& rest);
@@ -149,7 +149,7 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
         result_.world.hosts[words[0]] = words[1];
         return "";
     }
-    return format("'%s' is no line of a case", std::string(word).c_str());
+    return format("'%s' is not a line of a case", std::string(word).c_str());
 }
 
 std::string CaseReader::take_setting(Settings& settings, const std::string& text) {
@@ -184,7 +184,7 @@ std::string CaseReader::take_hex(std::string_view digits) {
         const std::string pair(take_field(digits, ' '));
         if (pair.size() != 2 || !isxdigit(static_cast<unsigned char>(pair[0])) ||
             !isxdigit(static_cast<unsigned char>(pair[1])))
-            return format("'%s' is no byte of two hexadecimal digits", pair.c_str());
+            return format("'%s' is not a byte; expected two hexadecimal digits", pair.c_str());
         *body_ += static_cast<char>(strtoul(pair.c_str(), nullptr, 16));
     }
     return "";
@@ -203,7 +203,7 @@ std::variant<Case, CaseError> parse_case(std::string_view text) {
             if (result.title.empty()) return CaseError{"there is no title"};
             if (result.power_on && !result.settings.empty())
                 return CaseError{
-                    "after power-on there is no working copy that could hold settings"};
+                    "settings are not allowed with power-on: there is no working copy yet"};
             result.head = whole.substr(0, whole.size() - text.size());
             result.expected = text;
             return result;
