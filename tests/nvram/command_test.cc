@@ -339,13 +339,13 @@ TEST_F(Nvram, ExportsIntoDevicesAndPipes) {
 
 TEST_F(Nvram, ImportsFromAnEditorThatMarksFilesAndLines) {
     folder.write("tmp/nvram", "a=1\n");
-    const char* files[] = {
-        "\xef\xbb\xbf"
-        "a=2\r\nb=x\\x0d\r\n",
+    const std::string mark = "\xef\xbb\xbf";
+    const std::string files[] = {
+        mark + "a=2\r\nb=x\\x0d\r\n",
         "a=2\r\r\nb=x\\x0d\r\n",
         "# first\r\n\r\na=2\nb=x\\x0d\r",
     };
-    for (const char* file : files) {
+    for (const std::string& file : files) {
         folder.write("tmp/nvram", "a=1\n");
         folder.write("settings", file);
         EXPECT_EQ(run("import " + (folder / "settings")), done());
