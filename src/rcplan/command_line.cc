@@ -5,7 +5,9 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <span>
 
+#include "plan/router/transcript.h"
 #include "rcplan/files.h"
 #include "rcplan/verbs.h"
 
@@ -195,6 +197,16 @@ std::unique_ptr<CLI::App> command_line(int& status) {
     return app;
 }
 
+// Names the command, or what was typed in its place: CLI11 only says that one is required.
+static std::string usage_problem(const CLI::App& app, const CLI::ParseError& error,
+                                 std::span<char* const> words) {
+    if (!app.get_subcommands().empty())
+        return app.get_subcommands().front()->get_name() + ": " + error.what();
+    if (words.empty()) return "missing command";
+    const std::string_view word = words[0];
+    return escape_line(word) + (word.starts_with('-') ? ": unknown option" : ": unknown command");
+}
+
 int run_command_line(int argc, char** argv) {
     int status = status_done;
     const std::unique_ptr<CLI::App> app = command_line(status);
@@ -202,7 +214,8 @@ int run_command_line(int argc, char** argv) {
         app->parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return app->exit(error);
-        complain(error.what());
+        const std::span<char* const> words(argv, static_cast<size_t>(argc));
+        complain(usage_problem(*app, error, words.subspan(words.empty() ? 0 : 1)));
         std::cerr << "Try: rcplan --help, or rcplan COMMAND --help\n";
         return status_wrong_use;
     }
