@@ -5,14 +5,10 @@
 #include <unistd.h>
 
 void open_standard_descriptors() {
-    for (;;) {
-        // The lowest free descriptor.
-        int file = ::open("/dev/null", O_RDWR);
-        // A root folder without devices still has itself; reading and writing it fails.
-        if (file < 0) file = ::open("/", O_RDONLY);
-        if (file < 0) return;
-        if (file <= STDERR_FILENO) continue;
-        ::close(file);
-        return;
+    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(standard, F_GETFD) >= 0) continue;
+        // The lowest free number is this one. A root folder without devices still has itself;
+        // reading and writing it fails.
+        if (::open("/dev/null", O_RDWR) < 0) ::open("/", O_RDONLY);
     }
 }
