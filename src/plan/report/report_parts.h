@@ -24,8 +24,9 @@ struct Report {
     Report(const Plan& plan, const Provenance& provenance);
 
     const Plan& plan;
-    const Provenance& provenance;
     Redaction redaction;
+    // Without the values of secrets.
+    Provenance provenance;
     Netfilter tables;
     std::vector<FollowedFile> files;
     // The place of a transcript's line in the produced files: index of the file, index of the line.
