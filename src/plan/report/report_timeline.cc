@@ -119,15 +119,22 @@ void Writer::body(size_t index) {
     out_ += "</ol></details>";
 }
 
+// A line that is in a produced file links to it; its reasons are shown there.
 void Writer::text_body(size_t index, const std::vector<std::string_view>& lines) {
     for (size_t i = 0; i < lines.size(); i++) {
         const Origin origin = {index, i + 1};
         const bool ended = i + 1 < lines.size() || events()[index].body.ends_with('\n');
-        out_ += fmt::format(
-            R"(<li class="line" id="{}"><span class="number">{}</span> <code>{}</code>{}{}</li>)",
-            line_id(origin), i + 1, text_html(report_, origin, std::string(lines[i])),
-            ended ? "" : R"( <span class="note">no newline at the end</span>)",
-            why_html(report_, own_reasons(report_, origin)));
+        const auto place = report_.places.find(origin);
+        const bool kept = place != report_.places.end();
+        const std::string number =
+            kept ? fmt::format(R"(<a class="number" href="#{}">{}</a>)",
+                               file_line_id(place->second.first, place->second.second), i + 1)
+                 : fmt::format(R"(<span class="number">{}</span>)", i + 1);
+        out_ +=
+            fmt::format(R"(<li class="line" id="{}">{} <code>{}</code>{}{}</li>)", line_id(origin),
+                        number, text_html(report_, origin, std::string(lines[i])),
+                        ended ? "" : R"( <span class="note">no newline at the end</span>)",
+                        kept ? "" : why_html(report_, own_reasons(report_, origin)));
     }
 }
 
