@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <optional>
 
 #include "rcplan/files.h"
 #include "rcplan/verbs.h"
@@ -25,6 +26,11 @@ void add_router_options(CLI::App& command, RouterOptions& options) {
         .add_option("--world", options.world_file,
                     "the rest of the router: interfaces, processes, files, clock (rcplan(1))")
         ->type_name("FILE");
+}
+
+void add_secrets_option(CLI::App& command, bool& shown) {
+    command.add_flag("--show-secrets", shown,
+                     "shows passwords and keys, which are masked otherwise");
 }
 
 void add_colour_option(CLI::App& command, std::string& choice) {
@@ -49,8 +55,13 @@ void add_run(CLI::App& app, int& status) {
     CLI::Option* json = command->add_flag("--json", options->json, "one JSON object per line");
     command->add_flag("--case", options->as_case, "prints a case file for the tests")
         ->excludes(json);
-    command->add_option("--files", options->files, "writes the produced files into this directory")
+    command
+        ->add_option(
+            "--files", options->files,
+            "writes the produced files below this directory, with their secrets; files that "
+            "it makes are readable by their owner only")
         ->type_name("DIR");
+    add_secrets_option(*command, options->show_secrets);
     add_colour_option(*command, options->colour);
     add_words(*command, options->words);
     command->callback([options, &status] { status = run_verb(*options); });
@@ -71,6 +82,7 @@ void add_diff(CLI::App& app, int& status) {
             "side up")
         ->type_name("FILE");
     command->add_flag("--json", options->json, "one JSON object per line");
+    add_secrets_option(*command, options->show_secrets);
     add_colour_option(*command, options->colour);
     command->add_option("A", options->a, "old settings: a text file with one key=value per line")
         ->type_name("")
@@ -176,6 +188,21 @@ void add_check(CLI::App& app, int& status) {
     command->callback([options, &status] { status = check_verb(*options); });
 }
 
+// What is wrong with the command's name; nullopt if it is one.
+std::optional<std::string> wrong_command(const CLI::App& app, int argc, char** argv) {
+    std::string names;
+    std::string typed;
+    for (int i = 1; i < argc && typed.empty(); i++)
+        if (*argv[i] != '-') typed = argv[i];
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        if (command->get_name() == typed) return std::nullopt;
+        names += (names.empty() ? "" : ", ") + command->get_name();
+    }
+    if (!typed.empty()) return "'" + typed + "' is not a command; the commands are " + names;
+    if (argc > 1) return std::nullopt;
+    return "a command is missing; the commands are " + names;
+}
+
 }  // namespace
 
 std::unique_ptr<CLI::App> command_line(int& status) {
@@ -202,7 +229,7 @@ int run_command_line(int argc, char** argv) {
         app->parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return app->exit(error);
-        complain(error.what());
+        complain(wrong_command(*app, argc, argv).value_or(error.what()));
         std::cerr << "Try: rcplan --help, or rcplan COMMAND --help\n";
         return status_wrong_use;
     }
