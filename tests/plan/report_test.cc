@@ -374,6 +374,21 @@ TEST(Report, AFileWithAZeroByteIsShownInHexadecimal) {
     expect_shows(page, "<summary>6 bytes</summary>");
 }
 
+// Each write of a growing binary file would repeat it.
+TEST(Report, OfABinaryBodyTheTimelineShowsTheFirstRows) {
+    Plan plan;
+    plan.words = {"rc", "x"};
+    std::string bytes(8 * 20, 'a');
+    bytes[0] = '\0';
+    plan.after.transcript.add_with_body("write", "/bytes", bytes);
+    plan.after.world.put("/bytes", bytes);
+    const std::string page = report_html(plan, {});
+    expect_sound(page);
+    // 7 whole rows in the timeline, 19 in the file.
+    EXPECT_EQ(count_of(page, "<code>61 61 61 61 61 61 61 61</code>"), 7U + 19U);
+    expect_shows(page, "<li class=\"note\">12 rows more</li>");
+}
+
 Netfilter tables_after(const std::string& script) {
     Transcript transcript;
     transcript.add_with_body("write", "/tmp/rules", script);

@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "plan/report/html.h"
 #include "plan/router/transcript.h"
 
@@ -11,6 +13,9 @@ namespace {
 
 // Longer bodies start folded.
 constexpr size_t open_lines = 8;
+// Of a binary body, as many rows: the file as it remains is shown whole, and rc writes the file of
+// leases once for each reservation.
+constexpr size_t shown_rows = 8;
 
 class Writer {
   public:
@@ -150,12 +155,15 @@ void Writer::hex_body(size_t index) {
     std::vector<std::string> lines = event_lines(event);
     lines.erase(lines.begin());
     if (report_.redaction.in_body(index)) lines = {std::string(mask)};
-    for (size_t i = 0; i < lines.size(); i++) {
+    for (size_t i = 0; i < std::min(lines.size(), shown_rows); i++) {
         const size_t start = lines[i].find_first_not_of(" x");
         out_ += fmt::format(R"(<li class="line"><code>{}</code>{}</li>)",
                             html_escaped(lines[i].substr(start)),
                             i == 0 ? why_html(report_, reasons) : "");
     }
+    if (lines.size() > shown_rows)
+        out_ += fmt::format(R"(<li class="note">{} more</li>)",
+                            counted(lines.size() - shown_rows, "row"));
 }
 
 }  // namespace
