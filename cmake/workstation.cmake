@@ -63,7 +63,7 @@ if(NOT CMAKE_CROSSCOMPILING)
     return()
 endif()
 
-# A foreign build has the tests when it is asked for them, and of the workstation's side what plays the cases.
+# A cross build has the tests only if they are requested, and then only the part of the workstation's side that plays cases.
 if(RC_TESTS STREQUAL "AUTO")
     set(RC_TESTS OFF)
 endif()
@@ -73,7 +73,7 @@ if(NOT RC_TESTS)
     return()
 endif()
 
-# For a foreign processor there are no packages of GoogleTest. It is one source file and one for main, as its packages have them.
+# Debian has no GoogleTest for the other processor, so its sources, one file for the library and one for main, are compiled.
 function(add_test_library name folder)
     find_path(${name}_folder src/${name}-all.cc PATHS /usr/src/googletest/${folder}
         NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)

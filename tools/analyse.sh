@@ -20,7 +20,7 @@ echo "clang-tidy: $(grep -c '^clang-tidy' build/tidy/log) batches are clean"
 router='src/(libnvram|core|settings|sched|lan|wan|wireless|firewall|rc|check|nvram)/'
 tidy log.analyzer -p build/tidy/single -checks='-*,clang-analyzer-*,-clang-analyzer-security.insecureAPI.*' "$router"
 echo "clang's analyzer: $(grep -c '^clang-tidy' build/tidy/log.analyzer) sources are clean"
-# That both look at all, inside a batch and by themselves.
+# Check that both analyze at all, inside a batch and alone.
 mkdir -p build/tidy/planted
 echo 'int* planted() { return 0; }' > build/tidy/planted/src.cc
 echo 'int planted_null() { int* none = nullptr; return *none; }' > build/tidy/planted/null.cc

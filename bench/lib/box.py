@@ -18,7 +18,7 @@ SKIPPED = 77
 PROGRAM_FOLDERS = ("sbin", "usr/bin", "usr/sbin")
 APPLETS = ("sh cat chmod cp cut date echo expr grep awk head ifconfig ip killall ls mkdir mv od printf rm sed sleep "
            "sort tail test touch tr true wc xxd").split()
-STAND_INS = "brctl insmod iptables iwpriv mini_httpd rmmod route rt2860apd tc udhcpd wscd".split()
+STUBS = "brctl insmod iptables iwpriv mini_httpd rmmod route rt2860apd tc udhcpd wscd".split()
 VALGRIND = ("callgrind-amd64-linux", "vgpreload_core-amd64-linux.so", "default.supp")
 WAN, LAN = "eth2.2", "br0"
 RESOLVER = "nameserver 198.51.100.1\nnameserver 198.51.100.2\nnameserver 198.51.100.3\n"
@@ -108,7 +108,7 @@ class Box:
         for name in APPLETS:
             os.link(self.root / "bin/busybox", self.root / "bin" / name)
         self.put(self.build / "bench/bench_empty", "bin/empty")
-        for name in STAND_INS:
+        for name in STUBS:
             os.link(self.root / "bin/empty", self.root / "bin" / name)
         self.put(self.build / "bin/rc", "bin/rc")
         self.put(self.build / "bin/nvram", "bin/nvram")

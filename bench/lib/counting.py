@@ -17,7 +17,8 @@ def empty(folder):
 def read_counts(folder):
     """[(command line, instructions)] of each process, the first one first.
 
-    Some of what a process does between fork and exec is lost, since what it becomes takes its file; so a script is counted too low rather than too high.
+    Some instructions between fork and exec are lost, because the executed program overwrites the process's file; so the
+    count of a script is slightly too low.
     """
     names, counts = {}, {}
     for part in pathlib.Path(folder).iterdir():
@@ -36,7 +37,7 @@ PROFILE = ["--tool=callgrind", "-q"]
 
 
 def read_profile(part):
-    """{function: instructions with all that it calls}, and under "" those of the whole process."""
+    """{function: instructions including its callees}, and under "" those of the whole process."""
     printed = subprocess.run(["callgrind_annotate", "--inclusive=yes", "--threshold=100", part], check=True,
                              capture_output=True, text=True).stdout
     rows = {"": re.search(r"^([0-9,]+) .*PROGRAM TOTALS", printed, re.M)[1]}

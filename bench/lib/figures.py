@@ -50,10 +50,10 @@ def store_section(build):
     # The C library does not return freed memory.
     keeping = {"MALLOC_TOP_PAD_": "4000000", "MALLOC_TRIM_THRESHOLD_": "100000000", "MALLOC_MMAP_THRESHOLD_": "100000000"}
     kept = store_times(build, "--benchmark_filter=^first_get/", **keeping)
-    lines += ["", "A set reads, changes and writes the whole image, so its time grows with the image, as that of the first"
-              " get does: beyond that a large image costs the kernel's pages, which the C library gives back each time"
-              f" (with `{' '.join(f'{name}={value}' for name, value in keeping.items())}` it takes"
-              f" {kept['first_get', KEYS[2]] / kept['first_get', KEYS[1]]:.1f} times the time). A commit waits for the disk that holds /tmp here."]
+    lines += ["", "A set reads, changes and writes the whole image, so its time grows with the image, as does that of the"
+              " first get. It grows faster than the image because the C library returns the memory of a large image to the"
+              f" kernel each time; with `{' '.join(f'{name}={value}' for name, value in keeping.items())}` the first get"
+              f" takes {kept['first_get', KEYS[2]] / kept['first_get', KEYS[1]]:.1f} times the time. A commit waits for the disk under /tmp."]
     return lines
 
 
@@ -72,4 +72,4 @@ def size_section(folder):
                 listed = re.findall(r"NEEDED.*\[(.*)\]", output_of("readelf", "-d", program))
                 needed = ", ".join(listed)
             lines.append(f"| {name} | {' | '.join(sizes)} | {needed} |")
-    return [*lines, "", "Bytes, built with -Os and stripped."]
+    return [*lines, "", "Sizes are in bytes, built with -Os and stripped."]

@@ -1,6 +1,6 @@
 """Rule generators of Debian with the same full house: the rules of rc firewall create, as closely as each can express them.
 
-None of them touches a firewall: ferm and shorewall only write, and ufw gets programs that do nothing for iptables.
+They do not touch a firewall: ferm and shorewall only write files, and ufw gets stubs for iptables.
 """
 
 import pathlib

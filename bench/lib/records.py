@@ -1,4 +1,4 @@
-"""The table "Tests" of docs/figures.md: what the records in docs/figures.d sum up to, each with its command."""
+"""The table "Tests" of docs/figures.md: the totals of the records in docs/figures.d, each with its command."""
 
 import re
 
@@ -49,7 +49,7 @@ RECORDS = {"coverage": coverage, "mutation": mutation, "fuzzing": fuzzing, "faul
 
 def section(folder):
     """The section's lines."""
-    lines = [TITLE, "", "Each record tells how the figure was made, and holds its details.", "", *HEAD]
+    lines = [TITLE, "", "Each record describes how its figure was measured, and has the details.", "", *HEAD]
     for name, figures in RECORDS.items():
         text = (folder / f"{name}.md").read_text(encoding="utf-8")
         for what, value, command in figures(text):

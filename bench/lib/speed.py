@@ -29,7 +29,7 @@ AIMS = {
     "ufw": ("100 times fewer than ufw", 100, "least"),
     "shorewall": ("100 times fewer than shorewall", 100, "least"),
     "memory": ("peak memory of rc at full house within 1.3 times an empty C program", 1.3, "most"),
-    "own memory": ("the same, of pages that are its own and no file's", 1.3, "most"),
+    "own memory": ("the same, without file pages", 1.3, "most"),
 }
 
 
@@ -104,9 +104,9 @@ def start_section(box):
         memory = statistics.median(memory for _, memory in runs)
         lines.append(f"| {name} | {counts[0][1]:,} | {total(counts):,} | {ratio_of(runs, times[0]):.1f} | {memory:,.0f} |"
                      f" {own_memory(box, command)} |")
-    lines += ["", "Wall clock as a multiple of the empty program's. The shell that rc starts makes its marker below `/var/run`.",
-              "", "Memory of its own is what a program has at its end besides pages of files, which all programs share; the peak"
-              " counts those, too, and most of it is the C library's file: as much of it as a program has touched."]
+    lines += ["", "Wall clock is a multiple of the empty program's. rc starts the shell to create its marker below `/var/run`.",
+              "", "Memory of its own means the pages at a program's end that belong to no file; file pages are shared by all"
+              " programs. The peak includes file pages, mostly those of the C library that the program has touched."]
     return lines, statistics.median(memory for _, memory in times[0])
 
 
@@ -147,9 +147,9 @@ def action_section(box, action, quick):
                      f" {len(counts[name])} |")
     started = " and ".join(f"`{line}`" + (f", {count} times" if count > 1 else "")
                            for line, count in collections.Counter(shell_lines).items()) or "nothing"
-    lines += ["", f"The floor reads {gets} settings, as rc does, and starts {started}. All leave the same files, byte for"
-              " byte; that is checked before anything is counted. rc's milliseconds: "
-              f"{statistics.median(taken for taken, _ in times['rc']) / 1e6:.1f}."]
+    lines += ["", f"The floor reads {gets} settings, as rc does, and starts {started}. All write the same files, byte for"
+              " byte, which is checked before the measurement. rc takes "
+              f"{statistics.median(taken for taken, _ in times['rc']) / 1e6:.1f} ms."]
     memory = statistics.median(memory for _, memory in times["rc"])
     return lines, {name: total(counted) for name, counted in counts.items()}, memory
 
@@ -186,9 +186,9 @@ def profile_section(box, totals):
     limit = AIMS["floor"][1] * totals["floor"] - sum(ours[title] for title in (LOADING, SETTINGS, SHELLS))
     lines = ["| | rc firewall create | the floor | rc's, in whole floors |", "|---|--:|--:|--:|"]
     lines += [f"| {title} | {ours[title]:,} | {floor[title]:,} | {ours[title] / totals['floor']:.2f} |" for title in ours]
-    return [*lines, "", f"After loading, settings and shells the aim leaves {limit:,.0f} instructions for {written} lines, {limit / written:.0f} for"
-            f" each; to compose one takes {ours[COMPOSING] / written:.0f} now. Were the handlers free, rc would be at"
-            f" {(totals['rc'] - ours[HANDLERS]) / totals['floor']:.1f}."]
+    return [*lines, "", f"To meet the aim, rc could spend {limit:,.0f} instructions on {written} lines besides loading, settings and"
+            f" shells: {limit / written:.0f} for each line. Composing a line takes {ours[COMPOSING] / written:.0f}. Without the handlers' own"
+            f" instructions, rc would need {(totals['rc'] - ours[HANDLERS]) / totals['floor']:.1f} times the floor's."]
 
 
 def generator_section(box, rc_instructions):
@@ -208,7 +208,7 @@ def generator_section(box, rc_instructions):
         command, given, instructions, taken = run()
         ratios[name] = instructions / rc_instructions
         lines.append(f"| `{command}` | {given} | {instructions:,} | {ratios[name]:,.0f} | {taken / 1e6:,.0f} |")
-    lines += ["", "None of them makes the shaping, the crontab and the module's lists, which rc's figure holds."]
+    lines += ["", "rc's figure includes the traffic shaping, the crontab and the module's lists, which none of these generators writes."]
     return lines, ratios
 
 

@@ -4,7 +4,7 @@
 checks=0
 failures=0
 
-# What all checks of the step are shown by, besides what is noted for each.
+# What all checks of the step rely on, besides the notes of each check.
 step_how=
 
 step() {
@@ -13,22 +13,22 @@ step() {
 }
 
 # with HOW [CHECK...]: notes a word for the next check, which is run if it is given: "real packets", "adapter NAME" or
-# "stub NAME". The notes are a file, since most questions are asked in a subshell.
+# "stub NAME". The notes are in a file, because most checks run in a subshell.
 with() {
     echo "$1" >> "$world/how"
     shift
     [ $# -eq 0 ] || "$@"
 }
 
-# how_of PATH: the word for a program on the router, which the second line of each script in lab/adapters begins with.
-# A program that is itself has none.
+# how_of PATH: "adapter NAME" or "stub NAME" for a program on the router, from the second line of the scripts in
+# lab/adapters; empty for a real program.
 how_of() {
     local how
     how=$(sed -nE '2{ s/^# Lab (adapter|stub).*/\1/p; q; }' "$root$1" 2>/dev/null | tr -d '\0')
     [ -z "$how" ] || echo "$how ${1##*/}"
 }
 
-# via PROGRAM [CHECK...]: the next check depends on that program of the router, whatever stands there.
+# via PROGRAM [CHECK...]: the next check depends on that program of the router, which may be real, an adapter or a stub.
 via() {
     local folder
     for folder in /usr/sbin /usr/bin /sbin /bin; do
@@ -40,12 +40,12 @@ via() {
     [ $# -eq 0 ] || "$@"
 }
 
-# for_step [HOW]: the rest of the step is shown by that; without HOW, by nothing besides the notes.
+# for_step [HOW]: all further checks of the step also rely on HOW; without HOW, only on their notes.
 for_step() {
     step_how=${1-}
 }
 
-# The notes since the last check, in brackets; a check without any was of rc itself, its files or the kernel.
+# The notes since the last check, in brackets. A check without notes tests rc itself, its files or the kernel.
 how_shown() {
     local notes
     notes=$({ cat "$world/how" 2>/dev/null; echo "${step_how//, /$'\n'}"; } | sort -u | awk '
@@ -85,7 +85,7 @@ like() {
     fi
 }
 
-# in_pool WHAT FIRST LAST SEEN: addresses of one network of 256.
+# in_pool WHAT FIRST LAST SEEN: all addresses are in the same /24 network.
 in_pool() {
     local last=${4##*.}
     if [ "${4%.*}" = "${2%.*}" ] && [ "$last" -ge "${2##*.}" ] && [ "$last" -le "${3##*.}" ]; then
@@ -95,8 +95,8 @@ in_pool() {
     fi
 }
 
-# comes WHAT COMMAND...: waits until the command succeeds. Daemons are started in the background, so a check that
-# follows at once would race with them. What has not come at the limit never will, so the scenario ends there.
+# comes WHAT COMMAND...: waits until the command succeeds. Daemons are started in the background, so an immediate check
+# would race with them. At the limit something hangs, so the scenario ends.
 comes() {
     local what=$1
     shift
@@ -113,7 +113,7 @@ end_here() {
     exit 1
 }
 
-# For the end of a step that all others need: without it, they would only wait for what cannot come.
+# Ends the scenario if a check has failed, after a step that all later ones need: these would only wait until the limit.
 must_hold() {
     [ "$failures" -eq 0 ] || end_here
 }

@@ -13,9 +13,9 @@ dhcp_server_listens() {
     router netstat -lun | grep -q ':67 '
 }
 
-# ask_lease NAME: a fresh DHCP client asks until it gets an address, and ends; lease_of tells what it got. It asks in one
-# go, every 5 s: a client that begins anew takes no answer to its earlier questions, and where a slow server has more of
-# them waiting than it answers, it would never get one.
+# ask_lease NAME: a new DHCP client asks every 5 s until it gets an address, and ends; lease_of reads the lease. The client
+# is not restarted between tries: a restarted client ignores answers to earlier requests, so with a slow server, which
+# answers these first, it might never get a lease.
 ask_lease() {
     local lease=$world/lease.$1
     rm -f "$lease"
@@ -42,7 +42,7 @@ browse() {
     http_status=$(in_net "$name" curl -s -m "$hang_limit" -i -o "$world/answer" -w '%{http_code}' "$@" 9>&-)
 }
 
-# answers NAME URL: any answer will do.
+# answers NAME URL: whether any answer comes.
 answers() {
     with "real packets" via mini_httpd
     in_net "$1" curl -s -m "$hang_limit" -o /dev/null "$2" 9>&-

@@ -1,5 +1,5 @@
-# The way into the box, for lab/demo and lab/router: its build and programs, its user, its namespaces, and what may be
-# left of it. Needs $lab, $build and $as_user. The program removes $copy in the end, when there is one.
+# How lab/demo and lab/router enter the box: the check of build and programs, the user, the namespaces, and the check that
+# nothing is left afterwards. Needs $lab, $build and $as_user. The caller removes $copy at its end if it is set.
 # shellcheck shell=bash
 
 # shellcheck source=lib/wait.sh
@@ -13,7 +13,7 @@ skip() {
     exit 77
 }
 
-# needs NAME: what the box is made of.
+# needs NAME: checks that the build and the programs that the box uses are there.
 needs() {
     local file program
     for file in bin/rc bin/nvram lib/libnvram.so; do
@@ -27,7 +27,8 @@ needs() {
     done
 }
 
-# The group of that user has no name, and no environment of root's goes along. It ends with who started it.
+# Runs a command as user 65534 without root's environment. The group is numeric, because it may have no name. The command
+# is killed when its parent ends.
 nobody() {
     setpriv --reuid=65534 --regid=65534 --clear-groups --pdeathsig KILL env -i ${TERM:+TERM="$TERM"} "$@"
 }
@@ -36,7 +37,7 @@ nobody() {
 give_up_rights() {
     [ "$as_user" ] && [ "$(id -u)" -eq 0 ] || return
     if ! nobody test -r "$lab/$1" || ! nobody test -r "$build/bin/rc"; then
-        # They are below a folder of somebody else's own: the user gets a copy of what is needed.
+        # The user may not read the folders above these files, so it gets a copy.
         copy=$(mktemp -d)
         mkdir -p "$copy/build/bin" "$copy/build/lib"
         cp -R "$lab" "$copy/lab"
@@ -53,14 +54,14 @@ give_up_rights() {
     exit
 }
 
-# What the box needs, tried in namespaces that are gone at once.
+# Tries whether the box's mounts and interfaces are permitted, in namespaces that end at once.
 try() {
     "$@" "${private[@]}" sh -c \
         'mount --make-rprivate / && mount -t tmpfs trial /tmp && ip link add br0 type bridge && ip link add type veth' 2>&1
 }
 
-# find_entry: as root without the rights that reach beyond namespaces, else as the root of a user namespace. Leaves
-# the command in $enter, and in $who what that makes of us.
+# find_entry: chooses how to enter: as root without the capabilities that reach beyond namespaces, otherwise as the root of
+# a user namespace. Leaves the command in $enter and a description of the user in $who.
 find_entry() {
     local reason
     enter=(setpriv --bounding-set="$beyond" unshare)
@@ -88,7 +89,7 @@ remember_outside() {
     mounts_before=$(mounts)
 }
 
-# none_left processes|interfaces|mounts: to be waited for, since the kernel takes a moment to end a namespace.
+# none_left processes|interfaces|mounts: to be used with wait_until, because the kernel ends namespaces with a delay.
 none_left() {
     [ -z "$(left "$1")" ]
 }

@@ -1,7 +1,7 @@
-# A real iptables and tc in the router, and what they say of the rules that they were given.
+# The real iptables and tc in the router, and the rules and counters that they report.
 # shellcheck shell=bash
 
-# One rule for each match and target that the router's scripts use, in a chain that nothing leads to.
+# One rule for each match and target that the router's scripts use, for an unreferenced chain.
 firewall_needs() {
     cat << 'END'
 filter -m state --state NEW
@@ -25,7 +25,7 @@ mangle -j TTL --ttl-set 64
 END
 }
 
-# firewall_lacks PROGRAM: the first of those rules that it does not accept here, and why.
+# firewall_lacks PROGRAM: the first of those rules that it refuses here, and its message.
 firewall_lacks() {
     # shellcheck disable=SC2016  # The inner shell's own words.
     firewall_needs | in_net trial sh -c '
@@ -39,8 +39,8 @@ firewall_lacks() {
         done' sh "$1" | head -n 1
 }
 
-# find_iptables: leaves the program in $iptables, or what is lacking in $lacks. The two kinds of iptables differ in what
-# of the kernel they use, and a kernel may have one of them only.
+# find_iptables: leaves the program in $iptables, or the reason in $lacks. The two kinds of iptables use different parts of
+# the kernel, and a kernel may have only one of these.
 find_iptables() {
     local program reason
     iptables=
@@ -61,7 +61,7 @@ find_iptables() {
     [ "$iptables" ]
 }
 
-# install_firewall: to be done after power_on; in place of the stubs.
+# install_firewall: replaces the stubs; call it after power_on.
 install_firewall() {
     local plugin
     # Where iptables keeps its lock.
@@ -78,7 +78,8 @@ install_firewall() {
     router sh -c 'cd /proc/sys/net/bridge 2>/dev/null && echo 0 > bridge-nf-call-iptables'
 }
 
-# What the adapters note of a start: "changed" what they translated, "refused" what neither form of was accepted.
+# The adapters record the lines of a start: "changed" are those that they translated, "refused" those that failed in both
+# forms.
 forget_firewall() {
     rm -f "$root"/var/lab/{iptables,tc}.{changed,refused}
 }
@@ -88,18 +89,18 @@ noted() {
     cat "$root/var/lab/$1.$2" 2>/dev/null
 }
 
-# qos_is_up NUMBER: the script of QoS, which is started in the background, has come to its end, with that many rules.
+# qos_is_up NUMBER: the script of QoS, which is started in the background, has ended, and there are that many rules.
 qos_is_up() {
     rule_counts mangle FORWARD "$1" && ! router pidof qos.conf
 }
 
-# rule_counts TABLE CHAIN NUMBER: that many rules are there.
+# rule_counts TABLE CHAIN NUMBER: the chain has that many rules.
 rule_counts() {
     [ "$(rules "$1" "$2" '-A' | wc -l)" = "$3" ]
 }
 
-# rules TABLE CHAIN [TEXT]: the rules of the chain, or of all for an empty name, as "iptables -v -S" has them with their
-# counters; those with the text.
+# rules TABLE CHAIN [TEXT]: the rules of the chain that contain the text, with counters, as "iptables -v -S" prints them; an
+# empty CHAIN means all chains.
 rules() {
     via iptables
     router /usr/lab/iptables -w -t "$1" -v -S ${2:+"$2"} | grep -F -- "${3--}"
@@ -111,12 +112,12 @@ plain_rules() {
     rules "$@" | sed -E 's/ -c [0-9]+ [0-9]+//'
 }
 
-# packets TABLE CHAIN TEXT: how many packets met the rules with that text.
+# packets TABLE CHAIN TEXT: how many packets matched the rules with that text.
 packets() {
     rules "$@" | awk '{ for (i = 1; i < NF; i++) if ($i == "-c") sum += $(i + 1) } END { print sum + 0 }'
 }
 
-# counted WHAT TABLE CHAIN TEXT: at least one packet.
+# counted WHAT TABLE CHAIN TEXT: at least one packet matched.
 counted() {
     local count
     count=$(packets "$2" "$3" "$4")
@@ -128,7 +129,7 @@ counted() {
     fi
 }
 
-# class_bytes DEVICE CLASS: how much that class of QoS has sent.
+# class_bytes DEVICE CLASS: how many bytes that class of QoS has sent.
 class_bytes() {
     with "real packets" via tc
     router /usr/lab/tc -s class show dev "$1" | awk -v class="$2" '

@@ -1,6 +1,6 @@
-# The router to try a settings image on: hands_on.sh IMAGE [HOST COMMAND]..., run in the box for lab/router. Boots it
-# with the image, a provider and two computers, and leaves a shell, or runs the commands on their hosts until one fails.
-# What it says of itself goes to standard error; standard output is the commands' own.
+# Boots a router with a settings image for lab/router: hands_on.sh IMAGE [HOST COMMAND]..., run in the box. The router gets
+# a provider and two computers. Then it opens a shell, or runs the commands on their hosts until one fails.
+# Its own messages go to standard error; standard output is for the commands.
 # shellcheck shell=bash
 
 # shellcheck source=lib/firewall.sh
@@ -11,7 +11,7 @@ shift
 exec 3>&1 1>&2
 hosts=(router provider lan1 lan2)
 
-# boot: everything but the commands of it that wait is the router's own work.
+# boot: returns when the router has booted and its services and the computers' leases are there.
 boot() {
     new_provider
     new_pc lan1 02:00:00:00:00:11
@@ -45,7 +45,7 @@ boot() {
 
 get_address() {
     ask_lease "$1" >/dev/null
-    # The client of the checks leaves the default route to them.
+    # The DHCP client's script does not set the default route; scenarios set it themselves.
     in_net "$1" ip route replace default via "$(lease_of "$1" router)" 2>/dev/null || echo "$1 got no lease."
 }
 
@@ -98,7 +98,7 @@ exec 1>&3 3>&-
 
 if [ $# -eq 0 ]; then
     describe
-    # Ctrl-C is the shell's own affair from here on.
+    # From here on, Ctrl-C is for the shell.
     trap : INT
     bash --rcfile "$world/shell.rc" -i 9>&-
     exit 0

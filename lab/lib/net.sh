@@ -3,11 +3,10 @@
 #
 #   pc1 eth0 - port_pc1 |        |
 #   pc2 eth0 - port_pc2 | switch | port_lan   - eth2.1 router eth2.2 - port_wan | line | port_provider - eth0 provider
-#                       |        | port_trunk - eth2   router ra0    - air (an end with nobody behind it)
+#                       |        | port_trunk - eth2   router ra0    - air (an open end)
 #
-# The switch and the line are bridges of the box itself; where a scenario needs no provider, the line ends nowhere.
-# eth2 is the whole switch, eth2.1 its LAN ports: the router uses one of the two, eth2 as an access point and eth2.1 as
-# a router.
+# The switch and the line are bridges in the box's namespace; without a provider, the line has an open end.
+# eth2 is the whole switch, eth2.1 its LAN ports: an access point uses eth2, a router eth2.1.
 
 in_net() {
     local name=$1
@@ -26,8 +25,8 @@ drop_net() {
     rm "$world/net/$1"
 }
 
-# answers_ping NET ADDRESS: leaves the program's output in $world/ping. To be waited for: nobody repeats a ping that is
-# lost, so each try has a short limit.
+# answers_ping NET ADDRESS: leaves the program's output in $world/ping. To be used with wait_until: it sends a single ping
+# with a short limit, and a lost ping is not repeated.
 answers_ping() {
     in_net "$1" busybox ping -c 1 -W 5 "$2" 9>&- > "$world/ping"
 }
@@ -79,7 +78,7 @@ plug_router() {
     ip link set port_wan master line
 }
 
-# The kernel removes a namespace's interfaces some time after its last process; the next router needs the names now.
+# The kernel removes a namespace's interfaces with a delay, but the next router needs the names at once.
 unplug_router() {
     local port
     for port in port_lan port_trunk port_wan air; do

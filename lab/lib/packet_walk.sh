@@ -1,8 +1,8 @@
-# The same packet twice: put on a cable of the router in the box, and given to `rcplan packet` with the router's
-# settings. Which rules it meets, and what becomes of it, must be the same.
+# Compares `rcplan packet` with the kernel: the same packet is sent to the router in the box and given to `rcplan packet`
+# with the router's settings. Both must agree on the rules that it meets, the verdict and the packet that leaves.
 # shellcheck shell=bash
 
-# The first packet's id in its IP header; each has one of its own, by which it is found where it arrives.
+# The id in the IP header of the first packet; each packet has a different id, by which its arrival is found.
 packet_id=1000
 # The rules met so far, one a line.
 met=$world/met
@@ -11,7 +11,7 @@ compared=7
 # The ids of packets that ended in the router.
 ended=()
 
-# listen_for_packets: on both sides of the router.
+# listen_for_packets: records arriving packets on both sides of the router.
 listen_for_packets() {
     local side
     : > "$met"
@@ -25,12 +25,12 @@ net_of() {
     if [ "$1" = lan ]; then echo pc1; else echo provider; fi
 }
 
-# near ADDRESS INTERFACE MAC: a computer that answers nothing, and whose MAC address the router knows.
+# near ADDRESS INTERFACE MAC: a computer that never answers; the router has its MAC address.
 near() {
     in_net router ip neigh replace "$1" lladdr "$3" nud permanent dev "$2"
 }
 
-# on_wire SIDE WORDS...: puts a packet there. The air is the radio's side, where nobody is.
+# on_wire SIDE WORDS...: sends a packet from the side lan, wan or air; air is the radio's side, which has no computers.
 on_wire() {
     with "real packets" via iptables
     local interface=eth0 near=$provider_mac router_mac
@@ -51,8 +51,8 @@ beforehand() {
     on_wire "$@"
 }
 
-# remember_router [PATH...]: what `rcplan` must know of it besides the settings, and of files that were there before.
-# To be done before the firewall is started.
+# remember_router [PATH...]: writes the facts that `rcplan` needs besides the settings: addresses and existing files. Call it
+# before the firewall is started.
 remember_router() {
     local interface path
     {
@@ -66,19 +66,19 @@ remember_router() {
     } > "$world/router.world"
 }
 
-# planned WORDS...: what rcplan says after "rc firewall start", or after $action; one JSON object.
+# planned WORDS...: the result of rcplan after "rc firewall start", or after $action; one JSON object.
 planned() {
     "$build/bin/rcplan" packet --json --no-why --settings "$root/tmp/nvram" --world "$world/router.world" \
         "$@" ${action:+$action}
 }
 
-# The rules and policies that a plan names: "filter FORWARD 3", "nat PREROUTING policy".
+# The rules and policies in a plan, such as "filter FORWARD 3" and "nat PREROUTING policy".
 planned_hits() {
     grep -oE '"type":"(rule|policy)","table":"[a-z]+","chain":"[A-Z_]+"(,"rule":[0-9]+)?' <<< "$1" |
         sed -E 's/.*"table":"([a-z]+)","chain":"([A-Z_]+)"(,"rule":([0-9]+))?/\1 \2 \4/; s/ $/ policy/' | sort -u
 }
 
-# The same of the kernel: those that have counted something since forget_hits.
+# The same of the kernel: rules and policies whose counters have risen since forget_hits.
 kernel_hits() {
     # shellcheck disable=SC2016  # The inner shell's own words.
     router sh -c 'for table in filter nat mangle; do echo "table $table"; /usr/lab/iptables -w -t $table -v -S; done' |
@@ -94,8 +94,7 @@ forget_hits() {
     router sh -c 'for table in filter nat mangle; do /usr/lab/iptables -w -t $table -Z; done'
 }
 
-# own_hits PLAN HITS: without the chains that only answers of the router itself meet, and the one that its kernel did
-# not have.
+# own_hits PLAN HITS: the hits without the chains that only the router's own answers meet, and without $own_rule.
 own_hits() {
     local other='^nat INPUT |^[a-z]+ OUTPUT '
     [[ $1 == *'"verdict":"accept"'*'"out":"br0"'* || $1 == *'"verdict":"accept"'*'"out":"eth2.2"'* ]] ||
@@ -104,8 +103,8 @@ own_hits() {
     grep -vE "$other" <<< "$2"
 }
 
-# The line that is noted where the plan lets the packet arrive; nothing where it does not leave the router. Of a
-# connection that stands already, the kernel translates the addresses without asking the rules, so they do not count.
+# The line that is recorded if the packet arrives as planned; empty if it does not leave the router. For an established
+# connection the kernel translates the addresses without rules, so these are not compared.
 expected_arrival() {
     local text='"([^"]*)"' number='([0-9]+|null)' side protocol
     local after="\"packet_after\":\{\"in\":$text,\"out\":$text,\"protocol\":$text,\"source\":$text"
@@ -140,15 +139,15 @@ arrived_with() {
     cat "$world/arrived.lan" "$world/arrived.wan" | sed -n "s/^$packet_id /any &/p" | cut -d ' ' -f "$1"
 }
 
-# as_planned PLAN HITS ARRIVAL: whether the kernel has counted this and the packet has arrived there; leaves what was
-# counted in $seen.
+# as_planned PLAN HITS ARRIVAL: whether the kernel has counted these hits and the packet has arrived there; leaves the
+# kernel's hits in $seen.
 as_planned() {
     seen=$(own_hits "$1" "$(kernel_hits)")
     [ "$seen" = "$2" ] && [ "$(arrival)" = "$3" ]
 }
 
-# The lines of packets that were to arrive nowhere: one might have come after it was looked for. Packets are noted in
-# the order in which they arrive, so this is asked once a later one has been noted on both sides.
+# The lines of packets that should not have left the router, but arrived after the check. Packets are recorded in order of
+# arrival, so call this when a later packet has been recorded on both sides.
 late_arrivals() {
     local id
     for id in "${ended[@]}"; do
@@ -160,9 +159,9 @@ note_met() {
     grep -oE '"text":"[^ "]*iptables ([^"\\]|\\.)*"' <<< "$1" | sed -E 's/\\"/"/g' >> "$met"
 }
 
-# meets VERDICT WHAT SIDE WORDS... [-- WORDS...]: the words describe the packet as `rcplan packet` takes it; those
-# behind "--" are for the cable only, where it looks different: before its addresses are translated back. VERDICT is
-# what is expected of both, accept or drop.
+# meets VERDICT WHAT SIDE WORDS... [-- WORDS...]: the words describe the packet in the options of `rcplan packet`. Those
+# after "--" are only for the packet on the cable, where its addresses are not yet translated back. VERDICT is the expected
+# verdict, accept or drop.
 meets() {
     local verdict=$1 what=$2 side=$3 plan
     local -a words=() wire=()
@@ -186,8 +185,7 @@ meets() {
     hold_against "$what" "$plan"
 }
 
-# hold_against WHAT PLAN: waits until the kernel has done what is planned. It needs a moment, and so does what notes
-# the arrival.
+# hold_against WHAT PLAN: waits until the kernel has done as planned; counters and arrivals come with a delay.
 hold_against() {
     local seen hits expected text
     hits=$(planned_hits "$2")
@@ -204,8 +202,8 @@ hold_against() {
     end_here
 }
 
-# meets_either WHAT SIDE OPTION WORDS...: chance decides, and OPTION makes rcplan take the other way. The kernel must
-# take one of the two; leaves in $taken which, 0 or 1.
+# meets_either WHAT SIDE OPTION WORDS...: for a random match; OPTION makes rcplan take the other path. The kernel must take
+# one of the two; leaves the number of that path, 0 or 1, in $taken.
 meets_either() {
     local what=$1 side=$2 option=$3 seen
     local -a plans hits expected
@@ -221,12 +219,12 @@ meets_either() {
     forget_hits
     on_wire "$side" "$@"
     wait_until either_as_planned && return
-    failed "$what: neither way is the kernel's"
+    failed "$what: the kernel took neither path"
     diff <(echo "${hits[0]}") <(echo "$seen") | sed -n 's/^</        planned/p; s/^>/        counted/p'
     end_here
 }
 
-# For meets_either: leaves the way that was taken in $taken.
+# For meets_either: leaves the number of the path in $taken.
 either_as_planned() {
     for taken in 0 1; do
         as_planned "${plans[taken]}" "${hits[taken]}" "${expected[taken]}" && return
@@ -234,8 +232,8 @@ either_as_planned() {
     return 1
 }
 
-# meets_both WHAT SIDE COUNT OPTION WORDS...: so many packets that some are beyond a limit: together they meet the
-# rules of both ways, and no others.
+# meets_both WHAT SIDE COUNT OPTION WORDS...: COUNT packets, some of them beyond a limit, meet exactly the rules of both
+# paths; OPTION makes rcplan take the path beyond the limit.
 meets_both() {
     local what=$1 side=$2 count=$3 option=$4 within beyond wanted seen hangs=''
     shift 4
@@ -258,7 +256,7 @@ both_met() {
     [ "$seen" = "$wanted" ]
 }
 
-# What the rules that were met have asked and done: each option, module and target once, and the options with a "!".
+# The options, modules and targets of the rules that were met, each once, and the options that had a "!".
 vocabulary() {
     tr -d '"' < "$met" | awk '
         BEGIN {

@@ -1,14 +1,14 @@
-# Who reaches whom: computers with fixed addresses, servers that say who asked them, and what came back.
+# Connectivity: computers with fixed addresses, web servers that report the client's address, and the answers.
 # shellcheck shell=bash
 
-# pc_at NAME ADDRESS: a fixed address in the LAN, and the router as the way out.
+# pc_at NAME ADDRESS: a fixed address in the LAN, with the router as the gateway.
 pc_at() {
     in_net "$1" ip addr add "$2/24" dev eth0
     in_net "$1" ip route add default via 192.168.1.1
 }
 
-# serve NET ADDRESS PORT NAME: a web server whose page has its NAME and the address that asks. Another port or address
-# of the same name has the same pages.
+# serve NET ADDRESS PORT NAME: a web server whose page contains its NAME and the client's address. Servers with the same
+# NAME on other ports or addresses share their pages.
 serve() {
     local home=$world/www.$4 page
     if [ ! -d "$home" ]; then
@@ -41,7 +41,7 @@ get() {
     esac
 }
 
-# reaches WHAT SERVER ASKER NET [CURL_OPTION...] URL: the server's page comes, and the server has seen ASKER.
+# reaches WHAT SERVER ASKER NET [CURL_OPTION...] URL: the server's page comes, and the server has seen the address ASKER.
 reaches() {
     local what=$1 server=$2 asker=$3 net=$4
     shift 4
@@ -57,12 +57,11 @@ fails() {
     same "$what" "$how" "$got"
 }
 
-# For each network a page that it reaches, by the same way as what it does not reach.
+# For each network, a page that it reaches on the same path as the pages that it does not reach.
 declare -A known_page
 
-# no_answer WHAT NET [CURL_OPTION...] URL: the connection is asked for and nothing comes back. That shows at an event
-# and needs no pause: the known page of the network is asked for later and arrives, while the connection is still waiting
-# for its first answer.
+# no_answer WHAT NET [CURL_OPTION...] URL: the client sends a SYN and gets no answer. No pause is needed to show that: the
+# network's known page is requested later and arrives while the first connection is still in SYN_SENT.
 no_answer() {
     local what=$1 net=$2 asker
     shift 2
@@ -94,14 +93,14 @@ asked_or_ended() {
     asks "$1" || ! kill -0 "$2"
 }
 
-# pings NET COUNT ADDRESS: that many are sent; the answers do not matter.
+# pings NET COUNT ADDRESS: sends COUNT pings; answers are ignored.
 pings() {
     with "real packets" via iptables
     in_net "$1" busybox ping -c "$2" -W 1 -i 0.01 "$3" 9>&-
 }
 
-# flood NET COUNT ADDRESS MAC: that many pings by send_packet, each of another number and so a new connection to the
-# kernel; those of one ping program would belong together. ADDRESS is reached at MAC.
+# flood NET COUNT ADDRESS MAC: sends COUNT pings by send_packet, each with another identifier, so that each is a new
+# connection for the kernel; pings of one ping program would be one connection. MAC is the next hop to ADDRESS.
 flood() {
     local own
     own=$(in_net "$1" cat /sys/class/net/eth0/address)
@@ -111,15 +110,15 @@ flood() {
         --src "$provider_gateway" --dst "$3" 9>&-
 }
 
-# pings_answered NET: how many answers to pings have come there.
+# pings_answered NET: how many echo replies have arrived there.
 pings_answered() {
     # shellcheck disable=SC2016
     in_net "$1" awk '$1 == "Icmp:" && !count { count = split($0, names); next }
         $1 == "Icmp:" { for (i = 1; i <= count; i++) if (names[i] == "InEchoReps") print $i }' /proc/net/snmp
 }
 
-# look_ups NET COUNT ADDRESS: that many queries for a name server. All ports are open at once, so each is another one,
-# and each query is a new connection.
+# look_ups NET COUNT ADDRESS: sends COUNT queries to a name server. All sockets are open at once, so each has another source
+# port and each query is a new connection.
 look_ups() {
     with "real packets" via iptables
     # shellcheck disable=SC2016  # The inner shell's own words.

@@ -1,4 +1,4 @@
-# The provider behind the router's WAN port: its DHCP server, its gateway, and a web server somewhere beyond.
+# The provider at the router's WAN port: a DHCP server, a gateway, and a web server beyond the gateway.
 # shellcheck shell=bash
 #
 # All addresses are those set aside for documentation.
@@ -7,8 +7,7 @@ provider_gateway=203.0.113.1
 provider_dns=203.0.113.53
 provider_server=198.51.100.80
 
-# new_provider: somebody at the other end of the router's line. Its daemons are on their own at once, so that nothing
-# waits for them.
+# new_provider: connects a provider to the router's line. Its daemons run in the background.
 new_provider() {
     local home=$world/provider
     mkdir -p "$home/www"
@@ -17,7 +16,7 @@ new_provider() {
     ip link set port_provider master line
     in_net provider ip addr add "$provider_gateway/24" dev eth0
     in_net provider ip link set eth0 up
-    # Beyond the gateway: reached by a default route only.
+    # Beyond the gateway: reachable only by a default route.
     in_net provider ip addr add "$provider_server/32" dev lo
 
     : > "$home/leases"
@@ -32,7 +31,7 @@ new_provider() {
         echo "option router $provider_gateway"
         echo "option dns $provider_dns"
         echo "option domain provider.example"
-        # Ten hours: no scenario takes so long that the lease would be renewed.
+        # Ten hours, so that no scenario lasts until the lease is renewed.
         echo "option lease 36000"
     } > "$home/udhcpd.conf"
     in_net provider busybox udhcpd -a 100 "$home/udhcpd.conf" 9>&-
@@ -41,8 +40,8 @@ new_provider() {
     in_net provider busybox httpd -p "$provider_server:80" -h "$home/www" 9>&-
 }
 
-# The provider's list of leases: MAC address, IP address, the host's name where it gave one, time left. The server
-# writes it on SIGUSR1, some time after the signal, so what is read may be the list of the time before.
+# The provider's list of leases: MAC address, IP address, host name if the client sent one, time left. The server writes it
+# some time after SIGUSR1, so this may read the previous list.
 provider_leases() {
     with "real packets" via udhcpc
     kill -USR1 "$(cat "$world/provider/udhcpd.pid")"
@@ -54,13 +53,13 @@ provider_lease() {
     provider_leases | awk -v address="$1" '$2 == address { $1 = $2 = ""; sub(/^ +/, ""); print }'
 }
 
-# leased_out ADDRESS PATTERN: whether the provider's entry for the address is like that; to be waited for.
+# leased_out ADDRESS PATTERN: whether the provider's entry for the address matches; to be used with wait_until.
 leased_out() {
     # shellcheck disable=SC2053  # The right side is a pattern on purpose.
     [[ $(provider_lease "$1") == $2 ]]
 }
 
-# given_back ADDRESS: adapters/killall sees to it that the client has time to do so.
+# given_back ADDRESS: whether the lease is released; adapters/killall gives the client time to do so.
 given_back() {
     via killall
     leased_out "$1" '*expired'

@@ -1,4 +1,4 @@
-# What the checks ask of the router.
+# State of the router for the checks.
 # shellcheck shell=bash
 
 running() {
@@ -20,8 +20,8 @@ callers() {
     done <<< "$lines" >> "$world/how"
 }
 
-# in_file PATTERN PATH. What is in /tmp/calls was noted by a stub, and who that was is looked up afterwards: a line
-# that comes between the two readings is then known to the second, never only to the first.
+# in_file PATTERN PATH. For /tmp/calls, which stubs write, the stub's name is looked up after the match, so that a line
+# appended between the two readings cannot be missing in the look-up.
 in_file() {
     local status=0
     grep -q -- "$1" "$root$2" || status=$?
@@ -89,7 +89,7 @@ lease_record() {
     printf '%d.%d.%d.%d' "0x${record:32:2}" "0x${record:34:2}" "0x${record:36:2}" "0x${record:38:2}"
 }
 
-# leased PC...: whether each of the computers has a record with the address that it was given.
+# leased PC...: whether the lease file has each computer's address.
 leased() {
     local pc
     via udhcpd

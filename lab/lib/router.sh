@@ -1,8 +1,8 @@
 # The router: its root file system, its flash, and switching it on and off.
 # shellcheck shell=bash
 #
-# $world/root is a RAM disk made anew at each power-on from lab/root, programs.txt and the programs under test;
-# $world/flash and $world/mtd0 are what a power cut leaves.
+# $world/root is a RAM disk, created at each power-on from lab/root, programs.txt and the programs under test;
+# $world/flash and $world/mtd0 survive a power cut.
 
 root=$world/root
 router_pid=
@@ -13,7 +13,7 @@ board_wan_mac=00:11:22:33:44:55
 board_pin=12345670
 board_version=0207
 
-# poke OFFSET BYTES: into the first flash partition.
+# poke OFFSET BYTES: writes into the first flash partition.
 poke() {
     printf '%b' "$2" | dd of="$world/mtd0" bs=1 seek=$(($1)) conv=notrunc status=none
 }
@@ -29,7 +29,7 @@ make_flash() {
 install_libraries() {
     local library
     ldd "$1" 2>/dev/null | grep -o '/[^ )]*' | while read -r library; do
-        # The store's library under test is put in its own place.
+        # The library under test is installed by make_root.
         case $library in
         */libnvram.so*) ;;
         *) [ -e "$root$library" ] || install -D -m 755 "$library" "$root$library" ;;
@@ -73,7 +73,7 @@ make_root() {
     mount --bind "$world/flash" "$root/flash"
     : > "$root/dev/mtd0"
     mount --bind "$world/mtd0" "$root/dev/mtd0"
-    # An ordinary user cannot make device nodes; this machine's own are lent.
+    # An ordinary user cannot create device nodes, so this machine's are mounted.
     for device in null zero random urandom; do
         : > "$root/dev/$device"
         mount --bind "/dev/$device" "$root/dev/$device"
@@ -101,14 +101,14 @@ power_off() {
     unplug_router
 }
 
-# router COMMAND...: run on the router, with nothing of this machine's environment.
+# router COMMAND...: runs a command on the router, without this machine's environment.
 router() {
     nsenter --target "$router_pid" --mount --net --pid --root --wd \
         env -i PATH=/bin:/sbin:/usr/sbin:/usr/bin HOME=/ LAB_BOX="$LAB_BOX" "$@" 9>&-
 }
 
-# console COMMAND...: the same, shown with what it prints. Daemons keep their standard output open, hence the file;
-# what they say later shows below the next command, as on any console.
+# console COMMAND...: the same, printing the command and its output. The output goes through a file because daemons keep
+# their standard output open; their later output appears after the next command.
 console() {
     printf 'router# %s\n' "$(display "$@")"
     : > "$world/output"
@@ -118,7 +118,7 @@ console() {
     return "$status"
 }
 
-# A command as one would type it; the bytes that part list records and fields are shown as \x01 and \x02.
+# A command as one would type it; the separators of list records and fields are shown as \x01 and \x02.
 display() {
     local word line=
     for word; do

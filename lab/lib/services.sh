@@ -1,8 +1,8 @@
-# The remaining services: a reader of /tmp/syslog.conf, and what a whole group has changed.
+# Checks of the remaining services: a reader of /tmp/syslog.conf, and the router's interfaces, routes and processes.
 # shellcheck shell=bash
 
-# read_syslog_conf FILE: a reader as small as a log daemon's, "name=value" line by line. Leaves the names, in order, in
-# $syslog_names, and the values in $syslog_values; fails at a line that is none.
+# read_syslog_conf FILE: reads "name=value" line by line, as the log daemon does. Leaves the names, in order, in
+# $syslog_names and the values in $syslog_values; fails at any other line.
 declare -A syslog_values
 read_syslog_conf() {
     local line
@@ -17,10 +17,10 @@ read_syslog_conf() {
     done < "$1"
 }
 
-# syslog_is FILE: every field is as in the lines of standard input, in their order, and there is no other.
+# syslog_is FILE: the fields and their order are those of standard input, and there are no others.
 syslog_is() {
     local line names='' reader=''
-    # What is below /var/lab, syslogd has read.
+    # The file below /var/lab is the copy that syslogd has made.
     [[ $1 != */var/lab/* ]] || reader=syslogd
     if ! read_syslog_conf "$1"; then
         failed "${1#"$root"} does not consist of lines \"name=value\""
@@ -33,13 +33,13 @@ syslog_is() {
     ${reader:+via "$reader"} same "the fields in order" "$names" "$syslog_names"
 }
 
-# calls [PATTERN]: the command lines of the stubs, those that match, separated by "; ".
+# calls [PATTERN]: the stubs' command lines that match, separated by "; ".
 calls() {
     grep -E -- "${1-.}" "$root/tmp/calls" 2>/dev/null | awk '{ printf "%s%s", (NR > 1 ? "; " : ""), $0 }'
     callers "${1-.}"
 }
 
-# called DAEMON LINE: a stub for a daemon was started with that command line, and runs.
+# called DAEMON LINE: the daemon's stub was started with that command line, and runs.
 called() {
     comes "$1 was started" in_file "^/usr/sbin/$1 " /tmp/calls
     same "its command line" "$2" "$(calls "^/usr/sbin/$1 ")"
@@ -51,7 +51,7 @@ interfaces_of_router() {
     in_net router ip -o link | sed -E 's/^[0-9]+: ([^@:]+).*/\1/' | sort
 }
 
-# interface_state NAME: whether it is up, its bridge, MTU, MAC address and address.
+# interface_state NAME: up or down, its bridge, MTU, MAC address and IP address.
 interface_state() {
     [ "$1" != ra0 ] || with "stub radio"
     in_net router ip -o link show dev "$1" | awk '{
@@ -77,14 +77,14 @@ route_for() {
     in_net router ip -4 route show table main exact "$1" | sed -E 's/ linkdown//; s/ +$//'
 }
 
-# The router's processes but the one that asks, each with its number.
+# The router's processes except the one that lists them, each with its id.
 processes() {
-    # shellcheck disable=SC2016  # The inner shell's own number, which ps keeps.
+    # shellcheck disable=SC2016  # The inner shell's own id, which ps keeps.
     router sh -c 'echo $$; exec busybox ps -o pid,comm' |
         awk 'NR == 1 { own = $1 } NR > 2 && $1 != own { print $1, $2 }' | sort -n | xargs
 }
 
-# processes_named NAME...: these processes run and no others, in order of their numbers.
+# processes_named NAME...: exactly these processes run, in the order of their ids.
 processes_named() {
     [ "$(processes | xargs -n 2 | cut -d ' ' -f 2 | xargs)" = "$*" ]
 }
@@ -97,18 +97,18 @@ group_is_up() {
     in_file ez-ipupdate /tmp/calls && gone /var/run/my_pid_service
 }
 
-# `rc service restart` runs in the background and takes seconds; the last of the group is ddns.
+# `rc service restart` runs in the background and takes seconds; the last service of the group is ddns.
 group_started() {
     comes "the services were started, all of the group" group_is_up
 }
 
-# The IGMP version that the kernel was told to keep to on the WAN port; 0 leaves it to the network.
+# The IGMP version that is set for the WAN port; with 0 the kernel chooses.
 igmp_version() {
     router cat /proc/sys/net/ipv4/conf/eth2.2/force_igmp_version
 }
 
-# console_control ERROR COMMAND...: as `console`, but the kernel's console control answers with that error number, 0
-# being success, without having been asked.
+# console_control ERROR COMMAND...: as `console`, but the kernel's console control returns that error number (0: success)
+# without reaching the kernel.
 console_control() {
     local error=$1 status
     shift

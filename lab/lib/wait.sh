@@ -2,16 +2,16 @@
 # /usr/lab/wait.sh.
 # shellcheck shell=dash
 
-# Seconds. Nothing in the lab takes this long, however busy the machine is: a wait that reaches the limit has met a hang.
-# It is the only such number: the other limits of lab/ are multiples of it (lab/demo, lab/mips, lab/waits.py and
-# lab/CMakeLists.txt read it here).
+# Seconds. Nothing in the lab takes this long, however busy the machine is, so a wait that reaches the limit means a hang.
+# All other limits of lab/ are multiples of this one (lab/demo, lab/mips, lab/waits.py and lab/CMakeLists.txt read it
+# here).
 hang_limit=300
 
 # Between two tries.
 try_pause=0.05
 
-# wait_until COMMAND...: returns as soon as the command succeeds; fails at the limit. It counts the kernel's uptime, since
-# the emulated machine's clock is set by its checks.
+# wait_until COMMAND...: returns when the command succeeds; fails at the limit. It uses the kernel's uptime, because the
+# checks set the emulated machine's clock.
 wait_until() {
     local now end
     read -r now _ < /proc/uptime

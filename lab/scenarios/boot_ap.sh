@@ -1,4 +1,4 @@
-# The same device as an access point: no router, a bridge of the switch and the radio in somebody else's LAN.
+# The device as an access point: not a router, but a bridge of the switch and the radio in another router's LAN.
 # shellcheck shell=bash
 
 new_pc pc1 02:00:00:00:00:11

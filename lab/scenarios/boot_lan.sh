@@ -1,4 +1,4 @@
-# A router boots, serves its LAN, takes new settings, and keeps them over a power cut.
+# A router boots, serves its LAN, applies new settings, and keeps them over a power cut.
 # shellcheck shell=bash
 
 printer_mac=02:00:00:00:00:13

@@ -1,4 +1,4 @@
-# The firewall and QoS with a real iptables and tc: who gets through, who does not, and what the rules have counted.
+# The firewall and QoS with the real iptables and tc: permitted and blocked connections, and the rules' counters.
 # shellcheck shell=bash
 
 # shellcheck source=lib/firewall.sh
@@ -18,7 +18,7 @@ if ! find_iptables; then
     exit 77
 fi
 
-# What the adapters could not get accepted, by kind; a word for what is meant to be refused.
+# The lines that failed in both forms, by kind; one word for lines that are expected to fail.
 refusals() {
     noted iptables refused | sed -E 's/^-t (nat|filter) -X [A-Z_]+: .*(No chain|does not exist).*/no such chain/'
     noted tc refused | sed -E 's/^qdisc del dev [^ ]+ root: .*/no such qdisc/'
@@ -67,7 +67,7 @@ pc_at pc3 192.168.1.50
 serve pc3 192.168.1.50 5000 pc3
 known_page=([pc1]="http://$shop/cgi-bin/who" [provider]="http://$wan:8080/cgi-bin/who")
 
-# Whatever the hour is, the zone makes it noon on the router, so that no period ends during the scenario.
+# The time zone is chosen so that it is noon on the router, so no period ends during the scenario.
 hour=$(TZ=UTC0 date +%-H)
 noon=LAB$((hour - 12))
 morning=LAB$((hour - 12 + 4))
@@ -131,7 +131,7 @@ reaches "port 8080 from inside, where the answer must come back through the rout
 reaches "port 1750 of a range" pc2 "$provider_gateway" provider "http://$wan:1750/cgi-bin/who"
 counted "the port was logged" filter FORWARD '[PORT FORWARD]'
 counted "the range was logged" filter FORWARD '[PORT RANGE FORWARD]'
-# The range holds the port of PPTP, whose traffic is GRE.
+# The range contains the port of PPTP, whose traffic is GRE.
 same "rules for GRE" "1 1 1" "$(rules nat PF '-p gre' | wc -l) $(rules nat POSTROUTING '-p gre' | wc -l) \
 $(rules filter FORWARD '-p gre' | wc -l)"
 no_answer "a port that is not forwarded" provider "http://$wan:8081/cgi-bin/who"
@@ -226,7 +226,7 @@ others=$(class_bytes eth2.2 1:20)
 get pc1 -o /dev/null -w '%{size_download} %{time_total}' "http://$shop/big"
 read -r size seconds <<< "$got"
 same "a file of 100 kB" 100000 "$size"
-# The link itself takes a few milliseconds; a busy machine takes longer, never less.
+# Without QoS this takes a few milliseconds. A busy machine takes longer, never less.
 if awk -v seconds="$seconds" 'BEGIN { exit !(seconds > 0.6) }'; then
     passed "it took $seconds s, at least 0.8 s less the first burst at 1000 kbit/s"
 else
@@ -238,7 +238,7 @@ same "the rate of all classes of br0 together" 1Mbit \
 at_least "pages from the WAN's port 80, class 1:30 of br0, bytes" 100000 "$(($(class_bytes br0 1:30) - pages))"
 at_least "requests to port 80, class 1:10 of eth2.2, bytes" 1000 "$(($(class_bytes eth2.2 1:10) - requests))"
 pings pc1 10 "$shop" > /dev/null
-# With the router's questions for MAC addresses, which belong there as well.
+# Including the router's ARP requests, which are in the same class.
 at_least "10 pings, which no rule marks, class 1:20 of eth2.2, bytes" $((10 * 98)) \
     "$(($(class_bytes eth2.2 1:20) - others))"
 

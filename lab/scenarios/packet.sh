@@ -1,4 +1,4 @@
-# What `rcplan packet` says of packets, and what the kernel does with the same ones under the same settings.
+# Compares the results of `rcplan packet` with the kernel's, for the same packets and settings.
 # shellcheck shell=bash
 
 # shellcheck source=lib/firewall.sh
@@ -7,7 +7,7 @@
 . "$lab/lib/packet_walk.sh"
 
 wan=203.0.113.7
-# Addresses that no computer has, so that nothing is answered but by the router itself.
+# Addresses that no computer has, so that only the router itself answers.
 far=198.51.100.200
 friend=198.51.100.201
 separator=$'\x01'
@@ -32,7 +32,7 @@ qos_record() {
     printf '%s' "$record$separator"
 }
 
-# They would answer questions about groups themselves.
+# Otherwise they would answer IGMP queries themselves.
 ip link set switch type bridge mcast_snooping 0
 ip link set line type bridge mcast_snooping 0
 new_provider
@@ -84,7 +84,7 @@ for host in 1 53 54; do
     near "203.0.113.$host" eth2.2 "$provider_mac"
 done
 router ip link set ra0 up
-# An answer that nobody takes is not given again while other packets are counted.
+# The router must not repeat an unacknowledged answer while other packets are counted.
 router sh -c 'echo 0 > /proc/sys/net/ipv4/tcp_synack_retries'
 listen_for_packets
 remember_router
@@ -175,7 +175,7 @@ done
 same "name look-ups at the router go to either server" "1 1" "$counts"
 
 step "Packets with the mark of accepted packets"
-# No rule of rc's sets that mark; this one of the scenario's own is left out of the comparison.
+# No rule of rc sets that mark, so the scenario adds one, which is not compared.
 console /usr/lab/iptables -t mangle -I PREROUTING -j MARK --set-mark 0x2511
 own_rule='^mangle PREROUTING 1$'
 meets accept "to the router" wan \
@@ -242,7 +242,7 @@ console nvram set fw_remote_type=3
 console nvram set fw_ttl=1
 console nvram set qos_type=bandwidth
 console nvram set "qos=$(qos_record 0 80 0 tcp 0 0 9)$(qos_record 0 53 0 udp 192.168.1.33 0 9)"
-# The script of the masquerade stays, and is run again.
+# The masquerading script still exists and is run again.
 remember_router /tmp/rule2
 console rc firewall restart
 comes "QoS is set up" qos_is_up 4
@@ -265,7 +265,7 @@ action='firewall stop'
 meets accept "a computer of the LAN" wan \
     --proto tcp --src $far --sport 48001 --dst 192.168.1.40 --dport 22 --flags SYN
 meets accept "the answer of a DHCP server" wan --proto udp --src "$provider_gateway" --sport 67 --dst $wan --dport 68
-# The last packets are one for each side, so that all others have been noted.
+# The last packets, one for each side, show that all others have been recorded.
 meets accept "the LAN, without NAT" lan --proto udp --src 192.168.1.33 --sport 48002 --dst $far --dport 5000
 meets accept "its answer" wan \
     --proto udp --src $far --sport 5000 --dst 192.168.1.33 --dport 48002 --state established

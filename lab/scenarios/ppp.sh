@@ -1,7 +1,7 @@
-# The Internet side through a tunnel: what rc writes and runs for L2TP, PPTP and PPPoE, read by Debian's pppd as far as
-# that goes without PPP in the kernel: no link is set up.
+# The WAN by L2TP, PPTP and PPPoE: Debian's pppd reads the options and files that rc writes. No link is set up, because the
+# kernel has no PPP.
 # shellcheck shell=bash
-# The password has the characters that mean something to a shell.
+# The password has all characters that are special to a shell.
 # shellcheck disable=SC1003,SC2016
 
 user=user@provider.example
@@ -57,7 +57,7 @@ copied_script ip-up
 for kind in pap chap; do
     same "pppd finds $user in /tmp/ppp/$kind-secrets" yes "$(secret_found "$kind" "$user")"
     same "and for another name" no "$(secret_found "$kind" somebody)"
-    # The quoting that pppd takes off was meant for a shell: it leaves the percent sign doubled.
+    # rc's quoting is meant for a shell. pppd removes it too, but leaves the percent sign doubled.
     same "the password there, as pppd reads it" 'a"b$c'\''d\e%%f' "$(secret_word "/tmp/ppp/$kind-secrets")"
 done
 
@@ -97,7 +97,7 @@ forget_pppd
 console rc wan start
 pppd_takes "nodetach; maxfail 0; plugin pppoe.so; user $user; password ??????; eth2.2; pppoe-service gold line; \
 mtu 1492; lcp-echo-failure 3; lcp-echo-interval 10; noipdefault; defaultroute; usepeerdns; 203.0.113.8:"
-# Inside double quotes the shell takes a backslash off everything but the single quote.
+# Inside double quotes the shell removes the backslash before each of these characters except the single quote.
 same "the password on pppd's command line" 'a"b$c\'\''d\e%f' "$(pppd_word password)"
 comes "pppd's output is in /var/ppp_dbg" in_file '^pppd options in effect' /var/ppp_dbg
 same "eth2.2's MTU" 1492 "$(mtu_of eth2.2)"

@@ -1,5 +1,5 @@
-# The remaining services, each on its own: the log, static routes, UPnP, RIP, the clock, the radio; then the whole
-# groups, and what the router is like before and after.
+# The remaining services one by one: the log, static routes, UPnP, RIP, the clock, the radio. Then the whole groups, with
+# the router's state before and after.
 # shellcheck shell=bash
 
 # shellcheck source=lib/services.sh
@@ -15,8 +15,8 @@ if ! "$lab/kernel_log" 0 true 2>/dev/null; then
     exit 77
 fi
 
-# bare_boot: the boot script as far as the bridge, without the services. The relay of the boot itself is a stub,
-# which ends at once; a real one would come into the list of processes whenever it likes.
+# bare_boot: the boot script up to the bridge, without the services. The PPPoE relay of the boot is a stub that ends at
+# once; a real one would appear in the list of processes at any time.
 bare_boot() {
     install -m 755 "$lab/adapters/stub" "$root/usr/sbin/pppoe-relay"
     sed -i '/^# The address comes first/,$d' "$root/etc/rcS_router"
@@ -64,7 +64,7 @@ console nvram set igmp_version=3
 # The clock.
 console nvram set ntp_custom=1
 console nvram set ntp_server=time.example.net
-# The radio: two networks, WPA2 with RADIUS, WPS, and a list of welcome computers.
+# The radio: two networks, WPA2 with RADIUS, WPS, and a list of permitted computers.
 console nvram set wifi_dot11_mode=7
 console nvram set wifi_ssid=attic
 console nvram set enable_ssid2=1
@@ -81,7 +81,7 @@ same "br0's address" 192.168.1.1/24 "$(lan_address)"
 must_hold
 
 step "The log: syslogd gets the signal to read its settings again"
-# Editors take blanks off the end of a line.
+# Written this way because editors remove blanks at the end of a line.
 blank=' '
 console rc syslogd start
 via syslogd comes "it has read all of them" cmp -s "$root/tmp/syslog.conf" "$root/var/lab/syslogd.conf"
@@ -198,7 +198,7 @@ same "the bridge" eth2.1 "$(bridge_ports)"
 like "ra0" "down, *" "$(interface_state ra0)"
 same "/var/wifi_off" wifi_off "$(lines_of /var/wifi_off)"
 comes "/var/wifi_on is gone" gone /var/wifi_on
-# A stop ends wscd only where WPS is off, and the access point's daemon is left to the next start.
+# A stop ends wscd only if WPS is off; the access point's daemon runs until the next start.
 same "a stop leaves WPS's route" "239.255.255.250 dev br0 scope link" "$(route_for 239.255.255.250)"
 comes "and wscd" running wscd
 comes "and rt2860apd" running rt2860apd
@@ -282,11 +282,11 @@ for_step "adapter kernel_log"
 comes "the same processes run, and no others" processes_are "$processes_before"
 same "processes" "$processes_before" "$(processes)"
 same "interfaces" "$(xargs <<< "$names")" "$(interfaces_of_router | xargs)"
-# There is no stop for the LAN: its port, its bridge and their address, and with it the network's route, stay up.
+# The LAN has no stop: port, bridge, address and the network's route remain.
 before[eth2.1]="up in br0, MTU 1500, MAC $board_mac"
 before[br0]="up, MTU 1500, MAC $board_mac, 192.168.1.1/24"
 routes_before="192.168.1.0/24 dev br0 proto kernel scope link src 192.168.1.1"
-# A stop of the WAN takes the address off its port. It does not switch the port off, which keeps the MAC address too.
+# A stop of the WAN removes the port's address. The port stays up and keeps its MAC address.
 before[eth2.2]="up, MTU 1500, MAC $board_wan_mac"
 for name in $names; do
     same "$name" "${before[$name]}" "$(interface_state "$name")"

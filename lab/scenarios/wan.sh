@@ -1,4 +1,4 @@
-# The Internet side without a tunnel: an address leased by the provider, and a fixed one.
+# The WAN without a tunnel: an address leased by the provider, and a fixed one.
 # shellcheck shell=bash
 
 users_mac=02:00:00:00:00:99
@@ -7,13 +7,14 @@ users_dns="nameserver 192.0.2.53; nameserver 192.0.2.54"
 new_pc pc1 02:00:00:00:00:11
 new_provider
 
-# A page beyond the provider's gateway, as the router itself gets it.
+# A page beyond the provider's gateway, requested by the router itself.
 internet_page() {
     with "real packets"
     printf 'GET / HTTP/1.0\r\n\r\n' | router nc -w "$hang_limit" "$provider_server" 80 2>&1 | tr -d '\r' | sed '1,/^$/d'
 }
 
-# leased_address MAC: an address of the provider's pool, left in $leased, that carries traffic under that MAC address.
+# leased_address MAC: checks that the WAN has an address of the provider's pool, left in $leased, and sends with that MAC
+# address.
 leased_address() {
     leased=$(address_of eth2.2)
     via udhcpc in_pool "eth2.2's address" 203.0.113.100 203.0.113.120 "${leased%/24}"
@@ -57,7 +58,7 @@ via udhcpc comes "the WAN is up" on_router /tmp/wan_uptime
 leased_address "$users_mac"
 comes "the provider lists that lease, with the host name attic" leased_out "${leased%/24}" 'attic ??:??:??'
 comes "the name servers are the user's: $users_dns" lines_are /etc/resolv.conf "$users_dns"
-# The event script may still be at the services: they would start beside the restart of the WAN.
+# The event script may still be starting the services, which would run beside the restart of the WAN.
 services_started
 
 step "The provider gives a fixed address instead"
@@ -94,6 +95,19 @@ console rc ddns start
 comes "the client was started (a stub notes its command line)" in_file \
     '^/usr/sbin/ez-ipupdate -S ddns\.example -u user:secret -h attic\.example -i eth2\.2 -b /tmp/ddns\.cache$' \
     /tmp/calls
+
+step "A hostile provider: of what the network says, only addresses and plain names are taken"
+console env interface=eth2.2 ip=203.0.113.7 subnet=255.255.255.0 "router=203.0.113.1;reboot $provider_gateway" \
+    'domain=xnameserver;echo pwned' 'dns=192.0.2.55;reboot 010.0.0.1 192.0.2.256 192.0.2.53 $(reboot)' \
+    /etc/udhcpc.script bound
+services_started
+same "the name servers" "nameserver 192.0.2.53" "$(lines_of /etc/resolv.conf)"
+same "the default route" "$provider_gateway eth2.2" "$(default_route)"
+same "rules with the provider's words" "" "$(grep -e pwned -e reboot "$root/tmp/rules")"
+console env interface=eth2.2 'ip=203.0.113.9;reboot' subnet=255.255.255.0 /etc/udhcpc.script bound
+same "eth2.2's address" 203.0.113.7/24 "$(address_of eth2.2)"
+console env 'DNS1=192.0.2.55;reboot' DNS2=192.0.2.54 /etc/ppp/ip-up-demand
+same "the name servers of a PPP link" "nameserver 192.0.2.54" "$(lines_of /etc/resolv.conf)"
 
 step "The WAN is stopped once more"
 console rc wan stop

@@ -19,7 +19,7 @@ struct Check {
     std::vector<Finding> findings;
 };
 
-// A remark on one setting; an empty fix means that there is nothing to write.
+// A note on one setting; if fix is empty, no fix is suggested.
 struct Remark {
     std::string problem;
     std::string effect;
@@ -55,7 +55,7 @@ std::string quoted(std::string_view text);
 std::string effect_of_wrong(const Check& check, const KnownSetting& known, std::string_view piece);
 // A sink's line with a text in its place, escaped so that it stays one line.
 std::string line_with(const Sink& sink, std::string_view text);
-// Whether the text is a word of its own in the line.
+// Whether the text is a whole word in the line.
 bool stands_alone(const Sink& sink);
 // A piece of a value as messages show it: asterisks if the setting is a secret.
 std::string_view masked(const KnownSetting& known, std::string_view piece);

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::string_view white_space = " \t";
 
-// A way in which a text can break its line.
+// One kind of damage that a text can do to its line.
 struct Danger {
     Level level;
     std::string characters;  // those at fault, each once; empty if it is the text as a whole

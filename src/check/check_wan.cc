@@ -13,7 +13,7 @@ struct FixedPort {
     const char* switch_key;  // "1" is fixed; nullptr if always fixed
     const char* address;
     const char* netmask;
-    const char* gateway;  // nullptr if there is none
+    const char* gateway;  // nullptr if the mode has no gateway
 };
 constexpr FixedPort fixed_ports[] = {
     {wan_mode::ip, nullptr, "fix_ipaddr", "fix_netmask", "fix_gateway"},
@@ -115,7 +115,7 @@ void check_name_servers(Check& check) {
     if (text_of(check, "wan_mode") != wan_mode::ip || is_on(check, "wan_fix_dns")) return;
     if (!is_missing(check, "wan_dns1") || !is_missing(check, "wan_dns2")) return;
     add(check, Level::Warning, "wan_dns1",
-        {.problem = "is empty like wan_dns2, but wan_mode=ip learns no name server",
+        {.problem = "is empty, as is wan_dns2, and wan_mode=ip gets no other name server",
          .effect = "leaves /etc/resolv.conf without a name server",
          .fix = "wan_dns1=203.0.113.53"});
 }
@@ -128,7 +128,7 @@ void check_own_mac(Check& check, const char* key) {
     const bool zero = mac.find_first_not_of("0:") == std::string_view::npos;
     if (!group && !zero) return;
     add(check, Level::Error, key,
-        {.problem = group ? "is a multicast address, not a port's" : "is not a port's address",
+        {.problem = group ? "is a multicast address, not a port's" : "is all zeros",
          .effect = "passes it to ifconfig, which rejects it: the port keeps its own",
          .fix = "an address whose second digit is even"});
 }

@@ -5,6 +5,8 @@
 #include <arpa/inet.h>
 #include <errno.h>
 #include <stdarg.h>
+#include <stdlib.h>
+#include <string.h>
 
 #include <span>
 
@@ -45,20 +47,26 @@ static bool read_piece(FILE* stream, std::span<char> piece) {
     return length > 0;
 }
 
-int myPipe(const char* command, std::optional<std::string>& output) {
-    output.emplace();
+int myPipe(const char* command, OwnedText& output) {
+    output.reset(strdup(""));
     FILE* stream = platform::open_pipe(command);
     if (!stream) return 0;
 
+    size_t length = 0;
     char piece[4096];
     while (read_piece(stream, piece)) {
-        const std::string_view read = piece;
-        if (output->size() + read.size() > pipe_limit) {
+        const size_t more = strlen(piece);
+        auto* const grown = static_cast<char*>(realloc(output.get(), length + more + 1));
+        if (!grown) {
             output.reset();
             platform::close_pipe(stream);
             return 0;
         }
-        output->append(read);
+        // realloc has taken over the old text.
+        static_cast<void>(output.release());
+        output.reset(grown);
+        memcpy(grown + length, piece, more + 1);
+        length += more;
     }
     return platform::close_pipe(stream);
 }

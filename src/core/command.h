@@ -3,7 +3,9 @@
 #define RC_CORE_COMMAND_H
 
 #include <stdio.h>
+#include <stdlib.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -17,10 +19,15 @@ constexpr size_t command_limit = 4095;
 // The same for a composed line that is its own format: "%%" becomes "%", any other "%" stays.
 int SYSTEM_collapsed(const std::string& line);
 
-// Collects a command's output. Returns the wait status; 0 and an empty output if the command could
-// not be started; 0 and no output if it printed more than pipe_limit.
-constexpr size_t pipe_limit = 4u << 20;
-int myPipe(const char* command, std::optional<std::string>& output);
+// A text from malloc(3), or none.
+struct FreeText {
+    void operator()(char* text) const { free(text); }
+};
+using OwnedText = std::unique_ptr<char, FreeText>;
+
+// Collects all of a command's output. Returns the wait status; 0 and an empty output if the command
+// could not be started; 0 and no output if memory is short.
+int myPipe(const char* command, OwnedText& output);
 
 // An interface's address in dotted-quad form; nullopt if it has none, or (with a message) if no
 // socket could be opened.

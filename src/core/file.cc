@@ -5,10 +5,13 @@
 #include <stdarg.h>
 
 #include "core/platform.h"
-#include "core/text.h"
 
 File open_file(const char* path, const char* mode) {
     return File(platform::open_file(path, mode));
+}
+
+File open_secret_file(const char* path, const char* mode) {
+    return File(platform::open_secret_file(path, mode));
 }
 
 int File::print(const char* text, ...) {
@@ -40,9 +43,7 @@ bool File::seek(long offset) {
 }
 
 std::optional<long long> File::read_number() {
-    // The number in a marker or PID file is in its first bytes; a file with more blanks before it
-    // is damaged.
-    unsigned char start[64] = {};
-    read(std::span(start).first(sizeof start - 1));
-    return scan_number(reinterpret_cast<const char*>(start));
+    long long number = 0;
+    if (fscanf(stream_.get(), "%lld", &number) != 1) return std::nullopt;
+    return number;
 }

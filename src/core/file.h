@@ -31,7 +31,8 @@ class File {
     size_t read(std::span<unsigned char> bytes);
     // Moves to an offset from the start.
     bool seek(long offset);
-    // The decimal number at the start of the file, after blanks; nullopt if there is none.
+    // The decimal number at the start of the file, after any number of blanks; nullopt if the file
+    // begins otherwise. Clamped to the range of long long.
     std::optional<long long> read_number();
 
   private:
@@ -43,5 +44,7 @@ class File {
 
 // Opens a file as fopen(3) does; the File is false on failure.
 File open_file(const char* path, const char* mode);
+// The same for a file with a password that only root reads.
+File open_secret_file(const char* path, const char* mode);
 
 #endif

@@ -1,5 +1,5 @@
-// IPv4 addresses and networks as numbers. The handlers hand addresses on as texts; where they need
-// the number themselves, they read it with inet_aton(3), which takes more than is valid here.
+// IPv4 addresses and networks as numbers. The handlers pass addresses on as texts; if they need the
+// number, they use inet_aton(3), which also accepts forms that are invalid here.
 #ifndef RC_CORE_IPV4_H
 #define RC_CORE_IPV4_H
 
@@ -11,7 +11,7 @@
 // 192.168.1.1 is 0xc0a80101.
 using Ipv4 = std::uint32_t;
 
-// Four numbers with dots between them; read(text) gives one of them, at most 255, or nothing.
+// Parses four numbers separated by dots; read(text) returns one number, at most 255, or nullopt.
 template <class Read>
 std::optional<Ipv4> parse_quad_of(std::string_view text, Read read) {
     Ipv4 address = 0;
@@ -26,13 +26,13 @@ std::optional<Ipv4> parse_quad_of(std::string_view text, Read read) {
     return address;
 }
 
-// Decimal numbers without leading zeros: the programs that rc hands addresses to take those for
-// octal.
+// Four decimal numbers without leading zeros: the programs that rc passes addresses to read numbers
+// with a leading zero as octal.
 std::optional<Ipv4> parse_quad(std::string_view text);
 
 std::string quad_text(Ipv4 address);
 
-// Ones, then zeros.
+// True if the bits are ones followed by zeros.
 bool is_mask(Ipv4 mask);
 
 // A network: one of its addresses, and its mask.
@@ -43,13 +43,13 @@ struct Net {
     Ipv4 first() const { return address & mask; }
     Ipv4 last() const { return address | ~mask; }
     bool holds(Ipv4 other) const { return (other & mask) == first(); }
-    // An address that a host can have: neither the network's own nor its broadcast address.
+    // True unless the address is outside, the network's address or its broadcast address.
     bool has_host(Ipv4 other) const { return holds(other) && other != first() && other != last(); }
     // "192.168.1.0/255.255.255.0"
     std::string text() const;
 };
 
-// nullopt unless the texts are an address and a mask that leaves room for two hosts.
+// nullopt unless the texts are an address and a mask with at least two host addresses.
 std::optional<Net> parse_net(std::string_view address, std::string_view mask);
 
 #endif

@@ -15,7 +15,29 @@
 
 #include "core/platform.h"
 
+namespace {
+
+void open_standard_descriptors() {
+    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(standard, F_GETFD) >= 0) continue;
+        // The lowest free number. A root folder without devices still has itself.
+        if (open("/dev/null", O_RDWR) < 0) open("/", O_RDONLY);
+    }
+}
+
+}  // namespace
+
 namespace platform {
+
+void prepare_process() {
+    open_standard_descriptors();
+    umask(umask(0) | 022);
+    // A handler and not SIG_IGN, which commands would inherit.
+    struct sigaction goes_on = {};
+    goes_on.sa_handler = [](int) {};
+    goes_on.sa_flags = SA_RESTART;
+    sigaction(SIGPIPE, &goes_on, nullptr);
+}
 
 int run_shell(const char* line) {
     fflush(stdout);
@@ -45,6 +67,15 @@ void set_environment(const char* name, const char* value) {
 
 FILE* open_file(const char* path, const char* mode) {
     return fopen(path, mode);
+}
+
+FILE* open_secret_file(const char* path, const char* mode) {
+    const mode_t usual = umask(077);
+    FILE* stream = fopen(path, mode);
+    umask(usual);
+    // The umask does not change a file that was there before.
+    if (stream) fchmod(fileno(stream), 0600);
+    return stream;
 }
 
 bool file_exists(const char* path) {

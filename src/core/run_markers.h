@@ -9,6 +9,9 @@ int rc_add_running(const char* name);
 // Removes an application's marker. Always 0.
 int rc_remove_marker(const char* name);
 
+// The PID file of "rc wan". Starting and stopping the WAN remove it at their end.
+constexpr const char* wan_pid_file = "/var/run/my_pid_wan";
+
 // Terminates the older run in the PID file, if any, and writes this run's process id there.
 void replace_older_run(const char* pid_file);
 

@@ -1,4 +1,4 @@
-// Takes lines of a shell apart, by the rules of POSIX.1 (Shell Command Language, 2.2 and 2.3).
+// Splits shell lines by the rules of POSIX.1 (Shell Command Language, 2.2 and 2.3).
 
 #include "core/shell_line.h"
 
@@ -20,7 +20,7 @@ ShellRole bare_role(char c, bool starts_word) {
     return starts_word && c == '#' ? ShellRole::Comment : ShellRole::Text;
 }
 
-// Longer ones before those that they begin with.
+// An operator comes before its own prefixes.
 constexpr std::string_view operators[] = {"&&", "||", ";;"};
 constexpr std::string_view redirections[] = {"<<-", "<<", "<&", "<>", ">>", ">&", ">|"};
 
@@ -48,7 +48,7 @@ class PieceReader {
     ShellPiece read_piece();
 };
 
-// Blanks between words; a newline behind a backslash counts as none.
+// Skips blanks between words, and newlines after a backslash.
 void PieceReader::skip_blanks() {
     while (!reader_.at_end() &&
            (reader_.role() == ShellRole::Blank || reader_.rest().starts_with("\\\n")))
@@ -139,8 +139,8 @@ std::string_view ShellReader::take() {
     return role == ShellRole::Quote ? std::string_view() : taken;
 }
 
-// Between double quotes a backslash escapes few characters, and before others stays. A newline is
-// taken away with it: the lines are one.
+// Between double quotes a backslash escapes only a few characters and is kept before others. A
+// backslash and a newline are removed, which joins the lines.
 std::string_view ShellReader::take_escape() {
     const std::string_view escaped = rest().substr(1, 1);
     const bool stays =

@@ -1,5 +1,5 @@
-// Lines of a POSIX shell, taken apart: which characters stand for themselves, which quotes are open
-// at a place, which words, redirections and operators a text holds. Nothing is expanded.
+// A lexer for lines of a POSIX shell: the role of each character, the quotes that are open at a
+// place, and the words, redirections and operators of a text. It expands nothing.
 #ifndef RC_CORE_SHELL_LINE_H
 #define RC_CORE_SHELL_LINE_H
 
@@ -9,14 +9,14 @@
 #include <string_view>
 #include <vector>
 
-// What means something to a shell, in a crontab or as the end of a line.
+// Characters that are special to a shell or in a crontab, or that end a line.
 inline constexpr std::string_view special_characters = "\n\t !\"#$%&'()*;<>?[\\]^`{|}~";
 
 enum class ShellQuotes : uint8_t { None, Double, Single };
 
 // The role of a character in a shell line.
 enum class ShellRole : uint8_t {
-    Text,       // itself
+    Text,       // no special meaning
     Blank,      // ends a word
     Operator,   // ends a word; controls, groups or redirects: ; & | ( ) < > newline
     Quote,      // begins or ends quotes
@@ -28,25 +28,25 @@ enum class ShellRole : uint8_t {
 
 ShellRole shell_role(char c, ShellQuotes quotes, bool starts_word);
 
-// Goes through a text one character after the other; a backslash and what it escapes are taken at
-// once, and so is a comment.
+// Reads a text character by character; a backslash with the character that it escapes counts as one
+// character, and so does a comment.
 class ShellReader {
   public:
     explicit ShellReader(std::string_view text) : text_(text) {}
 
     bool at_end() const { return at_ == text_.size(); }
-    // The next character; not at the end.
+    // The next character; must not be called at the end.
     char next() const { return text_[at_]; }
     ShellRole role() const { return shell_role(next(), quotes_, starts_word_); }
     // The rest of the text.
     std::string_view rest() const { return text_.substr(at_); }
     size_t at() const { return at_; }
 
-    // The quotes that are open, and where they began.
+    // The open quotes, and the place where they began.
     ShellQuotes quotes() const { return quotes_; }
     size_t quotes_at() const { return quotes_at_; }
 
-    // Takes the next character, and returns what the word that it belongs to gets of it.
+    // Consumes the next character, and returns its contribution to the word.
     std::string_view take();
 
   private:
@@ -59,31 +59,31 @@ class ShellReader {
     std::string_view take_escape();
 };
 
-// As far as the character at a place, or to the end: what quotes are open there.
+// A reader that has consumed the text before a place, for the quotes that are open there.
 ShellReader shell_reader_at(std::string_view text, size_t place);
 
 struct ShellPiece {
     enum class Kind : uint8_t { Word, Redirection, Operator, Comment };
     Kind kind;
-    // Where it stands in the text.
+    // Its offset and size in the text.
     size_t at = 0;
     size_t size = 0;
     // Of an operator or a redirection: "&&", "\n", ">>".
     std::string_view sign = {};
-    // Of a redirection: the number in front of the sign, if there is one.
+    // Of a redirection: the number before the sign; may be empty.
     std::string_view descriptor = {};
-    // Of a word, or the word that a redirection leads to: without its quotes.
+    // The word, or the target of a redirection, without its quotes.
     std::string text = {};
-    // Its characters that may mean more than themselves: $ ` \ outside single quotes, and
-    // * ? [ ] # ~ { } ! outside all quotes.
+    // Its characters that may be special: $ ` \ outside single quotes, and * ? [ ] # ~ { } !
+    // outside all quotes.
     std::string special = {};
-    // The first of its characters that begins an expansion; '\0' when none does.
+    // The first of its characters that begins an expansion; '\0' if it has no expansion.
     char expansion = '\0';
-    // A quote in it is not closed.
+    // It contains a quote that is not closed.
     bool unclosed = false;
 };
 
-// Here-documents are not known: their lines count as commands.
+// Here-documents are not supported: their lines are read as commands.
 std::vector<ShellPiece> shell_pieces(std::string_view text);
 
 #endif

@@ -2,7 +2,6 @@
 
 #include "core/text.h"
 
-#include <errno.h>
 #include <limits.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -57,7 +56,7 @@ std::optional<size_t> compose_simple(char* line, size_t room, const char* text, 
 }
 
 // Consumes a number as strtol(3) reads it, in a third of its time, clamped to int. False, with
-// nothing changed, if there is none.
+// nothing changed, if the text does not begin with a number.
 bool take_int(std::string_view& text, int& number) {
     const std::string ended(text);
     char* end = nullptr;
@@ -114,10 +113,8 @@ int leading_int(std::string_view text) {
 
 std::optional<long long> scan_number(const char* text) {
     char* end = nullptr;
-    errno = 0;
     const long long number = strtoll(text, &end, 10);
-    if (end == text || errno == ERANGE) return std::nullopt;
-    return number;
+    return end == text ? std::nullopt : std::optional(number);
 }
 
 bool scan_int(std::string_view& text, char follower, int& number) {

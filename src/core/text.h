@@ -8,11 +8,11 @@
 #include <string>
 #include <string_view>
 
-// The text that printf would print, as long as it is.
+// The text that printf would print, of any length.
 [[gnu::format(printf, 1, 2)]] std::string format(const char* text, ...);
 
-// vsnprintf(3) in a third of its time for formats with only %s, %d, %u and %%, which almost all of
-// our lines are. The arguments are not consumed.
+// Same as vsnprintf(3), but takes a third of its time for formats with only %s, %d, %u and %%,
+// which almost all of our lines have. The arguments are not consumed.
 [[gnu::format(printf, 3, 0)]] size_t compose(char* line, size_t size, const char* text,
                                              va_list arguments);
 
@@ -20,19 +20,20 @@
 // stays.
 std::string percent_collapsed(std::string_view text);
 
-// The decimal number at the start of a text, as atoi(3) reads it: 0 if there is none. Clamped to
-// the range of int.
+// The decimal number at the start of a text, as atoi(3) reads it: 0 if the text does not begin with
+// a number. Clamped to the range of int.
 int leading_int(std::string_view text);
 
-// The decimal number that scanf's "%ld" would read at the start of a text; nullopt if there is none
-// or if it exceeds long long.
+// The decimal number at the start of a text, after blanks; nullopt if the text begins otherwise.
+// Clamped to the range of long long.
 std::optional<long long> scan_number(const char* text);
 
 // Consumes a number as scanf's "%d" does, and the character that must follow it; '\0' accepts any.
-// Clamped to int. False if there is no such number; text is then unspecified.
+// Clamped to int. False if the text does not begin so; text is then unspecified.
 bool scan_int(std::string_view& text, char follower, int& number);
 
-// Takes the text before the next delimiter off the front of rest; the delimiter goes with it.
+// Removes the text before the next delimiter, and the delimiter, from the front of rest. Returns
+// that text.
 std::string_view take_field(std::string_view& rest, char delimiter);
 
 // The start of a text, at most limit bytes of it.

@@ -6,8 +6,8 @@
 
 #include <string>
 
-// Traces one message to a stream, which is then closed unless it is standard output; with none, to
-// /dev/console.
+// Traces one message to a stream, which is then closed unless it is standard output. If the stream
+// is null, traces to /dev/console.
 [[gnu::format(printf, 5, 6)]] void console_trace(FILE* stream, const char* file, int line,
                                                  const char* function, const char* text, ...);
 

@@ -1,4 +1,4 @@
-// The words of "wan_mode".
+// The values of "wan_mode".
 #ifndef RC_CORE_WAN_MODES_H
 #define RC_CORE_WAN_MODES_H
 
@@ -20,7 +20,7 @@ constexpr const char* ras = "ras";
 // In the order in which the reference lists them.
 constexpr const char* all[] = {dhcpc, ip, pppoe, pptp, l2tp, bpa, ras};
 
-// All of them as one text, with blanks between.
+// All modes as one text, separated by blanks.
 inline constexpr auto joined = [] {
     std::array<char, 64> text = {};
     size_t length = 0;

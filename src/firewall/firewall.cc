@@ -23,22 +23,28 @@ Setting physical_port() {
     return port.empty() ? nvram_text("ether_wan_ifname") : std::move(port);
 }
 
+// The WAN as the rules see it, read before the first rule about it: QoS runs its script on the way.
+struct WanSide {
+    Setting ifname = nvram_text("wan_ifname");
+    Setting nat = nvram_text("fw_nat");
+    Setting port = physical_port();
+};
+
 // A separate script, because it is run after the rules, when the tables are complete.
-void write_masquerade(const Setting& wan) {
-    if (nvram_text("fw_nat").off()) return;
+void write_masquerade(const WanSide& wan) {
+    if (wan.nat.off()) return;
     File script = open_file("/tmp/rule2", "w");
     if (!script) return;
-    script.print("iptables -t nat -A POSTROUTING -o %s -j MASQUERADE \n", wan.text());
+    script.print("iptables -t nat -A POSTROUTING -o %s -j MASQUERADE \n", wan.ifname.text());
     const Setting mode = nvram_text("wan_mode");
     if (mode.is(wan_mode::pptp) || mode.is(wan_mode::l2tp))
-        script.print("iptables -t nat -A POSTROUTING -o %s -j MASQUERADE \n",
-                     physical_port().text());
+        script.print("iptables -t nat -A POSTROUTING -o %s -j MASQUERADE \n", wan.port.text());
 }
 
-void write_dmz(const Setting& wan) {
-    if (!nvram_text("fw_dmz_enable").on() || !nvram_text("fw_nat").on()) return;
+void write_dmz(const WanSide& wan) {
+    if (!nvram_text("fw_dmz_enable").on() || !wan.nat.on()) return;
     const Setting host = nvram_text("fw_dmz");
-    fw_rule("-t nat -I DMZ -d %s -p ! icmp -j DNAT --to %s", address_of(wan.text()).c_str(),
+    fw_rule("-t nat -I DMZ -d %s -p ! icmp -j DNAT --to %s", address_of(wan.ifname.text()).c_str(),
             host.text());
     fw_rule("-A IN_FILTER -d %s -j ACCEPT", host.text());
 }
@@ -117,24 +123,24 @@ int get_if_mtu(const char* ifname) {
 
 int create_firewall_cfg() {
     start_schedule();
-    const RuleScript script;
+    RuleScript script;
     fw_init();
-    const Setting wan = nvram_text("wan_ifname");
-    fw_rules(dos_rules, wan.text());
+    const WanSide wan;
+    fw_rules(dos_rules, wan.ifname.text());
     write_masquerade(wan);
     fw_pre_basic();
     fw_special_apps();
     create_qos_cfg();
     write_dmz(wan);
     if (nvram_text("fw_response_ping").on())
-        fw_rule("-A LOCAL_SERVICE  -p icmp -i %s -j ACCEPT", wan.text());
+        fw_rule("-A LOCAL_SERVICE  -p icmp -i %s -j ACCEPT", wan.ifname.text());
     fw_url_block();
     fw_access_control();
     fw_port_forward();
     fw_port_range_forward();
     write_login_block(wan_mode::bpa, "bpa_login");
     write_login_block(wan_mode::ras, "ras_login");
-    write_mss(wan);
+    write_mss(wan.ifname);
     write_multicast();
     write_ttl();
     create_crontab();
@@ -167,6 +173,7 @@ int start_firewall() {
 }
 
 int stop_firewall() {
+    const bool wan_over_radio = nvram_text("wan_line").contains("wisp");
     stop_qos();
     platform::run_shell("iptables -t nat -F");
     platform::run_shell("iptables -t filter -F");
@@ -174,7 +181,7 @@ int stop_firewall() {
     platform::run_shell("iptables -P FORWARD ACCEPT");
     platform::run_shell(
         "iptables -t nat -I PREROUTING -i eth2.2 -p udp --dport 68 -j DNAT --to 255.255.255.255");
-    if (nvram_text("wan_line").contains("wisp"))
+    if (wan_over_radio)
         platform::run_shell(
             "iptables -t nat -I PREROUTING -i ra0 -p udp --dport 68 -j DNAT --to 255.255.255.255");
     platform::run_shell("echo 1 > /proc/sys/net/ipv4/netfilter/ip_conntrack_udp_timeout_stream");

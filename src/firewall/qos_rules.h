@@ -8,7 +8,7 @@
 
 #include "core/limits.h"
 
-// The class of a rule with a rate of its own.
+// The class of a rule that has its own rate.
 constexpr int bandwidth_class = 9;
 
 struct QosRule {
@@ -26,8 +26,8 @@ struct QosRule {
 
 using QosTable = std::array<QosRule, limits::qos_rules>;
 
-// Clears a table and fills it from a list. Returns the number of records read, -1 if there are
-// none.
+// Clears a table and fills it from a list. Returns the number of records read, -1 if the list is
+// empty.
 int parse_qos_rules(std::string_view list, QosTable& table);
 
 // The end of an address range: the first address with another last octet.

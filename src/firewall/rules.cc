@@ -11,7 +11,7 @@
 
 namespace {
 
-// The script that rules are written to; null if there is none.
+// The script that rules are written to; null while no RuleScript exists.
 RuleScript* current_script = nullptr;
 
 constexpr std::string_view command = "iptables ";

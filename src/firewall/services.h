@@ -20,10 +20,10 @@ struct ServiceRecord {
     std::string_view rest;  // protocol:first-last
 };
 
-// The records of a table. Who looks many names up separates them once.
+// The records of a table, so that a caller that looks up many names splits the table only once.
 std::vector<ServiceRecord> parse_services(std::string_view table);
 
-// Looks a name up in a table. 0 with the service filled, -1 when it is not there.
+// Looks a name up in a table. Returns 0 with the service filled, or -1 if the name is not there.
 int search_serv(std::span<const ServiceRecord> records, Service& service, std::string_view name);
 int search_serv(std::string_view table, Service& service, std::string_view name);
 

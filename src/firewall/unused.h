@@ -6,8 +6,8 @@
 
 #include "firewall/services.h"
 
-// Looks a name up in the user's table, then in the predefined one. -1 when the user's has it, else
-// what the second search returns.
+// Looks a name up in the user's table, then in the predefined one. Returns -1 if the user's table
+// has it, otherwise the result of the second search.
 int get_serv(std::string_view name, Service& service);
 
 #endif

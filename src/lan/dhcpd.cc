@@ -22,7 +22,7 @@ bool address_given(const Setting& address) {
 }
 
 // Writes one line for each name server of /etc/resolv.conf. The rest of the line is copied with its
-// newline, so an empty line follows each. False if there was none.
+// newline, so an empty line follows each. False if the file has no name server.
 bool write_known_name_servers(File& config, File& resolver) {
     bool written = false;
     char line[128];
@@ -89,7 +89,7 @@ int start_dhcp_server() {
         launch("start dhcpd ... creat config...", "excute command 1 ...");
         return 0;
     }
-    // Bridge modes leave the LAN to the server behind the bridge.
+    // In the bridge modes, a server on the other side of the bridge serves the LAN.
     if (mode.view().starts_with('b')) return 0;
     launch("start dhcpd ... creat config 2...", "excute command 2 ...");
     return 0;

@@ -33,6 +33,7 @@ int create_httpd_cfg() {
         platform::remove_file("/tmp/htpasswd");
         return 0;
     }
+    // Readable by everybody: the server gives up root before it reads the file.
     File passwords = open_file("/tmp/htpasswd", "w");
     if (passwords) passwords.print("%s:%s\n", nvram_text("http_username").text(), password.text());
     return 0;

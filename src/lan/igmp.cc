@@ -15,17 +15,18 @@ std::string connection_suffix() {
     return port.empty() || port.off() ? "" : std::string(1, port.text()[0]);
 }
 
-Setting connection_interface() {
-    return nvram_text(("wan_ifname" + connection_suffix()).c_str());
+Setting connection_interface(const std::string& suffix) {
+    return nvram_text(("wan_ifname" + suffix).c_str());
 }
 
 }  // namespace
 
 int start_igmp() {
     if (!nvram_text("igmp_enable").on()) return 0;
-    const Setting ifname = connection_interface();
+    const std::string suffix = connection_suffix();
+    const Setting ifname = connection_interface(suffix);
     // A WAN that comes up later restarts the services.
-    if (!platform::file_exists(("/tmp/wan_uptime" + connection_suffix()).c_str())) return 0;
+    if (!platform::file_exists(("/tmp/wan_uptime" + suffix).c_str())) return 0;
 
     const Setting version = nvram_text("igmp_version");
     SYSTEM("/bin/echo %s > /proc/sys/net/ipv4/conf/%s/force_igmp_version",
@@ -35,7 +36,7 @@ int start_igmp() {
 }
 
 int stop_igmp() {
-    const Setting ifname = connection_interface();
+    const Setting ifname = connection_interface(connection_suffix());
     SYSTEM("/bin/echo 0 > /proc/sys/net/ipv4/conf/%s/force_igmp_version", ifname.text());
     SYSTEM("/usr/bin/killall IGMPProxy");
     platform::sleep_seconds(1);

@@ -21,7 +21,7 @@ std::string route_command(const StaticRoute& route, int add) {
                   route.netmask.c_str(), route.gateway.c_str(), route.metric);
 }
 
-// Adds (1) or deletes (0) the first route of the list. -1 when a file cannot be created.
+// Adds (1) or deletes (0) the first route of the list. -1 if a file cannot be created.
 int handle_static_route(int add) {
     File list = open_file("/tmp/sroute", "w+");
     if (!list) return -1;

@@ -70,7 +70,7 @@ void write_log(File& conf) {
 }  // namespace
 
 int create_syslog() {
-    File conf = open_file("/tmp/syslog.conf", "w+");
+    File conf = open_secret_file("/tmp/syslog.conf", "w+");
     if (!conf) return -1;
     write_mail(conf);
     write_log(conf);

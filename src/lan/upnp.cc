@@ -24,6 +24,6 @@ int stop_upnp() {
     const std::string command =
         format("route del -net 239.0.0.0 netmask 255.0.0.0 %s", nvram_text("lan_if").text());
     print("%s", command.c_str());
-    platform::run_shell(command.c_str());
+    SYSTEM("%s", command.c_str());
     return 0;
 }

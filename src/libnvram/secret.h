@@ -6,11 +6,11 @@
 
 namespace nvram {
 
-// Holds for the secrets of the table of settings, for those of further networks, and for whatever
-// another program calls a password.
+// True for the secrets of the table of settings, for those of further networks, and for keys of
+// other programs that contain "passw".
 bool is_secret(std::string_view key);
 
-// The key holds "passw".
+// The key contains "passw".
 bool names_password(std::string_view key);
 
 }  // namespace nvram

@@ -1,4 +1,4 @@
-// What the command line can ask of an application or a group.
+// The actions on an application or a group, as the command line names them.
 #ifndef RC_RC_ACTIONS_H
 #define RC_RC_ACTIONS_H
 
@@ -11,7 +11,7 @@ constexpr const char* create = "create";
 
 constexpr const char* all[] = {start, stop, restart, create};
 
-// The Internet side has no files of its own to create.
+// "rc wan" has no create: the WAN writes its files when it starts.
 constexpr const char* of_wan[] = {start, stop, restart};
 
 }  // namespace app_action

@@ -14,11 +14,10 @@
 
 namespace {
 
-constexpr const char* wan_pid_file = "/var/run/my_pid_wan";
 constexpr const char* service_pid_file = "/var/run/my_pid_service";
 
 // rc may be called through another program (busybox rc ...): the command word is the one after the
-// first argument that contains "rc". argc if there is none.
+// first argument that contains "rc". argc if no argument does.
 int command_word(int argc, char** argv) {
     int word = 1;
     while (word < argc && std::string_view(argv[word - 1]).find("rc") == std::string_view::npos)

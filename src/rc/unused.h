@@ -2,11 +2,11 @@
 #ifndef RC_RC_UNUSED_H
 #define RC_RC_UNUSED_H
 
-// Stores a variable in the boot loader's environment unless it has that value already, whatever its
-// case. 1 when the environment cannot be opened, else 0.
+// Stores a variable in the boot loader's environment unless it has that value already, ignoring
+// case. 1 if the environment cannot be opened, else 0.
 int set_boot_environment(const char* name, const char* value);
 
-// Sets the Ethernet switch's registers up. 0, or -1 with a message.
+// Sets up the Ethernet switch's registers. 0, or -1 with a message.
 int set_up_switch();
 
 // Does nothing. Always 0.

@@ -1,4 +1,4 @@
-// rcplan: shows what rc would do, without doing it.
+// rcplan: dry runs of rc and their evaluation.
 
 #include "rcplan/command_line.h"
 

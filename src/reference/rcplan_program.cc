@@ -32,7 +32,7 @@ WordKind kind_of(std::string_view type) {
     return "";
 }
 
-// The words of "TEXT:{auto,always,never}"; "" if there are none.
+// The words of "TEXT:{auto,always,never}"; "" if the type lists no words.
 WordKind choice_of(std::string_view type) {
     const size_t open = type.find('{');
     const size_t close = type.rfind('}');

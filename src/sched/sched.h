@@ -25,7 +25,7 @@ int dst_day_of_month(int year, int month, int weekday, int week, int last);
 int check_sche();
 // Writes that result to /tmp/cron_schedule. Always 0.
 int start_schedule();
-// The first character of /tmp/cron_schedule, '\0' when there is none.
+// The first character of /tmp/cron_schedule, '\0' if it is missing or empty.
 char schedule_character();
 
 // crontab.cc: writes /var/crontab. Always 0.

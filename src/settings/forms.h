@@ -30,8 +30,8 @@ std::vector<std::string_view> words_of(const char* choices);
 std::string form_text(const Limits& limits);
 
 // The error in a text that is not empty, in words that follow its name: "is not a number; expected
-// a number from 1 to 65535". Empty if there is none. A text that is too long is legal here, as is
-// any record.
+// a number from 1 to 65535". Empty if the text is legal; a text that is too long and any record are
+// legal here.
 std::string form_problem(const Limits& limits, std::string_view text);
 
 // The number, if the text is a decimal number and nothing else; a '-' may come first.

@@ -1,4 +1,4 @@
-// Rows of the table of all settings: boot, and what the board knows of itself.
+// Rows of the table of all settings: boot, and the board's factory data.
 #include "settings/areas.h"
 
 namespace nvram {

@@ -26,8 +26,8 @@ static constexpr KnownSetting network_rows[] = {
      .factory = "1",
      .when_empty = "the name is hidden",
      .help = "network 1: the name is broadcast in beacons (1) or hidden (0)"},
-    // WPA and WPA2 ask a RADIUS server. A single digit means the same to all who read it; any other
-    // number is as 4 to the driver's security lines.
+    // WPA and WPA2 use a RADIUS server. All readers agree on a single digit; the driver's security
+    // lines treat any other number as 4.
     {.key = "wifi_wep_on",
      .form = Form::Choice,
      .choices = "0 1 2 3 4 5 6",
@@ -150,7 +150,7 @@ static constexpr KnownSetting guest_network_rows[] = {
      .factory = "guests",
      .when_empty = "the second network has no name",
      .help = "network 2: name (SSID), at most 32 characters; a semicolon would end it"},
-    // The RADIUS client runs only when the first network asks for it.
+    // The RADIUS client runs only if the first network needs it.
     {.key = "wifi_wep_on2",
      .form = Form::Choice,
      .choices = "0 1 2 3 4 5 6",

@@ -17,7 +17,7 @@ static constexpr KnownSetting station_rows[] = {
      .may_be_empty = true,
      .high = most_name,
      .example = "network",
-     .when_empty = "the driver is told to join a network without a name",
+     .when_empty = "the driver gets an empty network name to join",
      .needed = &as_station,
      .help = "station: name of the network to join, at most 32 characters"},
     // A station does not support RADIUS.
@@ -119,7 +119,7 @@ static constexpr KnownSetting repeater_rows[] = {
      .form = Form::Text,
      .may_be_empty = true,
      .high = most_name,
-     .when_empty = "the driver is told to repeat a network without a name",
+     .when_empty = "the driver gets an empty network name to repeat",
      .help = "repeater: name of the network to repeat, at most 32 characters"},
     {.key = "wifi_wep_on5",
      .form = Form::Choice,

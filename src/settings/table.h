@@ -1,8 +1,7 @@
 // The table of all settings that rc reads or writes. A row says everything about its setting: form,
 // limits, factory value, secrecy, what rc does without it or with a wrong value, when it is needed,
-// an example. nvram check, describe and keys, the reference, the completion and the schema take
-// what they say of a setting from here. Its factory value stands in lab/root/etc/default too, and a
-// test compares the two.
+// an example. nvram check, describe and keys, the reference, the completion and the schema read it.
+// lab/root/etc/default has the factory value too, and a test compares the two.
 //
 // Derived by tools/renew.sh: from rc's own runs, the actions that use a setting (uses.inc) and the
 // lines that its value ends up in (sinks.inc); from the rows, libnvram/secret.inc.
@@ -145,7 +144,7 @@ struct KnownSetting {
     Form form;
     // An empty value is legal.
     bool may_be_empty : 1 = false;
-    // Shown as asterisks unless an option asks for it.
+    // Shown as asterisks unless an option requests the value.
     bool secret : 1 = false;
     // Text: rc itself cuts the value at high. For other settings rc passes a longer text on, to
     // a driver that rejects it.

@@ -16,7 +16,7 @@ struct Use {
 // Sorted by key. No action uses a setting without a row.
 std::span<const Use> setting_uses();
 
-// The actions of a key; "" if there are none.
+// The actions of a key; "" if no action uses it.
 std::string_view actions_of(std::span<const Use> uses, std::string_view key);
 
 }  // namespace nvram

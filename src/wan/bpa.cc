@@ -7,7 +7,7 @@
 #include "wan/wan.h"
 
 int mk_bpa_conf() {
-    File conf = open_file("/var/bpalogin.conf", "w");
+    File conf = open_secret_file("/var/bpalogin.conf", "w");
     if (!conf) return 0;
     conf.print("username %s\n", nvram_text("bpa_username").text());
     conf.print("password %s\n", nvram_text("bpa_password").text());

@@ -10,6 +10,19 @@ namespace {
 
 constexpr const char* client = "/usr/sbin/ez-ipupdate";
 
+// Read together once the old client has ended: the account that is compared is the account that is
+// registered.
+struct DdnsSettings {
+    bool off = nvram_text("ddns_enable").off();
+    Setting provider = nvram_text("ddns_service_provider");
+    Setting old_provider = nvram_text("ddns_old_service");
+    Setting user = nvram_text("ddns_user_name");
+    Setting password = nvram_text("ddns_password");
+    Setting host = nvram_text("ddns_host_name");
+    bool wildcards = !nvram_text("ddns_use_wildcards").off();
+    Setting ifname = nvram_text("wan_ifname");
+};
+
 // True if the client's last status is one after which it must not try again.
 bool client_gave_up() {
     File log = open_file("/tmp/ddns_update.log", "r");
@@ -23,28 +36,24 @@ bool client_gave_up() {
 int start_ddns_update() {
     platform::run_shell("killall /usr/sbin/ez-ipupdate");
 
-    const Setting provider = nvram_text("ddns_service_provider");
-    const Setting old_provider = nvram_text("ddns_old_service");
-    nvram_zel_set("ddns_old_service", provider.text());
-    if (nvram_text("ddns_enable").off()) return 0;
+    const DdnsSettings ddns;
+    nvram_zel_set("ddns_old_service", ddns.provider.text());
+    if (ddns.off) return 0;
     if (client_gave_up()) return 0;
 
     // The cache contains the registration with the other provider.
-    if (!old_provider.empty() && !old_provider.is(provider.view()))
+    if (!ddns.old_provider.empty() && !ddns.old_provider.is(ddns.provider.view()))
         platform::run_shell("/bin/rm -f /tmp/ddns.cache");
 
-    const Setting user = nvram_text("ddns_user_name");
-    const Setting password = nvram_text("ddns_password");
-    const Setting host = nvram_text("ddns_host_name");
-    const Setting ifname = nvram_text("wan_ifname");
-    if (nvram_text("ddns_use_wildcards").off()) {
-        SYSTEM("%s -S %s -u '%s:%s' -h %s -i %s -b /tmp/ddns.cache& ", client, provider.text(),
-               user.text(), password.text(), host.text(), ifname.text());
-        print("%s -S %s -u '%s:%s' -h %s -i %s -b /tmp/ddns.cache& ", client, provider.text(),
-              user.text(), password.text(), host.text(), ifname.text());
-    } else {
-        SYSTEM("%s -S %s -u '%s:%s' -h %s -i %s -w -b /tmp/ddns.cache &", client, provider.text(),
-               user.text(), password.text(), host.text(), ifname.text());
+    if (ddns.wildcards) {
+        SYSTEM("%s -S %s -u '%s:%s' -h %s -i %s -w -b /tmp/ddns.cache &", client,
+               ddns.provider.text(), ddns.user.text(), ddns.password.text(), ddns.host.text(),
+               ddns.ifname.text());
+        return 0;
     }
+    SYSTEM("%s -S %s -u '%s:%s' -h %s -i %s -b /tmp/ddns.cache& ", client, ddns.provider.text(),
+           ddns.user.text(), ddns.password.text(), ddns.host.text(), ddns.ifname.text());
+    print("%s -S %s -u '%s:%s' -h %s -i %s -b /tmp/ddns.cache& ", client, ddns.provider.text(),
+          ddns.user.text(), ddns.password.text(), ddns.host.text(), ddns.ifname.text());
     return 0;
 }

@@ -5,9 +5,9 @@
 
 int start_dhcpc() {
     const Setting ifname = nvram_text("wan_ifname");
-    const Setting account = nvram_text("wan_account");
     SYSTEM("/sbin/ifconfig %s up", ifname.text());
     mac_spoofing();
+    const Setting account = nvram_text("wan_account");
     if (nvram_text("wan_fix_dns").is("1"))
         SYSTEM("/usr/sbin/udhcpc -i %s -s /etc/udhcpc.fix.script -H %s&", ifname.text(),
                account.text());

@@ -5,29 +5,37 @@
 
 #include "core/command.h"
 #include "core/platform.h"
-#include "core/text.h"
 #include "wan/ppp.h"
 #include "wan/wan.h"
 
+namespace {
+
+// Read together at the start: a save while a command runs must not mix two configurations.
+struct L2tpSettings {
+    bool fixed = nvram_value("l2tp_type").number() == 1;
+    Setting address = nvram_value("l2tp_ipaddr");
+    Setting netmask = nvram_value("l2tp_netmask");
+    Setting server = nvram_value("l2tp_server");
+    Setting port = wan_port();
+};
+
+}  // namespace
+
 int start_l2tp(int flag) {
-    const bool fixed = nvram_value("l2tp_type").number() == 1;
-    const Setting own = nvram_value("l2tp_ipaddr");
+    const L2tpSettings l2tp;
     platform::run_shell("/usr/bin/killall -9 l2tpd &");
 
-    const Setting port = wan_port();
-    std::optional<std::string> address = getIPAddress(port.text());
-    if (fixed) {
+    std::optional<std::string> address = getIPAddress(l2tp.port.text());
+    if (l2tp.fixed) {
         mac_spoofing();
-        SYSTEM("/sbin/ifconfig %s %s netmask %s", port.text(), own.text(),
-               nvram_value("l2tp_netmask").text());
-        address = own.text();
+        SYSTEM("/sbin/ifconfig %s %s netmask %s", l2tp.port.text(), l2tp.address.text(),
+               l2tp.netmask.text());
+        address = l2tp.address.text();
     } else {
-        platform::set_environment("SERVER", nvram_value("l2tp_server").text());
-        std::optional<std::string> processes;
-        myPipe("/bin/ps -ax", processes);
-        if (!contains(processes.value_or(""), "udhcpc")) {
+        platform::set_environment("SERVER", l2tp.server.text());
+        if (!ProcessList().names("udhcpc")) {
             mac_spoofing();
-            SYSTEM("/usr/sbin/udhcpc -i %s -s /etc/udhcpc.l2tp.script &", port.text());
+            SYSTEM("/usr/sbin/udhcpc -i %s -s /etc/udhcpc.l2tp.script &", l2tp.port.text());
             return 0;
         }
         if (!usable_address(address)) SYSTEM("/usr/bin/killall -SIGUSR1 udhcpc");

@@ -28,7 +28,7 @@ std::string choose_mac() {
 }  // namespace
 
 void mac_spoofing() {
-    // A wireless ISP is reached over the radio; the Ethernet port is left alone.
+    // A wireless ISP is reached over the radio; the Ethernet port keeps its address.
     if (nvram_text("wan_line").is("wisp")) return;
 
     const std::string mac = choose_mac();

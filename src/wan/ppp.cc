@@ -29,7 +29,7 @@ std::string pppoe_idle() {
     return idle_option(minutes);
 }
 
-void run_pppoe() {
+void run_pppoe(const char* peer_dns) {
     const Setting port = wan_port();
     const std::string idle = pppoe_idle();
     std::string local_address;
@@ -46,7 +46,7 @@ void run_pppoe() {
         " defaultroute %s %s maxfail 0 %s %s",
         port.text(), specialchar(nvram_text("pppoe_username")).c_str(),
         specialchar(nvram_text("pppoe_password")).c_str(), link_mtu("1492").c_str(), debug,
-        local_address.c_str(), peer_dns_option(), idle.c_str(), service_name.c_str(),
+        local_address.c_str(), peer_dns, idle.c_str(), service_name.c_str(),
         "lcp-echo-failure 3 lcp-echo-interval 10 >/var/ppp_dbg 2>&1 &"));
 }
 
@@ -60,7 +60,7 @@ std::string tunnel_idle(const Setting& demand, int minutes) {
     return idle_option(minutes);
 }
 
-void run_pptp() {
+void run_pptp(const char* peer_dns) {
     const std::string idle = tunnel_idle(nvram_text("pptp_dod"), nvram_text("pptp_idle").number());
     const Setting id = nvram_text("pptp_id");
     const std::string phone = id.empty() ? "" : format("--phone %s", id.text());
@@ -73,10 +73,10 @@ void run_pptp() {
         nvram_text("pptp_server").text(), phone.c_str(),
         specialchar(nvram_text("pptp_username")).c_str(),
         specialchar(nvram_text("pptp_password")).c_str(), link_mtu("1462").c_str(), local_address,
-        peer_dns_option(), idle.c_str()));
+        peer_dns, idle.c_str()));
 }
 
-void write_l2tp_options(const std::string& idle) {
+void write_l2tp_options(const std::string& idle, const char* peer_dns) {
     File options = open_file("/tmp/ppp/options", "w");
     if (!options) return;
     options.print("noipdefault\n");
@@ -87,13 +87,13 @@ void write_l2tp_options(const std::string& idle) {
         "defaultroute\n"
         "maxfail 0\n"
         "unit 0\n");
-    options.print("%s\n", peer_dns_option());
+    options.print("%s\n", peer_dns);
 }
 
-void run_l2tp() {
+void run_l2tp(const char* peer_dns) {
     const std::string idle = tunnel_idle(nvram_text("l2tp_dod"), nvram_text("l2tp_idle").number());
     update_l2tp_conf();
-    write_l2tp_options(idle);
+    write_l2tp_options(idle, peer_dns);
     SYSTEM("/usr/sbin/l2tpd -D &");
 }
 
@@ -116,7 +116,8 @@ void set_pppd_cmd(int type, int) {
     SYSTEM(
         "iptables -I PREROUTING -t nat -i br0 -p udp --dport 53 -d %s -j DNAT --to 10.112.112.112",
         nvram_text("lan_ipaddr").text());
-    if (type == ppp_over_ethernet) run_pppoe();
-    if (type == ppp_over_pptp) run_pptp();
-    if (type == ppp_over_l2tp) run_l2tp();
+    const char* peer_dns = peer_dns_option();
+    if (type == ppp_over_ethernet) run_pppoe(peer_dns);
+    if (type == ppp_over_pptp) run_pptp(peer_dns);
+    if (type == ppp_over_l2tp) run_l2tp(peer_dns);
 }

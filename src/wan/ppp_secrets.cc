@@ -11,7 +11,7 @@ namespace {
 
 void write_secrets(const char* path, const char* title, const std::string& user,
                    const std::string& password) {
-    File secrets = open_file(path, "w");
+    File secrets = open_secret_file(path, "w");
     if (!secrets) return;
     secrets.print("%s\n", title);
     secrets.print("# client\tserver\tsecret\tIP address\n");

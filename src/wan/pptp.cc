@@ -10,7 +10,6 @@
 #include "core/command.h"
 #include "core/file.h"
 #include "core/platform.h"
-#include "core/text.h"
 #include "libnvram/libnvram.h"
 #include "wan/ppp.h"
 #include "wan/wan.h"
@@ -18,6 +17,19 @@
 namespace {
 
 constexpr const char* route_dump = "/tmp/gw_route";
+
+// Read together at the start: a save while a command runs must not mix two configurations.
+struct PptpSettings {
+    bool fixed = nvram_text("pptp_type").number() == 1;
+    Setting address = nvram_text("pptp_ipaddr");
+    Setting netmask = nvram_text("pptp_fix_netmask");
+    Setting gateway = nvram_text("pptp_fix_gateway");
+    Setting name_server = nvram_text("pptp_wan_dns1");
+    Setting server = nvram_text("pptp_server");
+    bool by_name = nvram_text("pptp_server_type").view().starts_with('d');
+    Setting server_name = nvram_text("pptp_server_domain");
+    Setting port = wan_port();
+};
 
 bool dump_shows_gateway() {
     File routes = open_file(route_dump, "r");
@@ -28,24 +40,22 @@ bool dump_shows_gateway() {
     return false;
 }
 
-void set_fixed_address(const Setting& port, const Setting& address) {
+void set_fixed_address(const PptpSettings& pptp) {
     mac_spoofing();
-    SYSTEM("/sbin/ifconfig %s %s netmask %s", port.text(), address.text(),
-           nvram_text("pptp_fix_netmask").text());
+    SYSTEM("/sbin/ifconfig %s %s netmask %s", pptp.port.text(), pptp.address.text(),
+           pptp.netmask.text());
     SYSTEM("/sbin/route del default");
-    SYSTEM("/sbin/route add default gw %s", nvram_text("pptp_fix_gateway").text());
-    SYSTEM("/bin/echo \"nameserver %s\" > /etc/resolv.conf", nvram_text("pptp_wan_dns1").text());
+    SYSTEM("/sbin/route add default gw %s", pptp.gateway.text());
+    SYSTEM("/bin/echo \"nameserver %s\" > /etc/resolv.conf", pptp.name_server.text());
 }
 
 // Whether the port has a leased address and a gateway; if not, takes the next step towards them.
-bool leased_address_ready(const Setting& port, const std::optional<std::string>& address) {
-    platform::set_environment("SERVER", nvram_text("pptp_server").text());
-    std::optional<std::string> processes;
-    myPipe("/bin/ps -ax", processes);
-    if (!contains(processes.value_or(""), "udhcpc")) {
+bool leased_address_ready(const PptpSettings& pptp, const std::optional<std::string>& address) {
+    platform::set_environment("SERVER", pptp.server.text());
+    if (!ProcessList().names("udhcpc")) {
         mac_spoofing();
         SYSTEM("/sbin/route del default");
-        SYSTEM("/usr/sbin/udhcpc -i %s -s /etc/udhcpc.pptp.domain.script &", port.text());
+        SYSTEM("/usr/sbin/udhcpc -i %s -s /etc/udhcpc.pptp.domain.script &", pptp.port.text());
         return false;
     }
     if (!usable_address(address) || have_gw() != 0) {
@@ -55,21 +65,21 @@ bool leased_address_ready(const Setting& port, const std::optional<std::string>&
     return true;
 }
 
-// Sets the server's setting to the address of its name, or to the empty text if there is none.
-bool resolve_server() {
+// Sets the server's setting to the address of its name, or to the empty text if the name has no
+// address.
+bool resolve_server(const Setting& name) {
     SYSTEM("/bin/cp /proc/uptime /tmp/pptp_domain");
     std::string address;
-    const bool resolved =
-        hostnametoip(address, nvram_text("pptp_server_domain").text()) && !address.empty();
+    const bool resolved = hostnametoip(address, name.text()) && !address.empty();
     nvram_zel_set("pptp_server", resolved ? address.c_str() : "");
     platform::remove_file("/tmp/pptp_domain");
     return resolved;
 }
 
-// The tunnel's own packets must keep to the physical link.
-void add_server_route() {
+// The tunnel's own packets must keep to the physical link. The server is read again, because
+// resolve_server may have set it.
+void add_server_route(const Setting& gateway) {
     const Setting server = nvram_text("pptp_server");
-    const Setting gateway = nvram_text("pptp_fix_gateway");
     SYSTEM("/sbin/route del %s gw %s", server.text(), gateway.text());
     SYSTEM("/sbin/route add %s gw %s", server.text(), gateway.text());
 }
@@ -95,25 +105,22 @@ int have_gw() {
 }
 
 int start_pptp(int flag) {
-    const bool fixed = nvram_text("pptp_type").number() == 1;
-    const Setting port = wan_port();
-    std::optional<std::string> address = getIPAddress(port.text());
-    if (fixed) {
-        const Setting own = nvram_text("pptp_ipaddr");
-        set_fixed_address(port, own);
-        address = own.text();
-    } else if (!leased_address_ready(port, address)) {
+    const PptpSettings pptp;
+    std::optional<std::string> address = getIPAddress(pptp.port.text());
+    if (pptp.fixed) {
+        set_fixed_address(pptp);
+        address = pptp.address.text();
+    } else if (!leased_address_ready(pptp, address)) {
         return 0;
     }
 
     SYSTEM("route -n");
-    const bool by_name = nvram_text("pptp_server_type").view().starts_with('d');
-    const bool server_known = !by_name || resolve_server();
+    const bool server_known = !pptp.by_name || resolve_server(pptp.server_name);
     if (!usable_address(address) || !server_known) return 0;
 
     // pppd's own default route goes through the tunnel.
     SYSTEM("/sbin/route del default");
-    if (fixed) add_server_route();
+    if (pptp.fixed) add_server_route(pptp.gateway);
     set_pppd_cmd(ppp_over_pptp, flag);
     return 0;
 }

@@ -2,11 +2,11 @@
 #ifndef RC_WAN_UNUSED_H
 #define RC_WAN_UNUSED_H
 
-// Sleeps that many seconds, then 0 when the WAN is up, -1 when it is not.
+// Sleeps that many seconds. Returns 0 if the WAN is up then, else -1.
 int wan_wait_up(unsigned seconds);
 
-// Writes an interface's hardware address as text of 17 characters in upper case. -1 with a message
-// when no socket could be had; else 1, also when there is no such interface and out stays as it is.
+// Writes an interface's hardware address as text of 17 characters in upper case. Returns -1 with a
+// message if no socket could be opened, else 1. If the interface does not exist, out is unchanged.
 int get_ifmac(char (&out)[18], const char* ifname);
 
 #endif

@@ -3,6 +3,7 @@
 #include "wan/wan.h"
 
 #include <stdio.h>
+#include <string.h>
 
 #include <algorithm>
 #include <array>
@@ -10,14 +11,12 @@
 #include "core/command.h"
 #include "core/platform.h"
 #include "core/run_markers.h"
-#include "core/text.h"
 #include "core/wan_modes.h"
 #include "libnvram/libnvram.h"
 
 namespace {
 
 constexpr const char* start_pid_file = "/var/run/my_pid";
-constexpr const char* wan_pid_file = "/var/run/my_pid_wan";
 
 // When a mode terminates a pppd that still runs: before or after "wan_ifname" is set.
 enum class EndPppd { No, Before, After };
@@ -88,39 +87,46 @@ void start_mode(const WanMode& mode, int flag) {
     mode.start(flag);
 }
 
-// Each name is searched for in the whole list, so a longer word that contains it matches too.
-void stop_clients(std::string_view processes, bool dials_on_demand) {
-    if (contains(processes, "bpalogin")) {
+void stop_clients(const ProcessList& processes, bool dials_on_demand) {
+    if (processes.names("bpalogin")) {
         SYSTEM("/usr/bin/killall -SIGTERM bpalogin");
         SYSTEM("/usr/bin/killall -9 bpamonitor");
     }
-    if (contains(processes, "ras")) {
+    if (processes.names("ras")) {
         platform::run_shell("/usr/bin/killall -SIGUSR2 ras");
         platform::sleep_seconds(1);
         SYSTEM("/usr/bin/killall -9 ras");
         SYSTEM("/usr/bin/killall -9 rasmonitor");
     }
-    if (contains(processes, "udhcpc")) {
+    if (processes.names("udhcpc")) {
         // The client releases its lease on the first signal.
         SYSTEM("/usr/bin/killall -SIGUSR2 udhcpc");
         SYSTEM("/usr/bin/killall udhcpc");
     }
-    if (contains(processes, "pppd")) {
+    if (processes.names("pppd")) {
         SYSTEM("/usr/bin/killall -SIGUSR2 pppd ");
         if (dials_on_demand)
             SYSTEM("/usr/bin/killall -1 pppd");
         else
             SYSTEM("/usr/bin/killall -1 pppd >/dev/null 2>&1");
     }
-    if (contains(processes, "pptp")) SYSTEM("/usr/bin/killall pptp");
+    if (processes.names("pptp")) SYSTEM("/usr/bin/killall pptp");
     // There is no such command, so l2tpd keeps running until the next L2TP start terminates it.
-    if (contains(processes, "l2tpd")) SYSTEM("/usr/bin/killall-9 l2tpd");
+    if (processes.names("l2tpd")) SYSTEM("/usr/bin/killall-9 l2tpd");
 }
 
 }  // namespace
 
 Setting wan_port() {
     return nvram_value("wan_phy_ifname").or_when_absent("eth2.2");
+}
+
+ProcessList::ProcessList() {
+    myPipe("/bin/ps -ax", text_);
+}
+
+bool ProcessList::names(const char* program) const {
+    return text_ && strstr(text_.get(), program);
 }
 
 bool usable_address(const std::optional<std::string>& address) {
@@ -145,16 +151,14 @@ int start_wan(int flag) {
 
 int stop_wan() {
     const Setting mode = nvram_text("wan_mode");
-    // "wan_dod" counts whatever the mode; a key of the mode's own is not looked at.
+    // "wan_dod" decides for every PPP mode; the switches of PPTP and L2TP themselves are not read.
     const bool over_ppp =
         mode.is(wan_mode::pppoe) || mode.is(wan_mode::pptp) || mode.is(wan_mode::l2tp);
     const bool dials_on_demand = nvram_text("wan_dod").number() == 1 && over_ppp;
     platform::run_shell("/usr/sbin/rc service stop");
     platform::run_shell("/bin/rm /tmp/wan_uptime");
 
-    std::optional<std::string> processes;
-    myPipe("/bin/ps -ax", processes);
-    stop_clients(processes.value_or(""), dials_on_demand);
+    stop_clients(ProcessList(), dials_on_demand);
 
     // Under a tunnel and under BigPond the port keeps its address.
     if (!mode.is(wan_mode::pptp) && !mode.is(wan_mode::l2tp) && !mode.is(wan_mode::bpa))

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "core/command.h"
 #include "core/nvram.h"
 
 // wan.cc: brings the connection of "wan_mode" up and down. The flag is 1 for a start, 0 for a
@@ -15,6 +16,17 @@ int stop_wan();
 
 // The physical WAN port.
 Setting wan_port();
+
+// The list that ps(1) prints of all processes, read when the object is made.
+class ProcessList {
+  public:
+    ProcessList();
+    // The name is searched for in the whole list, so a longer word that contains it matches too.
+    bool names(const char* program) const;
+
+  private:
+    OwnedText text_;
+};
 
 // Whether an IPv4 address of a port can carry traffic.
 bool usable_address(const std::optional<std::string>& address);
@@ -31,7 +43,8 @@ int start_l2tp(int flag);
 int start_bpa(int flag);
 int start_ras(int flag);
 
-// pptp.cc: the first address of a host as text, at most 31 characters. False if there is none.
+// pptp.cc: the first address of a host as text, at most 31 characters. False if the name has no
+// address.
 bool hostnametoip(std::string& dst, const char* name);
 // 0 if the routing table has a default route through a gateway, else -1.
 int have_gw();

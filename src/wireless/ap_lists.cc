@@ -5,14 +5,14 @@
 #include <algorithm>
 
 #include "core/limits.h"
-#include "core/nvram.h"
 #include "core/run_state.h"
 #include "core/text.h"
 #include "wireless/wireless.h"
 
 namespace {
 
-// False when it does not fit whole.
+// Appends an entry, after a ";" unless it is the first. False, with nothing appended, if it does
+// not fit whole.
 bool append_entry(std::string& list, std::string_view entry, size_t limit) {
     const size_t separator = list.empty() ? 0 : 1;
     if (list.size() + separator + entry.size() > limit) return false;
@@ -33,10 +33,9 @@ std::string joined_access_list(std::string_view records) {
     return list;
 }
 
-std::string joined_wds_peers() {
+std::string joined_wds_peers(std::span<const Setting> peers) {
     std::string list;
-    for (const char* key : {"wds_list1", "wds_list2", "wds_list3", "wds_list4"}) {
-        const Setting peer = nvram_text(key);
+    for (const Setting& peer : peers) {
         if (peer.view().size() < limits::mac_length) continue;
         append_entry(list, peer.view(), limits::wds_list);
         run_state().wds_peer_count++;

@@ -2,9 +2,8 @@
 
 #include "wireless/ap_security.h"
 
-#include <string>
+#include <string_view>
 
-#include "core/nvram.h"
 #include "core/platform.h"
 
 namespace {
@@ -12,61 +11,21 @@ namespace {
 // Values of "wifi_wep_on"; any other is WPA and WPA2 with a pass phrase.
 enum SecurityMode { Open = 0, Wep = 1, WpaPsk = 2, Wpa2Psk = 3, Wpa = 5, Wpa2 = 6 };
 
-// The keys of one network's settings.
-struct SecurityKeys {
-    const char* mode;
-    const char* auth_type;
-    const char* default_key;
-    const char* key_length;
-    const char* wpa_cipher;
-    const char* wpa2_cipher;
-    const char* wpa_phrase;
-    const char* wpa2_phrase;
-    const char* wep_keys[4];
-};
-
-constexpr SecurityKeys first_ssid = {
-    .mode = "wifi_wep_on",
-    .auth_type = "wifi_auth_type",
-    .default_key = "wifi_def_key",
-    .key_length = "wifi_key_len",
-    .wpa_cipher = "wifi_wpapsk_key",
-    .wpa2_cipher = "wifi_wpa2psk_key",
-    .wpa_phrase = "wifi_psk_pwd",
-    .wpa2_phrase = "wifi_psk2_pwd",
-    .wep_keys = {"wifi_key1", "wifi_key2", "wifi_key3", "wifi_key4"},
-};
-
-constexpr SecurityKeys second_ssid = {
-    .mode = "wifi_wep_on2",
-    .auth_type = "wifi_auth_type2",
-    .default_key = "wifi_def_key2",
-    .key_length = "wifi_key_len2",
-    .wpa_cipher = "wifi_wpapsk_key2",
-    .wpa2_cipher = "wifi_wpa2psk_key2",
-    .wpa_phrase = "wifi_psk_pwd2",
-    .wpa2_phrase = "wifi_psk2_pwd2",
-    .wep_keys = {"wifi_key12", "wifi_key22", "wifi_key32", "wifi_key42"},
-};
-
-// The values of one network's lines.
+// The values of one network's lines. The texts belong to its settings.
 struct Security {
     int mode;
-    std::string auth;
-    std::string cipher;
-    std::string default_key;
+    const char* auth;
+    const char* cipher;
     int key_type;  // 1: the WEP keys are ASCII, 0: hexadecimal
-    std::string phrase;
+    const char* phrase;
 };
 
-std::string auth_word(const SecurityKeys& keys, int mode) {
+const char* auth_word(const SecuritySettings& network, int mode) {
     switch (mode) {
         case Open:
             return "OPEN";
-        case Wep: {
-            const Setting type = nvram_text(keys.auth_type);
-            return type.is("1") ? "OPEN" : type.is("2") ? "SHARED" : "WEPAUTO";
-        }
+        case Wep:
+            return wep_auth_word(network.auth_type);
         case WpaPsk:
             return "WPAPSK";
         case Wpa2Psk:
@@ -80,16 +39,16 @@ std::string auth_word(const SecurityKeys& keys, int mode) {
     }
 }
 
-std::string cipher_word(const SecurityKeys& keys, int mode) {
+const char* cipher_word(const SecuritySettings& network, int mode) {
     switch (mode) {
         case Open:
             return "NONE";
         case Wep:
             return "WEP";
         case WpaPsk:
-            return nvram_text(keys.wpa_cipher).text();
+            return network.wpa_cipher.text();
         case Wpa2Psk:
-            return nvram_text(keys.wpa2_cipher).text();
+            return network.wpa2_cipher.text();
         case Wpa:
         case Wpa2:
             return "TKIP";
@@ -98,15 +57,13 @@ std::string cipher_word(const SecurityKeys& keys, int mode) {
     }
 }
 
-Security read_security(const SecurityKeys& keys) {
-    const int mode = nvram_text(keys.mode).number();
-    const Setting key_length = nvram_text(keys.key_length);
+Security security_of(const SecuritySettings& network) {
+    const int mode = network.mode.number();
     return {.mode = mode,
-            .auth = auth_word(keys, mode),
-            .cipher = cipher_word(keys, mode),
-            .default_key = {},
-            .key_type = key_length.is("5") || key_length.is("13") ? 1 : 0,
-            .phrase = nvram_text(mode == WpaPsk ? keys.wpa_phrase : keys.wpa2_phrase).text()};
+            .auth = auth_word(network, mode),
+            .cipher = cipher_word(network, mode),
+            .key_type = network.key_length.is("5") || network.key_length.is("13") ? 1 : 0,
+            .phrase = mode == WpaPsk ? network.wpa_phrase.text() : network.wpa2_phrase.text()};
 }
 
 void light_indicator(const Security& security) {
@@ -121,39 +78,80 @@ void write_rekey(File& settings) {
 
 }  // namespace
 
-void write_one_ssid_security(File& settings) {
-    Security security = read_security(first_ssid);
-    security.default_key = security.mode == Wep ? nvram_text(first_ssid.default_key).text() : "2";
+const SecurityKeys first_ssid = {
+    .mode = "wifi_wep_on",
+    .auth_type = "wifi_auth_type",
+    .default_key = "wifi_def_key",
+    .key_length = "wifi_key_len",
+    .wpa_cipher = "wifi_wpapsk_key",
+    .wpa2_cipher = "wifi_wpa2psk_key",
+    .wpa_phrase = "wifi_psk_pwd",
+    .wpa2_phrase = "wifi_psk2_pwd",
+    .wep_keys = {"wifi_key1", "wifi_key2", "wifi_key3", "wifi_key4"},
+};
+
+const SecurityKeys second_ssid = {
+    .mode = "wifi_wep_on2",
+    .auth_type = "wifi_auth_type2",
+    .default_key = "wifi_def_key2",
+    .key_length = "wifi_key_len2",
+    .wpa_cipher = "wifi_wpapsk_key2",
+    .wpa2_cipher = "wifi_wpa2psk_key2",
+    .wpa_phrase = "wifi_psk_pwd2",
+    .wpa2_phrase = "wifi_psk2_pwd2",
+    .wep_keys = {"wifi_key12", "wifi_key22", "wifi_key32", "wifi_key42"},
+};
+
+const char* wep_auth_word(const Setting& type) {
+    return type.is("1") ? "OPEN" : type.is("2") ? "SHARED" : "WEPAUTO";
+}
+
+SecuritySettings::SecuritySettings(const SecurityKeys& keys)
+    : mode(nvram_text(keys.mode)),
+      auth_type(nvram_text(keys.auth_type)),
+      default_key(nvram_text(keys.default_key)),
+      key_length(nvram_text(keys.key_length)),
+      wpa_cipher(nvram_text(keys.wpa_cipher)),
+      wpa2_cipher(nvram_text(keys.wpa2_cipher)),
+      wpa_phrase(nvram_text(keys.wpa_phrase)),
+      wpa2_phrase(nvram_text(keys.wpa2_phrase)),
+      wep_keys{nvram_text(keys.wep_keys[0]), nvram_text(keys.wep_keys[1]),
+               nvram_text(keys.wep_keys[2]), nvram_text(keys.wep_keys[3])} {}
+
+void write_one_ssid_security(File& settings, const SecuritySettings& network) {
+    const Security security = security_of(network);
     light_indicator(security);
 
-    settings.print("AuthMode=%s\n", security.auth.c_str());
-    settings.print("EncrypType=%s\n", security.cipher.c_str());
-    settings.print("DefaultKeyID=%s\n", security.default_key.c_str());
+    settings.print("AuthMode=%s\n", security.auth);
+    settings.print("EncrypType=%s\n", security.cipher);
+    settings.print("DefaultKeyID=%s\n", security.mode == Wep ? network.default_key.text() : "2");
     write_rekey(settings);
     for (int key = 1; key <= 4; key++) settings.print("Key%dType=%d\n", key, security.key_type);
     for (int key = 1; key <= 4; key++)
-        settings.print("Key%dStr=%s\n", key, nvram_text(first_ssid.wep_keys[key - 1]).text());
-    settings.print("WPAPSK=%s\n", security.phrase.c_str());
+        settings.print("Key%dStr=%s\n", key, network.wep_keys[key - 1].text());
+    settings.print("WPAPSK=%s\n", security.phrase);
 }
 
-void write_two_ssid_security(File& settings) {
-    Security first = read_security(first_ssid);
-    Security second = read_security(second_ssid);
-    // Here the cipher decides, so a network whose cipher setting is WEP counts too.
-    first.default_key = first.cipher == "WEP" ? nvram_text(first_ssid.default_key).text() : "2";
-    second.default_key = second.cipher == "WEP" ? nvram_text(second_ssid.default_key).text() : "2";
+void write_two_ssid_security(File& settings, const SecuritySettings& first_network,
+                             const SecuritySettings& second_network) {
+    const Security first = security_of(first_network);
+    const Security second = security_of(second_network);
     light_indicator(first);
     light_indicator(second);
 
-    settings.print("AuthMode=%s;%s\n", first.auth.c_str(), second.auth.c_str());
-    settings.print("EncrypType=%s;%s\n", first.cipher.c_str(), second.cipher.c_str());
-    settings.print("DefaultKeyID=%s;%s\n", first.default_key.c_str(), second.default_key.c_str());
+    settings.print("AuthMode=%s;%s\n", first.auth, second.auth);
+    settings.print("EncrypType=%s;%s\n", first.cipher, second.cipher);
+    // Here the cipher decides, so a network whose cipher setting is WEP counts too.
+    settings.print(
+        "DefaultKeyID=%s;%s\n",
+        std::string_view(first.cipher) == "WEP" ? first_network.default_key.text() : "2",
+        std::string_view(second.cipher) == "WEP" ? second_network.default_key.text() : "2");
     write_rekey(settings);
     for (int key = 1; key <= 4; key++)
         settings.print("Key%dType=%d;%d\n", key, first.key_type, second.key_type);
     for (int key = 1; key <= 4; key++)
-        settings.print("Key%dStr=%s;%s\n", key, nvram_text(first_ssid.wep_keys[key - 1]).text(),
-                       nvram_text(second_ssid.wep_keys[key - 1]).text());
-    settings.print("WPAPSK1=%s\n", first.phrase.c_str());
-    settings.print("WPAPSK2=%s\n", second.phrase.c_str());
+        settings.print("Key%dStr=%s;%s\n", key, first_network.wep_keys[key - 1].text(),
+                       second_network.wep_keys[key - 1].text());
+    settings.print("WPAPSK1=%s\n", first.phrase);
+    settings.print("WPAPSK2=%s\n", second.phrase);
 }

@@ -5,6 +5,7 @@
 #include "core/nvram.h"
 #include "core/platform.h"
 #include "core/text.h"
+#include "wireless/ap_security.h"
 #include "wireless/wireless.h"
 
 namespace {
@@ -32,9 +33,7 @@ void write_wep(File& script) {
     const Setting type = nvram_text("wifi_auth_type3");
     const Setting index = nvram_text("wifi_def_key3");
     const std::string key = format("wifi_key%s3", index.text());
-    script.print("/sbin/iwpriv ra0 set AuthMode=%s\n", type.is("1")   ? "OPEN"
-                                                       : type.is("2") ? "SHARED"
-                                                                      : "WEPAUTO");
+    script.print("/sbin/iwpriv ra0 set AuthMode=%s\n", wep_auth_word(type));
     script.print("/sbin/iwpriv ra0 set EncrypType=WEP\n");
     script.print("/sbin/iwpriv ra0 set DefaultKeyID=%s\n", index.text());
     script.print("/sbin/iwpriv ra0 set Key%s=\"%s\"\n", index.text(), quoted(key.c_str()).c_str());
@@ -87,13 +86,12 @@ void ConertSpecialChar(const char* source, std::string& destination, std::string
 }
 
 int create_sta_script() {
-    File script = open_file(script_path, "w");
+    File script = open_secret_file(script_path, "w");
     if (!script) return 0;
     write_network(script);
     const Setting region = nvram_text("wifi_sta_region");
     if (!region.empty())
-        script.print("/sbin/iwpriv ra0 set CountryRegion=%d\n",
-                     region.is("USA") || region.is("Canada") ? 0 : 1);
+        script.print("/sbin/iwpriv ra0 set CountryRegion=%d\n", country_region(region));
     script.print("/sbin/iwpriv ra0 set WirelessMode=9\n");
     script.print("/sbin/iwpriv ra0 set EthConvertMode=dongle\n");
     return 1;

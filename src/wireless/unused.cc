@@ -45,7 +45,7 @@ void write_phrase(File& settings, const char* auth, const char* cipher_key,
 }  // namespace
 
 int create_apcli_cfg() {
-    File settings = open_file("/var/RT2860AP.dat", "a+");
+    File settings = open_secret_file("/var/RT2860AP.dat", "a+");
     if (!settings) return 0;
     settings.print("ApCliEnable=1\n");
     switch (nvram_text("wifi_wep_on5").text()[0]) {

@@ -2,8 +2,11 @@
 #ifndef RC_WIRELESS_WIRELESS_H
 #define RC_WIRELESS_WIRELESS_H
 
+#include <span>
 #include <string>
 #include <string_view>
+
+#include "core/nvram.h"
 
 // wifi.cc: the handlers of "wlan". They return 0.
 int start_wifi();
@@ -14,14 +17,17 @@ int save_wifi();
 // radio is off or a file could not be opened.
 int create_wifi_cfg();
 
+// The driver's channel set for a region: 0 in the USA and Canada, else 1.
+int country_region(const Setting& region);
+
 // ap_lists.cc
 
 // The MAC addresses of records separated by bytes 0x01, joined by ";": the first 17 characters of
 // each record, as many records as fit.
 std::string joined_access_list(std::string_view records);
-// The peers of "wds_list1" to "wds_list4", joined by ";", as many as fit. Counts all peers with a
-// MAC address in the run's state.
-std::string joined_wds_peers();
+// The WDS peers, joined by ";", as many as fit. Counts all peers with a MAC address in the run's
+// state.
+std::string joined_wds_peers(std::span<const Setting> peers);
 
 // station.cc: loads the station's driver and makes it join a network. Always 0.
 int start_sta();

@@ -1,5 +1,5 @@
 #!/bin/sh
-# The runner of examples itself: it must pass a right page, and fail for each thing that it is there to notice.
+# Tests the runner of examples: it must pass a correct page, and fail for each kind of error.
 here=$(cd "$(dirname "$0")" && pwd)
 folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT
@@ -10,7 +10,7 @@ run() {
     cat > "$page"
     sh "$here/examples.sh" "$page" "$folder" "$folder" > "$folder/said" 2>&1
 }
-# expect STATUS TEXT: of the page on standard input.
+# expect STATUS TEXT: runs the page on standard input.
 expect() {
     run
     status=$?

@@ -1,4 +1,4 @@
-"""Fails when a page links to a file that is not there, or shows a picture that is not.
+"""Fails if a page links to a missing file or shows a missing picture.
 
   links.py SOURCE_DIR
 """

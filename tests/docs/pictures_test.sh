@@ -1,6 +1,6 @@
 #!/bin/sh
-# Fails when tools/pictures does not make two different pictures, when one of those in the tree is larger than 150 kB, or
-# when the tree's have another size in pixels than those that it makes.
+# Fails if tools/pictures does not make two different pictures, if a picture in the tree is larger than 150 kB, or if it has
+# another size in pixels than the one that tools/pictures makes.
 #   pictures_test.sh SOURCE_DIR BUILD_DIR
 folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT

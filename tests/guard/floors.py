@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Fails if an include of src/ leads up: a file may include its own folder and the folders below it.
+"""Fails if an include in src/ leads to a higher layer: a file may include its own folder and lower ones.
    floors.py FLOORS SOURCE_FOLDER
 The router's side (all that rc, nvram and libnvram.so are made of) is below the workstation's, so it cannot include any of
 that either."""

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Fails when a plain cmake without the workstation's packages does not build rc, nvram and libnvram.so, or does not name
-# the parts that it leaves out and the packages that these need.
+# Fails if a plain cmake without the workstation's packages does not build rc, nvram and libnvram.so, or does not name the
+# parts that it leaves out and the packages that these need.
 #   plain.sh CMAKE SOURCE_DIR
 cmake=$1
 source=$2
@@ -17,7 +17,7 @@ for file in bin/rc bin/nvram lib/libnvram.so; do
     [ -x "$folder/build/$file" ] || { echo "not built: $file"; exit 1; }
 done
 [ ! -e "$folder/build/bin/rcplan" ] || { echo 'rcplan was built without its packages'; exit 1; }
-# Who asks for a part gets an error that names the packages.
+# If a part is requested, the error names the packages.
 if "$cmake" -S "$source" -B "$folder/asked" -DRC_WORKSTATION=ON -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON > "$folder/log" 2>&1
 then
     echo 'RC_WORKSTATION=ON without its packages is no error'

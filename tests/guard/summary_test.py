@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""That tools/summary counts what CTest reports, and fails when a test failed, is missing, or none ran.
+"""tools/summary counts what CTest reports, and fails if a test failed, is missing, or none ran; ./test names a wrong argument.
    summary_test.py SUMMARY CTEST"""
 import pathlib
 import subprocess
@@ -29,6 +29,7 @@ for wanted, tests, steps in (
     ((0, '1 passed, 0 failed, 0 skipped, in 1 min 15 s'), {'a': GOOD}, ()),
     ((0, '2 passed, 0 failed, 1 skipped (release: b), in 1 min 15 s'), {'a': GOOD, 'b': SKIPPED},
      [('passed.steps', 'style\n')]),
+    ((0, '1 passed, 0 failed, 1 skipped (lab.mips), in 1 min 15 s'), {'a': GOOD}, [('skipped.steps', 'lab.mips\n')]),
     ((1, '1 passed, 1 failed (release: b), 0 skipped, in 1 min 15 s'), {'a': GOOD, 'b': BAD}, ()),
     ((1, '1 passed, 1 failed (release: b), 0 skipped, in 1 min 15 s'), {'a': GOOD, 'b': '"/no/such/program"'}, ()),
     ((1, '1 passed, 1 failed (build fuzz), 0 skipped, in 1 min 15 s'), {'a': GOOD}, [('failed.steps', 'build fuzz\n')]),
@@ -36,4 +37,12 @@ for wanted, tests, steps in (
 ):
     got = run(tests, steps)
     assert got == wanted, (tests, steps, got, wanted)
+
+script = pathlib.Path(summary).resolve().parent.parent / 'test'
+for words, wrong in ((['nonsense'], 'nonsense'), (['all', 'more'], 'more'), (['--help', 'more'], 'more'), ([''], '')):
+    done = subprocess.run([script, *words], capture_output=True, text=True)
+    got = done.returncode, done.stdout, done.stderr
+    assert got == (2, '', f"test: unknown argument '{wrong}'; see ./test --help\n"), (words, got)
+done = subprocess.run([script, '--help'], capture_output=True, text=True)
+assert done.returncode == 0 and './test all' in done.stdout, done
 print('ok')

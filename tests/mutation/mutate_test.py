@@ -116,7 +116,7 @@ class MadeUp(unittest.TestCase):
             text = file.read()
         self.assertTrue(text.startswith("## Mutation\n"))
         self.assertIn(f"| `tools/mutate --seed 1 --count 20` | 20 | {20 - survived} |", text)
-        self.assertEqual(text.count("not looked into yet"), survived)
+        self.assertEqual(text.count("not examined yet"), survived)
 
         # The label is tested now, and one survivor has a reason.
         write(self.root + "/src/runner.cc",

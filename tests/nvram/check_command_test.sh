@@ -13,7 +13,7 @@ fail() {
     failed=1
 }
 
-# expect NAME STATUS OUTPUT ERRORS WORDS...: the whole of what the command prints.
+# expect NAME STATUS OUTPUT ERRORS WORDS...: the command's complete output.
 expect() {
     name=$1 status=$2 output=$3 errors=$4
     shift 4
@@ -48,7 +48,7 @@ wifi_wep_on=0
     fix: wifi_wep_on=3 with wifi_psk2_pwd
 2 findings'
 
-# The factory settings have notes only, wherever they stand; without a word the working copy is meant.
+# The factory settings give only notes, in every place; without a word the working copy is checked.
 expect 'no working copy' 2 '' "nvram: check: $folder/tmp/nvram: no working copy; run 'nvram load' first" \
     router check
 expect 'factory, by its name' 0 "$notes" '' router check @factory
@@ -77,7 +77,7 @@ expect 'a warning, as JSON' 1 '{"key":"fw_nat","level":"warning","value":"0","pr
 '"fix":"fw_nat=1"}' '' router check --json
 router set fw_nat=1
 
-# Lines that are not KEY=VALUE come first; findings of one setting stand under one heading; escapes and secrets.
+# Lines that are not KEY=VALUE come first; findings of one setting share a heading; escapes and secrets.
 {
     router export -
     printf 'nonsense\nwifi_psk2_pwd=secret\nmy_own=a\\x01"b"\\\\c\377\303\244\nlog_dos=\nwan_mode=x\nfw_nat=\n'
@@ -106,7 +106,7 @@ wifi_psk2_pwd=********
     fix: 8 to 63 characters, or 64 hexadecimal digits
 6 findings" '' router check "$folder/bad"
 
-# Each line is JSON of its own, and says the same.
+# Each line is a JSON object with the same content.
 router check --json "$folder/bad" > "$folder/json"
 [ $? = 1 ] || fail 'JSON: the status is not 1'
 while IFS= read -r line; do
@@ -119,7 +119,7 @@ found = [json.loads(line) for line in open(sys.argv[1], encoding='utf-8')]
 assert [f['key'].split()[0] for f in found] == ['line', 'fw_nat', 'fw_nat', 'my_own', 'wan_mode', 'wifi_psk2_pwd'], found
 assert [f['level'] for f in found] == ['error', 'error', 'warning', 'note', 'error', 'error'], found
 assert all(list(f) == ['key', 'level', 'value', 'problem', 'effect', 'fix'] for f in found), found
-# As an image has it; a byte that is no character is one of the image's escapes.
+# Values are escaped as in an image; so is a byte that is not valid UTF-8.
 assert found[3]['value'] == 'a\\x01"b"\\\\c\\xff\u00e4', found[3]
 assert found[5]['value'] == '********', found[5]
 PYTHON
@@ -129,8 +129,8 @@ printf 'dhcp_start_ip=x\n' | cat "$factory" - > "$folder/tabs"
 "$nvram" check "$folder/tabs" | grep -q "udhcpd.conf: start$(printf '\t\t')x" || fail 'tabs: not in the text'
 "$nvram" check --json "$folder/tabs" | grep -qF 'udhcpd.conf: start\u0009\u0009x"' || fail 'tabs: not escaped in JSON'
 
-# Of bytes beyond ASCII, whole characters stay as they are (RFC 3629), and all others are escaped: too short, too long for
-# what they say, surrogates, beyond the last character.
+# Valid UTF-8 (RFC 3629) is unchanged, and all other bytes beyond ASCII are escaped: truncated and overlong encodings,
+# surrogates, code points beyond the last.
 python3 - "$nvram" "$folder/bytes" <<'PYTHON' || fail 'JSON: bytes beyond ASCII'
 import json, subprocess, sys
 nvram, path = sys.argv[1:]
@@ -147,7 +147,7 @@ for at, wanted in enumerate(whole + escaped):
     assert found[f'my_{at}'] == wanted, (texts[at], found[f'my_{at}'])
 PYTHON
 
-# What is known of a setting.
+# The description of a setting.
 expect 'describe' 0 'fw_remote_port: remote management: TCP port on the WAN
   form     a number from 1 to 65535
   empty    not allowed; the rule of remote management fails
@@ -191,7 +191,7 @@ fw_schedule2  second list like fw_schedule; of a period past midnight, only the 
 expect 'no such keys' 1 '' '' "$nvram" keys nothing
 [ "$("$nvram" keys | wc -l)" -gt 200 ] || fail 'keys: hardly any'
 
-# A full disk is told.
+# A full disk is reported.
 expect 'full output' 2 '' 'nvram: standard output: No space left on device' \
     on_a_full_disk check "$factory"
 

@@ -80,7 +80,7 @@ TEST(CheckFirewall, ReportsServicesMissingFromBothTables) {
     const std::string none = ", which is in neither fw_services_def nor fw_services";
     expect_rows({
         {{"ac_control=2", services, built_in, "access_control=0000HTTP\\x01IRC FTP"}, {}},
-        // Any number of separators may stand between names.
+        // Any number of separators may be between names.
         {{"ac_control=2", services, built_in, "access_control=0000 HTTP\\x01\\x01IRC  FTP\\x01"},
          {}},
         {{"ac_control=2", services, built_in,

@@ -124,7 +124,7 @@ TEST(Check, SuggestsAFix) {
     const std::pair<const char*, const char*> rows[] = {
         {"fw_remote_port=80800", "fw_remote_port=8080"},
         {"wan_mode=dhcp", "wan_mode=dhcpc"},
-        // Words of one letter are near to everything: no word is suggested.
+        // Words of one letter are near to every word, so none is suggested.
         {"wifi_BasicRate=x", "one of 0, 1, 2"},
         {"wan_mode=static", "one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras"},
         {"log_dos=1x", "log_dos=1"},
@@ -165,7 +165,7 @@ TEST(Check, ChecksTheFieldsOfRecords) {
           " 1 to 65535"}},
         {{"fw_in_rules=web:1:x:8080::tcp:10"},
          {"error fw_in_rules: entry 1, field inside: is empty; expected a number from 1 to 65535"}},
-        // Everything but 1 leaves an entry out, so 1x is a slip.
+        // Every text except 1 leaves an entry out, so 1x is an error.
         {{"fw_in_rules=web:1x:x:8080:80:tcp:10"},
          {"error fw_in_rules: entry 1, field on: '1x' is not an allowed value; expected one of 0,"
           " 1"}},
@@ -192,7 +192,7 @@ TEST(Check, ReportsTooManyEntries) {
         found({"fw_in_rules=" + forwards}),
         (std::vector<std::string>{"error fw_in_rules: has 16 enabled entries; the maximum is 15"}));
     EXPECT_EQ(finding_of({"fw_in_rules=" + forwards}).effect, "does not use entry 16");
-    // One that is off takes no place.
+    // A disabled entry does not count.
     EXPECT_EQ(finding_of({"fw_in_rules=off:0:x:99:80:tcp:10\\x01" + forwards}).effect,
               "does not use entry 17");
     EXPECT_EQ(found({"fw_in_rules=off:0:x:99:80:tcp:10\\x01" +
@@ -230,7 +230,7 @@ TEST(Check, ReportsUnknownKeysAndSuggestsTheNearest) {
 }
 
 TEST(Check, NeverShowsASecret) {
-    // A short pass phrase, a slip in a password's name, a key that would be one of a sixth network.
+    // A short pass phrase, a misspelt password key, a key of a network that does not exist.
     for (const char* const change :
          {"wifi_psk2_pwd=geheim", "htp_pasword=geheim", "wifi_key16=geheim"}) {
         const Finding finding = finding_of({change});

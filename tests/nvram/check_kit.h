@@ -20,7 +20,7 @@ inline std::string sound_settings() {
     return text + "http_password=of my own\nwifi_wep_on=3\nwifi_psk2_pwd=a good phrase\n";
 }
 
-// Each change is key=value as an image has it, or -key for a setting that is not set.
+// Each change is key=value as in an image, or -key for a setting that is not set.
 inline std::string with_changes(const std::vector<std::string>& changes) {
     std::string text = sound_settings();
     for (const std::string& change : changes) {

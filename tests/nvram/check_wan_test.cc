@@ -1,11 +1,11 @@
-// nvram check: the WAN, its accounts, and what runs over it.
+// nvram check: the WAN, its accounts and its services.
 #include "check_kit.h"
 
 namespace {
 
 using namespace nvram;
 
-// The changes that a mode needs to be sound, and some more.
+// The changes that a mode needs to be valid, and additional ones.
 std::vector<std::string> with(std::vector<std::string> changes,
                               const std::vector<std::string>& more) {
     changes.insert(changes.end(), more.begin(), more.end());
@@ -46,7 +46,7 @@ TEST(CheckWan, ReportsMissingFixedAddresses) {
         {{"wan_mode=ip"},
          {"error fix_gateway: is 0.0.0.0, but wan_mode=ip needs it",
           "error fix_ipaddr: is 0.0.0.0, but wan_mode=ip needs it",
-          "warning wan_dns1: is empty like wan_dns2, but wan_mode=ip learns no name server"}},
+          "warning wan_dns1: is empty, as is wan_dns2, and wan_mode=ip gets no other name server"}},
         {with(fixed, {"fix_ipaddr="}), {"error fix_ipaddr: is empty, but wan_mode=ip needs it"}},
         {with(fixed, {"wan_dns1=", "wan_dns2=203.0.113.53"}), {}},
         {with(pptp, {"pptp_type=1"}),
@@ -133,7 +133,7 @@ TEST(CheckWan, ModeIpNeedsNameServers) {
         {{{"wan_fix_dns=1"}, {"warning wan_dns1: is empty, but wan_fix_dns=1 needs it"}},
          {{"wan_fix_dns=1", "wan_dns1=8.8.8.8"}, {}},
          {with(fixed, {"wan_dns1="}),
-          {"warning wan_dns1: is empty like wan_dns2, but wan_mode=ip learns no name server"}},
+          {"warning wan_dns1: is empty, as is wan_dns2, and wan_mode=ip gets no other name server"}},
          {with(fixed, {"wan_dns1=", "wan_dns2=8.8.8.8"}), {}},
          {with(fixed, {"wan_dns1=", "wan_fix_dns=1"}),
           {"warning wan_dns1: is empty, but wan_fix_dns=1 needs it"}}});
@@ -170,7 +170,7 @@ TEST(CheckWan, TheMacAddressMustBeAPorts) {
          {"error wan_macaddr: is a multicast address, not a port's"}},
         {{"wan_macaddr=0F:4b:7a:19:e3:58"},
          {"error wan_macaddr: is a multicast address, not a port's"}},
-        {{"wan_macaddr=00:00:00:00:00:00"}, {"error wan_macaddr: is not a port's address"}},
+        {{"wan_macaddr=00:00:00:00:00:00"}, {"error wan_macaddr: is all zeros"}},
     });
 }
 

@@ -26,7 +26,7 @@ std::ostream& operator<<(std::ostream& out, const Result& result) {
 
 class Nvram : public testing::Test {
   protected:
-    // Runs the words as a shell line behind "nvram --root FOLDER".
+    // Runs "nvram --root FOLDER" and the words as a shell line.
     Result run(const std::string& words, const std::string& output = "") {
         const std::string line = std::string(NVRAM_COMMAND) + " --root " + folder.path() + " " +
                                  words + " >" + (output.empty() ? folder / "output" : output) +
@@ -36,7 +36,7 @@ class Nvram : public testing::Test {
                 plain(folder.read("errors"))};
     }
 
-    // The test's folder left out, so that an expectation reads as on the router.
+    // Without the test's folder, so that paths in expectations are the router's.
     std::string plain(std::string text) const {
         for (std::size_t at = text.find(folder.path()); at != std::string::npos;
              at = text.find(folder.path()))

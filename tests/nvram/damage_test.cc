@@ -1,5 +1,5 @@
-// Damaged images: whatever the bytes are, the right generation comes or a clear failure, and
-// nothing crashes.
+// Damaged images: for any bytes, a load gives the right generation or a clear error, and does not
+// crash.
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -22,7 +22,7 @@ std::string body(const std::string& file) {
     return std::string(nvram::decode(file).image);
 }
 
-// The working copy after a load from these two files; "(none)" when it failed as it should.
+// The working copy after a load from these two files; "(none)" if it failed with the right error.
 std::string loaded(const std::string& a, const std::string& b) {
     SimulatedDisk& simulated = SimulatedDisk::reset();
     simulated.state.place("/flash/nvram.a", a);
@@ -33,7 +33,7 @@ std::string loaded(const std::string& a, const std::string& b) {
     return *simulated.state.content("/tmp/nvram");
 }
 
-// One to four random wounds: a byte, a cut, an insertion, a block of ones as erased flash has it.
+// One to four random damages: a byte, a cut, an insertion, a block of ones as in erased flash.
 std::string damage(std::string text, std::mt19937& random) {
     for (unsigned wounds = 1 + random() % 4; wounds > 0; --wounds) {
         const std::size_t place = text.empty() ? 0 : random() % text.size();
@@ -101,7 +101,7 @@ TEST(Damage, TenThousandCorruptionsOfAWorkingCopy) {
         nvram::Store store(places);
         const nvram::Image* image = store.working();
         ASSERT_NE(image, nullptr);
-        // Whatever was read is a proper image: sorted, good keys, and it survives writing.
+        // The image that was read is valid: sorted, with legal keys, the same after writing.
         const std::string written = image->text();
         std::vector<nvram::BadLine> bad;
         ASSERT_EQ(nvram::Image(written, &bad).text(), written) << round;
@@ -116,7 +116,7 @@ TEST(Damage, EveryTruncationOfAWorkingCopy) {
     const std::string whole = "a=1\nb=x\\x01y\nc=\\\\\nz=last\n";
     for (std::size_t length = 0; length < whole.size(); ++length) {
         const nvram::Image image(whole.substr(0, length));
-        // The lines that are still whole are all there.
+        // All undamaged lines are there.
         if (length >= 4) {
             ASSERT_EQ(image.get("a"), "1") << length;
         }

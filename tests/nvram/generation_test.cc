@@ -1,4 +1,4 @@
-// A generation's file: its bytes, and that no damaged one is ever taken.
+// A generation's file: its bytes, and that every damage is detected.
 #include "libnvram/generation.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The text image: what is read, what is kept of a person's slips, what is written.
+// The text image: reading, tolerated errors, writing.
 #include "libnvram/image.h"
 
 #include <gtest/gtest.h>
@@ -36,7 +36,7 @@ TEST(Image, ReadsAndWritesBack) {
         {"a=\\\\\n", "a=\\\\\n"},
         {"a=\\\\x01\n", "a=\\\\x01\n"},
         {"a=\xc3\xa9\xff\n", "a=\xc3\xa9\xff\n"},
-        // Slips are taken as they stand; the writer spells them in full.
+        // Invalid escapes are read literally; the writer escapes them correctly.
         {"a=\\\n", "a=\\\\\n"},
         {"a=\\n\n", "a=\\\\n\n"},
         {"a=\\x\n", "a=\\\\x\n"},
@@ -47,7 +47,7 @@ TEST(Image, ReadsAndWritesBack) {
         {"a=\\x00\n", "a=\\\\x00\n"},
         {"a=C:\\temp\n", "a=C:\\\\temp\n"},
         {"a=\\\\\\x01\n", "a=\\\\\\x01\n"},
-        // Lines that are none of ours.
+        // Lines that are not settings.
         {"nonsense\na=1\n", "a=1\n"},
         {"=1\na=1\n", "a=1\n"},
         {" a=1\na b=1\na=2\n", "a=2\n"},

@@ -1,5 +1,5 @@
-// The store's system calls when the system interrupts or refuses them: the linker puts these
-// functions in the place of the C library's (--wrap).
+// The store's system calls if the system interrupts or refuses them: the linker replaces the C
+// library's functions by these (--wrap).
 #include "libnvram/store_io.h"
 
 #include <fcntl.h>
@@ -16,7 +16,7 @@
 
 namespace {
 
-// What the next calls do: fail with this errno, or, with 0, what the system does.
+// The results of the next calls: failure with this errno, or, for 0, the system's result.
 struct Refusals {
     std::deque<int> next;
     int calls = 0;
@@ -54,7 +54,7 @@ int __real_fstat(int file, struct stat* status);
 ssize_t __wrap_read(int file, void* bytes, size_t count) {
     return refused(reads) ? -1 : __real_read(file, bytes, count);
 }
-// A disk takes what fits; here, that is ten bytes at a time.
+// A partial write, as on a full disk: ten bytes at a time.
 ssize_t __wrap_write(int file, const void* bytes, size_t count) {
     return refused(writes) ? -1 : __real_write(file, bytes, count < 10 ? count : 10);
 }
@@ -126,7 +126,7 @@ TEST_F(Io, AFileThatTheKernelTellsNothingOfIsNotRead) {
     EXPECT_EQ(store.working()->get("a"), "1");
 }
 
-// A file system may know no fsync of folders, and a read-only one has nothing to write.
+// A file system may not support fsync of folders, and a read-only one has nothing to write.
 TEST_F(Io, AFoldersSyncMayBeUnknownButNotFail) {
     for (const int reason : {EINVAL, EROFS}) {
         refuse(syncs, {reason});

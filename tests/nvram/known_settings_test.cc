@@ -1,4 +1,4 @@
-// The table of all settings: telling rows, what holds of every row, and the factory settings.
+// The table of all settings: selected rows, rules for every row, and the factory settings.
 #include "settings/table.h"
 
 #include <arpa/inet.h>
@@ -136,7 +136,7 @@ void expect_number(const Field& field, int low, int high) {
 
 }  // namespace
 
-// What an integrator would look up.
+// Rows that an integrator would look up.
 
 TEST(KnownSettings, APortIsANumberOfSixteenBits) {
     const KnownSetting& port = row("fw_remote_port");
@@ -162,7 +162,7 @@ TEST(KnownSettings, TheLan) {
     EXPECT_EQ(row("lan_netmask").form, Form::Netmask);
     EXPECT_EQ(row("lan_assign_mac").form, Form::Mac);
     EXPECT_EQ(row("lan_if").form, Form::Interface);
-    // Only the firewall tells an absent interface from an empty one.
+    // Only the firewall distinguishes an absent interface from an empty one.
     EXPECT_TRUE(std::string_view(row("lan_if").when_absent).starts_with("the firewall uses br0"));
     EXPECT_EQ(std::string_view(row("lan_if").when_empty).find("br0"), std::string_view::npos);
 }
@@ -213,7 +213,7 @@ TEST(KnownSettings, TextsThatAreCut) {
     EXPECT_EQ(row("http_username").high, 0);
 }
 
-// An empty "fw_nat" is neither on nor off: the LAN is masqueraded, and its neighbours get in.
+// An empty "fw_nat" is neither on nor off: the LAN is masqueraded, but hosts of the WAN reach it.
 TEST(KnownSettings, TheFirewallMustSayWhetherItIsOn) {
     EXPECT_EQ(row("fw_nat").form, Form::Flag);
     EXPECT_FALSE(row("fw_nat").may_be_empty);
@@ -321,7 +321,7 @@ TEST(KnownSettings, QosRules) {
     EXPECT_STREQ(field(rules, "class").choices, "0 1 2 9");
 }
 
-// What holds of every row.
+// Rules for every row.
 
 TEST(KnownSettings, EveryKeyIsValidAndUnique) {
     std::set<std::string> keys;

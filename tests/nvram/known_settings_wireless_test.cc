@@ -99,7 +99,7 @@ TEST(KnownWirelessSettings, SecurityOfBothNetworks) {
     EXPECT_TRUE(row("wifi_radius_pwd").secret);
 }
 
-// Networks of the router's own have no suffix and 2, a station's settings have 3, a repeater's 5.
+// The access point's networks have no suffix and 2, a station's settings have 3, a repeater's 5.
 TEST(KnownWirelessSettings, EveryProfileHasItsKeysAndPhrases) {
     for (const char* profile : {"", "2", "3", "5"}) {
         const std::string n = profile;
@@ -118,7 +118,7 @@ TEST(KnownWirelessSettings, EveryProfileHasItsKeysAndPhrases) {
         expect_choice("wifi_def_key" + n, "1 2 3 4", "1");
         EXPECT_FALSE(row("wifi_wpapsk_key" + n).secret) << "a cipher's name";
     }
-    // A station and a repeater know no RADIUS and one cipher at a time.
+    // A station and a repeater have no RADIUS, and one cipher at a time.
     for (const std::string n : {"3", "5"}) {
         expect_choice("wifi_wep_on" + n, "0 1 2 3", "0");
         expect_choice("wifi_wpa2psk_key" + n, "TKIP AES", "AES");

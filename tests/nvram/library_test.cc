@@ -1,4 +1,4 @@
-// libnvram.so as another program sees it: found by dlopen, six functions, the C rules of ownership.
+// libnvram.so as other programs use it: loaded by dlopen, six functions, ownership as in C.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -142,8 +142,8 @@ TEST_F(Library, SeesWhatOthersWrite) {
     EXPECT_EQ(get("a"), nullptr);
 }
 
-// The file that ships; only the function that takes a path can be tried without touching the
-// machine's own settings.
+// The shipped file; only the function that takes a path can be tested without touching this
+// machine's settings.
 TEST_F(Library, ShipsWithTheSameFunctions) {
     open(NVRAM_LIBRARY);
     folder.write("image", "a=1\nlist=x\\x01y\n");

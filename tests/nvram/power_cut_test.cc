@@ -1,6 +1,6 @@
-// Power cuts during a commit: after every operation and for every state that the disk may be left
-// in, a load finds the old settings or the new ones, whole; once the commit has returned, the new
-// ones.
+// Power cuts during a commit: after every operation and for every possible state of the disk, a
+// load finds the complete old settings or the complete new ones; after the commit has returned, the
+// new ones.
 #include <gtest/gtest.h>
 
 #include "libnvram/generation.h"
@@ -90,8 +90,8 @@ TEST(PowerCut, LeavesTheOldOrTheNewSettings) {
     }
 }
 
-// Cuts during one commit and again during the next: whatever the first left has to carry the
-// second.
+// Cuts during one commit and again during the next, which starts from every state that the first
+// may leave.
 TEST(PowerCut, MayHappenAgain) {
     DiskState state = with_factory();
     state = commit(state, "a=factory\n", settings(1), false, false).end;
@@ -119,8 +119,8 @@ TEST(PowerCut, MayHappenAgain) {
     EXPECT_GT(tried, 50);
 }
 
-// A first commit that was killed has made the folder and not synced its name; the next one may not
-// rely on it.
+// A first commit that was killed has created the folder without syncing its name, so the next one
+// must sync it.
 TEST(PowerCut, AfterAKilledCommitAndAWholeOne) {
     DiskState state = with_factory();
     state.folders.insert("/flash");
@@ -147,7 +147,7 @@ TEST(PowerCut, DuringDefaultLeavesAWholeGeneration) {
     EXPECT_GT(outcomes.new_settings, 0);
 }
 
-// The simulation is worth something only if it finds a store that forgets to sync.
+// The simulation must find a store that forgets to sync.
 TEST(PowerCut, FindsAForgottenSyncOfTheFile) {
     const Trial first = commit(with_factory(), "a=factory\n", settings(1), true, false);
     EXPECT_GT(first.during.neither, 0);

@@ -29,7 +29,7 @@ nvram::Places places_in(const TemporaryFolder& folder) {
             .flash = folder / "flash/nvram"};
 }
 
-// Runs in a child that ends with the status the function returns, or with the test when that fails.
+// Runs in a child that exits with the function's result; it is killed if the test ends first.
 pid_t in_child(const std::function<int()>& run) {
     const pid_t child = fork();
     if (child == 0) {
@@ -101,7 +101,7 @@ TEST(Processes, LoseNoOverlappingSet) {
     EXPECT_FALSE(std::filesystem::exists(folder / "tmp/nvram.new"));
 }
 
-// Two processes tell each other how far they are, in memory that both share.
+// The progress of two processes, in shared memory.
 template <typename T>
 T& shared() {
     void* memory =
@@ -110,8 +110,8 @@ T& shared() {
     return *new (memory) T;
 }
 
-// A reader beside a writer sees each image whole: both keys always agree. The writer goes on until
-// the reader has seen many images, however seldom the machine lets it run.
+// A reader beside a writer sees only complete images: both keys always agree. The writer continues
+// until the reader has seen many images, however rarely it runs.
 TEST(Processes, NeverSeeHalfAnImage) {
     constexpr int enough = 20;
     const TemporaryFolder folder;
@@ -141,7 +141,7 @@ TEST(Processes, NeverSeeHalfAnImage) {
     EXPECT_GE(images, enough);
 }
 
-// What a writer had been told was done, in memory that outlives it.
+// The operations that a writer has completed, in memory that outlives it.
 struct Progress {
     volatile int set = 0;
     volatile int committed = 0;
@@ -204,7 +204,7 @@ TEST(Processes, AreKilledWithoutHarm) {
         const nvram::Image* image = store.working();
         ASSERT_NE(image, nullptr);
         expect_whole(*image, count);
-        // The last set may have been done and not yet noted down.
+        // The last set may be done but not yet recorded.
         ASSERT_GE(count, progress.set);
         ASSERT_LE(count, progress.set + 1);
 
@@ -221,8 +221,8 @@ TEST(Processes, AreKilledWithoutHarm) {
         }
         if (HasFailure()) return;
     }
-    // The writers did get somewhere, and the lock and the temporary files they left are in nobody's
-    // way.
+    // The writers made progress, and the lock and the temporary files that they left do not block
+    // others.
     EXPECT_GT(count, 100);
     EXPECT_GT(progress.committed, 0);
     EXPECT_TRUE(store.change({{"count", "done"}}));
@@ -237,7 +237,7 @@ TEST(Files, AreReadAgainAfterARewriteInPlace) {
     folder.write("etc/default", "a=factory\n");
     nvram::Store store(places_in(folder));
     EXPECT_EQ(store.working()->get("a"), "1");
-    // The boot's "busybox cp" writes over the file that is there; so does this stream.
+    // The boot's "busybox cp" overwrites the existing file, as does this stream.
     folder.write("tmp/nvram", folder.read("etc/default"));
     EXPECT_EQ(store.working()->get("a"), "factory");
 }
@@ -251,7 +251,7 @@ TEST(Files, AreReadAgainAfterARewriteOfTheSameLength) {
     struct stat after;
     ASSERT_EQ(stat((folder / "tmp/nvram").c_str(), &before), 0);
     do {
-        // The kernel's file times advance by ticks; the next one is soon here.
+        // The kernel's file times advance by ticks of a few milliseconds.
         folder.write("tmp/nvram", "a=2\n");
         ASSERT_EQ(stat((folder / "tmp/nvram").c_str(), &after), 0);
     } while (after.st_mtim.tv_sec == before.st_mtim.tv_sec &&

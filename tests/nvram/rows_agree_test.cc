@@ -1,5 +1,5 @@
-// The table of all settings: what a row says of its setting agrees with the rest of the row, with
-// the other rows and with the lines that rc makes of the value.
+// The table of all settings: the fields of a row agree with each other, with the other rows and
+// with the lines that rc writes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,7 +25,7 @@ bool is_clause(const char* text) {
            clause.find('\n') == std::string_view::npos;
 }
 
-// The values that a condition can tell apart: a setting of few words, or a list.
+// The values that a condition can distinguish: a setting of few words, or a list.
 std::vector<std::string_view> values_of(const KnownSetting& setting) {
     if (setting.form == Form::Flag) return {"0", "1"};
     return words_of(setting.choices);

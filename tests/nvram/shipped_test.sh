@@ -1,5 +1,5 @@
 #!/bin/sh
-# The exports and soname of the library that ships.
+# The exports and soname of the shipped library.
 #   shipped_test.sh LIBRARY
 library=$1
 failed=0

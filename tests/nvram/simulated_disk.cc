@@ -37,7 +37,7 @@ void carry_out(const DiskState::NameChange& change, std::map<std::string, int>& 
     }
 }
 
-// What may be left of a file that was not synced.
+// The possible remains of a file that was not synced.
 std::vector<std::string> remains(const std::string& content) {
     const std::string half = content.substr(0, content.size() / 2);
     std::string garbage = half;
@@ -47,7 +47,7 @@ std::vector<std::string> remains(const std::string& content) {
     return {"", half, content, garbage, zeros};
 }
 
-// Counts the operation; false with errno set when it is the one that has to fail.
+// Counts the operation; false with errno set if it is the one that must fail.
 bool operation() {
     SimulatedDisk& simulated = disk();
     if (++simulated.operations != simulated.fail_at) return true;
@@ -208,7 +208,7 @@ int create(const char* path) {
 bool write_all(int file, std::string_view text) {
     const bool whole = operation();
     DiskState::Inode& inode = disk().state.inodes.at(open_table.at(file).inode);
-    // A disk that fills up has taken a part.
+    // A disk that becomes full has written a part.
     inode.content += whole ? text : text.substr(0, text.size() / 2);
     inode.on_disk_is_current = false;
     inode.written_at = ++now;
@@ -228,7 +228,7 @@ bool sync(int file) {
 }
 
 void close(int file) {
-    // A store that outlives its disk closes the file that it had open there.
+    // A store that outlives its disk closes the file that was open there.
     if (open_table.erase(file) == 1 || file < first_file) return;
     fprintf(stderr, "the store closes file %d, which is not open\n", file);
     abort();
@@ -278,7 +278,7 @@ bool sync_folder(const char* path) {
     return true;
 }
 
-// A second lock would wait for ever; here it is an error that the test sees.
+// A second lock would wait for ever, so here it is an error.
 int lock(const char* path) {
     if (!operation()) return -1;
     for (const auto& [number, file] : open_table) {

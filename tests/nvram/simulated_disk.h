@@ -1,5 +1,5 @@
-// A disk in memory that stands in for the store's system calls and can lose its power: it tells
-// what was written from what is on the platter, and lists every state that a power cut could leave.
+// A simulated disk that replaces the store's system calls and can lose its power: it distinguishes
+// written data from synced data, and lists every state that a power cut could leave.
 #ifndef RC_TESTS_SIMULATED_DISK_H
 #define RC_TESTS_SIMULATED_DISK_H
 

@@ -143,7 +143,7 @@ TEST(Netfilter, TheLastPolicyCounts) {
     EXPECT_EQ(shown(tables, "filter", "OUTPUT"), "ACCEPT");
     EXPECT_EQ(refusals(tables),
               "iptables -P DOS DROP: only built-in chains have a policy\n"
-              "iptables -P OUTPUT LOG: 'LOG' is no policy\n"
+              "iptables -P OUTPUT LOG: 'LOG' is not a policy\n"
               "iptables -P OUTPUT: -P names no policy\n");
 }
 

@@ -174,7 +174,7 @@ sed '/^remove/{h;d};/^exit/{G}' good.case > order.case
 expect 1 check order.case
 grep -v expect good.case > broken.case
 expect 2 check broken.case
-says err "rcplan: broken.case: line 3: 'print' is no line of a case"
+says err "rcplan: broken.case: line 3: 'print' is not a line of a case"
 expect 2 check missing.case
 expect 2 check
 
@@ -182,7 +182,7 @@ expect 0 check --update other.case
 says out 'updated  other.case'
 cmp -s good.case other.case || { echo 'an updated case is not what came out'; failures=$((failures + 1)); }
 
-# A case that is like another keeps this form, and its base is rewritten first.
+# --update keeps the form of a case that is like another, and rewrites its base first.
 sed 's/killall/killall -9/' good.case > base.case
 printf '%s\n' '# like it' 'like  base.case' 'command  rc upnp stop' expect > like.case
 expect 1 check like.case

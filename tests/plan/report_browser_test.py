@@ -26,7 +26,7 @@ from waits import HANG_LIMIT, PROGRAM_LIMIT  # noqa: E402
 
 ATTACK = "\"'><script>window.ran=1</script><img src=x onerror=window.ran=2>"
 
-# A firewall in which every part of the page has something to show.
+# A firewall that gives every part of the page content.
 FIREWALL = {
     "wan_mode": "ip", "fix_ipaddr": "203.0.113.2", "fw_response_ping": "1", "log_access": "1",
     "fw_in_rules": r"web:1:all:8080:80:tcp:40\x01mail:1:all:25:25:tcp:41\x01",
@@ -35,7 +35,7 @@ FIREWALL = {
     "fw_block": "1", "fw_block_keyword": ATTACK,
 }
 
-# The lowest contrast of any text with what is behind it (WCAG 2, success criterion 1.4.3), and that text.
+# The lowest contrast of any text with its background (WCAG 2, success criterion 1.4.3), and that text.
 CONTRAST = """
 const probe = document.createElement('canvas').getContext('2d', { willReadFrequently: true });
 const channels = (colour) => {
@@ -86,7 +86,7 @@ def start_browser():
                      f"--user-data-dir={FOLDER / 'profile'}"):
         options.add_argument(argument)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-    # The connection's limit is the longest, so that what was waited for in vain is reported first.
+    # The connection's limit is the longest, so that the wait that hangs is reported first.
     RemoteConnection.set_timeout(PROGRAM_LIMIT)
     browser = webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
     browser.set_page_load_timeout(HANG_LIMIT)
@@ -151,7 +151,7 @@ class ReportTest(unittest.TestCase):
 
     def follow(self, link):
         href = link.get_dom_attribute("href")
-        # The page listens for this event too, and before: once it was heard here, the page has done its part.
+        # The page's own listener for this event runs first, so the page has finished when this one runs.
         self.run_script("window.arrived = location.hash === arguments[0];"
                         "addEventListener('hashchange', () => { window.arrived = true; }, { once: true });", href)
         self.press(link)
@@ -188,7 +188,7 @@ class ReportTest(unittest.TestCase):
         self.assertIn("iptables -I INPUT -i br0 -j ACCEPT", line.text)
         self.assertEqual(line.find_element(By.CSS_SELECTOR, ".number").text, place.text.split(":")[1])
         self.assertIn("lan_if=br0", line.text)
-        # And on to the line that wrote it.
+        # Then to the line that wrote it.
         written = self.follow(line.find_element(By.CSS_SELECTOR, ".number"))
         self.assertIn("iptables -I INPUT -i br0 -j ACCEPT", written.text)
 
@@ -391,7 +391,7 @@ class ReportTest(unittest.TestCase):
                         "document.body.append(other);")
         self.assertIsNone(self.run_script("return window.ran ?? null"))
         refusals = []
-        # The browser reports it some time after; each reading takes what is there.
+        # The browser reports it with a delay; each reading gets the reports so far.
         self.wait_until(lambda: refusals.extend(BROWSER.get_log("browser")) or refusals)
         self.assertEqual(len(refusals), 1)
         self.assertIn("Content Security Policy", refusals[0]["message"])

@@ -15,7 +15,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// A router with everything that can be switched off switched off.
+// A router with all optional features switched off.
 const Settings plain = {
     {"ap_mode", "0"},
     {"ddns_enable", "0"},
@@ -346,7 +346,7 @@ TEST(Cover, TheBestSetOfChoices) {
                  {1, 2},
                  {1, 2}},
              Row{"what else a choice covers does not count", 2, {{1, 0, 0}, {7, 5, 0}}, {1}, {1}},
-             Row{"what nobody covers is left out", 5, {{1, 1, 0}}, {0}, {0}},
+             Row{"a thing that no choice covers is left out", 5, {{1, 1, 0}}, {0}, {0}},
          }) {
         EXPECT_EQ(best_cover(row.wanted, row.choices, Prefer::FewestChoices), row.fewest)
             << row.what;

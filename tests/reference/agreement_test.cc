@@ -1,5 +1,5 @@
-// The patterns of the schema and the check on the router judge the same values the same way: every
-// setting's own values, and those with one character left out, put in or changed.
+// The patterns of the schema and the check on the router accept the same values: every setting's
+// own values, and those with one character removed, inserted or changed.
 #include <gtest/gtest.h>
 
 #include <regex>

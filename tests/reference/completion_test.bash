@@ -1,5 +1,5 @@
 #!/bin/bash
-# The completion in a real bash: what it offers behind what has been typed.
+# The completion in a real bash: the words that it offers after the typed text.
 #   completion_test.bash COMPLETION NVRAM RCPLAN
 set -u
 completion=$(realpath "$1")
@@ -7,10 +7,10 @@ nvram=$(realpath "$2")
 rcplan=$(realpath "$3")
 failures=0
 
-# readline's part is noted: which of its own completions it was asked for.
+# Records which of readline's completions the function requests.
 compopt() { asked="${asked:+$asked }$2"; }
 
-# Within a function, as a shell that loads completions when they are needed does.
+# Within a function, as in a shell that loads completions on demand.
 # shellcheck source=completion/rc.bash
 load() { . "$completion"; }
 load
@@ -56,7 +56,7 @@ for program in rc nvram rcplan; do
     complete -p "$program" > /dev/null || exit 1
 done
 
-# rc: names, and just the actions that have a handler.
+# rc: names, and only the actions that have a handler.
 expect 'rc ' 'lan printk wlan syslogd httpd dhcpd ntp route ripd upnp wan_basic firewall igmp schedule ddns service wan init start stop restart create'
 expect 'rc d' 'dhcpd ddns'
 expect 'rc wan' 'wan_basic wan'
@@ -98,7 +98,7 @@ expect 'nvram commit ' ''
 expect 'nvram get -- http_t' 'http_timeout'
 expect 'nvram get -- --' ''
 
-# KEY=VALUE: a key has '=' and no blank behind it; of the value only what stands behind '=' is told.
+# KEY=VALUE: a key is followed by '=' without a blank; a value is offered without the key.
 expect 'nvram set http_t' 'http_timeout=' nospace
 expect 'nvram set wan_mode=' 'dhcpc ip pppoe pptp l2tp bpa ras'
 expect 'nvram set wan_mode=pp' 'pppoe pptp'
@@ -118,7 +118,7 @@ expect 'nvram set wan_mode=pp' 'wan_mode=pppoe wan_mode=pptp'
 expect 'nvram set http_t' 'http_timeout=' nospace
 COMP_WORDBREAKS=$breaks
 
-# rcplan: commands, options and what follows them, and the words of rc.
+# rcplan: commands, options and their arguments, and the words of rc.
 expect_all 'rcplan ' run diff sinks report packet check
 expect_all 'rcplan run --' --settings --set --world --why --json --case --files --show-secrets --color --help
 expect 'rcplan run --settings ' '' default
@@ -147,7 +147,7 @@ expect 'rcplan packet --in br0 --proto udp wan sta' 'start'
 expect 'rcplan check --u' '--update'
 expect 'rcplan check tests' '' default
 
-# Nothing that has been typed is run or expanded.
+# Typed text is never run or expanded.
 cd "$(mktemp -d)" || exit 2
 trap 'rm -r "$PWD"' EXIT
 touch lan_file
@@ -178,7 +178,7 @@ for option in $("$nvram" --help | grep -o -- '--[a-z][a-z-]*' | sort -u); do
     failures=$((failures + 1))
 done
 
-# Those of rcplan too: every command has a help of its own.
+# The same for rcplan, in which every command has its own help.
 offered 'rcplan '
 for verb in "${COMPREPLY[@]}"; do
     "$rcplan" "$verb" --help > /dev/null || { echo "rcplan has no $verb"; failures=$((failures + 1)); }

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Fails when a generated file is not what the program prints now.
+# Fails if a generated file differs from the program's current output.
 #   current.sh RC_REFERENCE PAGE FILE
 if ! "$1" "$2" | diff -u --label "$3, as it is" --label "$3, as it should be" "$3" -; then
     echo "$3 is out of date. To renew it: tools/renew.sh"

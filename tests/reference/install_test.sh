@@ -1,5 +1,5 @@
 #!/bin/sh
-# Fails when the workstation's component does not install the pages and completions where they are looked for.
+# Fails if the workstation's component does not install the pages and completions where they are searched for.
 #   install_test.sh BUILD_DIR
 folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT

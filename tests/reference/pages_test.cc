@@ -9,7 +9,7 @@
 
 namespace {
 
-// The lines from the one that begins an entry to the next that begins with the same.
+// The lines from the first of an entry to the next line with the same beginning.
 std::string part(const std::string& page, const std::string& first, const std::string& next) {
     const size_t begin = page.find(first);
     if (begin == std::string::npos) return "no line " + first;

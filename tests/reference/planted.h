@@ -125,7 +125,7 @@ inline constexpr nvram::Use uses[] = {
 
 inline constexpr Reference reference = {.groups = groups, .uses = uses};
 
-// Fails to compile when there is none of that name.
+// Fails to compile if no row has that key.
 constexpr const nvram::KnownSetting& row(std::string_view key) {
     for (const nvram::SettingGroup& group : groups)
         for (const nvram::KnownSetting& setting : group.settings)

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The schema of the settings: it takes the factory settings and what people write, and no more.
+"""The schema of the settings: it accepts the factory settings and valid entries, and rejects errors.
 
 schema_test.py SCHEMA FACTORY_IMAGE
 """
@@ -10,7 +10,7 @@ import sys
 
 from jsonschema import Draft202012Validator
 
-# Values that an integrator might enter, and slips that a form has to refuse.
+# Values that an integrator might enter, and errors that a form must reject.
 GOOD = (
     ("wan_mode", "pppoe"),
     ("wan_mode", ""),
@@ -67,7 +67,7 @@ NOT_SECRET = ("http_username", "wifi_key_len", "wifi_ssid")
 
 
 def unescaped(text):
-    """A value of a text image as it is."""
+    """The unescaped value of a text image."""
     return re.sub(r"\\(\\|x[0-9a-fA-F]{2})", lambda m: "\\" if m[1] == "\\" else chr(int(m[1][1:], 16)), text)
 
 

@@ -57,7 +57,7 @@ TEST(Table, ExamplesExistWhereTheyAreShown) {
         const bool in_pages = row->record != nullptr;
         const bool in_check = row->needed != nullptr && row->needed->fix == nullptr;
         if (row->example != nullptr) {
-            EXPECT_TRUE(in_pages || in_check) << row->key << ": nobody shows the example";
+            EXPECT_TRUE(in_pages || in_check) << row->key << ": the example is shown nowhere";
         } else {
             EXPECT_FALSE(in_check || (in_pages && *row->factory == '\0')) << row->key;
         }

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Types into a real bash and looks at what its line has become.
+"""Types into a real bash and checks its completed line.
 
 typed_test.py COMPLETION
 """
@@ -13,7 +13,7 @@ import sys
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "lab"))
 from waits import PROGRAM_LIMIT  # noqa: E402
 
-# What is typed, with a tab where completion is asked for, and the line that bash then has.
+# The typed text, with a tab for completion, and the resulting line.
 ROWS = (
     ("rc dhcpd c\t", "rc dhcpd create"),
     ("rc rou\tsto\t", "rc route stop"),
@@ -33,7 +33,7 @@ TO_END = "\x05"
 
 
 def printed(stream):
-    """What is printed behind the mark, up to the end of its line."""
+    """The printed text after the mark, up to the end of its line."""
     for line in stream:
         if line.startswith(b"LINE:"):
             return line[5:].decode().strip()

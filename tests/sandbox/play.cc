@@ -3,14 +3,19 @@
 #include <string.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iostream>
+#include <set>
 
+#include "core/text.h"
 #include "kit.h"
 #include "plan/router/case.h"
 #include "plan/router/case_file.h"
 #include "root.h"
 #include "seal.h"
 #include "trace.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -74,12 +79,41 @@ std::optional<Transcript> transcript_of_root() {
     return transcript;
 }
 
+// Files with passwords that only root's programs read.
+constexpr std::string_view secret_files[] = {"/tmp/ppp/chap-secrets", "/tmp/ppp/pap-secrets",
+                                             "/tmp/syslog.conf", "/var/RT2860AP.dat",
+                                             "/var/bpalogin.conf"};
+
+// What is wrong with the modes of the files that the run made, one line each. The run had a umask
+// of 0. A mode that rc set itself is in the transcript.
+std::string wrong_modes(const Transcript& transcript) {
+    std::set<std::string> written;
+    std::set<std::string> set;
+    for (const Event& event : transcript.events()) {
+        if (event.verb == "write") written.insert(event.text);
+        if (event.verb == "chmod") set.insert(event.text.substr(event.text.find('/')));
+    }
+    std::string wrong;
+    for (const char* folder : {"/etc", "/tmp", "/var"}) {
+        for (const auto& entry : fs::recursive_directory_iterator(root + folder)) {
+            if (!entry.is_regular_file()) continue;
+            const std::string path = entry.path().string().substr(root.size());
+            const auto mode = static_cast<unsigned>(entry.status().permissions());
+            const bool secret = written.contains(path) && std::ranges::count(secret_files, path);
+            if (set.contains(path) || (secret ? mode == 0600 : (mode & 022) == 0)) continue;
+            wrong += format("%s has the mode %04o\n", path.c_str(), mode);
+        }
+    }
+    return wrong;
+}
+
 Outcome compare(const NamedCase& named, Transcript transcript, const SealedEnd& end) {
     // A run that was killed has no "exit".
     if (end.kind == SealedEnd::Killed)
         transcript.add("killed", std::string("by signal ") + strsignal(end.signal));
     if (end.kind == SealedEnd::TimedOut) transcript.add("killed", "after the deadline");
-    const std::string difference = transcript_difference(named.stated.expected, transcript.text());
+    const std::string difference =
+        transcript_difference(named.stated.expected, transcript.text()) + wrong_modes(transcript);
     if (difference.empty()) return {done, "ok       " + named.path + "\n"};
     return {differs, "DIFFERS  " + named.path + ": " + named.stated.title +
                          "\n('-' expected but missing, '+' unexpected)\n" + difference};

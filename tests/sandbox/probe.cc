@@ -17,9 +17,9 @@ namespace {
 
 void read_pipe() {
     for (const char* line : {"/bin/ps -ax", "/bin/cat /nothing", "/bin/refused"}) {
-        std::optional<std::string> output;
+        OwnedText output;
         const int status = myPipe(line, output);
-        print("%d '%s'\n", status, output ? output->c_str() : "(absent)");
+        print("%d '%s'\n", status, output ? output.get() : "(absent)");
     }
 }
 

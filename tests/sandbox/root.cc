@@ -40,11 +40,15 @@ std::string put_hidden_files(const std::string& root, const World& world) {
     for (const auto& [path, mode] : world.denied) denied.insert(denied.end(), {path, mode});
     std::vector<std::string> outputs;
     for (const auto& [line, output] : world.outputs) outputs.insert(outputs.end(), {line, output});
+    std::vector<std::string> changes;
+    for (const World::Change& change : world.changes)
+        changes.insert(changes.end(), {change.after, change.key, change.value});
 
     std::string wrong = put(root, sealed::trace_file, "") + put(root, sealed::output_file, "") +
                         put(root, sealed::pid_file, std::to_string(world.pid)) +
                         put(root, sealed::denied_file, sealed::pack(denied)) +
                         put(root, sealed::outputs_file, sealed::pack(outputs)) +
+                        put(root, sealed::changes_file, sealed::pack(changes)) +
                         put(root, sealed::clock_file, std::to_string(world.clock_microseconds));
     if (world.get("/proc/uptime")) return wrong;
     wrong += put(root, sealed::uptime_file, std::to_string(world.uptime_microseconds));

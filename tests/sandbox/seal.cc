@@ -102,6 +102,8 @@ bool change_root(const std::string& root, const std::string& shared) {
 [[noreturn]] void become_rc(std::vector<std::string> words, std::vector<std::string> environment) {
     const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
     for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nowhere, file);
+    // The worst that rc may be started with: the modes of its files are checked afterwards.
+    umask(0);
     execve("/usr/sbin/rc", pointers(words).data(), pointers(environment).data());
     _exit(127);
 }

@@ -86,17 +86,56 @@ int run_line(char* line) {
     return status;
 }
 
+// Stores a setting with the real nvram, as the web interface does in another process.
+bool store_setting(const std::string& key, const std::string& value) {
+    const pid_t child = fork();
+    if (child == 0) {
+        std::string assignment = key + "=" + value;
+        char name[] = "nvram";
+        char verb[] = "set";
+        char* words[] = {name, verb, assignment.data(), nullptr};
+        execv("/bin/nvram", words);
+        _exit(127);
+    }
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// Saves what the case states to change after this line, each once.
+void save_meanwhile(int depth, std::string_view line) {
+    const auto changes = sealed::unpack(sealed::read_file(sealed::changes_file));
+    if (!changes) abort();
+    std::vector<std::string> left;
+    for (size_t at = 0; at + 2 < changes->size(); at += 3) {
+        const std::string* const change = &(*changes)[at];
+        if (change[0] != line) {
+            left.insert(left.end(), {change[0], change[1], change[2]});
+            continue;
+        }
+        if (!store_setting(change[1], change[2])) abort();
+        sealed::append_event(depth, "change", change[1] + "=" + change[2]);
+    }
+    if (left.size() < changes->size() &&
+        !sealed::write_file(sealed::changes_file, sealed::pack(left)))
+        abort();
+}
+
 int shell(int argc, char** argv) {
     // A script, or a shell that a line itself starts: only lines that rc runs are recorded.
     if (argc < 3 || strcmp(argv[1], "-c") != 0 || getenv(sealed::inner_variable)) return 0;
     char* line = strcmp(argv[2], "--") == 0 && argc > 3 ? argv[3] : argv[2];
-    if (getenv(sealed::pipe_variable)) return print_stated_output(line);
-
-    const char* depth = getenv(sealed::depth_variable);
-    if (!depth) return 1;
-    sealed::append_event(atoi(depth) - 1, "run", line);
+    const char* depth_text = getenv(sealed::depth_variable);
+    if (!depth_text) return 1;
+    const int depth = atoi(depth_text) - 1;
+    if (getenv(sealed::pipe_variable)) {
+        save_meanwhile(depth, line);
+        return print_stated_output(line);
+    }
+    sealed::append_event(depth, "run", line);
     make_folders_of(line);
-    return run_line(line);
+    const int status = run_line(line);
+    save_meanwhile(depth, line);
+    return status;
 }
 
 }  // namespace

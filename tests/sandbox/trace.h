@@ -23,6 +23,8 @@ inline constexpr const char* clock_file = "/.sealed/clock";
 // Path and mode of each denied open; shell line and output of each pipe.
 inline constexpr const char* denied_file = "/.sealed/denied";
 inline constexpr const char* outputs_file = "/.sealed/outputs";
+// Shell line, key and value of each setting that another program saves during the run.
+inline constexpr const char* changes_file = "/.sealed/changes";
 inline constexpr const char* real_shell = "/.sealed/busybox";
 
 // Environment: the nesting depth of the next rc; set if a shell was started by popen or by a shell

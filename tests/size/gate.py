@@ -4,8 +4,8 @@
   gate.py [--record] --nm NM --strip STRIP --compiler VERSION --recorded FILE NAME=PROGRAM[:KIBIBYTES] ...
 
 NAME is the program's name in FILE, KIBIBYTES its limit. FILE has the last recorded sizes of each program and of its
-functions, and the compiler's version. A program above its limit fails; so does one that has grown by more than 1 % since,
-until somebody has read the table and recorded the new sizes with --record.
+functions, and the compiler's version. A program above its limit fails; so does one that has grown by more than 1 % since.
+After a review of the table, --record records the new sizes.
 Exit status: 0 all sizes are within limits, 1 one is not, 2 usage error.
 """
 

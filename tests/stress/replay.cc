@@ -74,7 +74,7 @@ void check_image(const Case& stated, const Played& faulty, const char* path,
     for (const auto& [key, value] : settings) {
         const auto place = possible.find(key);
         if (place == possible.end() || !place->second.contains(value))
-            broken.push_back(at + "nobody stored " + key + "=" + value);
+            broken.push_back(at + "no run stored " + key + "=" + value);
     }
 }
 
@@ -116,7 +116,7 @@ void check_left_behind(const World& before, const Played& whole, const Played& f
                        std::vector<std::string>& broken) {
     for (const auto& [path, content] : faulty.recording.world.files)
         if (path.starts_with("/var/run/") && !before.get(path) && !whole.recording.world.get(path))
-            broken.push_back("leaves " + path + " behind");
+            broken.push_back("leaves " + path);
 }
 
 // Settings that may get an unusual value after a fault.

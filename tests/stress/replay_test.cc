@@ -131,7 +131,7 @@ TEST_F(ViolatedInvariants, OfTheBeginning) {
 
 TEST_F(ViolatedInvariants, OfTheMarker) {
     faulty_.recording.world.put("/var/run/rc.httpd.run", "");
-    EXPECT_EQ(broken(), "leaves /var/run/rc.httpd.run behind\n");
+    EXPECT_EQ(broken(), "leaves /var/run/rc.httpd.run\n");
 }
 
 TEST_F(ViolatedInvariants, OfTheSettings) {
@@ -140,7 +140,7 @@ TEST_F(ViolatedInvariants, OfTheSettings) {
     faulty_.recording.world.put(working_copy, "");
     EXPECT_EQ(broken(), "/tmp/nvram: has lost a key\n");
     faulty_.recording.world.put(working_copy, "device_name=Rou\n");
-    EXPECT_EQ(broken(), "/tmp/nvram: nobody stored device_name=Rou\n");
+    EXPECT_EQ(broken(), "/tmp/nvram: no run stored device_name=Rou\n");
     faulty_.recording.world.files.erase(working_copy);
     EXPECT_EQ(broken(), "/tmp/nvram: is gone\n");
 }
@@ -149,7 +149,7 @@ TEST_F(ViolatedInvariants, OfTheFlash) {
     faulty_.recording.world.put(flash_image, "");
     EXPECT_EQ(broken(), "/flash/nvram: has lost a key\n");
     faulty_.recording.world.put(flash_image, "device_name=Rou\n");
-    EXPECT_EQ(broken(), "/flash/nvram: nobody stored device_name=Rou\n");
+    EXPECT_EQ(broken(), "/flash/nvram: no run stored device_name=Rou\n");
 }
 
 TEST_F(ViolatedInvariants, OfWhatIsStored) {

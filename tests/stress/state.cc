@@ -22,7 +22,7 @@ std::string wrong_image(const std::string& name, const std::string& text,
     for (const nvram::Entry& entry : image.entries()) {
         const auto place = possible.find(std::string(entry.key));
         if (place == possible.end() || !place->second.contains(std::string(entry.value)))
-            wrong += name + ": nobody stored " + std::string(entry.key) + "=" +
+            wrong += name + ": no run stored " + std::string(entry.key) + "=" +
                      std::string(entry.value) + "\n";
     }
     for (const auto& [key, values] : possible)

@@ -24,7 +24,7 @@ std::string wrong_image(const std::string& name, const std::string& text, const 
 // has a file must be undamaged.
 std::string wrong_settings(const Possible& working, const Possible& flash);
 
-// The image of the newest undamaged generation; "" if there is none.
+// The image of the newest undamaged generation; "" if no generation is undamaged.
 std::string newest_in_flash();
 
 }  // namespace stress

@@ -65,13 +65,13 @@ constexpr Change changes[] = {
      "print  before\nprint  start\nwrite  /tmp/rules\n     | flush\n     | accept lo\n     | log\n"
      "     | drop\n     | log\npause  1 s\nrun    /usr/sbin/rc lan stop\n    write  /tmp/lan\n"
      "         | off\n    exit   0\npause  1 s\nexit   0\nprint  after\n"},
-    // A file goes with its body; what is added after an entry stands behind its body.
+    // A removed file takes its body with it; lines added after an entry follow its body.
     {"- write  /tmp/rules\n"
      "      write  /tmp/lan\n"
      "+     chmod  0755 /tmp/lan\n",
      "print  start\npause  1 s\nrun    /usr/sbin/rc lan stop\n    write  /tmp/lan\n"
      "         | off\n    chmod  0755 /tmp/lan\n    exit   0\npause  1 s\nexit   0\n"},
-    // Another file with a body, and the second pause goes.
+    // Adds another file with a body and removes the second pause.
     {"  write  /tmp/rules\n"
      "+ append /tmp/rules\n"
      "+      | more\n"
@@ -88,7 +88,7 @@ constexpr Change changes[] = {
      "print  start\nwrite  /tmp/rules\n     | accept lo\n     | flush\n     | log\n     | drop\n"
      "     | log\npause  1 s\nrun    /usr/sbin/rc lan stop\n    write  /tmp/lan\n         | off\n"
      "    exit   0\npause  1 s\nexit   0\n"},
-    // Little is left of a file: it is written anew.
+    // Little of a file is left, so it is written as a new one.
     {"- write  /tmp/rules\n"
      "+ write  /tmp/rules\n"
      "+      | drop\n"
@@ -146,7 +146,7 @@ TEST(CaseDifference, ChangesThatCannotBeAppliedAreNamed) {
              Row{"- run    reboot\n", "line 7: 'run    reboot' is not in the base"},
              Row{"  write  /tmp/rules\n       | deny\n",
                  "line 8: '     | deny' is not in 'write  /tmp/rules' of the base"},
-             // What stands in another file does not count.
+             // Lines of another file do not count.
              Row{"  write  /tmp/rules\n-      | off\n",
                  "line 8: '     | off' is not in 'write  /tmp/rules' of the base"},
              Row{"- pause  1 s\n",
@@ -334,14 +334,14 @@ TEST_F(CaseFiles, WhatIsWrongIsNamedWithFileAndLine) {
                  "x.case: line 2: x.case is itself like another case; only a whole case can be a "
                  "base"},
              Row{"# t\nlike  broken.case\nexpect\n",
-                 "x.case: line 2: broken.case: line 2: 'bogus' is no line of a case"},
+                 "x.case: line 2: broken.case: line 2: 'bogus' is not a line of a case"},
              Row{"# t\nlike\nexpect\n", "x.case: line 2: like takes a case file"},
              Row{"# t\nlike  base.case\nlike  base.case\nexpect\n",
                  "x.case: line 3: a second 'like'"},
              Row{"like  base.case\nexpect\n", "x.case: there is no title"},
              Row{"# t\nlike  base.case\n", "x.case: there is no line 'expect'"},
              Row{"# t\nlike  base.case\nsetting  c=1\nbogus\nexpect\n",
-                 "x.case: line 4: 'bogus' is no line of a case"},
+                 "x.case: line 4: 'bogus' is not a line of a case"},
              Row{"# t\nlike  base.case\nsetting  c=1\nsetting  c=2\nexpect\n",
                  "x.case: line 4: 'c' is set twice"},
              Row{"# t\nlike  base.case\n     | body\nexpect\n",
@@ -351,14 +351,14 @@ TEST_F(CaseFiles, WhatIsWrongIsNamedWithFileAndLine) {
              Row{"# t\nlike  base.case\nwithout  clock\nexpect\n",
                  "x.case: line 3: base.case has no 'clock'"},
              Row{"# t\nlike  base.case\npower-on\nexpect\n",
-                 "x.case: after power-on there is no working copy that could hold settings"},
+                 "x.case: settings are not allowed with power-on: there is no working copy yet"},
              Row{"# t\nlike  base.case\nexpect\n- print  z\n",
                  "x.case: line 4: 'print  z' is not in the base"},
              Row{"# t\ncommand  rc\nwithout  setting a\nexpect\n",
-                 "x.case: line 3: 'without' is no line of a case"},
+                 "x.case: line 3: 'without' is not a line of a case"},
          })
         EXPECT_EQ(error_of("x.case", row.text), row.message);
-    // A circle of two.
+    // Two cases that are like each other.
     put("x.case", "# t\nlike  like.case\nexpect\n");
     EXPECT_EQ(error_of("like.case", "# t\nlike  x.case\nexpect\n"),
               "like.case: line 2: x.case is itself like another case; only a whole case can be a "
@@ -370,7 +370,7 @@ TEST_F(CaseFiles, AnExpectationKeepsItsForm) {
         return std::get<CaseFile>(read_case_file(folder_ / name));
     };
     EXPECT_EQ(expectation(read("base.case"), "print  b\nexit   0\n"), "print  b\nexit   0\n");
-    // Changes that no longer fit do not keep them from being written anew.
+    // Changes that no longer fit do not prevent their update.
     put("x.case", "# t\nlike  base.case\nexpect\n- print  z\n");
     const CaseFile stale = read("x.case");
     EXPECT_TRUE(stale.wrong_changes.ends_with("x.case: line 4: 'print  z' is not in the base"));

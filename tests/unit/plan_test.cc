@@ -114,11 +114,12 @@ TEST(Cases, ErrorsAreNamed) {
              Row{"", "there is no line 'expect'"},
              Row{"# t\nexpect\n", "there is no command"},
              Row{"command rc\nexpect\n", "there is no title"},
-             Row{"# t\nbogus x\n", "line 2: 'bogus' is no line of a case"},
+             Row{"# t\nbogus x\n", "line 2: 'bogus' is not a line of a case"},
              Row{"# t\nsetting novalue\n", "line 2: a setting is written KEY=VALUE"},
              Row{"# t\nsetting a=1\nsetting a=2\n", "line 3: 'a' is set twice"},
              Row{"# t\n     | x\n", "line 2: a body line belongs under a file or an output"},
-             Row{"# t\nfile /x\n     x 0g\n", "line 3: '0g' is no byte of two hexadecimal digits"},
+             Row{"# t\nfile /x\n     x 0g\n",
+                 "line 3: '0g' is not a byte; expected two hexadecimal digits"},
              Row{"# t\nfile /x\n     z 0\n", "line 3: a 'z' line takes a number of zero bytes"},
              Row{"# t\ninterface a - 67\n", "line 2: no interface has an MTU below 68"},
              Row{"# t\nuptime 4294967296\n",
@@ -131,7 +132,7 @@ TEST(Cases, ErrorsAreNamed) {
              Row{"# t\npid 0\n", "line 2: pid takes a number from 1 to 4194304"},
              Row{"# t\ndeny /x\n", "line 2: deny takes a path and a mode"},
              Row{"# t\ncommand rc\npower-on\nsetting a=1\nexpect\n",
-                 "after power-on there is no working copy that could hold settings"},
+                 "settings are not allowed with power-on: there is no working copy yet"},
          }) {
         const auto parsed = parse_case(row.text);
         ASSERT_TRUE(std::holds_alternative<CaseError>(parsed)) << row.text;
@@ -163,13 +164,13 @@ TEST(ShellEffects, PlainLinesChangeFiles) {
     world.outputs["/sbin/route -n"] = "table\n";
     apply_file_effects(world, "/sbin/route -n >> /x 2>&1");
     EXPECT_EQ(*world.get("/x"), "table\n");
-    // A number right before ">" is a descriptor; of 2, nothing is stated.
+    // A number directly before ">" is a descriptor; the output to descriptor 2 is not stated.
     apply_file_effects(world, "echo domain 2>>/x");
     EXPECT_EQ(*world.get("/x"), "table\n");
     apply_file_effects(world, "echo one 1>/x 2>/y");
     EXPECT_EQ(*world.get("/x"), "one\n");
     EXPECT_EQ(*world.get("/y"), "");
-    // What follows "&" is a command of its own.
+    // The text after "&" is a separate command.
     apply_file_effects(world, "echo two & >/y");
     EXPECT_EQ(*world.get("/y"), "");
     apply_file_effects(world, "echo two >/y & ");

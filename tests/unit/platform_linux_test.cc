@@ -6,16 +6,27 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
+#include <functional>
 #include <iterator>
 
 #include "core/command.h"
 #include "core/platform.h"
 #include "core/run_markers.h"
 #include "wan/unused.h"
+
+// Memory that becomes short: the linker puts this in realloc's place.
+static int allocations_left = -1;  // negative: as many as are wanted
+extern "C" void* __real_realloc(void* memory, size_t size);
+extern "C" void* __wrap_realloc(void* memory, size_t size) {
+    if (allocations_left == 0) return nullptr;
+    if (allocations_left > 0) allocations_left--;
+    return __real_realloc(memory, size);
+}
 
 namespace {
 
@@ -28,6 +39,12 @@ class PlatformTest : public testing::Test {
     static std::string content(const std::string& file) {
         std::ifstream stream(file);
         return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    unsigned mode_of(const char* name) const {
+        struct stat found = {};
+        EXPECT_EQ(stat(path(name).c_str(), &found), 0);
+        return found.st_mode & 07777;
     }
 
   private:
@@ -61,11 +78,87 @@ TEST_F(PlatformTest, MessagesComeBeforeTheOutputOfLaterCommands) {
 }
 
 TEST_F(PlatformTest, APipeIsReadAndWaitedFor) {
-    std::optional<std::string> output;
+    OwnedText output;
     EXPECT_EQ(WEXITSTATUS(myPipe("echo one; echo two; exit 4", output)), 4);
-    EXPECT_EQ(output, "one\ntwo\n");
+    EXPECT_STREQ(output.get(), "one\ntwo\n");
     myPipe("true", output);
-    EXPECT_EQ(output, "");
+    EXPECT_STREQ(output.get(), "");
+}
+
+// Runs what it is given in a child process and returns the child's status.
+int status_of(const std::function<int()>& inside) {
+    const pid_t child = fork();
+    if (child == 0) _exit(inside());
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status;
+}
+
+TEST_F(PlatformTest, ARunGoesOnWhenNobodyReadsItsOutput) {
+    EXPECT_EQ(status_of([&] {
+                  platform::prepare_process();
+                  int ends[2] = {};
+                  if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) < 0) return 1;
+                  close(ends[0]);
+                  close(ends[1]);
+                  print("nobody reads this\n");
+                  SYSTEM("echo run > %s", path("run").c_str());
+                  return 0;
+              }),
+              0);
+    EXPECT_EQ(content(path("run")), "run\n");
+}
+
+TEST_F(PlatformTest, ACommandHasTheDefaultActionForABrokenPipe) {
+    EXPECT_EQ(status_of([] {
+                  // As some web servers start their programs.
+                  signal(SIGPIPE, SIG_IGN);
+                  platform::prepare_process();
+                  const int status = platform::run_shell("kill -PIPE $$");
+                  return WIFSIGNALED(status) && WTERMSIG(status) == SIGPIPE ? 0 : 1;
+              }),
+              0);
+}
+
+TEST_F(PlatformTest, NoFileGetsTheNumberOfAStandardDescriptor) {
+    EXPECT_EQ(status_of([&] {
+                  for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) close(file);
+                  platform::prepare_process();
+                  FILE* stream = platform::open_file(path("rules").c_str(), "w");
+                  if (!stream || fileno(stream) <= STDERR_FILENO) return 1;
+                  fputs("iptables\n", stream);
+                  fflush(stream);
+                  print("a message\n");
+                  fflush(stdout);
+                  fclose(stream);
+                  return 0;
+              }),
+              0);
+    EXPECT_EQ(content(path("rules")), "iptables\n");
+}
+
+TEST_F(PlatformTest, OthersCannotWriteFilesThatARunMakes) {
+    EXPECT_EQ(status_of([&] {
+                  umask(0);
+                  platform::prepare_process();
+                  fclose(platform::open_file(path("plain").c_str(), "w"));
+                  fclose(platform::open_secret_file(path("secret").c_str(), "w"));
+                  fclose(platform::open_file(path("after").c_str(), "w"));
+                  SYSTEM("echo > %s", path("made").c_str());
+                  return 0;
+              }),
+              0);
+    EXPECT_EQ(mode_of("plain"), 0644u);
+    EXPECT_EQ(mode_of("secret"), 0600u);
+    EXPECT_EQ(mode_of("after"), 0644u);
+    EXPECT_EQ(mode_of("made"), 0644u);
+}
+
+TEST_F(PlatformTest, ASecretFileThatOthersCouldReadBecomesPrivate) {
+    fclose(platform::open_file(path("old").c_str(), "w"));
+    ASSERT_EQ(chmod(path("old").c_str(), 0666), 0);
+    fclose(platform::open_secret_file(path("old").c_str(), "w"));
+    EXPECT_EQ(mode_of("old"), 0600u);
 }
 
 volatile sig_atomic_t signals = 0;
@@ -76,20 +169,23 @@ TEST_F(PlatformTest, ASignalDoesNotEndAPipe) {
     counting.sa_handler = [](int) { signals = signals + 1; };
     struct sigaction before = {};
     ASSERT_EQ(sigaction(SIGUSR1, &counting, &before), 0);
-    std::optional<std::string> output;
+    OwnedText output;
     myPipe(
         "echo one; until grep -q '^State:.S' /proc/$PPID/status; do :; done; kill -USR1 $PPID;"
         " until grep -q '^State:.S' /proc/$PPID/status; do :; done; echo two",
         output);
     sigaction(SIGUSR1, &before, nullptr);
-    EXPECT_EQ(output, "one\ntwo\n");
+    EXPECT_STREQ(output.get(), "one\ntwo\n");
     EXPECT_EQ(signals, 1);
 }
 
-TEST_F(PlatformTest, APipeWithoutEndIsCutOff) {
-    std::optional<std::string> output;
+TEST_F(PlatformTest, APipeThatPrintsMoreThanMemoryHoldsIsAbsent) {
+    OwnedText output;
+    allocations_left = 1000;
     EXPECT_EQ(myPipe("yes 2>/dev/null", output), 0);
-    EXPECT_EQ(output, std::nullopt);
+    EXPECT_EQ(allocations_left, 0);
+    allocations_left = -1;
+    EXPECT_FALSE(output);
 }
 
 TEST_F(PlatformTest, FilesAreCreatedAndRemoved) {

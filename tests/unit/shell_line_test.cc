@@ -1,4 +1,4 @@
-// Shell lines taken apart.
+// The lexer of shell lines.
 
 #include "core/shell_line.h"
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-// Words in [], redirections as <descriptor sign word>, operators and comments as they stand.
+// Words in [], redirections as <descriptor sign word>, operators and comments unchanged.
 std::string shown(std::string_view text) {
     std::string out;
     for (const ShellPiece& piece : shell_pieces(text)) {

@@ -138,7 +138,8 @@ TEST(Text, ScanNumberDistinguishesNoNumberFromZero) {
     EXPECT_EQ(scan_number(""), std::nullopt);
     EXPECT_EQ(scan_number("/proc/uptime"), std::nullopt);
     EXPECT_EQ(scan_number("-"), std::nullopt);
-    EXPECT_EQ(scan_number("99999999999999999999999"), std::nullopt);
+    EXPECT_EQ(scan_number("-99999999999999999999999"), INT64_MIN);
+    EXPECT_EQ(scan_number("99999999999999999999999"), INT64_MAX);
 }
 
 TEST(Text, NumbersEndWithTheirText) {

@@ -1,4 +1,4 @@
-"""Results of campaigns, known reasons for survivors, and the section about both."""
+"""Results of campaigns, known reasons for survivors, and the record of both."""
 import collections
 import difflib
 import json
@@ -24,9 +24,9 @@ def save(path, result):
 
 
 class Equivalents:
-    """The mutants that behave as the original, each with the reason: the file tools/mutate.equivalent.
+    """The mutants that behave as the original, each with the reason, from the file tools/mutate.equivalent.
 
-    A line "file: NAME" begins one; "| " precedes the lines of its difference; the others are the reason.
+    A line "file: NAME" begins an entry; "| " precedes the lines of its difference; its other lines are the reason.
     """
 
     def __init__(self, path):
@@ -68,7 +68,7 @@ def percent(part, whole):
 
 
 def counts(tried, equivalents):
-    """The numbers of mutants, caught, survived, and survivors that behave as the original."""
+    """The numbers of mutants, of caught ones, of survivors, and of survivors that behave as the original."""
     survivors = [one for one in tried if not one["caught_by"]]
     return len(tried), len(tried) - len(survivors), len(survivors), sum(bool(equivalents.reason(one)) for one in survivors)
 
@@ -97,25 +97,26 @@ def grouped(tried, key, equivalents):
 
 
 INTRODUCTION = """\
-A mutant is a copy of one source in which one thing is changed: a character of a text, a number by one, a comparison, a
-sign, a truth; two neighbouring statements (declarations aside) or rows change places; a statement or what stands behind
-an else is left out. The place is drawn by chance from all places of src/core, rc, lan, wan, sched, firewall and wireless
-(without main and what the recording platform takes the place of) and of the settings store; a seed gives the same mutants
-again. One that does not compile with warnings as errors, or that the compiler makes the same object of, at -Os or at -O2,
-is drawn again. The cases are played with each mutant, then the unit tests; it survives when all of them pass. What
-behaves as the original is a survivor with a reason, below. A date is that of the run."""
+A mutant is a copy of one source with one change: another character in a text, a number plus or minus one, another
+comparison, sign or truth value; two neighbouring statements (except declarations) or rows exchanged; a statement or the
+branch after an else deleted. The place is drawn at random from all places of src/core, rc, lan, wan, sched, firewall and
+wireless (without main and the code that the recording platform replaces) and of the settings store; the same seed draws
+the same mutants. A mutant is replaced by another if it does not compile with warnings as errors, or if the compiler
+produces the same object as from the original at -Os or -O2. The cases are played with each mutant, then the unit tests; it
+survives if all of them pass. Below, each survivor that behaves as the original is listed with the reason. A date is that
+of the run."""
 
 
 def section(results, equivalents):
-    """The results of several campaigns; of each seed, the last one counts."""
+    """The results of several campaigns; the last one of each seed counts."""
     yield from ["## Mutation", "", *INTRODUCTION.splitlines(), ""]
     rows = []
     for result in results:
         drawn, caught, survived, same = counts(result["tried"], equivalents)
         rows.append((result["date"], result["note"], f"`{result['command']}`", drawn, caught, percent(caught, drawn),
                      survived, same, percent(caught, drawn - same)))
-    yield from table(["date", "tests", "command", "mutants", "caught", "share", "survived", "of them equal in behaviour",
-                      "caught of the others"], rows)
+    yield from table(["date", "tests", "command", "mutants", "caught", "share", "survived", "equivalent survivors",
+                      "caught without these"], rows)
 
     last = list({result["seed"]: result for result in results}.values())
     seeds = " and ".join(str(result["seed"]) for result in last)
@@ -124,21 +125,21 @@ def section(results, equivalents):
     cases = sum(name.endswith(".case") for name in caught)
     ended = sum(" end" in name for name in caught)
     again = sum(result["again"] for result in last)
-    yield from [f"By folder, and by what is changed; seed {seeds}, the last run of each. Of the {len(caught)} caught,"
-                f" {cases} changed", f"a case's transcript, {ended} crashed or did not end, and unit tests failed with"
-                f" {len(caught) - cases - ended}. {again} were drawn again.", ""]
-    heads = ["mutants", "caught", "survived", "of them equal in behaviour"]
+    yield from [f"The tables below count the last run of seed {seeds}, by folder and by kind of change. Of the"
+                f" {len(caught)} caught mutants,", f"{cases} changed a case's transcript, {ended} crashed or did not end, and"
+                f" {len(caught) - cases - ended} made unit tests fail. {again} mutants were replaced.", ""]
+    heads = ["mutants", "caught", "survived", "equivalent survivors"]
     yield from table(["folder", *heads], grouped(tried, lambda one: os.path.dirname(one["file"]), equivalents))
     yield from table(["changed", *heads], grouped(tried, lambda one: one["operator"], equivalents))
 
-    yield from ["The survivors of these runs, and why each stays:", ""]
+    yield from ["The survivors of these runs, each with the reason why no test can catch it:", ""]
     seen = set()
     for one in sorted(tried, key=lambda one: (one["file"], one["line"])):
         mark = (one["file"], tuple(one["difference"]))
         if one["caught_by"] or mark in seen:
             continue
         seen.add(mark)
-        yield f"- {one['file']}:{one['line']}, {one['operator']}: {equivalents.reason(one) or 'not looked into yet'}"
+        yield f"- {one['file']}:{one['line']}, {one['operator']}: {equivalents.reason(one) or 'not examined yet'}"
         yield from ["", "  ```diff", *("  " + line for line in one["difference"]), "  ```", ""]
     if not seen:
         yield from ["None.", ""]

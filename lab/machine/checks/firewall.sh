@@ -8,8 +8,8 @@ refused() {
 
 step "The firewall's rules are on ppp0"
 # Both the end of `rc wan start` and ip-up restart the services. The later run ends the earlier one, but not the script
-# of QoS that it has started; which lines tc refuses to the two then depends on how fast the link came up. So the firewall
-# is looked at after a restart of its own.
+# of QoS that it has started; which lines tc refuses to the two then depends on how fast the link came up. So the checks
+# restart the firewall first.
 comes "the script of QoS, started in the background, has ended" not_running qos.conf
 forget_firewall
 console rc firewall restart
@@ -34,7 +34,7 @@ no_answer "the web server's own port from outside" provider "http://$wan/"
 in_net provider ip route add 192.168.1.0/24 via "$wan"
 no_answer "a computer's own address from outside" provider http://192.168.1.40/cgi-bin/who
 counted "and is dropped before routing" nat PRE_BASIC NFQUEUE
-# The machine's log is read whole, beside the router: nothing else writes such lines.
+# The machine's log is read outside the router; nothing else writes such lines.
 log=$(dmesg | grep -o '\[[A-Z][A-Za-z ]*\]IN=[a-z0-9]* OUT=[a-z0-9]*' | sort -u)
 same "the kernel's log has the outgoing connection" "[Out Going]IN=br0 OUT=ppp0" "$(echo "$log" | grep -F '[Out Going]')"
 same "and the forwarded port" "[PORT FORWARD]IN=ppp0 OUT=br0" "$(echo "$log" | grep -F '[PORT FORWARD]')"

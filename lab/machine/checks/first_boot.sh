@@ -1,4 +1,4 @@
-# The machine is switched on for the first time: its flash holds no settings yet.
+# The machine is switched on for the first time: its flash has no settings yet.
 # shellcheck shell=bash
 
 new_pc pc1 02:00:00:00:00:11
@@ -53,7 +53,7 @@ field=$'\x02'
 qos_record() {
     printf '%s' "1$field$1$field$2$field$3${field}0${field}tcp${field}0${field}0${field}0$field$4$separator"
 }
-# The password has the characters that mean something to a shell, but for the single quote: see docs/lab.md.
+# The password has all characters that are special to a shell, except the single quote: see docs/lab.md.
 router nvram import - << END
 wan_mode=pppoe
 pppoe_username=user@provider.example
@@ -71,7 +71,7 @@ fw_block_keyword=casino
 time_daylight=1
 END
 console nvram set "qos=$(qos_record 0 surfing 80 0)$(qos_record 1 pages 80 2)"
-# Saturday from half past twelve to one, and the night in which summer begins in London.
+# Saturday from 12:30 to 13:00, and the night in which summer time begins in London.
 console nvram set "fw_schedule=6:12:30-13:0${separator}0:1:30-2:30"
 # shellcheck disable=SC2016
 same "the password as entered" 'a"b$c`d\e%f' "$(setting pppoe_password)"

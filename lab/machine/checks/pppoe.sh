@@ -16,7 +16,7 @@ same "the user name and service there" "$links_user; gold line" \
         "$root/var/lab/pppd.words")"
 same "eth2.2's MTU" 1492 "$(mtu_of eth2.2)"
 mtu=$(mtu_of ppp0)
-# pppd takes the eight bytes of PPPoE off the port's 1492.
+# pppd subtracts the eight bytes of PPPoE from the port's 1492.
 same "ppp0's MTU" 1484 "$mtu"
 same "the MAC address that the provider sees" "$board_wan_mac" \
     "$(ps | sed -n 's/.*[p]ppoe .* -e [0-9]*:\([0-9a-f:]*\).*/\1/p' | sort -u)"

@@ -7,14 +7,14 @@ keyword_rules() {
     rules filter HTTP '--string' | wc -l
 }
 
-# set_clock DATE TIME: UTC, which is the router's zone.
+# set_clock DATE TIME: in UTC, the router's time zone.
 set_clock() {
     printf '(the clock is set to %s %s)\n' "$1" "$2"
     date -u -s "$1 $2" > /dev/null
 }
 
-# start_cron_before DATE TIME EDGE: sets the clock to shortly before the edge and starts cron, which must read the clock
-# before the edge, or it takes that minute's jobs for done. Where the machine was too slow, it is tried again.
+# start_cron_before DATE TIME EDGE: sets the clock to shortly before the edge and starts cron. If cron reads the clock only
+# after the edge, it skips that minute's jobs; if the machine was too slow for that, this tries again.
 start_cron_before() {
     while :; do
         set_clock "$1" "$2"
@@ -31,7 +31,7 @@ stop_cron() {
     comes "cron has ended" not_running cron
 }
 
-# edge_is_past OPEN RULES: what cron has run has looked at the clock, and has ended.
+# edge_is_past OPEN RULES: the command that cron has run has read the clock and has ended.
 edge_is_past() {
     [ "$(cat "$root/tmp/cron_schedule")" = "$1" ] && [ "$(keyword_rules)" = "$2" ] && services_are_up
 }
@@ -60,8 +60,8 @@ comes "rc firewall start has run: the rule is gone" edge_is_past 0 0
 reaches "a page with the keyword" shop "$wan" pc1 "http://$shop/cgi-bin/casino"
 stop_cron
 
-# at DATE TIME WANTED: whether the schedule is open in that minute. If the minute was over before rc was through, it is
-# tried again. The first second is left out, since summer time includes that of its end.
+# at DATE TIME WANTED: whether the schedule is open in that minute. If the minute ended before rc did, this tries again. It
+# skips the minute's first second, because summer time includes the first second after its end.
 at() {
     until
         set_clock "$1" "$2:01"

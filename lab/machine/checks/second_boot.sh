@@ -1,4 +1,4 @@
-# The machine is switched on again, with the flash as the power cut has left it: its owner's settings dial by PPPoE.
+# The machine is switched on again, with the flash as the power cut has left it: the stored settings dial by PPPoE.
 # shellcheck shell=bash
 
 shop=198.51.100.81

@@ -1,7 +1,7 @@
 # The router dials by PPTP and L2TP.
 # shellcheck shell=bash
 
-# The other links are to be seen without what the services do about them.
+# The other links are checked without the services, which would react to them.
 console nvram set qos_enable=0
 
 step "PPTP over a fixed address, with MS-CHAP v2 and MPPE as the server demands"
@@ -17,11 +17,11 @@ pptp_server=$tunnel_server
 pptp_username=$links_user
 pptp_password=${password//\\/\\\\}
 END
-# The call's GRE belongs to the server's connection only for a kernel that follows PPTP. One of the router's age does so by
-# itself, where it has the helper; today's wants to be told, or the firewall drops the answers.
+# The firewall accepts the call's GRE packets only if the kernel tracks PPTP connections. A kernel of the router's age does
+# so if it has the helper; a current kernel must be configured to, or the firewall drops the answers.
 router /usr/lab/iptables -w -t raw -A OUTPUT -p tcp --dport 1723 -j CT --helper pptp
-# The line that rc gives to pppd does not ask for MPPE, and Debian's pppd turns it down then. A board whose providers
-# want it has that in pppd's own options.
+# The options that rc gives to pppd do not request MPPE, and then Debian's pppd refuses it. A board whose providers need
+# MPPE enables it in pppd's options file.
 echo require-mppe-128 > "$root/etc/ppp/options"
 console rc wan start
 comes "the link is up: /tmp/wan_uptime, and an address of ppp0" link_is_up
@@ -38,7 +38,7 @@ comes "pppd has ended, and ppp0 is gone" link_is_down
 
 step "L2TP over a fixed address, with MS-CHAP v2"
 for_step "adapter l2tpd, adapter pppd"
-# In pppd's secrets a percent sign would stay doubled: see docs/lab.md.
+# No percent sign, which would stay doubled in pppd's secrets: see docs/lab.md.
 password=${password%\%*}
 links_secrets "$password"
 start_l2tp_server

@@ -1,15 +1,15 @@
 # The board: the router's process tree, its ports, its flash.
 # shellcheck shell=bash
 
-# An emulated processor that shares a busy host is slow: it needs more time, and has none to spare for many tries.
+# An emulated processor on a busy host is slow, so waits try less often.
 hang_limit=$((4 * hang_limit))
 try_pause=0.5
 
-# Where the machine's image has the router.
+# The router's root in the machine's image.
 root=/router
 
-# plug_router: the switch is one port, eth2, whose VLANs 1 and 2 are the LAN and the line. The router's end of that is
-# made by its own boot script.
+# plug_router: the switch is one port, eth2, whose VLANs 1 and 2 are the LAN and the line. The router's boot script creates
+# the VLAN interfaces of its end.
 plug_router() {
     : > "$world/net/router"
     mount --bind /proc/1/ns/net "$world/net/router"
@@ -28,7 +28,7 @@ booted() {
     [ -e "$root/var/lab/booted" ]
 }
 
-# power_on: the router boots by itself, as from its inittab.
+# power_on: the router boots without input, as from its inittab.
 power_on() {
     plug_router
     mount -t sysfs sysfs "$root/sys"
@@ -52,7 +52,7 @@ flash_bytes() {
     dd if=/dev/mtd0 bs=1 skip=$(($1)) count="$2" 2>/dev/null | xxd -p
 }
 
-# install -m MODE FILE PLACE: the machine's busybox has no such program.
+# install -m MODE FILE PLACE: because the machine's busybox lacks that program.
 install() {
     cp "$3" "$4"
     chmod "$2" "$4"

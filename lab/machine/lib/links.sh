@@ -1,12 +1,12 @@
-# The far ends of the router's links, all at the provider: a PPPoE concentrator, a PPTP server and an L2TP server, from
-# Debian's packages as they are. The machine's pppd is that of both sides, so each has its own names and options.
+# The provider's ends of the router's links: a PPPoE concentrator, a PPTP server and an L2TP server, from unmodified Debian
+# packages. Both sides share the machine's pppd, so each has separate names and options.
 # shellcheck shell=bash
 
 links_user=user@provider.example
 tunnel_server=198.51.100.90
 second_dns=203.0.113.54
 
-# The provider's secrets: a password in double quotes, where pppd reads backslashes as escapes.
+# The provider's secrets. Passwords are in double quotes, in which pppd reads backslashes as escapes.
 links_secrets() {
     local escaped=${1//\\/\\\\} kind
     escaped=${escaped//\"/\\\"}
@@ -15,7 +15,7 @@ links_secrets() {
     done
 }
 
-# links_options NAME OPTION...: of the provider's pppd.
+# links_options NAME OPTION...: writes an options file of the provider's pppd.
 links_options() {
     local name=$1
     shift
@@ -29,7 +29,7 @@ start_pppoe_server() {
         -L 10.64.0.1 -R 10.64.0.2 -N 1 -O "$world/pppoe.options" 9>&- > "$world/pppoe-server.log" 2>&1
 }
 
-# MPPE needs keys that only MS-CHAP makes.
+# MPPE needs keys, which only MS-CHAP creates.
 start_pptp_server() {
     links_options pptp refuse-pap refuse-chap require-mschap-v2 require-mppe-128 "ms-dns $provider_dns" "ms-dns $second_dns" nobsdcomp \
         nodeflate
@@ -44,7 +44,7 @@ start_pptp_server() {
     in_net provider pptpd -c "$world/pptpd.conf" 9>&- > "$world/pptpd.log" 2>&1
 }
 
-# A client that is told to "refuse authentication" has its pppd refuse PAP and CHAP; MS-CHAP is what is left.
+# With "refuse authentication" the client's pppd refuses PAP and CHAP, so only MS-CHAP is left.
 start_l2tp_server() {
     links_options l2tp refuse-pap refuse-chap require-mschap-v2 "ms-dns $provider_dns" "ms-dns $second_dns" noccp
     {

@@ -1,4 +1,4 @@
-// Finds the best set of choices that covers what is wanted.
+// Finds the best set of choices that covers all wanted things.
 
 #include "plan/diff/cover.h"
 

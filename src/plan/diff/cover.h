@@ -1,4 +1,4 @@
-// The best set of choices that covers what is wanted.
+// The best set of choices that covers all wanted things.
 #ifndef RC_PLAN_DIFF_COVER_H
 #define RC_PLAN_DIFF_COVER_H
 
@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-// A choice that is at hand: what it covers, one bit for each thing, and what it costs.
+// A possible choice: the things that it covers, one bit each, and its costs.
 struct Choice {
     uint32_t covers = 0;
     int commands = 0;
@@ -15,8 +15,8 @@ struct Choice {
 
 enum class Prefer { FewestChoices, FewestCommands };
 
-// The best choices, by index in order, that cover all that is wanted as far as any choice covers
-// it. All combinations are looked at, so there should be no more than some twenty choices.
+// The indices of the best choices, in order, that together cover every wanted thing that any choice
+// covers. It tries all combinations, so there should be at most about twenty choices.
 std::vector<size_t> best_cover(uint32_t wanted, std::span<const Choice> choices, Prefer prefer);
 
 #endif

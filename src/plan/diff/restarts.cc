@@ -140,7 +140,7 @@ class Adviser {
     const std::vector<Candidate> candidates_ = all_candidates();
     Boot boot_a_;
     Boot boot_b_;
-    // By candidate. Groups have no effects of their own.
+    // By candidate. Groups only have the effects of their applications.
     std::vector<Run> runs_;
     std::vector<ChangedEffects> effects_;
     std::vector<Choice> choices_;
@@ -191,14 +191,15 @@ Played Adviser::play_stops(const Settings& settings) const {
     for (const Candidate& candidate : candidates_) {
         if (candidate.group) continue;
         Run run = run_on(router, {"rc", candidate.words[0], "stop"});
-        // Nested runs stop other applications, which are parts of their own.
+        // Nested runs stop other applications, which are separate parts.
         played.parts.push_back(lasting(run.transcript, Nested::Not));
         played.settings_read.merge(run.settings_read);
     }
     return played;
 }
 
-// A restart stops an application with B's settings, so what only A's settings know would remain.
+// A restart stops an application with B's settings, so things known only from A's settings would
+// remain.
 std::vector<StopBefore> Adviser::stops_before() const {
     const std::vector<Difference> parts =
         differences(a_, b_, [this](const Settings& settings) { return play_stops(settings); });

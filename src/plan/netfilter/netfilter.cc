@@ -1,5 +1,5 @@
-// Plays iptables over tables in memory: chains, policies and the order of rules. What rules match
-// is not looked at here.
+// Simulates iptables over tables in memory: chains, policies and the order of rules, but not their
+// matches.
 
 #include "plan/netfilter/netfilter.h"
 
@@ -22,7 +22,7 @@ constexpr BuiltIn built_in_chains[] = {
     {"mangle", "FORWARD"},  {"mangle", "OUTPUT"},  {"mangle", "POSTROUTING"},
 };
 
-// The targets that rc's rules name, and the table that one is tied to.
+// The targets in rc's rules, and the only table in which each is valid, if any.
 struct Target {
     std::string_view name;
     std::string_view table;
@@ -38,7 +38,7 @@ struct Call {
     std::string table = "filter";
     char command = '\0';  // the letter of -A, -D, -F, -I, -N, -P, -X
     std::string chain;
-    // Of -I and -D: the rule's place, from 1.
+    // Of -I and -D: the rule's number, from 1.
     std::optional<size_t> number;
     std::string policy;
     Rule rule;
@@ -69,8 +69,8 @@ bool is_option(std::string_view word) {
     return word.starts_with('-') && word.size() > 1;
 }
 
-// Reads the words behind "iptables". Options may stand in any order; those that are neither the
-// table nor the command belong to the rule.
+// Reads the words after "iptables". Options may be in any order; those that are neither the table
+// nor the command belong to the rule.
 class CallReader {
   public:
     explicit CallReader(const std::vector<std::string>& words) : words_(words) {}
@@ -107,7 +107,7 @@ std::optional<Refusal> CallReader::read(Call& call) {
     return std::nullopt;
 }
 
-// What stands behind an option belongs to it, whatever it looks like.
+// The words after an option belong to it, whatever they look like.
 void CallReader::keep_option(Rule& rule, const std::string& word) {
     const size_t start = at_ - 1;
     const RuleOption* option = find_rule_option(word);
@@ -135,13 +135,13 @@ std::optional<Refusal> CallReader::read_command(Call& call, char command) {
     if (command == 'I' || command == 'D')
         if (const std::string* number = value()) {
             const std::optional<long long> place = scan_number(number->c_str());
-            if (!place || *place < 1) return Refusal{"'" + *number + "' is no number of a rule"};
+            if (!place || *place < 1) return Refusal{"'" + *number + "' is not a rule number"};
             call.number = static_cast<size_t>(*place);
         }
     return std::nullopt;
 }
 
-// The tables while lines are carried out.
+// The tables while lines are executed.
 class Tables {
   public:
     Tables();
@@ -177,7 +177,7 @@ Chain* Tables::find(const std::string& table, const std::string& name) {
 std::optional<Refusal> Tables::carry_out(const Call& call) {
     const bool known = std::ranges::any_of(
         built_in_chains, [&](const BuiltIn& chain) { return chain.table == call.table; });
-    // The kernel has more tables than rc knows.
+    // The kernel has more tables than rc uses.
     if (!known) return Refusal{"no table '" + call.table + "' is known here", true};
     if (call.command == 'F') return flush(call);
     if (call.command == 'N') return make(call);
@@ -229,7 +229,7 @@ std::optional<Refusal> Tables::remove(const Call& call) {
 std::optional<Refusal> Tables::set_policy(const Call& call, Chain& chain) {
     if (!chain.policy) return Refusal{"only built-in chains have a policy"};
     if (call.policy != "ACCEPT" && call.policy != "DROP")
-        return Refusal{"'" + call.policy + "' is no policy"};
+        return Refusal{"'" + call.policy + "' is not a policy"};
     chain.policy = call.policy;
     chain.policy_origin = call.rule.origin;
     return std::nullopt;
@@ -279,7 +279,7 @@ bool Tables::is_used(const Chain& chain) const {
     });
 }
 
-// Follows a transcript: what its files hold at each moment, and what its commands do.
+// Follows a transcript: the content of its files at each moment, and the effects of its commands.
 class Follower {
   public:
     explicit Follower(const World& before) : files_(before) {}
@@ -300,7 +300,7 @@ void Follower::follow(size_t index, const Event& event) {
     if (event.verb == "run" || event.verb == "pipe") run(index, event);
 }
 
-// Runs a line as the shell does: each of its commands, and the scripts that they name.
+// Executes a line as the shell does: each of its commands, and the scripts that they run.
 void Follower::run(size_t index, const Event& event) {
     for (const ScriptCommand& command : script_commands(event.text)) {
         carry_out(command, {index, 0});
@@ -314,7 +314,7 @@ void Follower::run_script(size_t index, const std::string& path) {
     if (!file) return;
     for (const ScriptCommand& command : script_commands(file->content())) {
         const FileLine& line = file->lines[command.line - 1];
-        // A line that no event's body holds stands where the script runs.
+        // A line that is in no event's body gets the place where the script runs.
         const bool written = !line.origins.empty() && line.origins.front().line > 0;
         carry_out(command, written ? line.origins.front() : Origin{index, 0});
     }

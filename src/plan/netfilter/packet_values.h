@@ -1,5 +1,5 @@
-// What rules and packets are made of, as iptables writes it: addresses, ports, MAC addresses,
-// flags. Each reader returns nothing for what iptables would refuse.
+// The values in rules and packets, as iptables writes them: addresses, ports, MAC addresses, flags.
+// Each reader returns nullopt for a text that iptables would refuse.
 #ifndef RC_PLAN_NETFILTER_PACKET_VALUES_H
 #define RC_PLAN_NETFILTER_PACKET_VALUES_H
 
@@ -21,7 +21,7 @@ struct NumberRange {
     bool holds(unsigned number) const { return first <= number && number <= last; }
 };
 
-// Where NAT leads: an address and a port, either of which may be missing.
+// A target of NAT: an address and a port, either of which may be missing.
 struct Endpoint {
     std::optional<Ipv4> address;
     std::optional<unsigned> port;
@@ -30,9 +30,9 @@ struct Endpoint {
 // TCP's flags with the values of its header.
 enum TcpFlag : unsigned { Fin = 1, Syn = 2, Rst = 4, Psh = 8, Ack = 16, Urg = 32 };
 
-// A whole number as iptables reads it: decimal, octal behind "0", hexadecimal behind "0x".
+// An integer as iptables reads it: decimal, octal after "0", hexadecimal after "0x".
 std::optional<unsigned> read_number(std::string_view text, unsigned least, unsigned most);
-// Four such numbers with dots.
+// Four such numbers separated by dots.
 std::optional<Ipv4> read_address(std::string_view text);
 // ADDRESS, ADDRESS/BITS or ADDRESS/MASK.
 std::optional<Net> read_network(std::string_view text);
@@ -46,7 +46,7 @@ std::optional<Endpoint> read_endpoint(std::string_view text);
 std::optional<unsigned> read_protocol(std::string_view text);
 // Six pairs of hexadecimal digits, in lower case.
 std::optional<std::string> read_mac(std::string_view text);
-// Names with commas between them, "ALL" or "NONE".
+// Names separated by commas, "ALL" or "NONE".
 std::optional<unsigned> read_tcp_flags(std::string_view text);
 // A number, or the name of an ICMP type; 255 is any.
 std::optional<unsigned> read_icmp_type(std::string_view text);

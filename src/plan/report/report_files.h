@@ -1,4 +1,4 @@
-// The report's files: those that the run leaves behind.
+// The report's files: those that the run leaves.
 #ifndef RC_PLAN_REPORT_REPORT_FILES_H
 #define RC_PLAN_REPORT_REPORT_FILES_H
 
@@ -6,7 +6,7 @@
 
 #include "plan/report/report_parts.h"
 
-// Appends the section, or nothing without any.
+// Appends the section, or nothing if the run leaves no files.
 void put_files(std::string& out, const Report& report);
 
 #endif

@@ -6,7 +6,7 @@
 
 #include "plan/report/report_parts.h"
 
-// Appends the section, or nothing without any rules.
+// Appends the section, or nothing if there are no rules.
 void put_firewall(std::string& out, const Report& report);
 
 #endif

@@ -6,7 +6,7 @@
 
 #include "plan/report/report_parts.h"
 
-// Each appends its section, or nothing when there is nothing to show.
+// Each appends its section, or nothing if the section would be empty.
 void put_settings(std::string& out, const Report& report);
 void put_facts(std::string& out, const Report& report);
 

@@ -1,4 +1,4 @@
-// The report's time line: every event of the run, in order.
+// The report's timeline: every event of the run, in order.
 #ifndef RC_PLAN_REPORT_REPORT_TIMELINE_H
 #define RC_PLAN_REPORT_REPORT_TIMELINE_H
 

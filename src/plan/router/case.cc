@@ -12,13 +12,16 @@
 
 namespace {
 
-// Every IPv4 link carries 68 bytes (RFC 791).
+// The minimum MTU of an IPv4 link (RFC 791).
 constexpr int least_mtu = 68;
 
 constexpr unsigned long most_zeros = 16u << 20;
 
-// Far beyond any router's, and no product of it overflows: 136 years.
+// 136 years: longer than any uptime, and short enough that no product overflows.
 constexpr long long longest_uptime = 4'294'967'295;
+
+// Between a setting that changes during the run and the command after which it does.
+constexpr std::string_view after_word = " after ";
 
 // The kernel's highest (proc(5), pid_max).
 constexpr int highest_pid = 4'194'304;
@@ -26,7 +29,7 @@ constexpr int highest_pid = 4'194'304;
 // Reads the lines above "expect".
 class CaseReader {
   public:
-    // Takes one line; what is wrong with it, or nothing.
+    // Reads one line. Returns the error in it, or "".
     std::string take(std::string_view line);
     // The same for a world file.
     std::string take_of_world(std::string_view line);
@@ -34,7 +37,7 @@ class CaseReader {
 
   private:
     Case result_;
-    // Where body lines go.
+    // The text to which body lines are appended.
     std::string* body_ = nullptr;
 
     std::string take_directive(std::string_view word, const std::string& rest);
@@ -61,7 +64,8 @@ std::string CaseReader::take(std::string_view line) {
 std::string CaseReader::take_of_world(std::string_view line) {
     std::string_view rest = line;
     const std::string word(take_field(rest, ' '));
-    for (const char* other : {"command", "setting", "flash", "factory", "power-on", "expect"})
+    for (const char* other :
+         {"command", "setting", "change", "flash", "factory", "power-on", "expect"})
         if (word == other) return format("'%s' does not belong into a world", word.c_str());
     return take(line);
 }
@@ -114,6 +118,15 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
         const bool legal = result_.world.pid >= 1 && result_.world.pid <= highest_pid;
         return legal ? "" : "pid takes a number from 1 to 4194304";
     }
+    if (word == "change") {
+        const size_t after = rest.find(after_word);
+        const auto assignment = split_assignment(rest.substr(0, after));
+        if (after == rest.npos || !assignment) return "change takes KEY=VALUE after COMMAND";
+        result_.world.changes.push_back({.after = rest.substr(after + after_word.size()),
+                                         .key = assignment->first,
+                                         .value = assignment->second});
+        return "";
+    }
     if (word == "environment") {
         const auto assignment = split_assignment(rest);
         if (!assignment) return "environment takes NAME=VALUE";
@@ -136,7 +149,7 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
         result_.world.hosts[words[0]] = words[1];
         return "";
     }
-    return format("'%s' is no line of a case", std::string(word).c_str());
+    return format("'%s' is not a line of a case", std::string(word).c_str());
 }
 
 std::string CaseReader::take_setting(Settings& settings, const std::string& text) {
@@ -171,7 +184,7 @@ std::string CaseReader::take_hex(std::string_view digits) {
         const std::string pair(take_field(digits, ' '));
         if (pair.size() != 2 || !isxdigit(static_cast<unsigned char>(pair[0])) ||
             !isxdigit(static_cast<unsigned char>(pair[1])))
-            return format("'%s' is no byte of two hexadecimal digits", pair.c_str());
+            return format("'%s' is not a byte; expected two hexadecimal digits", pair.c_str());
         *body_ += static_cast<char>(strtoul(pair.c_str(), nullptr, 16));
     }
     return "";
@@ -190,7 +203,7 @@ std::variant<Case, CaseError> parse_case(std::string_view text) {
             if (result.title.empty()) return CaseError{"there is no title"};
             if (result.power_on && !result.settings.empty())
                 return CaseError{
-                    "after power-on there is no working copy that could hold settings"};
+                    "settings are not allowed with power-on: there is no working copy yet"};
             result.head = whole.substr(0, whole.size() - text.size());
             result.expected = text;
             return result;

@@ -21,11 +21,11 @@ struct Case {
     // Everything else that the case states about the router.
     World world;
     std::string expected;
-    // The file up to and with its "expect" line, for rewriting the rest.
+    // The file up to and including its "expect" line, for rewriting the rest.
     std::string head;
 };
 
-// What is wrong with a case file, "line 3: ...".
+// An error in a case file: "line 3: ...".
 struct CaseError {
     std::string message;
 };
@@ -39,13 +39,14 @@ std::variant<World, CaseError> parse_world(std::string_view text);
 // The router as the case states it, settings included.
 World case_world(const Case& stated);
 
-// The words of a command line; double quotes hold a word together and may be empty.
+// The words of a command line. A word in double quotes may contain blanks and may be empty.
 std::vector<std::string> command_words(std::string_view line);
 
-// K=V as two texts; nothing without a "=".
+// K=V as two texts; nullopt if there is no "=".
 std::optional<std::pair<std::string, std::string>> split_assignment(std::string_view text);
 
-// How an expected transcript and a real one differ, line by line; empty when they do not.
+// The line-by-line difference between an expected transcript and a real one; empty if they are
+// equal.
 std::string transcript_difference(std::string_view expected, std::string_view actual);
 
 #endif

@@ -21,7 +21,7 @@ bool is_body_line(std::string_view line) {
     return line.find_first_not_of(' ') % 4 == 1;
 }
 
-// A transcript by entries: bodies[i] are the lines below entries[i].
+// A transcript split into entries: bodies[i] are the lines below entries[i].
 struct Entries {
     Lines entries;
     std::vector<Lines> bodies;
@@ -39,19 +39,19 @@ struct Entries {
     }
 };
 
-// Lines of the base while changes are applied to them.
+// The lines of the base while changes are applied.
 class EditedLines {
   public:
     explicit EditedLines(const Lines& lines)
         : lines_(lines), removed_(lines.size()), added_(lines.size() + 1) {}
 
-    // Moves behind this line: the next one, or the only one with this text. Returns what is wrong,
-    // or "".
+    // Moves to the place after this line: the next one, or the only one with this text. Returns an
+    // error, or "".
     std::string find(const std::string& line, const std::string& where);
     void remove_found() { removed_[next_ - 1] = true; }
     void add_here(const std::string& line) { added_[next_].push_back(line); }
 
-    // The line that find() has found last.
+    // The line that find() found last.
     size_t found() const { return next_ - 1; }
     bool is_kept(size_t index) const { return !removed_[index]; }
     const Lines& added_before(size_t index) const { return added_[index]; }
@@ -88,7 +88,7 @@ class Composer {
     explicit Composer(const Entries& base) : entries_(base.entries) {
         for (const Lines& body : base.bodies) bodies_.emplace_back(body);
     }
-    // Returns what is wrong with the line, or "".
+    // Returns the error in the line, or "".
     std::string take(std::string_view line);
     std::string text() const;
 
@@ -173,7 +173,7 @@ class Writer {
     Writer(const Lines& lines, std::string& out) : lines_(lines), out_(out) {
         for (const std::string& line : lines) times_[line]++;
     }
-    // Names a line, and before it as many as lead to it.
+    // Writes a line, and before it as many others as are needed to find it.
     void name(std::string_view sign, size_t index) {
         size_t from = index;
         while (from > next_ && times_.at(lines_[from]) > 1) from--;
@@ -181,7 +181,7 @@ class Writer {
         put(sign, lines_[index]);
         next_ = index + 1;
     }
-    // So that what is added stands before this line.
+    // Writes the context after which lines are added before this line.
     void go_before(size_t index) {
         if (next_ != index) name(keep, index - 1);
     }
@@ -213,7 +213,7 @@ struct Pair {
     size_t other;
 };
 
-// What two ranges of lines have in common, in order.
+// The lines that two ranges have in common, in order.
 std::vector<Pair> common(std::span<const std::string> base, std::span<const std::string> other,
                          Pair offset) {
     std::vector<Pair> pairs;
@@ -239,7 +239,8 @@ Lines whole_entries(const Entries& transcript) {
     return whole;
 }
 
-// Entries that both have. Those that are wholly the same go before such as have another body.
+// The entries that both have. Entries with equal bodies are matched before entries with different
+// bodies.
 std::vector<Pair> shared_entries(const Entries& base, const Entries& other) {
     std::vector<Pair> shared;
     Pair next = {.base = 0, .other = 0};
@@ -293,7 +294,7 @@ std::string changes_between(std::string_view base, std::string_view transcript) 
             body_changes(before.bodies[both.base], after.bodies[both.other]);
         const auto lines = static_cast<size_t>(std::ranges::count(changes, '\n'));
         if (lines > after.bodies[both.other].size() + 1) {
-            // Little is left of the body: the new one is shorter than the changes.
+            // Little of the body is left, so the new body is shorter than the changes.
             writer.name(drop, both.base);
             add_entry(both.other);
         } else if (lines > 0) {

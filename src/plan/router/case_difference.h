@@ -9,12 +9,12 @@
 
 #include "plan/router/case.h"
 
-// The whole transcript. An error names the line of the file, whose line `first_line` is the first
-// of the changes.
+// The whole transcript. An error has the line number in the file; the changes begin at line
+// `first_line`.
 std::variant<std::string, CaseError> apply_changes(std::string_view base, std::string_view changes,
                                                    int first_line);
 
-// The changes that make `transcript` of `base`: apply_changes reads the same transcript from them.
+// The changes that turn `base` into `transcript`: apply_changes gives the same transcript.
 std::string changes_between(std::string_view base, std::string_view transcript);
 
 #endif

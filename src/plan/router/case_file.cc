@@ -1,4 +1,4 @@
-// Reading case files. What a case inherits is joined as text, and then read as any other case.
+// Reads case files. An inherited case is joined as text and then parsed as a whole case.
 
 #include "plan/router/case_file.h"
 
@@ -22,11 +22,11 @@ namespace {
 struct Item {
     std::string directive;
     std::string key;   // of the things of this kind, which: "" where there is one only
-    std::string text;  // as it stands in the file
+    std::string text;  // as in the file
 };
 
 std::string key_of(std::string_view directive, const std::string& rest) {
-    for (const char* assigned : {"setting", "flash", "factory", "environment"})
+    for (const char* assigned : {"setting", "change", "flash", "factory", "environment"})
         if (directive == assigned) return rest.substr(0, rest.find('='));
     for (const char* whole : {"file", "output"})
         if (directive == whole) return rest;
@@ -44,7 +44,7 @@ Item item_of(std::string_view line) {
     return item;
 }
 
-// A file above "expect": its own items, and what it says about another.
+// A file above "expect": its own items, and its relation to another case.
 struct Head {
     std::string text;  // with the line "expect"
     int lines = 0;
@@ -53,7 +53,7 @@ struct Head {
     int like_line = 0;
     struct Without {
         int line;
-        Item item;  // what is left out
+        Item item;  // the item that is left out
     };
     std::vector<Without> without;
     // "line 3: ...", or empty.
@@ -99,8 +99,8 @@ std::optional<std::string> read_text(const std::string& path) {
     return file ? std::optional(std::move(text)) : std::nullopt;
 }
 
-// The file's own lines as a case by themselves, line by line at their places: whether each of them
-// is a line of a case does not depend on what is inherited.
+// The file's own lines as a case, each at its line number, so that errors in them are found
+// independently of the inherited lines.
 std::string own_lines(const Head& head) {
     std::string text;
     std::string_view rest = head.text;
@@ -128,7 +128,7 @@ std::string remove_inherited(std::vector<Item>& items, const Head& head) {
     return "";
 }
 
-// The head of a case that is like another, as that of a whole case.
+// The head of a case that is like another, in the form of a whole case's.
 std::string joined_head(const Head& head, std::vector<Item> inherited) {
     std::string text;
     for (const Item& own : head.items)
@@ -159,7 +159,7 @@ FileOrError whole_case(const std::string& path, const std::string& text) {
                     .wrong_changes = {}};
 }
 
-// `text` is that of the file at `path`, whose head is `head`.
+// `text` is the content of the file at `path`, and `head` its head.
 FileOrError joined_case(const std::string& path, const Head& head, std::string_view text) {
     const auto wrong = [&path](const std::string& what) { return CaseError{path + ": " + what}; };
     const auto wrong_base = [&](const std::string& what) {

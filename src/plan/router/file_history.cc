@@ -10,8 +10,8 @@
 
 namespace {
 
-// Adds what was written at the end. Where its own lines stand: line 1 of the event's body and on,
-// or the event's own line for all of them.
+// Appends written text. The origins of its lines are the lines of the event's body, from line 1, or
+// the event's own line for all of them.
 void extend(FollowedFile& file, std::string_view addition, size_t event, bool has_body) {
     size_t number = 0;
     for (const std::string_view text : body_lines(addition)) {
@@ -83,8 +83,7 @@ void FileHistory::write(size_t index, const Event& event) {
     world_.put(event.text, (before ? *before : "") + event.body);
 }
 
-// A shell line makes lines of its own (echo), or copies a file (cp) and with it what its lines come
-// from.
+// A shell line writes new lines (echo), or copies a file (cp) with the origins of its lines.
 void FileHistory::run(size_t index, const std::string& line) {
     for (const FileEffect& effect : file_effects(world_, line)) {
         if (!effect.content) {
@@ -123,7 +122,7 @@ void FileHistory::load(size_t index) {
     extend(files_[working_copy], *world_.get(working_copy), index, false);
 }
 
-// The working copy is an image of its own; a stored setting is its line.
+// Each setting that is stored is a line of the working copy.
 void FileHistory::set(size_t index, const Event& event) {
     const std::string* image = world_.get(working_copy);
     const size_t equals = event.text.find('=');
@@ -144,7 +143,7 @@ void FileHistory::set(size_t index, const Event& event) {
     }
 }
 
-// Flash gets the working copy's lines, and what is known of them.
+// Flash gets the working copy's lines with their origins.
 void FileHistory::commit() {
     const std::string* image = world_.get(working_copy);
     if (!image) return;

@@ -1,5 +1,5 @@
-// What files hold at each moment of a run, followed through its transcript: each line with the
-// places that made it.
+// The content of files at each moment of a run, from its transcript: each line with the places in
+// the transcript that wrote it.
 #ifndef RC_PLAN_ROUTER_FILE_HISTORY_H
 #define RC_PLAN_ROUTER_FILE_HISTORY_H
 
@@ -13,34 +13,34 @@
 
 struct FileLine {
     std::string text;
-    // None when the line was there before; several when it was written in pieces.
+    // Empty if the line existed before the run; several if it was written in pieces.
     std::vector<Origin> origins;
 };
 
 struct FollowedFile {
     std::string path;
     std::vector<FileLine> lines;
-    // The last line ends in a newline.
+    // Whether the last line ends in a newline.
     bool ended = true;
 
     std::string content() const;
-    // Whether it holds a zero byte: transcripts show such a content in hexadecimal.
+    // Whether it contains a zero byte: transcripts show such content in hexadecimal.
     bool binary() const;
     // Whether it is a text image of settings.
     bool image() const;
 };
 
-// A file whose lines come from nowhere yet.
+// A file whose lines have no origins yet.
 FollowedFile unfollowed_file(const std::string& path, std::string_view content);
 
 class FileHistory {
   public:
     explicit FileHistory(const World& before);
 
-    // Carries out what an event does to files.
+    // Applies an event's effects on files.
     void follow(size_t index, const Event& event);
 
-    // The file as it is by now; nullptr when there is none.
+    // The file in its current state; nullptr if it does not exist.
     const FollowedFile* find(const std::string& path) const;
 
   private:

@@ -43,7 +43,8 @@ std::string neighbour_of(const std::string& token) {
     return other;
 }
 
-// A setting in force: from the working copy, or if there is none from flash or the factory image.
+// A setting in force: from the working copy or, if that does not exist, from flash or the factory
+// image.
 std::optional<std::string> setting_of(const World& world, const std::string& key) {
     for (const char* path : {working_copy, flash_image, factory_image}) {
         const std::string* image = world.get(path);

@@ -178,6 +178,21 @@ void run_nested(const std::vector<std::string>& words) {
     played.transcript.depth--;
 }
 
+// Saves what another program saves while the run waits for this line.
+void save_meanwhile(const std::string& line) {
+    Recording& played = recording();
+    std::erase_if(played.world.changes, [&](const World::Change& change) {
+        if (change.after != line) return false;
+        played.transcript.add("change", change.key + "=" + change.value);
+        if (const std::string* image = played.world.get(working_copy)) {
+            Settings settings = read_settings(*image);
+            settings[change.key] = change.value;
+            played.world.put(working_copy, settings_image(settings));
+        }
+        return true;
+    });
+}
+
 }  // namespace
 
 Recording& recording() {
@@ -240,6 +255,7 @@ int run_shell(const char* line) {
     apply_file_effects(played.world, line);
     const std::vector<std::string> nested = nested_words(line);
     if (!nested.empty()) run_nested(nested);
+    save_meanwhile(line);
     return 0;
 }
 
@@ -252,6 +268,7 @@ FILE* open_pipe(const char* line) {
         errno = EMFILE;
         return nullptr;
     }
+    save_meanwhile(line);
     const auto found = played.world.outputs.find(line);
     auto* stream = new Stream{.path = line, .mode = "r", .content = {}, .before = {}};
     stream->content =
@@ -302,6 +319,11 @@ FILE* open_file(const char* path, const char* mode) {
     if (mode[0] == 'w') content->clear();
     auto* stream = new Stream{.path = path, .mode = mode, .content = content, .before = *content};
     return fopencookie(stream, mode, {read_stream, write_stream, seek_stream, close_stream});
+}
+
+// The plan does not record modes.
+FILE* open_secret_file(const char* path, const char* mode) {
+    return open_file(path, mode);
 }
 
 bool file_exists(const char* path) {

@@ -1,5 +1,5 @@
-// The shell lines whose effect on files the recording platform carries out: echo, cp, rm, and what
-// a program prints into a file.
+// The shell lines whose effect on files the recording platform carries out: echo, cp, rm, and
+// redirected output.
 
 #include "plan/router/shell_effects.h"
 
@@ -11,22 +11,22 @@
 
 namespace {
 
-// Where a program's output goes, or what else it writes.
+// The target of a program's output, or another file that it writes.
 struct Redirection {
     std::string path;
     bool append = false;
     bool output = false;
 };
 
-// A line of plain words with redirections: no expansion, no list of commands. Such a line means to
-// any shell what it means here.
+// A line of plain words with redirections, without expansions and lists of commands. Every shell
+// reads such a line in the same way.
 struct PlainCommand {
     std::vector<std::string> words;
     std::vector<Redirection> redirections;
 };
 
 bool add_redirection(PlainCommand& command, const ShellPiece& piece) {
-    // Complaints are not stated, wherever they go.
+    // The world states no error output, so its redirection is ignored.
     if (piece.descriptor == "2" && piece.sign == ">&" && piece.text == "1") return true;
     const bool append = piece.sign == ">>";
     if ((!append && piece.sign != ">") || piece.text.empty()) return false;
@@ -41,7 +41,7 @@ std::optional<PlainCommand> parse_plain(std::string_view line) {
     for (const ShellPiece& piece : shell_pieces(line)) {
         if (!piece.special.empty() || piece.unclosed) return std::nullopt;
         const bool redirects = piece.kind == ShellPiece::Kind::Redirection;
-        // rc's own "& >/dev/null" leaves an empty second command behind.
+        // rc's "& >/dev/null" has an empty second command.
         if (ended && !redirects) return std::nullopt;
         if (piece.kind == ShellPiece::Kind::Word) {
             command.words.push_back(piece.text);
@@ -57,7 +57,7 @@ std::optional<PlainCommand> parse_plain(std::string_view line) {
     return command;
 }
 
-// A redirection makes its file, whether anything is printed or not.
+// A redirection creates its file even if nothing is printed.
 std::vector<FileEffect> redirected(const World& world, const PlainCommand& command,
                                    const std::string& output) {
     std::vector<FileEffect> effects;
@@ -108,7 +108,7 @@ std::vector<FileEffect> file_effects(const World& world, const std::string& line
 
     const std::string name = words[0].substr(words[0].rfind('/') + 1);
     if (name == "echo") {
-        // What echo makes of options differs between shells.
+        // Shells differ in the options of echo.
         if (words.size() >= 2 && words[1].starts_with('-')) return {};
         return redirected(world, *command, joined(std::span(words).subspan(1)) + "\n");
     }
@@ -129,7 +129,7 @@ void apply_file_effect(World& world, const FileEffect& effect) {
     else if (found == world.files.end())
         world.put(effect.path, *effect.content);
     else
-        // Into the file that is there, as programs do: rc may have it open.
+        // Overwrites the existing file as programs do, because rc may have it open.
         *found->second = *effect.content;
 }
 

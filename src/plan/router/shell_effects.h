@@ -9,23 +9,22 @@
 
 #include "plan/router/world.h"
 
-// What a line does to one file.
+// The effect of a line on one file.
 struct FileEffect {
     std::string path;
-    // What it holds then; nothing when it is gone.
+    // The new content; nullopt if the file is removed.
     std::optional<std::string> content;
-    // The file that it is a copy of; empty for any other.
+    // The file of which it is a copy; empty if it is not a copy.
     std::string copied_from;
 };
 
-// The effects, in order, of a shell line whose result later steps read: echo, cp, rm, and a
-// redirection of what the world states that a program prints. Lines that are more than that have
-// none.
+// The effects, in order, of a shell line whose result later steps read: echo, cp, rm, and the
+// redirection of a program's output that the world states. Empty for all other lines.
 std::vector<FileEffect> file_effects(const World& world, const std::string& line);
 void apply_file_effect(World& world, const FileEffect& effect);
 void apply_file_effects(World& world, const std::string& line);
 
-// The words of a nested "/usr/sbin/rc ..." line, redirections and "&" left out; empty for any other
+// The words of a nested "/usr/sbin/rc ..." line, without redirections and "&"; empty for any other
 // line.
 std::vector<std::string> nested_words(const std::string& line);
 

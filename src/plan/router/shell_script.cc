@@ -1,4 +1,4 @@
-// Groups what a shell reads into commands. What a shell would expand is not expanded, it is told.
+// Groups a script's words into commands. Expansions are not carried out, but reported.
 
 #include "plan/router/shell_script.h"
 
@@ -10,7 +10,8 @@ namespace {
 
 constexpr const char* composed = "the shell composes it with other commands";
 
-// Words that begin and end what the shell may do once, never, or more often.
+// Words that begin and end conditions and loops, whose commands the shell may run any number of
+// times.
 constexpr std::string_view openings[] = {"if", "while", "until", "for", "case", "{"};
 constexpr std::string_view closings[] = {"fi", "done", "esac", "}"};
 

@@ -1,5 +1,5 @@
-// A script as the router's shell reads it: simple commands, one after the other, and the scripts
-// that they run.
+// A script as the router's shell reads it: a sequence of simple commands, and the scripts that they
+// run.
 #ifndef RC_PLAN_ROUTER_SHELL_SCRIPT_H
 #define RC_PLAN_ROUTER_SHELL_SCRIPT_H
 
@@ -8,27 +8,27 @@
 #include <vector>
 
 struct ScriptCommand {
-    // Quotes are taken off, redirections left out.
+    // Without quotes and redirections.
     std::vector<std::string> words;
-    // The line that it begins on, from 1.
+    // The number of the line on which it begins, from 1.
     size_t line = 1;
-    // As it stands in the script.
+    // As in the script.
     std::string text;
-    // Why the words are not certain: what the shell would expand or compose here. Empty when they
-    // are certain.
+    // The reason if the words are uncertain: the text that the shell would expand or compose. Empty
+    // if they are certain.
     std::string unread;
-    // A word holds "*", "?" or "[" outside of quotes: it stands for the names of files where such
-    // files are there, otherwise for itself.
+    // A word contains "*", "?" or "[" outside quotes: the shell replaces it by the names of files
+    // that match, if any.
     bool pattern = false;
 };
 
 std::vector<ScriptCommand> script_commands(std::string_view script);
 
-// Whether a command's first word names this program, with its folder or without.
+// Whether a command's first word names this program, with or without its folder.
 bool is_program(std::string_view word, std::string_view name);
 
-// The file that a command runs: that of "sh [-x] FILE", otherwise its first word. Empty when the
-// words are not certain or there is none.
+// The file that a command runs: FILE of "sh [-x] FILE", otherwise the first word. Empty if the
+// words are uncertain or empty.
 std::string script_of(const ScriptCommand& command);
 
 #endif

@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
 inline constexpr const char* working_copy = "/tmp/nvram";
 inline constexpr const char* factory_image = "/etc/default";
@@ -33,6 +34,14 @@ struct World {
     // Addresses by host name.
     std::map<std::string, std::string> hosts;
     long long uptime_microseconds = 3600'000'000;
+    // Settings that another program saves while the run waits for a command: each once, after the
+    // first shell line with this text.
+    struct Change {
+        std::string after;
+        std::string key;
+        std::string value;
+    };
+    std::vector<Change> changes;
     // Since 1970 in UTC: 2024-01-01 00:00:00.
     long long clock_microseconds = 1'704'067'200'000'000;
     int pid = 1000;

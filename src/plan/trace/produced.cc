@@ -1,4 +1,4 @@
-// Follows a run, and keeps the files that it made or changed.
+// Follows a run and keeps the files that it created or changed.
 
 #include "plan/trace/produced.h"
 
@@ -11,7 +11,7 @@ std::vector<FollowedFile> produced_lines(const Plan& plan) {
     for (const std::string& path : produced_files(plan)) {
         const std::string& content = *plan.after.world.get(path);
         const FollowedFile* file = history.find(path);
-        // What was not followed has no known places, but its content is certain.
+        // Content that was not followed has no known places, but it is certain.
         const bool followed = file && file->content() == content;
         produced.push_back(followed ? *file : unfollowed_file(path, content));
     }

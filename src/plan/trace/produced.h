@@ -1,5 +1,4 @@
-// The files that a run leaves behind, as lines, each with the places in the transcript that made
-// it.
+// The files that a run leaves, as lines, each with the places in the transcript that wrote it.
 #ifndef RC_PLAN_TRACE_PRODUCED_H
 #define RC_PLAN_TRACE_PRODUCED_H
 
@@ -8,7 +7,7 @@
 #include "plan/router/file_history.h"
 #include "plan/router/plan.h"
 
-// By path, as produced_files() has them.
+// By path, as from produced_files().
 std::vector<FollowedFile> produced_lines(const Plan& plan);
 
 #endif

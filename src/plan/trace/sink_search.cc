@@ -15,13 +15,13 @@
 
 namespace {
 
-// Letters only, so that no handler takes it for a number; no other text of rc's holds it; short,
-// since some fields of records are.
+// Only letters, so that no handler reads a number; in no other text of rc; short, because some
+// fields of records are short.
 constexpr std::string_view marker = "Zq";
-// A list's longer values are marked in their first parts; the rest is more of the same.
+// Only the first parts of long lists are marked, because the others are of the same kind.
 constexpr size_t most_parts = 40;
 
-// Values longer than this say no more about where they end up.
+// Longer values end up in the same places.
 constexpr size_t long_value = 200;
 
 bool is_blank(char c) {
@@ -33,8 +33,8 @@ size_t word_start(std::string_view line, size_t at) {
     return at;
 }
 
-// What one use of a text has in common with the others of its kind: for a command, its program and
-// the option in front of the text; for a line of a file, the name in front of its "=".
+// The common part of all uses of a kind: for a command, its program and the option before the text;
+// for a line of a file, the name before its "=".
 std::string use_of(const FoundSink& sink) {
     const std::string_view line = sink.line;
     const size_t place = line.find('\x01');
@@ -52,12 +52,12 @@ std::string use_of(const FoundSink& sink) {
     return use;
 }
 
-// What an example that is not whole shows: empty places, hostile values made harmless, other parts
-// of the marked value.
+// The signs of a bad example: empty places, hostile values made harmless, other parts of the marked
+// value.
 constexpr std::string_view gaps_in_examples[] = {"  ", "\"\"", "''", "::", "\t\t\t",
                                                  "xx", ";x",   "-.", ": ", marker};
 
-// Lines in which other settings are filled in make the better examples.
+// Lines in which other settings are set are better examples.
 auto rank(const FoundSink& sink) {
     size_t gaps = 0;
     for (const std::string_view gap : gaps_in_examples)
@@ -67,8 +67,7 @@ auto rank(const FoundSink& sink) {
     return std::tuple(gaps, sink.line.size(), sink.line);
 }
 
-// All lines that a run hands to a shell or leaves in files: use(place, line). Binary files have
-// none.
+// Calls use(place, line) for all lines that a run passes to a shell or leaves in text files.
 template <class Use>
 void for_each_output(const Plan& plan, Use use) {
     std::set<std::string> written;
@@ -81,14 +80,14 @@ void for_each_output(const Plan& plan, Use use) {
         if (event.verb == "run" || event.verb == "pipe") use("command", event.text);
         if (event.verb == "write" || event.verb == "append") use_body(event.text, event.body);
     }
-    // What shell lines write.
+    // The files that shell lines write.
     for (const std::string& path : produced_files(plan))
         if (!written.contains(path) && path != working_copy && path != flash_image)
             use_body(path, *plan.after.world.get(path));
 }
 
-// What would end a quotation of its own or stand for something else is taken out of all settings,
-// so that what is found is the quoting of rc's own lines.
+// Removes quotes and expansions from all settings, so that only the quoting of rc's own lines is
+// found.
 World plain_router(const World& router) {
     World world = copy_of(router);
     for (const char* path : {working_copy, flash_image, factory_image}) {
@@ -116,7 +115,7 @@ Plan play_with(const World& router, const std::vector<std::string>& words, const
 
 nvram::Quoting quoting_at(std::string_view line, size_t place) {
     const ShellReader reader = shell_reader_at(line, place);
-    // pppd gives what is quoted behind this option to a shell of its own, where it is bare.
+    // pppd passes the quoted text after this option to another shell, in which it is unquoted.
     const bool of_pppd = line.substr(0, reader.quotes_at()).ends_with("pty ");
     if (reader.quotes() == ShellQuotes::None || of_pppd) return nvram::Quoting::Bare;
     return reader.quotes() == ShellQuotes::Double ? nvram::Quoting::DoubleQuoted
@@ -164,8 +163,8 @@ void SinkSearch::mark_parts(Trial trial, const std::string& value, size_t from, 
         const std::string part = value.substr(from + at, length);
         trial.mark.before = value.substr(0, from + at);
         trial.mark.behind = value.substr(from + at + length);
-        // Instead of the part, behind it and in front of it: what is compared or read as a number
-        // may pass with one of them.
+        // The mark instead of the part, after it and before it: a part that is compared or read as
+        // a number may pass with one of them.
         for (const std::string& text : {mark, part + mark, mark + part}) {
             trial.mark.text = text;
             trial.mark.field = value.substr(from, at) + text +
@@ -183,10 +182,10 @@ void SinkSearch::try_mark(const Trial& trial) {
 }
 
 void SinkSearch::note_line(const Trial& trial, const std::string& place, std::string line) {
-    // What parts the records of lists does not arrive in lines.
+    // The separators of list records do not arrive in lines.
     for (char& c : line)
         if (c == '\x01') c = ' ';
-    // The whole value where it came out whole, or the whole field.
+    // The whole value if it arrived completely, otherwise the whole field.
     std::string text = trial.mark.text;
     for (const std::string& wider : {trial.mark.field, trial.mark.value()})
         if (contains(wider, marker) && contains(line, wider)) text = wider;
@@ -214,8 +213,8 @@ void SinkSearch::note_line(const Trial& trial, const std::string& place, std::st
         Place{.sink = sink, .router = *trial.router, .words = *trial.words, .mark = trial.mark});
 }
 
-// Which characters come through: each stands between the two letters of the marker once, and is
-// looked for there. A newline ends the line itself.
+// Finds the characters that arrive: each is put between the two letters of the marker once and
+// searched for there. A newline ends the line itself.
 static std::string passing_characters(const std::function<Plan(const std::string&)>& play_text,
                                       const std::string& place) {
     std::string passes;

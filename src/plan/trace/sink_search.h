@@ -1,5 +1,5 @@
-// Where the texts of settings end up: command lines, scripts, crontabs, daemons' files. Found by
-// playing rc with a marked value in the place of each setting, and of each part of it.
+// Finds where the texts of settings end up: command lines, scripts, crontabs, daemons' files. It
+// plays rc with a marked value instead of each setting and of each part of its value.
 #ifndef RC_PLAN_TRACE_SINK_SEARCH_H
 #define RC_PLAN_TRACE_SINK_SEARCH_H
 
@@ -18,37 +18,37 @@ struct FoundSink {
     nvram::Quoting quoting;
     // "command", or the path of a file.
     std::string place;
-    // The line, with a byte \x01 where the text stands.
+    // The line, with a byte \x01 in place of the text.
     std::string line;
-    // Those of special_characters that arrive there as they are.
+    // Those of special_characters that arrive there unchanged.
     std::string passes;
-    // The field of a record that stands there; empty for the value as a whole.
+    // The field of a record that is used there; empty for the whole value.
     std::string field;
 
     // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 takes the comparison's 0 for a pointer.
     friend auto operator<=>(const FoundSink&, const FoundSink&) = default;
 };
 
-// What stands around a place of a shell line.
+// The quotes around a place in a shell line.
 nvram::Quoting quoting_at(std::string_view line, size_t place);
 
 class SinkSearch {
   public:
-    // Plays these words on this router as they are, and notes which settings they use and which
-    // files a shell runs. Belongs before all marked plays, so that no script is taken for a file.
+    // Plays these words on this unchanged router, and records the settings that they use and the
+    // files that a shell runs. Call it before all marked plays, which must know all scripts.
     void play_plain(const World& router, const std::vector<std::string>& words);
 
-    // Plays these words once for each setting that they ask for and each part of its value, marked.
+    // Plays these words once for each setting that they read and each part of its value, marked.
     void play_marked(const World& stated, const std::vector<std::string>& words);
 
-    // What was found, by key; of lines that differ in other settings only, one.
+    // The sinks found, by key; only one of several lines that differ only in other settings.
     std::vector<FoundSink> found() const;
 
-    // The applications that read or write each setting themselves, each once, by name.
+    // The applications that read or write each setting directly, each once, by name.
     const std::map<std::string, std::set<std::string>>& uses() const { return uses_; }
 
   private:
-    // A value with a marked part in it.
+    // A value with a marked part.
     struct Mark {
         std::string before;
         std::string text;
@@ -58,7 +58,7 @@ class SinkSearch {
 
         std::string value() const { return before + text + behind; }
     };
-    // One play with a marked value, kept for playing it again.
+    // One play with a marked value, stored so that it can be played again.
     struct Trial {
         const World* router;
         const std::vector<std::string>* words;
