@@ -303,10 +303,14 @@ TEST(Report, ARuleSaysItsOwnEntryOfAList) {
         report_of({}, {{"fw_in_rules", list}, {"fw_nat", "1"}}, {"rc", "firewall", "create"});
     expect_sound(page);
     expect_shows(page,
-                 "<a href=\"#setting-fw_in_rules\"><code>fw_in_rules</code> entry 14</a>"
+                 "<a href=\"#setting-fw_in_rules.14\"><code>fw_in_rules</code> entry 14</a>"
                  "=<code>rule14:1:x:8014:80:tcp:15</code>");
-    // The whole list is shown once, as the setting's value.
-    EXPECT_EQ(count_of(page, "rule3:1:x:8003:80:tcp:4\\x01rule4:"), 1U);
+    // The list is shown once, as the setting's value.
+    EXPECT_EQ(count_of(page,
+                       "<li id=\"setting-fw_in_rules.14\"><code>rule14:1:x:8014:80:tcp:15"
+                       "</code></li><li id=\"setting-fw_in_rules.15\">"),
+              1U);
+    EXPECT_EQ(count_of(page, "rule14:1:x:8014:80:tcp:15\\x01rule15"), 0U);
 }
 
 // Every secret that rc knows, in every run that may use it.

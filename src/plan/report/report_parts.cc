@@ -65,6 +65,11 @@ std::string subject_id(const Input& input) {
     return std::string(kind_name(input.kind)) + "-" + anchor(input.name);
 }
 
+// No name's anchor has a full stop.
+std::string entry_id(const Input& setting, unsigned entry) {
+    return fmt::format("{}.{}", subject_id(setting), entry);
+}
+
 std::vector<Influence> own_reasons(const Report& report, const Origin& origin) {
     std::vector<Influence> reasons = report.provenance.of(origin);
     if (origin.line == 0) return reasons;
@@ -93,7 +98,9 @@ std::string reason_html(const Report& report, const Influence& influence) {
         value = "";
     else if (influence.answer)
         value = "=<code>" + shortened(report.redaction.answer(influence)) + "</code>";
-    return fmt::format(R"({}<a href="#{}"><code>{}</code>{}</a>{})", condition, id,
+    const std::string target =
+        influence.entries.size() == 1 ? entry_id(influence.input, influence.entries[0]) : id;
+    return fmt::format(R"({}<a href="#{}"><code>{}</code>{}</a>{})", condition, target,
                        shown_line(influence.input.name), entries, value);
 }
 

@@ -42,6 +42,7 @@ std::string line_id(const Origin& origin);
 std::string file_id(size_t file);
 std::string file_line_id(size_t file, size_t line);
 std::string subject_id(const Input& input);
+std::string entry_id(const Input& setting, unsigned entry);
 
 // The influences on a line. Those that decide whether the event happens at all belong to the event
 // and are not repeated for the lines of its body.
