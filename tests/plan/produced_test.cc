@@ -222,12 +222,15 @@ TEST(Redaction, StoredSecretsAreHiddenInEveryLine) {
     run.transcript().add("set", "wsc_device_pin=12345670");
     run.transcript().add("run", "echo 12345670 >/var/wps_pin");
     run.transcript().add("set", "http_password=x");
+    // Another program saved this one meanwhile.
+    run.transcript().add("change", "mail_password=tRuStNo1");
     run.after(working_copy, "http_password=x\nlan_if=br0\nwsc_device_pin=12345670\n");
     const Redaction redaction(run.plan, run.provenance);
     EXPECT_EQ(redaction.line({0, 0}, "echo 12345670"), "echo ********");
     EXPECT_EQ(redaction.line({1, 0}, "wsc_device_pin=12345670"), "wsc_device_pin=********");
     EXPECT_EQ(redaction.line({2, 0}, "echo 12345670 >/var/wps_pin"), "echo ******** >/var/wps_pin");
     EXPECT_EQ(redaction.line({3, 0}, "http_password=x"), "http_password=********");
+    EXPECT_EQ(redaction.line({4, 0}, "mail_password=tRuStNo1"), "mail_password=********");
 
     const std::vector<FollowedFile> files = produced_lines(run.plan);
     ASSERT_EQ(files.size(), 1U);

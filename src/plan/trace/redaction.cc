@@ -66,7 +66,8 @@ Redaction::Redaction(const Plan& plan, const Provenance& provenance) : plan_(pla
     const auto& events = plan.after.transcript.events();
     for (size_t index = 0; index < events.size(); index++) {
         const size_t equals = events[index].text.find('=');
-        if (events[index].verb != "set" || equals == std::string::npos) continue;
+        const bool saved = events[index].verb == "set" || events[index].verb == "change";
+        if (!saved || equals == std::string::npos) continue;
         if (!nvram::is_secret(events[index].text.substr(0, equals))) continue;
         const std::string value = events[index].text.substr(equals + 1);
         secrets_[{index, 0}].push_back({.value = value, .carried = true});
