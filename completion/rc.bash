@@ -182,10 +182,10 @@ declare -gA _rc_options=(
     ['nvram show']='--show-secrets'
     ['rcplan']='--help --version'
     ['rcplan check']='--help --update --whole'
-    ['rcplan diff']='--help --world --json --color'
+    ['rcplan diff']='--help --world --json --show-secrets --color'
     ['rcplan packet']='--help --settings --set --world --wan-address --proto --src --dst --sport --dport --in --out --state --flags --mss --icmp-type --mac-source --mac-dest --mark --string --syn --from-router --over-limit --not-drawn --json --no-why'
     ['rcplan report']='--help --settings --set --world'
-    ['rcplan run']='--help --settings --set --world --why --json --case --files --color'
+    ['rcplan run']='--help --settings --set --world --why --json --case --files --show-secrets --color'
     ['rcplan sinks']='--help --settings --set --world --case --table'
 )
 

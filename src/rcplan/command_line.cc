@@ -5,7 +5,6 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
-#include <span>
 
 #include "plan/router/transcript.h"
 #include "rcplan/files.h"
@@ -27,6 +26,11 @@ void add_router_options(CLI::App& command, RouterOptions& options) {
         .add_option("--world", options.world_file,
                     "the rest of the router: interfaces, processes, files, clock (rcplan(1))")
         ->type_name("FILE");
+}
+
+void add_secrets_option(CLI::App& command, bool& shown) {
+    command.add_flag("--show-secrets", shown,
+                     "shows passwords and keys, which are masked otherwise");
 }
 
 void add_colour_option(CLI::App& command, std::string& choice) {
@@ -51,8 +55,13 @@ void add_run(CLI::App& app, int& status) {
     CLI::Option* json = command->add_flag("--json", options->json, "one JSON object per line");
     command->add_flag("--case", options->as_case, "prints a case file for the tests")
         ->excludes(json);
-    command->add_option("--files", options->files, "writes the produced files into this directory")
+    command
+        ->add_option(
+            "--files", options->files,
+            "writes the produced files below this directory, with their secrets; files that "
+            "it makes are readable by their owner only")
         ->type_name("DIR");
+    add_secrets_option(*command, options->show_secrets);
     add_colour_option(*command, options->colour);
     add_words(*command, options->words);
     command->callback([options, &status] { status = run_verb(*options); });
@@ -73,6 +82,7 @@ void add_diff(CLI::App& app, int& status) {
             "side up")
         ->type_name("FILE");
     command->add_flag("--json", options->json, "one JSON object per line");
+    add_secrets_option(*command, options->show_secrets);
     add_colour_option(*command, options->colour);
     command->add_option("A", options->a, "old settings: a text file with one key=value per line")
         ->type_name("")
@@ -178,6 +188,25 @@ void add_check(CLI::App& app, int& status) {
     command->callback([options, &status] { status = check_verb(*options); });
 }
 
+// Names the command, or what was typed in its place: CLI11 only says that one is required.
+std::string usage_problem(const CLI::App& app, const CLI::ParseError& error, int argc,
+                          char** argv) {
+    if (!app.get_subcommands().empty())
+        return app.get_subcommands().front()->get_name() + ": " + error.what();
+    std::string names;
+    std::string typed;
+    for (int i = 1; i < argc && typed.empty(); i++)
+        if (*argv[i] != '-') typed = argv[i];
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+        if (command->get_name() == typed) return error.what();
+        names += (names.empty() ? "" : ", ") + command->get_name();
+    }
+    if (!typed.empty())
+        return "'" + escape_line(typed) + "' is not a command; the commands are " + names;
+    if (argc > 1) return "'" + escape_line(argv[1]) + "' is not an option of rcplan";
+    return "a command is missing; the commands are " + names;
+}
+
 }  // namespace
 
 std::unique_ptr<CLI::App> command_line(int& status) {
@@ -197,16 +226,6 @@ std::unique_ptr<CLI::App> command_line(int& status) {
     return app;
 }
 
-// Names the command, or what was typed in its place: CLI11 only says that one is required.
-static std::string usage_problem(const CLI::App& app, const CLI::ParseError& error,
-                                 std::span<char* const> words) {
-    if (!app.get_subcommands().empty())
-        return app.get_subcommands().front()->get_name() + ": " + error.what();
-    if (words.empty()) return "missing command";
-    const std::string_view word = words[0];
-    return escape_line(word) + (word.starts_with('-') ? ": unknown option" : ": unknown command");
-}
-
 int run_command_line(int argc, char** argv) {
     int status = status_done;
     const std::unique_ptr<CLI::App> app = command_line(status);
@@ -214,8 +233,7 @@ int run_command_line(int argc, char** argv) {
         app->parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return app->exit(error);
-        const std::span<char* const> words(argv, static_cast<size_t>(argc));
-        complain(usage_problem(*app, error, words.subspan(words.empty() ? 0 : 1)));
+        complain(usage_problem(*app, error, argc, argv));
         std::cerr << "Try: rcplan --help, or rcplan COMMAND --help\n";
         return status_wrong_use;
     }

@@ -5,11 +5,13 @@
 #include <iostream>
 #include <memory>
 
-#include "libnvram/image.h"
+#include "libnvram/secret.h"
 #include "plan/router/plan.h"
+#include "plan/trace/redaction.h"
 #include "rcplan/diff_json.h"
 #include "rcplan/diff_text.h"
 #include "rcplan/files.h"
+#include "rcplan/settings_file.h"
 #include "rcplan/verbs.h"
 
 namespace {
@@ -21,22 +23,12 @@ struct Files {
     std::optional<World> world;
 };
 
-// A bad line is an error, because skipping it would look like a removed setting.
-std::optional<Settings> settings_of(const std::string& path) {
-    const std::optional<std::string> text = read_file(path);
-    if (!text) return std::nullopt;
-    std::vector<nvram::BadLine> bad_lines;
-    const nvram::Image image(*text, &bad_lines);
-    for (const nvram::BadLine& bad : bad_lines)
-        complain(path + ": line " + std::to_string(bad.number) + " " + bad.reason);
-    if (!bad_lines.empty()) return std::nullopt;
-    return read_settings(*text);
-}
-
 std::optional<Files> read_files(const DiffOptions& options) {
-    const std::optional<Settings> a = settings_of(options.a);
-    const std::optional<Settings> b = settings_of(options.b);
+    const std::optional<Settings> a = read_settings_file(options.a);
+    const std::optional<Settings> b = read_settings_file(options.b);
     if (!a || !b) return std::nullopt;
+    warn_of_unknown(options.a + ": ", *a);
+    warn_of_unknown(options.b + ": ", *b);
     Files files = {.a = *a, .b = *b, .world = {}};
     if (options.world_file.empty()) return files;
     files.world = read_world(options.world_file);
@@ -56,10 +48,19 @@ void clear_progress_line() {
     if (isatty(STDERR_FILENO) == 1) std::cerr << "\r\033[K";
 }
 
-Difference compare_runs(const Files& files, const std::vector<std::string>& words) {
+// The run's transcript with its secrets masked, its lines in their places.
+Transcript masked_run(const Plan& plan) {
+    return Redaction(plan, trace_secrets(plan)).transcript();
+}
+
+Difference compare_runs(const Files& files, const std::vector<std::string>& words,
+                        bool show_secrets) {
     const World world = files.world.value_or(World{});
+    const auto plan_with = [&](const Settings& settings) {
+        return make_plan(router_with(world, settings, words), words);
+    };
     const auto play = [&](const Settings& settings) {
-        const Plan plan = make_plan(router_with(world, settings, words), words);
+        const Plan plan = plan_with(settings);
         Played played = {.parts = {plan.after.transcript}, .settings_read = {}};
         for (const Input& input : plan.after.inputs)
             if (input.kind == Input::Kind::Setting) played.settings_read.insert(input.name);
@@ -67,7 +68,42 @@ Difference compare_runs(const Files& files, const std::vector<std::string>& word
     };
     Difference difference = differences(files.a, files.b, play, progress_line()).front();
     clear_progress_line();
+    if (!show_secrets) {
+        difference.a = masked_run(plan_with(files.a));
+        difference.b = masked_run(plan_with(files.b));
+    }
     return difference;
+}
+
+// A line of a stop, which may hold secrets of A. A short value is in many lines by chance, so it
+// counts only if its setting is one of the causes; then the line is masked as a whole.
+std::string masked_line(std::string line, const Settings& settings,
+                        const std::set<std::string>& because) {
+    constexpr size_t is_short = 4;
+    for (const auto& [key, value] : settings) {
+        if (value.empty() || !nvram::is_secret(key)) continue;
+        if (value.size() < is_short && !because.contains(key)) continue;
+        size_t at = line.find(value);
+        if (at != std::string::npos && value.size() < is_short) return std::string(mask);
+        for (; at != std::string::npos; at = line.find(value, at + mask.size()))
+            line.replace(at, value.size(), mask);
+    }
+    return line;
+}
+
+void mask_secrets(Advice& advice, const Files& files) {
+    const auto mask_paths = [&](ChangedEffects& effects) {
+        std::set<std::string> paths;
+        for (const std::string& path : effects.files)
+            paths.insert(masked_line(masked_line(path, files.a, {}), files.b, {}));
+        effects.files = std::move(paths);
+    };
+    for (StopBefore& stop : advice.before)
+        for (std::string& line : stop.only_with_a)
+            line = masked_line(std::move(line), files.a, stop.because);
+    for (Restart& restart : advice.fewest) mask_paths(restart.effects);
+    for (Restart& restart : advice.gentlest) mask_paths(restart.effects);
+    mask_paths(advice.at_boot);
 }
 
 }  // namespace
@@ -77,21 +113,27 @@ int diff_verb(const DiffOptions& options) {
     if (!files) return status_wrong_use;
     const TimelineStyle style = {.colour = wants_colour(options.colour)};
     const std::vector<SettingChange> changes = changed_settings(files->a, files->b);
-    const std::string settings =
-        options.json ? settings_json(changes) : settings_text(changes, style);
+    const std::string settings = options.json ? settings_json(changes, options.show_secrets)
+                                              : settings_text(changes, options.show_secrets, style);
     if (!options.words.empty()) {
         const std::vector<std::string> words = rc_words(options.words);
-        const Difference difference = compare_runs(*files, words);
-        std::cout << settings
-                  << (options.json ? difference_json(difference)
-                                   : difference_text(difference, words, style));
+        const Difference difference = compare_runs(*files, words, options.show_secrets);
+        if (options.json)
+            std::cout << settings << difference_json(difference);
+        else
+            print(settings + difference_text(difference, words, style));
         return difference.changes.empty() ? status_done : status_differs;
     }
-    const Advice advice = needed_restarts(files->a, files->b, files->world, progress_line());
+    Advice advice = needed_restarts(files->a, files->b, files->world, progress_line());
     clear_progress_line();
-    std::cout << settings << (options.json ? advice_json(advice) : advice_text(advice));
+    if (!options.show_secrets) mask_secrets(advice, *files);
+    if (options.json)
+        std::cout << settings << advice_json(advice);
+    else
+        print(settings + advice_text(advice));
     if (!options.json && !files->world)
-        std::cout << "\nassumed about the router (override with --world):\n"
-                     "       it runs with A, and its Internet side is up\n";
+        print(
+            "\nassumed about the router (override with --world):\n"
+            "       it runs with A, and its Internet side is up\n");
     return differs(advice) ? status_differs : status_done;
 }

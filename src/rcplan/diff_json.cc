@@ -2,14 +2,15 @@
 
 #include "rcplan/diff_json.h"
 #include "libnvram/secret.h"
+#include "plan/trace/redaction.h"
 #include "rcplan/json.h"
 
 namespace {
 
 void put_value(Json& object, const char* name, const std::optional<std::string>& value,
-               bool secret) {
+               bool masked) {
     if (value)
-        put_text(object, name, secret && !value->empty() ? "********" : *value);
+        put_text(object, name, masked && !value->empty() ? std::string(mask) : *value);
     else
         object[name] = nullptr;
 }
@@ -114,15 +115,15 @@ Json sum_object(const char* type, const std::vector<Restart>& restarts) {
 
 }  // namespace
 
-std::string settings_json(const std::vector<SettingChange>& changes) {
+std::string settings_json(const std::vector<SettingChange>& changes, bool show_secrets) {
     std::string out;
     for (const SettingChange& change : changes) {
         const bool secret = nvram::is_secret(change.key);
         Json object;
         object["type"] = "setting";
         object["key"] = change.key;
-        put_value(object, "a", change.a, secret);
-        put_value(object, "b", change.b, secret);
+        put_value(object, "a", change.a, secret && !show_secrets);
+        put_value(object, "b", change.b, secret && !show_secrets);
         object["secret"] = secret;
         out += json_line(object);
     }

@@ -9,7 +9,7 @@
 #include "plan/diff/restarts.h"
 
 // Objects of the type "setting": key, a, b, secret; null if the setting is not set.
-std::string settings_json(const std::vector<SettingChange>& changes);
+std::string settings_json(const std::vector<SettingChange>& changes, bool show_secrets);
 
 // Objects of the types "lines" (of a body that both write) and "events", then one of the type
 // "total". Lines are written as in case files.

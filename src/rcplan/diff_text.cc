@@ -6,13 +6,13 @@
 #include <algorithm>
 
 #include "libnvram/secret.h"
+#include "plan/trace/redaction.h"
 #include "rcplan/diff_text.h"
 
 namespace {
 
 constexpr const char* no_colour = "\033[0m";
 constexpr const char* dim = "\033[2m";
-constexpr const char* mask = "********";
 
 const char* colour_of(char sign) {
     if (sign == '-') return "\033[31m";
@@ -25,9 +25,9 @@ std::string coloured(const std::string& text, const char* colour, TimelineStyle 
 }
 
 std::string setting_line(char sign, const std::string& key, const std::string& value,
-                         TimelineStyle style) {
-    const bool masked = nvram::is_secret(key) && !value.empty();
-    const std::string shown = masked ? mask : escape_line(value);
+                         bool show_secrets, TimelineStyle style) {
+    const bool masked = !show_secrets && nvram::is_secret(key) && !value.empty();
+    const std::string shown = masked ? std::string(mask) : escape_line(value);
     return coloured(fmt::format("{} {}={}", sign, key, shown), colour_of(sign), style);
 }
 
@@ -154,7 +154,8 @@ std::string listed(const std::set<std::string>& names) {
 
 // "/etc/udhcpd.conf and its commands change".
 std::string effects_words(const ChangedEffects& effects) {
-    std::vector<std::string> things(effects.files.begin(), effects.files.end());
+    std::vector<std::string> things;
+    for (const std::string& path : effects.files) things.push_back(escape_line(path));
     for (const std::string& key : effects.stored) things.push_back("the setting " + key);
     if (effects.commands) things.emplace_back("its commands");
     const bool several = things.size() > 1 || effects.commands;
@@ -222,12 +223,13 @@ std::string boot_lines(const Advice& advice) {
 
 }  // namespace
 
-std::string settings_text(const std::vector<SettingChange>& changes, TimelineStyle style) {
+std::string settings_text(const std::vector<SettingChange>& changes, bool show_secrets,
+                          TimelineStyle style) {
     if (changes.empty()) return "no setting differs\n";
     std::string text = "settings that differ:\n";
     for (const SettingChange& change : changes) {
-        if (change.a) text += setting_line('-', change.key, *change.a, style);
-        if (change.b) text += setting_line('+', change.key, *change.b, style);
+        if (change.a) text += setting_line('-', change.key, *change.a, show_secrets, style);
+        if (change.b) text += setting_line('+', change.key, *change.b, show_secrets, style);
     }
     return text;
 }

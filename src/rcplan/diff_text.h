@@ -10,7 +10,8 @@
 #include "rcplan/timeline.h"
 
 // The settings that differ, passwords and keys as asterisks.
-std::string settings_text(const std::vector<SettingChange>& changes, TimelineStyle style);
+std::string settings_text(const std::vector<SettingChange>& changes, bool show_secrets,
+                          TimelineStyle style);
 
 // One run of rc with A and with B. Each line begins with "-" or "+" and the total of the pauses so
 // far; unchanged lines appear only as context.

@@ -9,6 +9,28 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <string_view>
+
+namespace {
+
+// Other bytes that are not printable ASCII are written as \xNN.
+std::string printable(std::string_view text, std::string_view kept) {
+    constexpr char digits[] = "0123456789abcdef";
+    std::string out;
+    for (const char c : text) {
+        const auto value = static_cast<unsigned char>(c);
+        if ((value >= 0x20 && value <= 0x7e) || kept.find(c) != std::string_view::npos) {
+            out += c;
+            continue;
+        }
+        out += "\\x";
+        out += digits[value >> 4];
+        out += digits[value & 15];
+    }
+    return out;
+}
+
+}  // namespace
 
 std::optional<std::string> read_file(const std::string& path) {
     std::string text;
@@ -31,6 +53,10 @@ bool write_file(const std::string& path, const std::string& text) {
     return false;
 }
 
+void print(const std::string& text) {
+    std::cout << printable(text, "\n\033");
+}
+
 void complain(const std::string& what) {
-    std::cerr << "rcplan: " << what << "\n";
+    std::cerr << "rcplan: " << printable(what, "\n") << "\n";
 }

@@ -18,7 +18,7 @@ bool is_utf8(const std::string& text) {
 }  // namespace
 
 std::string json_line(const Json& object) {
-    return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+    return object.dump(-1, ' ', true, Json::error_handler_t::replace) + "\n";
 }
 
 void put_text(Json& object, const char* name, const std::string& text) {
@@ -39,6 +39,7 @@ Json influences(const std::vector<Influence>& list) {
             put_text(object, "answer", *influence.answer);
         else
             object["answer"] = nullptr;
+        if (!influence.entries.empty()) object["entries"] = influence.entries;
         object["decides"] = influence.decides;
         array.push_back(std::move(object));
     }

@@ -11,7 +11,7 @@
 
 using Json = nlohmann::ordered_json;
 
-// The object on one line, with a newline.
+// The object on one line of ASCII, with a newline.
 std::string json_line(const Json& object);
 // Adds the text under this name and, if it is not valid UTF-8, under "<name>_hex".
 void put_text(Json& object, const char* name, const std::string& text);

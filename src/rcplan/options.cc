@@ -5,10 +5,14 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <algorithm>
+
 #include "libnvram/image.h"
+#include "plan/router/actions.h"
 #include "plan/router/case.h"
 #include "plan/router/plan.h"
 #include "rcplan/files.h"
+#include "rcplan/settings_file.h"
 
 namespace {
 
@@ -22,28 +26,37 @@ bool take_set(const std::string& text, Settings& settings) {
     return false;
 }
 
-}  // namespace
-
 std::optional<Settings> stated_settings(const RouterOptions& options) {
     Settings settings;
     if (!options.settings_file.empty()) {
-        const std::optional<std::string> text = read_file(options.settings_file);
-        if (!text) return std::nullopt;
-        settings = read_settings(*text);
+        std::optional<Settings> read = read_settings_file(options.settings_file);
+        if (!read) return std::nullopt;
+        warn_of_unknown(options.settings_file + ": ", *read);
+        settings = std::move(*read);
     }
-    for (const std::string& set : options.sets)
-        if (!take_set(set, settings)) return std::nullopt;
+    Settings set;
+    for (const std::string& text : options.sets)
+        if (!take_set(text, set)) return std::nullopt;
+    warn_of_unknown("--set ", set);
+    for (auto& [key, value] : set) settings[key] = std::move(value);
     return settings;
 }
 
-std::optional<World> stated_router(const RouterOptions& options,
-                                   const std::vector<std::string>& words) {
-    const std::optional<Settings> settings = stated_settings(options);
+}  // namespace
+
+World StatedRouter::before(const std::vector<std::string>& words) const {
+    return router_with(world, settings, words);
+}
+
+std::optional<StatedRouter> read_router(const RouterOptions& options) {
+    std::optional<Settings> settings = stated_settings(options);
     if (!settings) return std::nullopt;
-    if (options.world_file.empty()) return router_with({}, *settings, words);
-    const std::optional<World> world = read_world(options.world_file);
+    StatedRouter router = {.settings = std::move(*settings), .world = {}};
+    if (options.world_file.empty()) return router;
+    std::optional<World> world = read_world(options.world_file);
     if (!world) return std::nullopt;
-    return router_with(*world, *settings, words);
+    router.world = std::move(*world);
+    return router;
 }
 
 std::optional<World> read_world(const std::string& path) {
@@ -67,6 +80,19 @@ bool wants_colour(const std::string& choice) {
 
 std::vector<std::string> rc_words(const std::vector<std::string>& words) {
     std::vector<std::string> all = {"rc"};
-    all.insert(all.end(), words.begin(), words.end());
+    const bool typed = !words.empty() && words.front() == "rc";
+    all.insert(all.end(), words.begin() + (typed ? 1 : 0), words.end());
     return all;
+}
+
+bool is_output_name(const std::string& name, const char* usage) {
+    std::vector<std::vector<std::string>> calls = all_actions();
+    calls.push_back({"service"});
+    for (const std::vector<std::string>& call : calls) {
+        if (std::ranges::count(call, name) == 0) continue;
+        complain("'" + name + "' is a word of rc, not an output file; write " + usage + ", or ./" +
+                 name + " for a file of that name");
+        return false;
+    }
+    return true;
 }

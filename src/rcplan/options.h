@@ -16,16 +16,28 @@ struct RouterOptions {
     std::string world_file;
 };
 
-// The settings or router given by the options; nullopt after a message with the reason.
-std::optional<Settings> stated_settings(const RouterOptions& options);
-std::optional<World> stated_router(const RouterOptions& options,
-                                   const std::vector<std::string>& words);
+// The options' files, read.
+struct StatedRouter {
+    Settings settings;
+    World world;
+
+    // The router with these settings, for a run with these words (argv[0] first).
+    World before(const std::vector<std::string>& words) const;
+};
+
+// nullopt after a message with the reason. Warns of settings that rc does not know.
+std::optional<StatedRouter> read_router(const RouterOptions& options);
 
 // A world file; nullopt after a message with the reason.
 std::optional<World> read_world(const std::string& path);
 
-// The words of a call of rc, with argv[0] first.
+// The words of a call of rc, with argv[0] first. A call may be given as it is typed on the router,
+// with "rc" in front.
 std::vector<std::string> rc_words(const std::vector<std::string>& words);
+
+// False, after a message, for an output file that is named like a word of rc: the file's name was
+// left out. The usage shows how it is given.
+bool is_output_name(const std::string& name, const char* usage);
 
 // Whether to colour the output, for a choice of auto, always or never. auto colours for a terminal
 // that takes colours, unless NO_COLOR is set.

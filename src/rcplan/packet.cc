@@ -4,6 +4,7 @@
 #include <iostream>
 
 #include "plan/netfilter/packet_options.h"
+#include "plan/trace/redaction.h"
 #include "rcplan/files.h"
 #include "rcplan/packet_json.h"
 #include "rcplan/packet_report.h"
@@ -17,8 +18,10 @@ constexpr int status_dropped = 1;
 // The router whose rules are used.
 std::optional<World> router_of(const PacketVerbOptions& options,
                                const std::vector<std::string>& words) {
-    std::optional<World> router = stated_router(options.router, words);
-    if (!router || options.wan_address.empty()) return router;
+    const std::optional<StatedRouter> stated = read_router(options.router);
+    if (!stated) return std::nullopt;
+    std::optional<World> router = stated->before(words);
+    if (options.wan_address.empty()) return router;
     const std::string wan_if = networks_of(*router).wan_if;
     if (!read_address(options.wan_address) || wan_if.empty()) {
         complain("--wan-address " + options.wan_address + ": " +
@@ -47,15 +50,19 @@ int packet_verb(const PacketVerbOptions& options) {
     }
     const Netfilter tables = netfilter_of(plan.after.transcript, plan.before);
     const auto& [packet, assumptions] = std::get<StatedPacket>(stated);
+    const Provenance traced = options.no_why ? Provenance() : trace(plan);
     PacketReport report = {.plan = plan,
                            .tables = tables,
-                           .provenance = options.no_why ? Provenance() : trace(plan),
+                           .provenance = Redaction(plan, traced).provenance(traced),
                            .packet = packet,
                            .assumptions = assumptions,
                            .walk = walk_packet(tables, networks, packet)};
     if (!networks.wan_if.empty() && !networks.addresses.contains(networks.wan_if))
         report.assumptions.push_back(networks.wan_if + " has no address (--wan-address, --world)");
-    std::cout << (options.json ? packet_json(report) : packet_text(report));
+    if (options.json)
+        std::cout << packet_json(report);
+    else
+        print(packet_text(report));
     if (report.walk.verdict == Verdict::Unknown) return status_wrong_use;
     return report.walk.verdict == Verdict::Accept ? status_accepted : status_dropped;
 }

@@ -23,6 +23,9 @@ Json decision_json(const PacketReport& report, const std::optional<Decision>& de
     object["rule"] = decision->number > 0 ? Json(decision->number) : Json(nullptr);
     if (decision->rule) object["target"] = decision->rule->target;
     object["origin"] = decision->origin ? place_json(report, *decision->origin) : Json(nullptr);
+    object["jumps"] = Json::array();
+    for (const Decision& jump : decision->jumps)
+        object["jumps"].push_back(decision_json(report, jump));
     return object;
 }
 

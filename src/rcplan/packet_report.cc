@@ -67,19 +67,28 @@ std::string steps_text(const PacketReport& report) {
 std::string reasons(const PacketReport& report, const Origin& origin) {
     std::string text;
     for (const Influence& influence : report.provenance.of(origin))
-        text += (text.empty() ? "" : "; ") + escape_line(influence.text());
+        text += (text.empty() ? "" : "; ") + influence.text();
     return text;
 }
 
-// The script's line behind a decision, and the settings behind that line.
+// The script's line of a rule, and the settings behind that line.
+std::string line_with_reasons(const PacketReport& report, const char* title,
+                              const Decision& decision) {
+    const Place place = place_of(report.plan, *decision.origin);
+    std::string text = fmt::format("{:<8}{}, {}\n        {}\n", title, decision.text(),
+                                   place_text(place), escape_line(place.text));
+    const std::string why = reasons(report, *decision.origin);
+    if (!why.empty()) text += fmt::format("        <- {}\n", why);
+    return text;
+}
+
+// The rule that decides, and the jumps that lead to it.
 std::string decision_lines(const PacketReport& report, const char* title,
                            const std::optional<Decision>& decision) {
     if (!decision || !decision->origin) return "";
-    const Place place = place_of(report.plan, *decision->origin);
-    std::string text = fmt::format("{:<8}{}, {}\n        {}\n", title, decision->text(),
-                                   place_text(place), escape_line(place.text));
-    const std::string why = reasons(report, *decision->origin);
-    if (!why.empty()) text += fmt::format("        <- {}\n", why);
+    std::string text = line_with_reasons(report, title, *decision);
+    for (const Decision& jump : decision->jumps)
+        if (jump.origin) text += line_with_reasons(report, "  via", jump);
     return text;
 }
 

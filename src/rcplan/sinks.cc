@@ -122,11 +122,10 @@ bool add_case(const std::string& path, std::vector<Play>& plays) {
 }
 
 bool collect(const SinksOptions& options, std::vector<Play>& plays) {
-    for (const std::vector<std::string>& words : all_actions()) {
-        std::optional<World> router = stated_router(options.router, words);
-        if (!router) return false;
-        plays.push_back({.router = std::move(*router), .words = words});
-    }
+    const std::optional<StatedRouter> router = read_router(options.router);
+    if (!router) return false;
+    for (const std::vector<std::string>& words : all_actions())
+        plays.push_back({.router = router->before(words), .words = words});
     return std::ranges::all_of(options.cases,
                                [&](const std::string& path) { return add_case(path, plays); });
 }

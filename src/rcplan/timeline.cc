@@ -61,7 +61,7 @@ void Writer::why(const Origin& origin, int depth) {
     for (const Influence& influence : provenance_->of(origin)) {
         const bool at_event =
             origin.line > 0 && std::ranges::any_of(head, [&](const Influence& other) {
-                return other.decides == influence.decides && other.input == influence.input;
+                return other.same_as(influence);
             });
         if (!at_event) list += (list.empty() ? "" : "; ") + influence.text();
     }

@@ -19,6 +19,7 @@ struct RunOptions {
     bool why = false;
     bool json = false;
     bool as_case = false;
+    bool show_secrets = false;
     std::string files;
     std::string colour = "auto";
 };
@@ -30,6 +31,7 @@ struct DiffOptions {
     std::vector<std::string> words;
     std::string world_file;
     bool json = false;
+    bool show_secrets = false;
     std::string colour = "auto";
 };
 int diff_verb(const DiffOptions& options);

@@ -66,10 +66,16 @@ constexpr const char* modes[] = {"r", "w", "a", "r+", "w", "pipe", "socket"};
 
 constexpr const char* zones[] = {"UTC+0", "GMT-1", "GMT+5 b", "XX -7 2", "EST5EDT", ":x", ""};
 
-using Answers = std::map<std::vector<std::string>, std::set<Input>>;
-Answers& known_answers() {
-    static Answers answers;
-    return answers;
+// What runs with the same words had to do with their router.
+struct KnownRun {
+    std::set<Input> inputs;
+    std::set<std::string> commands;
+};
+
+using KnownRuns = std::map<std::vector<std::string>, KnownRun>;
+KnownRuns& known_runs() {
+    static KnownRuns runs;
+    return runs;
 }
 
 void mutate_flash(Case& stated, Random& random) {
@@ -149,6 +155,37 @@ void mutate_host(World& world, const std::string& name, Random& random) {
         world.hosts[name] = one_in(random, 4) ? "2001:db8::1" : drawn_address(random);
 }
 
+template <class Item>
+const Item& one_in_set(Random& random, const std::set<Item>& items) {
+    return *std::next(items.begin(), static_cast<long>(below(random, items.size())));
+}
+
+// A setting that the run reads, mostly.
+std::string changing_key(const std::set<Input>& inputs, Random& random) {
+    std::vector<std::string> keys;
+    for (const Input& input : inputs)
+        if (input.kind == Input::Kind::Setting) keys.push_back(input.name);
+    if (keys.empty() || one_in(random, 8)) return one_of(random, all_settings())->key;
+    return one_of(random, keys);
+}
+
+// Another program saves a setting while the run waits for a command.
+void mutate_changes(Case& stated, const KnownRun& known, Random& random) {
+    constexpr size_t most_changes = 4;
+    std::vector<World::Change>& changes = stated.world.changes;
+    if (!changes.empty() && (changes.size() >= most_changes || one_in(random, 3))) {
+        changes.erase(changes.begin() + static_cast<long>(below(random, changes.size())));
+        return;
+    }
+    if (known.commands.empty()) return;
+    const std::string key = changing_key(known.inputs, random);
+    Settings changed = stated.settings;
+    mutate_setting(changed, key, random);
+    changes.push_back({.after = one_in_set(random, known.commands),
+                       .key = key,
+                       .value = changed.contains(key) ? changed[key] : ""});
+}
+
 void answer_otherwise(Case& stated, const Input& input, Random& random) {
     World& world = stated.world;
     switch (input.kind) {
@@ -200,29 +237,39 @@ void deny(World& world, const std::set<Input>& inputs, Random& random) {
         return;
     }
     std::string path = one_of(random, files);
-    if (!inputs.empty() && one_in(random, 2))
-        path = std::next(inputs.begin(), static_cast<long>(below(random, inputs.size())))->name;
+    if (!inputs.empty() && one_in(random, 2)) path = one_in_set(random, inputs).name;
     world.denied.insert({path, one_of(random, modes)});
 }
 
 }  // namespace
 
-void remember_inputs(const std::vector<std::string>& words, const std::set<Input>& inputs) {
+void remember_run(const std::vector<std::string>& words, const Recording& played) {
     // Command lines made by mutations are many, and each occurs only once.
-    constexpr size_t most_commands = 512;
-    Answers& answers = known_answers();
-    if (answers.size() >= most_commands && !answers.contains(words)) return;
-    answers[words].insert(inputs.begin(), inputs.end());
+    constexpr size_t most_runs = 512;
+    constexpr size_t most_commands = 256;
+    constexpr size_t longest_command = 200;
+    KnownRuns& runs = known_runs();
+    if (runs.size() >= most_runs && !runs.contains(words)) return;
+    KnownRun& run = runs[words];
+    run.inputs.insert(played.inputs.begin(), played.inputs.end());
+    for (const Event& event : played.transcript.events()) {
+        if (run.commands.size() >= most_commands) return;
+        const bool waits = event.verb == "run" || event.verb == "pipe";
+        if (waits && event.text.size() <= longest_command) run.commands.insert(event.text);
+    }
 }
 
 void mutate(Case& stated, Random& random) {
-    const auto known = known_answers().find(stated.words);
-    const std::set<Input> none;
-    const std::set<Input>& inputs = known == known_answers().end() ? none : known->second;
+    const auto found = known_runs().find(stated.words);
+    static const KnownRun none;
+    const KnownRun& known = found == known_runs().end() ? none : found->second;
+    const std::set<Input>& inputs = known.inputs;
+    if (one_in(random, 8)) {
+        mutate_changes(stated, known, random);
+        return;
+    }
     if (!inputs.empty() && !one_in(random, 6)) {
-        const auto input =
-            std::next(inputs.begin(), static_cast<long>(below(random, inputs.size())));
-        answer_otherwise(stated, *input, random);
+        answer_otherwise(stated, one_in_set(random, inputs), random);
         return;
     }
     switch (below(random, 8)) {
@@ -257,5 +304,6 @@ void cross(Case& stated, const Case& other, Random& random) {
         if (one_in(random, 2)) stated.world.put(path, *content);
     for (const auto& [line, output] : other.world.outputs)
         if (one_in(random, 2)) stated.world.outputs[line] = output;
+    if (one_in(random, 2)) stated.world.changes = other.world.changes;
     if (!stated.settings.empty()) stated.power_on = false;
 }

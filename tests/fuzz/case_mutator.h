@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "plan/router/input.h"
+#include "plan/router/recording.h"
 #include "values.h"
 
 struct Case;
@@ -18,7 +18,8 @@ void mutate(Case& stated, Random& random);
 // Copies some of another case's stated facts.
 void cross(Case& stated, const Case& other, Random& random);
 
-// Stores the inputs that rc read in a run with these words, for later mutations.
-void remember_inputs(const std::vector<std::string>& words, const std::set<Input>& inputs);
+// Stores the inputs that rc read in a run with these words, and the command lines that it waited
+// for, for later mutations.
+void remember_run(const std::vector<std::string>& words, const Recording& played);
 
 #endif

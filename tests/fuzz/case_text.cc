@@ -92,6 +92,17 @@ void add_interfaces(std::string& text, const World& world) {
     for (const auto& [name, address] : world.hosts) add_words(text, "host", {name, address});
 }
 
+// A change's setting ends at the first " after ", so that one with these words in it cannot be
+// written.
+void add_changes(std::string& text, const World& world) {
+    constexpr std::string_view after_word = " after ";
+    for (const World::Change& change : world.changes) {
+        const std::string assignment = change.key + "=" + change.value;
+        const std::string line = assignment + std::string(after_word) + change.after;
+        if (line.find(after_word) == assignment.size()) add_line(text, "change", line);
+    }
+}
+
 void add_time(std::string& text, const World& world) {
     const auto seconds = static_cast<time_t>(world.clock_microseconds / 1'000'000);
     tm utc = {};
@@ -115,6 +126,7 @@ std::string case_text(const Case& stated) {
     for (const auto& [name, value] : stated.world.environment)
         if (!name.empty()) add_line(text, "environment", name + "=" + value);
     add_interfaces(text, stated.world);
+    add_changes(text, stated.world);
     add_time(text, stated.world);
     return text + "expect\n";
 }

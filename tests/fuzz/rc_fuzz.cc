@@ -73,7 +73,7 @@ void expect_whole_settings(const World& world) {
             broken("an image with bad lines", path);
 }
 
-// Only the settings that were stored have changed.
+// Only the settings that were stored have changed, by rc or by another program meanwhile.
 void expect_only_stored(const std::string& old_text, const Recording& played) {
     const std::string* new_text = played.world.get(working_copy);
     if (!new_text || old_text == *new_text) return;
@@ -89,7 +89,8 @@ void expect_only_stored(const std::string& old_text, const Recording& played) {
         if (old != old_settings.end() && old->second == value) continue;
         const std::string start = key + "=";
         const bool stored = std::ranges::any_of(events, [&](const Event& event) {
-            return event.verb == "set" && event.text.starts_with(start);
+            const bool saved = event.verb == "set" || event.verb == "change";
+            return saved && event.text.starts_with(start);
         });
         if (!stored) broken("changed without being stored", key);
     }
@@ -103,6 +104,8 @@ void expect_sound_settings(const Case& stated, const Recording& played) {
     if (has_bad_lines(before) || (stated.factory && !whole(*stated.factory)) ||
         (stated.flash && !whole(*stated.flash)))
         return;
+    for (const World::Change& change : stated.world.changes)
+        if (!whole({{change.key, change.value}})) return;
     // Files in the case may replace an image.
     for (const char* path : {working_copy, flash_image, factory_image})
         if (stated.world.get(path)) return;
@@ -147,7 +150,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Recording played;
     played.world = case_world(*stated);
     play(played, stated->words);
-    remember_inputs(stated->words, played.inputs);
+    remember_run(stated->words, played);
 
     expect_sound_events(played.transcript.events());
     expect_sound_settings(*stated, played);

@@ -243,7 +243,7 @@ expect 1 --json a b httpd start
 prints << 'END'
 {"type":"setting","key":"http_password","a":"********","b":"********","secret":true}
 {"type":"setting","key":"http_timeout","a":"5","b":"9","secret":false}
-{"type":"lines","verb":"write","depth":0,"text":"/tmp/htpasswd","a":["| admin:first"],"b":["| admin:second"],"because":["http_password"]}
+{"type":"lines","verb":"write","depth":0,"text":"/tmp/htpasswd","a":["| admin:********"],"b":["| admin:********"],"because":["http_password"]}
 {"type":"events","a":[{"verb":"run","depth":0,"text":"/usr/sbin/mini_httpd -d /usr/www -r \"Attic\" -c '*.cgi' -t 300&","elapsed_us":0}],"b":[{"verb":"run","depth":0,"text":"/usr/sbin/mini_httpd -d /usr/www -r \"Attic\" -c '*.cgi' -t 540&","elapsed_us":0}],"because":["http_timeout"]}
 {"type":"total","differs":true,"a":{"status":0,"commands":2,"files_written":1,"settings_stored":0,"pauses_us":0},"b":{"status":0,"commands":2,"files_written":1,"settings_stored":0,"pauses_us":0}}
 END
@@ -266,12 +266,36 @@ with restore_default=1
 expect 1 --json a b
 says out '{"type":"boot","words":["init"],"because":["restore_default"],"files":[],"settings_stored":[],"commands":true,"only":["restore_default"]}'
 
+# Secrets are shown only on request.
+with http_password=second pppoe_password=
+expect 1 a b httpd start
+prints << 'END'
+settings that differ:
+- http_password=********
++ http_password=********
+- pppoe_password=********
++ pppoe_password=
+
+rc httpd start: differs
+           write  /tmp/htpasswd
+-               | admin:********
++               | admin:********
+                <- http_password
+  total  commands 2, files written 1, settings stored 0, pauses 0 s
+END
+expect 1 --show-secrets a b httpd start
+says out '+ http_password=second'
+says out '-               | admin:first'
+says out '+               | admin:second'
+expect 1 --show-secrets --json a b httpd start
+says out '{"type":"setting","key":"http_password","a":"first","b":"second","secret":true}'
+
 # Colours only on request.
 escape=$(printf '\033')
 with http_password=second
 expect 1 a b httpd start
 grep -q "$escape" out && { echo 'colour without a terminal'; failures=$((failures + 1)); }
-expect 1 --color always a b httpd start
+expect 1 --color always --show-secrets a b httpd start
 says out "${escape}[31m-               | admin:first${escape}[0m"
 says out "${escape}[32m+               | admin:second${escape}[0m"
 

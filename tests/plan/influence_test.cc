@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "core/text.h"
 #include "plan/trace/influence.h"
 
 namespace {
@@ -31,6 +32,18 @@ class InfluenceTest : public testing::Test {
             return texts;
         }
         return {"no such line: " + text};
+    }
+
+    // What a setting has to do with the first line that contains this text.
+    std::vector<std::string> why_of(const std::string& part, const std::string& key) const {
+        for (const TranscriptLine& line : lines_of(plan_.after.transcript)) {
+            if (line.text.find(part) == std::string::npos) continue;
+            std::vector<std::string> texts;
+            for (const Influence& influence : provenance_.of(line.origin))
+                if (influence.input.name == key) texts.push_back(influence.text());
+            return texts;
+        }
+        return {"no line contains " + part};
     }
 };
 
@@ -84,9 +97,75 @@ TEST_F(InfluenceTest, OneFieldOfARecordIsEnough) {
               {{"rt_static_route", "office:10.1.0.0:255.255.0.0:192.168.1.2:2:1:1"},
                {"rt_rip_direction", "0"}},
               {"rc", "route", "start"});
-    EXPECT_THAT(why("/sbin/route add -net 10.1.0.0 netmask 255.255.0.0 gw 192.168.1.2 metric 2"),
-                ElementsAre("rt_static_route=office:10.1.0.0:255.255.0.0:192.168.1.2:2:1:1"))
+    EXPECT_THAT(
+        why("/sbin/route add -net 10.1.0.0 netmask 255.255.0.0 gw 192.168.1.2 metric 2"),
+        ElementsAre("rt_static_route entry 1=office:10.1.0.0:255.255.0.0:192.168.1.2:2:1:1"))
         << plan_.after.transcript.text();
+}
+
+TEST_F(InfluenceTest, EachEntryOfAListHasItsOwnLines) {
+    play_with({},
+              {{"fw_in_rules", "web:1:x:8080:80:tcp:40\x01mail:1:x:25:25:udp:41"},
+               {"lan_ipaddr", "192.168.1.1"},
+               {"fw_nat", "1"}},
+              {"rc", "firewall", "create"});
+    EXPECT_THAT(why_of("--dport 8080", "fw_in_rules"),
+                ElementsAre("fw_in_rules entry 1=web:1:x:8080:80:tcp:40"));
+    EXPECT_THAT(why_of("--dport 25", "fw_in_rules"),
+                ElementsAre("fw_in_rules entry 2=mail:1:x:25:25:udp:41"));
+}
+
+// A list with so many parts that its entries are changed field by field.
+TEST_F(InfluenceTest, TheEntriesOfALongListToo) {
+    std::string list;
+    for (int i = 1; i <= 15; i++)
+        list +=
+            format("%srule%d:1:x:%d:%d:tcp:%d", i == 1 ? "" : "\x01", i, 8000 + i, 80 + i, i + 1);
+    play_with({}, {{"fw_in_rules", list}, {"lan_ipaddr", "192.168.1.1"}, {"fw_nat", "1"}},
+              {"rc", "firewall", "create"});
+    for (int i = 1; i <= 15; i++)
+        EXPECT_THAT(why_of(format("--dport %d ", 8000 + i), "fw_in_rules"),
+                    ElementsAre(format("fw_in_rules entry %d=rule%d:1:x:%d:%d:tcp:%d", i, i,
+                                       8000 + i, 80 + i, i + 1)));
+}
+
+// A service is found by its name in another list, and the first unknown name ends the search.
+TEST_F(InfluenceTest, AnEntryThatAnotherSettingNames) {
+    play_with({},
+              {{"lan_if", "br0"},
+               {"ac_control", "2"},
+               {"access_control", "0000CHAT\x01NEWS"},
+               {"fw_services",
+                "MAIL:tcp:25-25\x01NEWS:tcp:119-119\x01"
+                "CHAT:udp:5190-5191"}},
+              {"rc", "firewall", "create"});
+    EXPECT_THAT(why_of("--dport 119:119", "fw_services"),
+                ElementsAre("fw_services entry 2=NEWS:tcp:119-119",
+                            "if fw_services entry 3=CHAT:udp:5190-5191"))
+        << plan_.after.transcript.text();
+    EXPECT_THAT(why_of("--dport 119:119", "access_control"),
+                ElementsAre("if access_control entries 1-2"));
+}
+
+TEST(Influences, NumbersOfEntriesAreShort) {
+    struct Row {
+        std::vector<unsigned> entries;
+        const char* text;
+    };
+    for (const Row& row : {
+             Row{{}, "if fw_in_rules=a:1:x:1:2:tcp:3\\x01b"},
+             Row{{2}, "if fw_in_rules entry 2=b"},
+             Row{{1, 2}, "if fw_in_rules entries 1-2"},
+             Row{{1, 3, 4, 5, 9}, "if fw_in_rules entries 1, 3-5, 9"},
+         }) {
+        const Influence influence = {.input = {Input::Kind::Setting, "fw_in_rules"},
+                                     .answer =
+                                         "a:1:x:1:2:tcp:3\x01"
+                                         "b",
+                                     .decides = true,
+                                     .entries = row.entries};
+        EXPECT_EQ(influence.text(), row.text);
+    }
 }
 
 TEST_F(InfluenceTest, TheClockBeforeTheTenthSecond) {
@@ -128,6 +207,9 @@ TEST(Statements, ReadAsSentences) {
     EXPECT_EQ(statement({Kind::Clock, ""}, "2024-01-01 00:00:00"),
               "the clock says 2024-01-01 00:00:00 UTC");
     EXPECT_EQ(statement({Kind::Uptime, ""}, "5"), "the router has run for 5 s");
+    // Names of a router are bytes too.
+    EXPECT_EQ(statement({Kind::Address, "p\xc2\x9bp\x1b"}, "10.0.0.1"),
+              "p\\xc2\\x9bp\\x1b has the address 10.0.0.1");
 }
 
 TEST(Lines, DifferenceIsShortestAndInOrder) {

@@ -94,10 +94,13 @@ nat POSTROUTING
 
 to      rule 1 of PF, /tmp/rules line 86
         iptables -t nat -A PF -p tcp --dport 8080 --dst 10.0.0.2 -j DNAT --to-destination 192.168.1.40:80
-        <- if ap_mode is not set; fw_in_rules=web:1:all:8080:80:tcp:40; lan_ipaddr=192.168.1.1; wan_ifname=eth2.2; eth2.2 has the address 10.0.0.2
+        <- if ap_mode is not set; fw_in_rules entry 1=web:1:all:8080:80:tcp:40; lan_ipaddr=192.168.1.1; wan_ifname=eth2.2; eth2.2 has the address 10.0.0.2
+  via   rule 6 of nat's PREROUTING, /tmp/rules line 48
+        iptables -t nat -A PREROUTING -j PF
+        <- if ap_mode is not set
 verdict rule 9 of FORWARD, /tmp/rules line 89
         iptables -A FORWARD -p tcp -d 192.168.1.40 --dport 80 -j ACCEPT
-        <- if ap_mode is not set; fw_in_rules=web:1:all:8080:80:tcp:40; lan_ipaddr=192.168.1.1
+        <- if ap_mode is not set; fw_in_rules entry 1=web:1:all:8080:80:tcp:40; lan_ipaddr=192.168.1.1
 ACCEPT by rule 9 of FORWARD, to 192.168.1.40:80 (DNAT by rule 1 of PF)
 END
 
@@ -108,6 +111,12 @@ expect 1 --set ac_control=1 --no-why --proto tcp --src 192.168.1.33 --dst 198.51
 says 'assumed eth2.2 has no address (--wan-address, --world)'
 ends 'DROP by rule 1 of ACL_BLOCK'
 grep -q '<-' out && { echo 'settings though --no-why'; failures=$((failures + 1)); }
+
+# Each jump on the way has its own settings, and a list's entry its number.
+expect 1 --set ac_control=1 --set 'access_control=0000NEWS' --set 'fw_services=MAIL:tcp:25-25\x01NEWS:tcp:119-119' \
+    --set lan_if=br0 --proto tcp --src 192.168.1.33 --dst 198.51.100.80 --dport 80
+ends 'DROP by rule 1 of ACL_BLOCK'
+grep -q '^  via   rule [0-9]* of [A-Z_]*, /tmp/rules line [0-9]*$' out || { cat out; failures=$((failures + 1)); }
 
 # An action other than a start; a world instead of --wan-address.
 echo 'interface eth2.2 10.0.0.2' > world
@@ -138,6 +147,10 @@ assert (decision["origin"]["file"], decision["origin"]["line"]) == ("/tmp/rules"
 lan = {"kind": "setting", "name": "lan_ipaddr", "answer": "192.168.1.1", "decides": False}
 assert lan in decision["origin"]["why"], decision
 assert said["destination_nat"]["chain"] == "PF", said["destination_nat"]
+jumps = said["destination_nat"]["jumps"]
+assert [(jump["table"], jump["chain"], jump["rule"]) for jump in jumps] == [("nat", "PREROUTING", 6)], jumps
+rules = [reason for reason in decision["origin"]["why"] if reason["name"] == "fw_in_rules"]
+assert [reason["entries"] for reason in rules] == [[1]], decision
 assert said["source_nat"] is None and said["marked"] is None
 assert said["packet"]["destination"] == "10.0.0.2"
 after = said["packet_after"]

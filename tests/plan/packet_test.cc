@@ -36,6 +36,54 @@ TEST(Packet, NothingNewComesIn) {
               "DROP by FORWARD's policy");
 }
 
+// What the kernel's connection tracking says of TCP flags (nf_conntrack_proto_tcp.c).
+TEST(Packet, FlagsThatNoConnectionBeginsWithAreInvalid) {
+    constexpr unsigned every = Fin | Syn | Rst | Psh | Ack | Urg;
+    for (const unsigned valid : {unsigned{Syn}, Syn | Urg, Syn | Ack, unsigned{Rst}, Rst | Ack,
+                                 Fin | Ack, Fin | Ack | Urg, unsigned{Ack}, Ack | Urg}) {
+        EXPECT_TRUE(are_tracked(valid)) << tcp_flags_text(valid);
+        EXPECT_TRUE(are_tracked(valid | Psh)) << tcp_flags_text(valid);
+    }
+    size_t tracked = 0;
+    for (unsigned flags = 0; flags <= every; flags++)
+        if (are_tracked(flags)) tracked++;
+    EXPECT_EQ(tracked, 18U);
+    for (const unsigned flags : {unsigned{Syn}, Syn | Urg, unsigned{Ack}, Ack | Psh})
+        EXPECT_TRUE(begin_connection(flags)) << tcp_flags_text(flags);
+    for (const unsigned flags : {Syn | Ack, unsigned{Rst}, Rst | Ack, Fin | Ack, Syn | Fin, 0U})
+        EXPECT_FALSE(begin_connection(flags)) << tcp_flags_text(flags);
+
+    const Router router(Settings{{"fw_in_rules", "web:1:x:8080:80:tcp:40"}});
+    const std::string web = "proto=tcp src=198.51.100.80 dst=10.0.0.2 dport=8080 flags=";
+    EXPECT_EQ(router.verdict(web + "SYN"),
+              "ACCEPT by rule 9 of FORWARD, to 192.168.1.40:80 (DNAT by rule 1 of PF)");
+    // An invalid packet is not translated, so it reaches the router itself.
+    for (const char* flags : {"SYN,FIN", "SYN,RST", "FIN,RST", "NONE", "FIN,PSH,URG", "ALL"})
+        EXPECT_EQ(router.verdict(web + flags), "DROP by INPUT's policy") << flags;
+    EXPECT_EQ(router.verdict(web + "SYN,FIN state=new"),
+              "ACCEPT by rule 9 of FORWARD, to 192.168.1.40:80 (DNAT by rule 1 of PF)");
+}
+
+TEST(Packet, ADecisionNamesTheJumpsThatLeadToIt) {
+    const auto jumps = [](const std::optional<Decision>& decision) {
+        std::string text;
+        for (const Decision& jump : decision.value().jumps) text += jump.text() + "; ";
+        return text;
+    };
+    const Router router(Settings{{"fw_in_rules", "web:1:x:8080:80:tcp:40"}});
+    const Walk walk = router.walk("proto=tcp src=198.51.100.80 dst=10.0.0.2 dport=8080");
+    EXPECT_EQ(jumps(walk.destination_nat), "rule 6 of nat's PREROUTING; ");
+    EXPECT_EQ(jumps(walk.decision), "");
+    EXPECT_EQ(jumps(router.walk(web_from_lan).decision), "rule 5 of FORWARD; ");
+
+    const Walk deep = walk_of(tables_after("iptables -N A\niptables -N B\niptables -N C\n"
+                                           "iptables -A FORWARD -j A\niptables -A A -j C\n"
+                                           "iptables -A A -j B\niptables -A B -j DROP\n"),
+                              networks_of(router.world_in_force()), web_from_lan);
+    EXPECT_EQ(deep.verdict_text(), "DROP by rule 1 of B");
+    EXPECT_EQ(jumps(deep.decision), "rule 1 of FORWARD; rule 2 of A; ");
+}
+
 TEST(Packet, AcceptedMarksPassBothWays) {
     const Router router;
     EXPECT_EQ(router.verdict("proto=tcp src=198.51.100.80 dst=10.0.0.2 dport=80 mark=0x2511"),

@@ -171,6 +171,50 @@ TEST(Redaction, OtherSettingsAreNotHidden) {
               "");
 }
 
+// The transcript keeps its lines' places, so that reasons and differences still point to them.
+TEST(Redaction, TheWholeTranscript) {
+    MadeRun run;
+    run.before(working_copy, "http_password=s3cret\nlan_if=br0\n");
+    run.plan.after.inputs = {{Input::Kind::Setting, "http_password"},
+                             {Input::Kind::Setting, "lan_if"}};
+    run.transcript().print("hello s3cret\nbye");
+    run.transcript().add_with_body("write", "/etc/s3cret", "admin:s3cret\nbr0");
+    run.transcript().add_with_body("write", "/etc/bytes", std::string("\0s3cret12", 9));
+    run.transcript().depth = 1;
+    run.transcript().add("run", "s3cret");
+    run.depends(0, 1, "http_password", "s3cret", false);
+    run.depends(1, 0, "http_password", "s3cret", false);
+    run.depends(1, 1, "http_password", "s3cret", false);
+    run.depends(2, 1, "http_password", "s3cret", false);
+    run.depends(1, 2, "lan_if", "br0", false);
+    run.provenance.add({3, 0},
+                       {.input = {Input::Kind::File, "/etc/s3cret"}, .answer = "is s3cret"});
+    const Redaction redaction(run.plan, run.provenance);
+    const Transcript shown = redaction.transcript();
+    // The last command does not depend on the setting: the same word by chance.
+    EXPECT_EQ(shown.text(),
+              "print  hello ********\n"
+              "begin  bye\n"
+              "write  /etc/********\n"
+              "     | admin:********\n"
+              "     \\ br0\n"
+              "write  /etc/bytes\n"
+              "     | ********\n"
+              "     | ********\n"
+              "    run    s3cret\n");
+    ASSERT_EQ(shown.events().size(), run.transcript().events().size());
+    for (size_t i = 0; i < shown.events().size(); i++)
+        EXPECT_EQ(event_lines(shown.events()[i]).size(),
+                  event_lines(run.transcript().events()[i]).size());
+    EXPECT_EQ(redaction.path("/etc/s3cret"), "/etc/********");
+    EXPECT_EQ(redaction.path("/etc/bytes"), "/etc/bytes");
+
+    const Provenance masked = redaction.provenance(run.provenance);
+    EXPECT_EQ(masked.of({1, 1}).at(0).text(), "http_password=********");
+    EXPECT_EQ(masked.of({1, 2}).at(0).text(), "lan_if=br0");
+    EXPECT_EQ(masked.of({3, 0}).at(0).text(), "file /etc/******** holds is ********");
+}
+
 TEST(Redaction, StoredSecretsAreHiddenInEveryLine) {
     MadeRun run;
     run.before(working_copy, "http_password=old\n");
@@ -178,12 +222,15 @@ TEST(Redaction, StoredSecretsAreHiddenInEveryLine) {
     run.transcript().add("set", "wsc_device_pin=12345670");
     run.transcript().add("run", "echo 12345670 >/var/wps_pin");
     run.transcript().add("set", "http_password=x");
+    // Another program saved this one meanwhile.
+    run.transcript().add("change", "mail_password=tRuStNo1");
     run.after(working_copy, "http_password=x\nlan_if=br0\nwsc_device_pin=12345670\n");
     const Redaction redaction(run.plan, run.provenance);
     EXPECT_EQ(redaction.line({0, 0}, "echo 12345670"), "echo ********");
     EXPECT_EQ(redaction.line({1, 0}, "wsc_device_pin=12345670"), "wsc_device_pin=********");
     EXPECT_EQ(redaction.line({2, 0}, "echo 12345670 >/var/wps_pin"), "echo ******** >/var/wps_pin");
     EXPECT_EQ(redaction.line({3, 0}, "http_password=x"), "http_password=********");
+    EXPECT_EQ(redaction.line({4, 0}, "mail_password=tRuStNo1"), "mail_password=********");
 
     const std::vector<FollowedFile> files = produced_lines(run.plan);
     ASSERT_EQ(files.size(), 1U);

@@ -70,18 +70,88 @@ expect 2 run --set novalue lan start
 says err 'rcplan: --set novalue: not a setting; write KEY=VALUE'
 expect 2 run --set 'bad key=1' lan start
 expect 2 run --bogus x lan start
-expect 2 bogus
-says err 'rcplan: bogus: unknown command'
 expect 2 --bogus
-says err 'rcplan: --bogus: unknown option'
-expect 2
-says err 'rcplan: missing command'
+says err "rcplan: '--bogus' is not an option of rcplan"
 expect 0 --help
 grep -q 'check' out || failures=$((failures + 1))
 expect 0 run --help
 grep -q -- '--why' out || failures=$((failures + 1))
 expect 0 --version
 says out "rcplan $2"
+
+expect 2 nosuch lan start
+says err "rcplan: 'nosuch' is not a command; the commands are run, diff, sinks, report, packet, check"
+expect 2
+says err 'rcplan: a command is missing; the commands are run, diff, sinks, report, packet, check'
+# The words may begin with rc, as on the router.
+expect 0 run rc httpd stop
+mv out typed
+expect 0 run httpd stop
+cmp -s out typed || { diff out typed; failures=$((failures + 1)); }
+
+# A file that is no settings file.
+refused() {
+    expect 2 run --settings odd httpd stop
+    says err "rcplan: odd: $1"
+    expect 2 diff settings odd
+    says err "rcplan: odd: $1"
+}
+: > odd
+refused 'is empty; expected one KEY=VALUE per line, as nvram export writes it'
+printf '\n \t\n' > odd
+refused 'is empty; expected one KEY=VALUE per line, as nvram export writes it'
+printf 'lan_if=br0\nx=\000\n' > odd
+refused 'is not a settings file: line 2 contains a zero byte; expected one KEY=VALUE per line, as nvram export writes it'
+printf 'lan_if=br0\nhttp_timeout=5\r\n' > odd
+refused "has CRLF line ends, the first in line 2; convert it: tr -d '\\r' < FILE > NEW"
+printf '\357\273\277lan_if=br0\n' > odd
+refused 'begins with a byte order mark; save it without one'
+printf '#!/bin/sh\nexit\n' > odd
+refused 'is not a settings file: no line is KEY=VALUE; expected one KEY=VALUE per line, as nvram export writes it'
+printf 'lan_if=br0\nhttp timeout=5\n' > odd
+refused 'line 2 has an invalid key; use 1 to 127 of A-Z a-z 0-9 _ - .'
+
+# Keys that rc does not know.
+printf 'lan_if=br0\nhttp_timeot=5\nmine=1\n' > unknown
+expect 0 run --settings unknown --set fw_natt=1 httpd stop
+says err 'rcplan: warning: unknown: http_timeot is not a setting of rc; the nearest is http_timeout'
+says err 'rcplan: warning: unknown: mine is not a setting of rc'
+says err 'rcplan: warning: --set fw_natt is not a setting of rc; the nearest is fw_nat'
+expect 0 run --settings settings --set fw_nat=1 httpd stop
+[ ! -s err ] || { cat err; failures=$((failures + 1)); }
+i=0
+while [ $i -lt 12 ]; do echo "own_$i=1"; i=$((i + 1)); done > unknown
+expect 0 run --settings unknown httpd stop
+[ "$(grep -c 'is not a setting of rc' err)" = 10 ] || { cat err; failures=$((failures + 1)); }
+says err 'rcplan: warning: unknown: rc does not know 2 more settings'
+
+# Bytes that a terminal would take for something else.
+expect 2 run --set "$(printf 'caf\351\033[1m')" lan start
+says err 'rcplan: --set caf\xe9\x1b[1m: not a setting; write KEY=VALUE'
+expect 0 run --why --set wan_mtu=1492 --set "wan_ifname=$(printf 'p\302\233p0')" firewall create
+LC_ALL=C grep -q "$(printf '[\200-\377]')" out && { cat out; failures=$((failures + 1)); }
+says out '       there is no interface p\xc2\x9bp0'
+expect 0 run --json --set "device_name=$(printf 'caf\303\251')" httpd start
+LC_ALL=C grep -q "$(printf '[\200-\377]')" out && { cat out; failures=$((failures + 1)); }
+grep -qF 'caf\u00e9' out || { cat out; failures=$((failures + 1)); }
+
+# Secrets: in lines, files, reasons and JSON.
+expect 0 run --why --set http_username=admin --set http_password=tRuStNo1 httpd start
+says out '     | admin:********'
+says out '     <- http_password=********; http_username=admin'
+grep -q tRuStNo1 out err && { cat out err; failures=$((failures + 1)); }
+expect 0 run --set http_username=admin --set http_password=tRuStNo1 httpd start
+says out '     | admin:********'
+expect 0 run --json --why --set http_username=admin --set http_password=tRuStNo1 httpd start
+grep -q tRuStNo1 out err && { cat out err; failures=$((failures + 1)); }
+expect 0 run --why --show-secrets --set http_username=admin --set http_password=tRuStNo1 httpd start
+says out '     | admin:tRuStNo1'
+says out '     <- http_password=tRuStNo1; http_username=admin'
+expect 2 run --case --set http_password=tRuStNo1 httpd start
+says err 'rcplan: a case file shows the secret http_password; add --show-secrets, or replace the value with --set http_password=VALUE'
+[ ! -s out ] || { cat out; failures=$((failures + 1)); }
+expect 0 run --case --show-secrets --set http_password=tRuStNo1 httpd start
+says out 'setting  http_password=tRuStNo1'
 
 cat > good.case << 'END'
 # a title
@@ -224,7 +294,27 @@ END
 expect 0 run --json --set "device_name=$(printf 'caf\351')" httpd start
 grep -q '"text_hex":"' out || { cat out; failures=$((failures + 1)); }
 
-# The produced files, below a folder.
+# The produced files, below a folder. They hold secrets, so they are their owner's alone.
+umask 022
+expect 0 run --files secret/made --set http_username=admin --set http_password=tRuStNo1 httpd start
+grep -qx 'admin:tRuStNo1' secret/made/tmp/htpasswd || { cat secret/made/tmp/htpasswd; failures=$((failures + 1)); }
+grep -q tRuStNo1 out err && { cat out err; failures=$((failures + 1)); }
+modes=$(stat -c '%a %n' secret secret/made secret/made/tmp secret/made/tmp/htpasswd | tr '\n' ' ')
+[ "$modes" = '700 secret 700 secret/made 700 secret/made/tmp 600 secret/made/tmp/htpasswd ' ] || {
+    echo "modes: $modes"
+    failures=$((failures + 1))
+}
+# A file that is already there gets the mode too; a folder that is there keeps its own.
+chmod 644 secret/made/tmp/htpasswd
+chmod 755 secret/made
+expect 0 run --files secret/made --set http_password=tRuStNo1 httpd start
+modes=$(stat -c '%a' secret/made secret/made/tmp/htpasswd | tr '\n' ' ')
+[ "$modes" = '755 600 ' ] || { echo "modes: $modes"; failures=$((failures + 1)); }
+expect 2 run --files settings/made --set http_password=x httpd start
+says err 'rcplan: settings/made: Not a directory'
+expect 2 run --files lan start
+says err "rcplan: 'lan' is a word of rc, not an output file; write rcplan run --files DIR WORDS, or ./lan for a file of that name"
+[ ! -e lan ] || { echo 'a folder named lan'; failures=$((failures + 1)); }
 expect 0 run --files made --set lan_if=br0 --set dhcp_server_enable=1 dhcpd start
 grep -qx "$(printf 'interface\tbr0')" made/etc/udhcpd.conf || { cat made/etc/udhcpd.conf; failures=$((failures + 1)); }
 [ -e made/var/udhcpd.leases ] || failures=$((failures + 1))
@@ -237,12 +327,25 @@ expect 0 check made.case
 expect 2 run --case --json httpd start
 
 # A plan as a page; options may come before or after the file.
+export SOURCE_DATE_EPOCH=1763769600
 expect 0 report page.html --settings settings --set device_name=R httpd start
 says page.html '<title>Plan: rc httpd start</title>'
 expect 0 report --settings settings --set device_name=R other.html httpd start
 cmp -s page.html other.html || { echo 'the same plan gives two pages'; failures=$((failures + 1)); }
 expect 2 report missing/page.html httpd start
 says err 'rcplan: missing/page.html: No such file or directory'
+grep -qF '<dt>settings</dt><dd><code>settings</code></dd>' page.html || failures=$((failures + 1))
+grep -qF '<dt>made on</dt><dd>2025-11-22 00:00 UTC</dd>' page.html || failures=$((failures + 1))
+grep -qF "<dt>version</dt><dd>rcplan $2</dd>" page.html || failures=$((failures + 1))
+grep -qF '<dt>changed settings</dt><dd><code>device_name=R</code></dd>' page.html || failures=$((failures + 1))
+# A word of rc is no file's name.
+for word in lan start service init rc; do
+    expect 2 report $word restart
+    [ ! -e $word ] || { echo "a page named $word"; failures=$((failures + 1)); }
+done
+says err "rcplan: 'rc' is a word of rc, not an output file; write rcplan report FILE WORDS, or ./rc for a file of that name"
+expect 0 report ./lan httpd start
+rm lan
 expect 2 report page.html
 expect 2 report --settings missing page.html httpd start
 

@@ -263,6 +263,67 @@ class ReportTest(unittest.TestCase):
         self.assertEqual(self.find("output").text, "0 lines")
         self.assertFalse(any(self.seen(line) for line in self.find_all(".line")))
 
+    def test_the_filter_looks_for_one_kind_of_name(self):
+        self.open(FIREWALL_PAGE)
+        field = self.find("#filter")
+
+        def shown(text):
+            field.clear()
+            field.send_keys(text)
+            return [line for line in self.find_all(".line") if self.seen(line)]
+
+        rules = shown("chain:IN_FILTER")
+        self.assertGreater(len(rules), 0)
+        for rule in rules:
+            self.assertEqual(self.run_script("return arguments[0].closest('.chain').id", rule), "chain-filter-IN_FILTER")
+        # The name alone also finds the rules that jump there.
+        self.assertGreater(len(shown("IN_FILTER")), len(rules))
+        tables = {self.run_script("return arguments[0].closest('.table').querySelector('h3 code').textContent", line)
+                  for line in shown("table: nat")}
+        self.assertEqual(tables, {"nat"})
+        lines = shown("setting:fw_in_rules")
+        self.assertGreater(len(lines), 2)
+        for line in lines:
+            self.assertIn("fw_in_rules", self.run_script("return arguments[0].textContent", line))
+        self.assertEqual(shown("setting:no_such"), [])
+
+    def test_a_long_list_is_named_by_its_entries(self):
+        self.open(FIREWALL_PAGE)
+        lines = self.run_script("return [...document.querySelectorAll('.file .line')].map((line) => line.textContent)")
+        mail = [line for line in lines if "--dport 25 " in line]
+        self.assertEqual(len(mail), 4)
+        for line in mail:
+            self.assertIn("fw_in_rules entry 2=mail:1:all:25:25:tcp:41", line)
+            self.assertNotIn("web:1:all", line)
+
+    def test_it_says_what_it_was_made_of(self):
+        self.open(FIREWALL_PAGE)
+        said = self.find(".source").text
+        self.assertIn("firewall.settings", said)
+        self.assertIn("world", said)
+        self.assertRegex(said, r"made on\n[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2} UTC\nversion\nrcplan [0-9.]+")
+
+    def test_prints_all_chains_and_no_controls(self):
+        self.open(FIREWALL_PAGE)
+        self.scheme("dark")
+        BROWSER.execute_cdp_cmd("Emulation.setEmulatedMedia", {
+            "media": "print", "features": [{"name": "prefers-color-scheme", "value": "dark"}]})
+        # A4 within the margins, in CSS pixels.
+        self.size(703, 1016)
+        self.assertFalse(self.seen(self.find("nav")))
+        self.assertFalse(any(self.seen(why) for why in self.find_all(".why > summary")))
+        self.assertTrue(all(self.seen(chain) for chain in self.find_all(".chain")))
+        self.assertEqual(self.run_script("return getComputedStyle(document.body).backgroundColor"),
+                         "rgb(255, 255, 255)")
+        self.assertLessEqual(self.run_script("return document.documentElement.scrollWidth"), 703)
+        wide = self.run_script(
+            "return [...document.querySelectorAll('.map svg')].map((e) => e.getBoundingClientRect().right)")
+        self.assertLessEqual(max(wide), 703)
+        # A rule with its place and its reasons takes a line or two.
+        rule = self.find("#chain-filter-INPUT .rule")
+        self.assertLess(rule.rect["height"], 30)
+        BROWSER.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": ""})
+
     def test_a_link_to_what_the_filter_hides_ends_it(self):
         self.open(FIREWALL_PAGE)
         self.find("#filter").send_keys("fw_remote_port=8889")

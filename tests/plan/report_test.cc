@@ -6,6 +6,7 @@
 
 #include <set>
 
+#include "core/text.h"
 #include "plan/report/html.h"
 #include "plan/report/report.h"
 #include "plan/report/report_map.h"
@@ -174,6 +175,13 @@ std::string report_of(const World& world, const Settings& settings,
     return report_html(plan, trace(plan));
 }
 
+size_t count_of(const std::string& text, const std::string& part) {
+    size_t count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        count++;
+    return count;
+}
+
 TEST(Report, ALineWithItsReasonsAndTheLinksBack) {
     const std::string page =
         report_of({}, {{"device_name", "R"}, {"http_timeout", "5"}}, {"rc", "httpd", "start"});
@@ -221,6 +229,88 @@ TEST(Report, SecretsAreMaskedEverywhere) {
     expect_lacks(page, "tRuStNo1");
     expect_shows(page, "<code>admin:********</code>");
     expect_shows(page, "<code>http_password</code></th><td><code>********</code></td>");
+}
+
+// A file's name may hold a secret too.
+TEST(Report, ASecretInAFilesNameIsMasked) {
+    Plan plan;
+    plan.words = {"rc", "x"};
+    plan.before.put(working_copy, "http_password=tRuStNo1\n");
+    plan.after.world.put(working_copy, "http_password=tRuStNo1\n");
+    plan.after.inputs.insert({Input::Kind::Setting, "http_password"});
+    plan.after.transcript.add_with_body("write", "/tmp/tRuStNo1.sh", "iptables -A INPUT -j DROP\n");
+    plan.after.transcript.add("run", "/bin/sh /tmp/tRuStNo1.sh");
+    plan.after.world.put("/tmp/tRuStNo1.sh", "iptables -A INPUT -j DROP\n");
+    Provenance provenance;
+    for (const size_t event : {size_t{0}, size_t{1}})
+        provenance.add({event, 0},
+                       {.input = {Input::Kind::Setting, "http_password"}, .answer = "tRuStNo1"});
+    provenance.add({1, 0}, {.input = {Input::Kind::File, "/tmp/tRuStNo1.sh"}, .answer = {}});
+    const std::string page = report_html(plan, provenance);
+    expect_sound(page);
+    expect_lacks(page, "tRuStNo1");
+    expect_shows(page, "<code>/tmp/********.sh</code>");
+    expect_shows(page, "there is no file /tmp/********.sh");
+}
+
+TEST(Report, SaysWhatItWasMadeOf) {
+    const std::vector<std::string> words = {"rc", "httpd", "stop"};
+    const Plan plan = make_plan(router_with({}, {{"lan_if", "br0"}}, words), words);
+    const std::string page = report_html(plan, {},
+                                         {.settings_file = "my<settings",
+                                          .sets = {"lan_if=br0", "http_password=tRuStNo1"},
+                                          .world_file = "",
+                                          .date = "2026-11-22 07:00 UTC",
+                                          .version = "rcplan 1.2"});
+    expect_sound(page);
+    expect_shows(page, "<dt>settings</dt><dd><code>my&lt;settings</code></dd>");
+    expect_shows(page,
+                 "<dt>changed settings</dt><dd><code>lan_if=br0</code> "
+                 "<code>http_password=********</code></dd>");
+    expect_shows(page, "<dt>world</dt><dd><span class=\"note\">none</span></dd>");
+    expect_shows(page, "<dt>made on</dt><dd>2026-11-22 07:00 UTC</dd>");
+    expect_shows(page, "<dt>version</dt><dd>rcplan 1.2</dd>");
+    expect_lacks(page, "tRuStNo1");
+}
+
+TEST(Report, ShowsTheFindingsOfTheCheck) {
+    const std::vector<std::string> words = {"rc", "httpd", "start"};
+    const std::string page = report_of(
+        {}, {{"http_timeout", "5"}, {"lan_ipaddr", "<192.168.1>"}, {"http_timeot", "7"}}, words);
+    expect_sound(page);
+    expect_shows(page, "<a href=\"#findings\">Check</a>");
+    EXPECT_THAT(page, testing::ContainsRegex(
+                          "<li class=\"line finding error\"><span class=\"verb\">error</span> "
+                          "<code>lan_ipaddr</code> <span class=\"help\">is not an IPv4 address"));
+    expect_shows(
+        page,
+        "<code>http_timeot</code> <span class=\"help\">is not a setting of rc; the nearest "
+        "is http_timeout; rc ignores it");
+    // Errors come before notes.
+    EXPECT_LT(page.find("finding error"), page.find("finding note"));
+    EXPECT_GT(page.rfind("finding note"), page.rfind("finding error"));
+    // Without settings there is nothing to check.
+    Plan plan;
+    plan.words = {"rc", "x"};
+    expect_lacks(report_html(plan, {}), "id=\"findings\"");
+}
+
+TEST(Report, ARuleSaysItsOwnEntryOfAList) {
+    std::string list;
+    for (int i = 1; i <= 15; i++)
+        list += format("%srule%d:1:x:%d:80:tcp:%d", i == 1 ? "" : "\x01", i, 8000 + i, i + 1);
+    const std::string page =
+        report_of({}, {{"fw_in_rules", list}, {"fw_nat", "1"}}, {"rc", "firewall", "create"});
+    expect_sound(page);
+    expect_shows(page,
+                 "<a href=\"#setting-fw_in_rules.14\"><code>fw_in_rules</code> entry 14</a>"
+                 "=<code>rule14:1:x:8014:80:tcp:15</code>");
+    // The list is shown once, as the setting's value.
+    EXPECT_EQ(count_of(page,
+                       "<li id=\"setting-fw_in_rules.14\"><code>rule14:1:x:8014:80:tcp:15"
+                       "</code></li><li id=\"setting-fw_in_rules.15\">"),
+              1U);
+    EXPECT_EQ(count_of(page, "rule14:1:x:8014:80:tcp:15\\x01rule15"), 0U);
 }
 
 // Every secret that rc knows, in every run that may use it.
@@ -288,18 +378,26 @@ TEST(Report, AFileWithAZeroByteIsShownInHexadecimal) {
     expect_shows(page, "<summary>6 bytes</summary>");
 }
 
+// Each write of a growing binary file would repeat it.
+TEST(Report, OfABinaryBodyTheTimelineShowsTheFirstRows) {
+    Plan plan;
+    plan.words = {"rc", "x"};
+    std::string bytes(8 * 20, 'a');
+    bytes[0] = '\0';
+    plan.after.transcript.add_with_body("write", "/bytes", bytes);
+    plan.after.world.put("/bytes", bytes);
+    const std::string page = report_html(plan, {});
+    expect_sound(page);
+    // 7 whole rows in the timeline, 19 in the file.
+    EXPECT_EQ(count_of(page, "<code>61 61 61 61 61 61 61 61</code>"), 7U + 19U);
+    expect_shows(page, "<li class=\"note\">12 rows more</li>");
+}
+
 Netfilter tables_after(const std::string& script) {
     Transcript transcript;
     transcript.add_with_body("write", "/tmp/rules", script);
     transcript.add("run", "/bin/sh /tmp/rules");
     return netfilter_of(transcript);
-}
-
-size_t count_of(const std::string& text, const std::string& part) {
-    size_t count = 0;
-    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        count++;
-    return count;
 }
 
 TEST(ChainMap, ChainsAreNodesAndJumpsAreArrows) {

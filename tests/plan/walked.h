@@ -87,6 +87,7 @@ class Router {
         words_.insert(words_.end(), action.begin(), action.end());
     }
     World& world() { return world_; }
+    const World& world_in_force() const { return world_; }
 
     Walk walk(std::string_view packet) const {
         const Plan plan = make_plan(world_, words_);

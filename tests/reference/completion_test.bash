@@ -120,7 +120,7 @@ COMP_WORDBREAKS=$breaks
 
 # rcplan: commands, options and their arguments, and the words of rc.
 expect_all 'rcplan ' run diff sinks report packet check
-expect_all 'rcplan run --' --settings --set --world --why --json --case --files --color --help
+expect_all 'rcplan run --' --settings --set --world --why --json --case --files --show-secrets --color --help
 expect 'rcplan run --settings ' '' default
 expect 'rcplan run --files ' '' dirnames
 expect 'rcplan run --color a' 'auto always'

@@ -115,10 +115,21 @@ void PacketMaker::check_protocol() {
             "--in and --from-router: a packet from the router itself has no incoming interface");
 }
 
-// A TCP packet with payload belongs to an established connection.
+// A TCP packet with payload belongs to an established connection. Flags that no first packet of a
+// connection has make it invalid.
 void PacketMaker::deduce_state() {
-    const bool data = packet().payload && packet().protocol == protocol_tcp;
-    if (!data || !options_.state.empty() || options_.syn || packet().tcp_flags) return;
+    if (!options_.state.empty() || options_.syn || packet().protocol != protocol_tcp) return;
+    if (packet().tcp_flags) {
+        const unsigned flags = *packet().tcp_flags;
+        if (begin_connection(flags)) return;
+        packet().state = ConnectionState::Invalid;
+        assume("it is INVALID, since " +
+               std::string(are_tracked(flags) ? "no connection begins with the flags "
+                                              : "no valid packet has the flags ") +
+               tcp_flags_text(flags) + " (--state)");
+        return;
+    }
+    if (!packet().payload) return;
     packet().state = ConnectionState::Established;
     assume("it belongs to an established connection, since it carries text (--state)");
 }

@@ -179,6 +179,17 @@ std::string tcp_flags_text(unsigned flags) {
     return text.empty() ? "NONE" : text;
 }
 
+bool are_tracked(unsigned tcp_flags) {
+    constexpr unsigned tracked[] = {Syn,       Syn | Urg,       Syn | Ack, Rst,      Rst | Ack,
+                                    Fin | Ack, Fin | Ack | Urg, Ack,       Ack | Urg};
+    return std::ranges::count(tracked, tcp_flags & ~unsigned{Psh}) > 0;
+}
+
+bool begin_connection(unsigned tcp_flags) {
+    if (!are_tracked(tcp_flags) || (tcp_flags & (Rst | Fin)) != 0) return false;
+    return (tcp_flags & (Syn | Ack)) != (Syn | Ack);
+}
+
 std::string icmp_type_text(unsigned type) {
     return name_of(icmp_types, type);
 }

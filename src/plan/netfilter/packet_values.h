@@ -54,6 +54,12 @@ std::optional<unsigned> read_icmp_type(std::string_view text);
 // "192.168.1.5:80"; without a port the address alone.
 std::string endpoint_text(std::optional<Ipv4> address, std::optional<unsigned> port);
 std::string protocol_text(unsigned protocol);
+// Whether connection tracking accepts these TCP flags together. Packets with any other set are
+// INVALID: no flag, SYN with FIN or RST, FIN or URG alone. PSH makes no difference.
+bool are_tracked(unsigned tcp_flags);
+// Whether connection tracking accepts these flags in the first packet of a connection that it sees:
+// a SYN, or an ACK of a connection that is already established.
+bool begin_connection(unsigned tcp_flags);
 std::string tcp_flags_text(unsigned flags);
 std::string icmp_type_text(unsigned type);
 

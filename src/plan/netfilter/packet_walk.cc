@@ -29,6 +29,8 @@ class Walker {
     const Netfilter& tables_;
     const Networks& networks_;
     Walk walk_;
+    // The jumps to the chain that is being walked.
+    std::vector<Decision> jumps_;
 
     Packet& packet() { return walk_.packet; }
     void walk_tables();
@@ -42,7 +44,7 @@ class Walker {
     void route();
 
     Outcome traverse(const Chain& chain, int depth);
-    Outcome meet(const Decision& where, int depth);
+    Outcome meet(Decision where, int depth);
     // Unknown stores the reason in the walk.
     Answer matches(const Decision& where);
     Outcome act(const Decision& where, int depth, std::string& effect);
@@ -123,7 +125,11 @@ void Walker::route() {
 bool Walker::translate(const char* chain) {
     if (packet().state == ConnectionState::New) return pass("nat", chain);
     const Chain* rules = tables_.find("nat", chain);
-    if (rules && !rules->rules.empty())
+    const bool has_rules = rules && !rules->rules.empty();
+    if (has_rules && packet().state == ConnectionState::Invalid)
+        assume(
+            "its addresses are not translated: an INVALID packet does not traverse the table nat");
+    else if (has_rules)
         assume(
             "its addresses are already translated: only a connection's first packet"
             " traverses the table nat");
@@ -160,20 +166,21 @@ bool Walker::pass(const char* table, const char* name, bool decides) {
 
 Outcome Walker::traverse(const Chain& chain, int depth) {
     for (size_t place = 0; place < chain.rules.size(); place++) {
-        const Decision where = {.table = chain.table,
-                                .chain = chain.name,
-                                .number = place + 1,
-                                .rule = chain.rules[place],
-                                .origin = chain.rules[place].origin};
-        const Outcome outcome = meet(where, depth);
+        Decision where = {.table = chain.table,
+                          .chain = chain.name,
+                          .number = place + 1,
+                          .rule = chain.rules[place],
+                          .origin = chain.rules[place].origin};
+        const Outcome outcome = meet(std::move(where), depth);
         if (outcome != Outcome::Continue) return outcome;
     }
     return Outcome::Return;
 }
 
-Outcome Walker::meet(const Decision& where, int depth) {
+Outcome Walker::meet(Decision where, int depth) {
     const Answer answer = matches(where);
     if (answer == Answer::No) return Outcome::Continue;
+    where.jumps = jumps_;
     const size_t step = walk_.steps.size();
     walk_.steps.push_back({.kind = WalkStep::Kind::Rule,
                            .depth = depth,
@@ -272,7 +279,10 @@ Outcome Walker::enter(const Decision& where, int depth) {
                            .depth = depth + 1,
                            .table = chain.table,
                            .chain = chain.name});
+    jumps_.push_back(where);
+    jumps_.back().jumps.clear();
     const Outcome outcome = traverse(chain, depth + 2);
+    jumps_.pop_back();
     return outcome == Outcome::Return ? Outcome::Continue : outcome;
 }
 

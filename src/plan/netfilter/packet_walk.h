@@ -35,6 +35,8 @@ struct Decision {
     std::optional<Rule> rule = {};
     // The line of the transcript; nullopt for a policy that no line has set.
     std::optional<Origin> origin = {};
+    // The rules that jump from the built-in chain to this one, in order.
+    std::vector<Decision> jumps = {};
 
     // "rule 3 of IN_FILTER", "FORWARD's policy"; a name used in several tables gets its table's.
     std::string text() const;

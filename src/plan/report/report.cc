@@ -4,8 +4,12 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
+#include "libnvram/secret.h"
 #include "plan/report/html.h"
 #include "plan/report/report_files.h"
+#include "plan/report/report_findings.h"
 #include "plan/report/report_firewall.h"
 #include "plan/report/report_page.h"
 #include "plan/report/report_parts.h"
@@ -43,20 +47,48 @@ std::string totals_html(const Plan& plan) {
     return out + "</dl>\n";
 }
 
+// A KEY=VALUE with the value of a secret masked.
+std::string set_html(const std::string& set) {
+    const size_t equals = std::min(set.find('='), set.size());
+    const bool secret = nvram::is_secret(set.substr(0, equals));
+    return "<code>" + shown_line(secret ? set.substr(0, equals) + "=" + std::string(mask) : set) +
+           "</code>";
+}
+
+std::string source_html(const ReportSource& source) {
+    std::string out = R"(<dl class="source">)";
+    const auto add = [&](const char* name, const std::string& value) {
+        if (!value.empty()) out += fmt::format("<div><dt>{}</dt><dd>{}</dd></div>", name, value);
+    };
+    const auto file = [](const std::string& name) {
+        return name.empty() ? R"(<span class="note">none</span>)"
+                            : "<code>" + shown_line(name) + "</code>";
+    };
+    std::string sets;
+    for (const std::string& set : source.sets) sets += (sets.empty() ? "" : " ") + set_html(set);
+    add("settings", file(source.settings_file));
+    add("changed settings", sets);
+    add("world", file(source.world_file));
+    add("made on", html_escaped(source.date));
+    add("version", html_escaped(source.version));
+    return out + "</dl>\n";
+}
+
 struct Part {
     const char* id;
     const char* title;
     void (*put)(std::string& out, const Report& report);
 };
 constexpr Part parts[] = {
-    {"timeline", "Timeline", put_timeline}, {"files", "Files", put_files},
-    {"firewall", "Firewall", put_firewall}, {"settings", "Settings", put_settings},
-    {"assumed", "Assumed", put_facts},
+    {"findings", "Check", put_findings},    {"timeline", "Timeline", put_timeline},
+    {"files", "Files", put_files},          {"firewall", "Firewall", put_firewall},
+    {"settings", "Settings", put_settings}, {"assumed", "Assumed", put_facts},
 };
 
 }  // namespace
 
-std::string report_html(const Plan& plan, const Provenance& provenance) {
+std::string report_html(const Plan& plan, const Provenance& provenance,
+                        const ReportSource& source) {
     const Report report(plan, provenance);
     std::string links;
     std::string body;
@@ -75,17 +107,21 @@ std::string report_html(const Plan& plan, const Provenance& provenance) {
         "<title>Plan: {}</title>\n<style>{}</style>\n</head>\n<body>\n",
         policy(), command, page_style);
     out += fmt::format(
-        "<header><p class=\"kind\">Plan of</p><h1><code>{}</code></h1>\n{}</header>\n"
+        "<header><p class=\"kind\">Plan of</p><h1><code>{}</code></h1>\n{}{}</header>\n"
         "<nav aria-label=\"sections\"><ul>{}</ul><div role=\"search\" hidden>"
         "<output for=\"filter\"></output> <label for=\"filter\">Filter</label> "
-        "<input type=\"search\" id=\"filter\" autocomplete=\"off\" spellcheck=\"false\"></div>"
+        "<input type=\"search\" id=\"filter\" autocomplete=\"off\" spellcheck=\"false\""
+        " title=\"any text, or chain:NAME, table:NAME, setting:NAME\"></div>"
         "</nav>\n",
-        command, totals_html(plan), links);
+        command, totals_html(plan), source_html(source), links);
     out += "<main>\n" + body + "</main>\n";
     out += "<footer><p>A plan shows what <code>rc</code> would do; nothing was executed. ";
     out += "In texts, <code>\\xNN</code> is a byte that is not printable ASCII, ";
     out += "<code>\\t</code> a tab, <code>\\s</code> a space at the end of a line. ";
-    out += fmt::format("<code>{}</code> replaces a secret.</p></footer>\n", mask);
+    out += fmt::format("<code>{}</code> replaces a secret. ", mask);
+    out += "The filter finds any text, and with <code>chain:</code>, <code>table:</code> or ";
+    out += "<code>setting:</code> in front only such names. ";
+    out += "Print shows what is unfolded and not filtered out.</p></footer>\n";
     out += fmt::format("<script>{}</script>\n</body>\n</html>\n", page_script);
     return out;
 }

@@ -5,10 +5,21 @@
 #define RC_PLAN_REPORT_REPORT_H
 
 #include <string>
+#include <vector>
 
 #include "plan/router/plan.h"
 #include "plan/trace/influence.h"
 
-std::string report_html(const Plan& plan, const Provenance& provenance);
+// What a page was made of, as its reader needs it to make it again.
+struct ReportSource {
+    std::string settings_file;      // empty: none
+    std::vector<std::string> sets;  // KEY=VALUE
+    std::string world_file;         // empty: none
+    std::string date;
+    std::string version;
+};
+
+std::string report_html(const Plan& plan, const Provenance& provenance,
+                        const ReportSource& source = {});
 
 #endif

@@ -82,7 +82,7 @@ void put_files(std::string& out, const Report& report) {
         out += fmt::format(
             R"(<details class="file group" id="{}"><summary class="head"><code>{}</code>)"
             R"( <span class="note">{}</span></summary><ol class="content">)",
-            file_id(index), shown_line(file.path), size_text(report, file));
+            file_id(index), shown_line(report.redaction.path(file.path)), size_text(report, file));
         if (file.binary())
             put_bytes(out, report, file);
         else

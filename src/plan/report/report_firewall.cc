@@ -36,7 +36,7 @@ std::string place_html(const Report& report, const Origin& origin) {
     if (place != report.places.end()) {
         const auto& [file, line] = place->second;
         return fmt::format(R"(<a class="place" href="#{}">{}:{}</a>)", file_line_id(file, line),
-                           shown_line(report.files[file].path), line + 1);
+                           shown_line(report.redaction.path(report.files[file].path)), line + 1);
     }
     const Event& event = report.event(origin.event);
     const bool is_file = event.verb == "write" || event.verb == "append";

@@ -46,17 +46,31 @@
         return parts.map((part) => part.textContent).join('\n').toLowerCase();
     }
 
+    // The names that a search for one kind of thing looks at: "chain:PF".
+    const names = {
+        table: (element) => all(':scope > h3 code', element.closest('.table') ?? element),
+        chain: (element) => all(':scope > h4 code', element.closest('.chain') ?? element),
+        setting: (element) => all('a[href^="#setting-"] code, th code', element),
+    };
+
+    // Whether a line matches. A text without a kind is looked for in everything that a line shows.
+    function matcher(wanted) {
+        const [, kind, name] = /^(table|chain|setting):\s*(.*)$/.exec(wanted) ?? [];
+        if (kind === undefined) return (entry) => entry.words.includes(wanted);
+        return (entry) => names[kind](entry.element).some((code) => code.textContent.toLowerCase().includes(name));
+    }
+
     // Shows the matching lines. Returns their number.
-    function sift(entry, wanted) {
+    function sift(entry, matches, narrows) {
         if (entry.words !== undefined) {
-            const matches = entry.words.includes(wanted);
-            entry.element.classList.toggle('out', !matches);
-            return matches ? 1 : 0;
+            const found = matches(entry);
+            entry.element.classList.toggle('out', !found);
+            return found ? 1 : 0;
         }
-        const inside = entry.children.reduce((sum, child) => sum + sift(child, wanted), 0);
-        const head = entry.head !== undefined && entry.head.words.includes(wanted);
-        if (head && inside === 0) for (const child of entry.children) sift(child, '');
-        if (wanted !== '' && inside > 0) unfold(entry.element);
+        const inside = entry.children.reduce((sum, child) => sum + sift(child, matches, narrows), 0);
+        const head = entry.head !== undefined && matches(entry.head);
+        if (head && inside === 0) for (const child of entry.children) sift(child, () => true, false);
+        if (narrows && inside > 0) unfold(entry.element);
         entry.element.classList.toggle('out', inside === 0 && !head);
         return inside + (head ? 1 : 0);
     }
@@ -75,7 +89,7 @@
         const wanted = text.trim().toLowerCase();
         for (const [fold, open] of folds) fold.open = open;
         folds.clear();
-        const count = sift(root, wanted);
+        const count = sift(root, matcher(wanted), wanted !== '');
         document.body.classList.toggle('filtering', wanted !== '');
         output.textContent = wanted === '' ? '' : count === 1 ? '1 line' : count + ' lines';
     }

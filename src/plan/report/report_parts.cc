@@ -10,20 +10,25 @@
 
 namespace {
 
-bool same(const Influence& a, const Influence& b) {
-    return a.decides == b.decides && a.input == b.input;
+// A longer value is shown whole only in the table of settings.
+constexpr size_t shown_value = 60;
+
+std::string shortened(const std::string& value) {
+    std::string line = escape_line(value);
+    if (line.size() > shown_value) line.replace(shown_value, std::string::npos, "...");
+    return html_escaped(line);
 }
 
 bool holds(const std::vector<Influence>& list, const Influence& influence) {
-    return std::ranges::any_of(list, [&](const Influence& one) { return same(one, influence); });
+    return std::ranges::any_of(list, [&](const Influence& one) { return one.same_as(influence); });
 }
 
 }  // namespace
 
 Report::Report(const Plan& shown, const Provenance& traced)
     : plan(shown),
-      provenance(traced),
       redaction(shown, traced),
+      provenance(redaction.provenance(traced)),
       tables(netfilter_of(shown.after.transcript, shown.before)),
       files(produced_lines(shown)) {
     for (size_t file = 0; file < files.size(); file++)
@@ -33,9 +38,12 @@ Report::Report(const Plan& shown, const Provenance& traced)
     for (const TranscriptLine& line : lines_of(plan.after.transcript)) {
         for (Influence influence : provenance.of(line.origin)) {
             influence.decides = false;
+            influence.entries.clear();
             Subject& subject = subjects[influence.input];
             subject.influence = influence;
-            subject.lines.push_back(line.origin);
+            // Entries of a list that decide, and others that the line contains, are two influences.
+            if (subject.lines.empty() || subject.lines.back() != line.origin)
+                subject.lines.push_back(line.origin);
         }
     }
 }
@@ -55,6 +63,11 @@ std::string file_line_id(size_t file, size_t line) {
 
 std::string subject_id(const Input& input) {
     return std::string(kind_name(input.kind)) + "-" + anchor(input.name);
+}
+
+// No name's anchor has a full stop.
+std::string entry_id(const Input& setting, unsigned entry) {
+    return fmt::format("{}.{}", subject_id(setting), entry);
 }
 
 std::vector<Influence> own_reasons(const Report& report, const Origin& origin) {
@@ -79,11 +92,16 @@ std::string reason_html(const Report& report, const Influence& influence) {
     if (influence.input.kind != Input::Kind::Setting)
         return fmt::format(R"({}<a href="#{}">{}</a>)", condition, id,
                            html_escaped(statement(influence.input, influence.answer)));
-    const std::string value =
-        influence.answer ? "=<code>" + shown_line(report.redaction.answer(influence)) + "</code>"
-                         : " is not set";
-    return fmt::format(R"({}<a href="#{}"><code>{}</code></a>{})", condition, id,
-                       shown_line(influence.input.name), value);
+    const std::string entries = influence.entries.empty() ? "" : " " + influence.entries_text();
+    std::string value = " is not set";
+    if (influence.entries.size() > 1)
+        value = "";
+    else if (influence.answer)
+        value = "=<code>" + shortened(report.redaction.answer(influence)) + "</code>";
+    const std::string target =
+        influence.entries.size() == 1 ? entry_id(influence.input, influence.entries[0]) : id;
+    return fmt::format(R"({}<a href="#{}"><code>{}</code>{}</a>{})", condition, target,
+                       shown_line(influence.input.name), entries, value);
 }
 
 std::string why_html(const Report& report, const std::vector<Influence>& reasons) {

@@ -24,8 +24,9 @@ struct Report {
     Report(const Plan& plan, const Provenance& provenance);
 
     const Plan& plan;
-    const Provenance& provenance;
     Redaction redaction;
+    // Without the values of secrets.
+    Provenance provenance;
     Netfilter tables;
     std::vector<FollowedFile> files;
     // The place of a transcript's line in the produced files: index of the file, index of the line.
@@ -41,6 +42,7 @@ std::string line_id(const Origin& origin);
 std::string file_id(size_t file);
 std::string file_line_id(size_t file, size_t line);
 std::string subject_id(const Input& input);
+std::string entry_id(const Input& setting, unsigned entry);
 
 // The influences on a line. Those that decide whether the event happens at all belong to the event
 // and are not repeated for the lines of its body.

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "plan/report/html.h"
+#include "settings/records.h"
 #include "settings/table.h"
 
 namespace {
@@ -72,10 +73,27 @@ std::string uses_html(const Report& report, const Subject& subject) {
                        counted(subject.lines.size(), "line"), list);
 }
 
+// Reasons name entries by number, so each has its line.
+std::string list_html(const Input& input, const nvram::Record& record, const std::string& value) {
+    std::string out;
+    if (record.ignored_prefix > 0)
+        out += "<code>" + shown_line(value.substr(0, record.ignored_prefix)) + "</code>";
+    out += R"(<ol class="entries">)";
+    unsigned number = 0;
+    for (const std::string_view entry : nvram::split_records(record, value))
+        out += fmt::format(R"(<li id="{}"><code>{}</code></li>)", entry_id(input, ++number),
+                           shown_line(entry));
+    return out + "</ol>";
+}
+
 std::string setting_value_html(const Report& report, const Influence& setting) {
     if (!setting.answer) return R"(<span class="note">not set</span>)";
     if (setting.answer->empty()) return R"(<span class="note">empty</span>)";
-    return "<code>" + shown_line(report.redaction.answer(setting)) + "</code>";
+    const std::string value = report.redaction.answer(setting);
+    const nvram::KnownSetting* known = nvram::find_known(setting.input.name);
+    const bool list = known && known->record && known->record->between != '\0';
+    return list ? list_html(setting.input, *known->record, value)
+                : "<code>" + shown_line(value) + "</code>";
 }
 
 // The setting's help from the table of settings, and the meaning of an empty or missing value.

@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "plan/report/html.h"
 #include "plan/router/transcript.h"
 
@@ -11,6 +13,9 @@ namespace {
 
 // Longer bodies start folded.
 constexpr size_t open_lines = 8;
+// Of a binary body, as many rows: the file as it remains is shown whole, and rc writes the file of
+// leases once for each reservation.
+constexpr size_t shown_rows = 8;
 
 class Writer {
   public:
@@ -119,15 +124,22 @@ void Writer::body(size_t index) {
     out_ += "</ol></details>";
 }
 
+// A line that is in a produced file links to it; its reasons are shown there.
 void Writer::text_body(size_t index, const std::vector<std::string_view>& lines) {
     for (size_t i = 0; i < lines.size(); i++) {
         const Origin origin = {index, i + 1};
         const bool ended = i + 1 < lines.size() || events()[index].body.ends_with('\n');
-        out_ += fmt::format(
-            R"(<li class="line" id="{}"><span class="number">{}</span> <code>{}</code>{}{}</li>)",
-            line_id(origin), i + 1, text_html(report_, origin, std::string(lines[i])),
-            ended ? "" : R"( <span class="note">no newline at the end</span>)",
-            why_html(report_, own_reasons(report_, origin)));
+        const auto place = report_.places.find(origin);
+        const bool kept = place != report_.places.end();
+        const std::string number =
+            kept ? fmt::format(R"(<a class="number" href="#{}">{}</a>)",
+                               file_line_id(place->second.first, place->second.second), i + 1)
+                 : fmt::format(R"(<span class="number">{}</span>)", i + 1);
+        out_ +=
+            fmt::format(R"(<li class="line" id="{}">{} <code>{}</code>{}{}</li>)", line_id(origin),
+                        number, text_html(report_, origin, std::string(lines[i])),
+                        ended ? "" : R"( <span class="note">no newline at the end</span>)",
+                        kept ? "" : why_html(report_, own_reasons(report_, origin)));
     }
 }
 
@@ -143,12 +155,15 @@ void Writer::hex_body(size_t index) {
     std::vector<std::string> lines = event_lines(event);
     lines.erase(lines.begin());
     if (report_.redaction.in_body(index)) lines = {std::string(mask)};
-    for (size_t i = 0; i < lines.size(); i++) {
+    for (size_t i = 0; i < std::min(lines.size(), shown_rows); i++) {
         const size_t start = lines[i].find_first_not_of(" x");
         out_ += fmt::format(R"(<li class="line"><code>{}</code>{}</li>)",
                             html_escaped(lines[i].substr(start)),
                             i == 0 ? why_html(report_, reasons) : "");
     }
+    if (lines.size() > shown_rows)
+        out_ += fmt::format(R"(<li class="note">{} more</li>)",
+                            counted(lines.size() - shown_rows, "row"));
 }
 
 }  // namespace

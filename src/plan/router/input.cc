@@ -146,7 +146,7 @@ std::optional<std::string> value_of_input(const World& world, const Input& input
 }
 
 std::string statement(const Input& input, const std::optional<std::string>& answer) {
-    const std::string& name = input.name;
+    const std::string name = escape_line(input.name);
     const std::string value = shown(answer.value_or(""));
     switch (input.kind) {
         case Input::Kind::Setting:
@@ -161,7 +161,7 @@ std::string statement(const Input& input, const std::optional<std::string>& answ
         case Input::Kind::Mtu:
             return answer ? name + " has the MTU " + value : "there is no interface " + name;
         case Input::Kind::Output:
-            return shown(name) + (value.empty() ? " prints nothing" : " prints " + value);
+            return shown(input.name) + (value.empty() ? " prints nothing" : " prints " + value);
         case Input::Kind::File:
             if (!answer) return "there is no file " + name;
             return "file " + name + (value.empty() ? " is empty" : " holds " + value);

@@ -22,10 +22,19 @@ struct Influence {
     std::optional<std::string> answer;
     // True if another answer removes the line; false if another answer only changes its text.
     bool decides = false;
+    // The entries of a list that the line depends on, counted from 1 and in order; empty if it
+    // depends on the list as a whole, or if the setting is no list.
+    std::vector<unsigned> entries = {};
 
     // One readable line: "lan_if=br0", "if fw_nat=1", "br0 has the address 192.168.1.1",
-    // "if there is no file /tmp/ras_ip". Secrets are shown: it is the reader's own plan.
+    // "if there is no file /tmp/ras_ip", "fw_in_rules entry 3=web:1:x:80:80:tcp:40".
     std::string text() const;
+    // "entry 3", "entries 2, 5-9"; empty without entries.
+    std::string entries_text() const;
+    // The answer as far as the line depends on it: of a list, the entry if it is only one.
+    std::optional<std::string> own_answer() const;
+    // Whether the other one says the same of another line.
+    bool same_as(const Influence& other) const;
 };
 
 class Provenance {
@@ -35,6 +44,8 @@ class Provenance {
     // The facts of the router, other than settings, that any line depends on.
     std::vector<Influence> assumed() const;
     void add(const Origin& line, const Influence& influence);
+    // The same with every influence passed through this function.
+    Provenance changed(const std::function<Influence(const Influence&)>& change) const;
 
   private:
     std::map<Origin, std::vector<Influence>> lines_;
@@ -43,7 +54,10 @@ class Provenance {
 // Called during the work with the number of inputs done and of all inputs.
 using Progress = std::function<void(size_t done, size_t all)>;
 
-Provenance trace(const Plan& plan, const Progress& progress = {});
+// Chooses the inputs whose influence is looked for.
+using Chosen = bool (*)(const Input& input);
+
+Provenance trace(const Plan& plan, const Progress& progress = {}, Chosen chosen = nullptr);
 
 // The facts of the router that rc read, without settings, its own process and files.
 std::vector<Influence> facts_read(const Plan& plan);
