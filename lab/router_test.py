@@ -89,6 +89,9 @@ class Terminal:
         self.seen = ""
         self.process, self.file = pty.fork()
         if self.process == 0:
+            # A shell starts its jobs in the background with these ignored; a terminal's programs have the default.
+            signal.signal(signal.SIGINT, signal.SIG_DFL)
+            signal.signal(signal.SIGQUIT, signal.SIG_DFL)
             os.execv(ROUTER, [ROUTER, "--build-dir", build, *options])
 
     def read(self):
