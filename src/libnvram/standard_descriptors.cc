@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 void open_standard_descriptors() {
-    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    for (int standard = STDIN_FILENO; standard <= STDERR_FILENO; standard++) {
         if (::fcntl(standard, F_GETFD) >= 0) continue;
         // The lowest free number is this one. A root folder without devices still has itself;
         // reading and writing it fails.
