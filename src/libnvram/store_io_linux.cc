@@ -143,7 +143,8 @@ long process_number() {
 void remove_leftovers(const char* folder, std::string_view beginning) {
     DIR* const names = ::opendir(folder);
     if (names == nullptr) return;
-    while (const dirent* const entry = ::readdir(names)) {
+    // readdir(3) fails on a 32-bit processor if a number in an entry has 64 bits.
+    while (const dirent64* const entry = ::readdir64(names)) {
         if (!std::string_view(entry->d_name).starts_with(beginning)) continue;
         char* end = nullptr;
         const long number = std::strtol(entry->d_name + beginning.size(), &end, 10);
