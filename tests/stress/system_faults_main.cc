@@ -160,6 +160,10 @@ std::string wrong_answer(const Trial& trial, const stress::TracedEnd& end,
         const bool said = trial.says.empty() ? output.empty() : output.starts_with(trial.says);
         return said || unsaid ? "" : "says " + output + "\n";
     }
+    // The first sync is the file's, the others are its folders'.
+    const bool replaced = fault.kind == SystemCall::Sync && fault.at > 1;
+    if (replaced && output.find("the new settings are in flash") == std::string::npos)
+        return "does not say what is in flash\n";
     if (!output.starts_with("nvram: ")) return "does not report its failure\n";
     return "";
 }
