@@ -136,6 +136,13 @@ bool remove(const char* path) {
     return ::unlink(path) == 0;
 }
 
+bool has_memory(std::size_t bytes) {
+    // volatile, so that the compiler does not leave out the allocation.
+    void* volatile const block = std::malloc(bytes);
+    std::free(block);
+    return block != nullptr;
+}
+
 long process_number() {
     return ::getpid();
 }
