@@ -205,6 +205,12 @@ bool Store::newest_generation(Newest& newest) {
         if (!read && errno == ENOENT) continue;
         // What is too large is no generation.
         if (!read && errno != EFBIG) return false;
+        // For the copies of the image and the list of its entries.
+        constexpr std::size_t copies = 12;
+        if (read && !io::has_memory(copies * text.size())) {
+            errno = ENOMEM;
+            return fail(path);
+        }
         newest.any_file = true;
         const Generation generation = read ? decode(text) : Generation();
         if (!is_newer(generation.number, newest.number)) continue;

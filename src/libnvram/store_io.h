@@ -47,6 +47,10 @@ void close(int file);
 bool rename(const char* from, const char* to);
 bool remove(const char* path);
 
+// Whether that much memory is to be had. The programs' operator new aborts without memory; this
+// asks in a way that can fail.
+bool has_memory(std::size_t bytes);
+
 // The number in the names of this process's temporary files.
 long process_number();
 

@@ -136,6 +136,13 @@ bool remove(const char* path) {
     return ::unlink(path) == 0;
 }
 
+bool has_memory(std::size_t bytes) {
+    // volatile, so that the compiler does not leave out the allocation.
+    void* volatile const block = std::malloc(bytes);
+    std::free(block);
+    return block != nullptr;
+}
+
 long process_number() {
     return ::getpid();
 }
@@ -143,7 +150,8 @@ long process_number() {
 void remove_leftovers(const char* folder, std::string_view beginning) {
     DIR* const names = ::opendir(folder);
     if (names == nullptr) return;
-    while (const dirent* const entry = ::readdir(names)) {
+    // readdir(3) fails on a 32-bit processor if a number in an entry has 64 bits.
+    while (const dirent64* const entry = ::readdir64(names)) {
         if (!std::string_view(entry->d_name).starts_with(beginning)) continue;
         char* end = nullptr;
         const long number = std::strtol(entry->d_name + beginning.size(), &end, 10);

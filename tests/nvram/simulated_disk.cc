@@ -253,6 +253,10 @@ bool remove(const char* path) {
     return true;
 }
 
+bool has_memory(std::size_t bytes) {
+    return bytes <= disk().memory;
+}
+
 long process_number() {
     return 7;
 }

@@ -49,6 +49,7 @@ struct SimulatedDisk {
     int fail_at = 0;                  // the operation with this number fails; 0: none
     int fail_with = 0;                // and sets errno to this
     bool beyond_the_clock = false;    // files' times do not fit into the clock: EOVERFLOW
+    std::size_t memory = SIZE_MAX;    // larger requests fail
     int operations = 0;               // calls so far
     int reads = 0;                    // whole files read so far
     std::vector<DiskState>* trace = nullptr;  // gets the state after every operation

@@ -325,6 +325,26 @@ TEST(Store, TakesNoSlotForDamagedThatCannotBeRead) {
     }
 }
 
+TEST(Store, TakesNoSlotForDamagedForWantOfMemory) {
+    SimulatedDisk& simulated = SimulatedDisk::reset();
+    simulated.state.place("/etc/default", "a=factory\n");
+    simulated.state.place("/flash/nvram.a", generation(1, "a=1\n"));
+    simulated.state.place("/flash/nvram.b", generation(2, "a=" + std::string(5000, '2') + "\n"));
+    simulated.memory = 20000;
+    nvram::Store store(places);
+    EXPECT_FALSE(store.load());
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(store.failed_path(), "/flash/nvram.b");
+    EXPECT_EQ(working(), "(none)");
+    bool kept = false;
+    EXPECT_TRUE(store.restore_factory(&kept));
+    EXPECT_TRUE(kept);
+    EXPECT_FALSE(store.commit());
+    EXPECT_EQ(errno, ENOMEM);
+    EXPECT_EQ(number_in("/flash/nvram.a"), 1U);
+    EXPECT_EQ(number_in("/flash/nvram.b"), 2U);
+}
+
 TEST(Store, RemovesWhatEndedProcessesLeft) {
     SimulatedDisk& simulated = SimulatedDisk::reset();
     simulated.state.place("/tmp/nvram", "a=1\n");

@@ -10,6 +10,7 @@
 #include <array>
 #include <iostream>
 
+#include "libnvram/generation.h"
 #include "room.h"
 #include "state.h"
 
@@ -113,6 +114,35 @@ void act_without_room(const Settings& settings, const SmallDisk& disk, int pages
     }
 }
 
+// A load without room fails, and the boot runs nvram default. The factory settings, which need less
+// room, fit; the user's stay in flash.
+void default_after_a_load_without_room(const Settings& settings, const SmallDisk& disk) {
+    Settings mine = settings;
+    mine["long"] = std::string(3000, 'x');
+    const std::string image = settings_image(mine);
+    stress::write_text("/flash/nvram.b", nvram::encode({.number = 2, .image = image}));
+    const std::string factory = stress::read_text("/etc/default");
+    stress::write_text("/etc/default", "device_name=Factory\n");
+    disk.make_room();
+    disk.fill_but(1);
+    const std::string load = run({"/bin/nvram", "load"});
+    check(load == "status 2", "nvram load without room: " + load);
+    const std::string end = run({"/bin/nvram", "default"});
+    check(end == "status 0", "nvram default after it: " + end + " " + stress::output_of("it"));
+    check(stress::output_of("it").starts_with("nvram: default: there was no working copy"),
+          "nvram default after it says " + stress::output_of("it"));
+    check(stress::read_text("/tmp/nvram") == "device_name=Factory\n",
+          "nvram default after it: another working copy");
+    disk.make_room();
+    const std::string again = run({"/bin/nvram", "load"});
+    check(again == "status 0", "nvram load with room: " + again);
+    const std::string wrong_now = stress::wrong_settings(exactly(mine), exactly(mine));
+    check(wrong_now.empty(), "nvram load with room: " + wrong_now);
+    stress::write_text("/etc/default", factory);
+    unlink("/flash/nvram.b");
+    unlink("/tmp/nvram");
+}
+
 // Without room for the working copy the first run fails to load; with room, the next run finds the
 // settings from flash.
 void first_use_without_room(const Settings& settings, const SmallDisk& disk) {
@@ -124,6 +154,7 @@ void first_use_without_room(const Settings& settings, const SmallDisk& disk) {
         stress::output_of("it").find("debug init rc -- nvram load failed \n") != std::string::npos,
         "the first use without room says " + stress::output_of("it"));
     check(!stress::exists("/tmp/nvram"), "the first use without room leaves a working copy");
+    default_after_a_load_without_room(settings, disk);
 
     disk.make_room();
     const std::string next = run({"/bin/rc", "httpd", "start"});

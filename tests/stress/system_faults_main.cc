@@ -10,6 +10,7 @@
 
 #include <iostream>
 
+#include "libnvram/generation.h"
 #include "room.h"
 #include "state.h"
 #include "traced.h"
@@ -66,6 +67,8 @@ struct Trial {
     bool commits = false;
     // Ends with 2 and changes nothing, or with 0 and does everything.
     bool all_or_nothing = false;
+    // A generation before the one in flash.
+    Settings older = {};
     // What it says on its way to status 0.
     std::string says = {};
     // The factory settings, if they are others than those before it.
@@ -99,6 +102,12 @@ void prepare(const Trial& trial) {
     stress::write_text("/dev/mtd0", factory_partition());
     stress::write_text("/tmp/import", "imported=yes\nlan_ipaddr=192.168.7.1\n");
     if (!trial.factory.empty()) stress::write_text("/etc/default", settings_image(trial.factory));
+    if (!trial.older.empty()) {
+        const std::string newest = settings_image(trial.before);
+        const std::string older = settings_image(trial.older);
+        stress::write_text("/flash/nvram.a", nvram::encode({.number = 1, .image = older}));
+        stress::write_text("/flash/nvram.b", nvram::encode({.number = 2, .image = newest}));
+    }
     if (trial.power_on) unlink("/tmp/nvram");
     if (trial.no_flash) {
         unlink("/flash/nvram.a");
@@ -151,6 +160,10 @@ std::string wrong_answer(const Trial& trial, const stress::TracedEnd& end,
         const bool said = trial.says.empty() ? output.empty() : output.starts_with(trial.says);
         return said || unsaid ? "" : "says " + output + "\n";
     }
+    // The first sync is the file's, the others are its folders'.
+    const bool replaced = fault.kind == SystemCall::Sync && fault.at > 1;
+    if (replaced && output.find("the new settings are in flash") == std::string::npos)
+        return "does not say what is in flash\n";
     if (!output.starts_with("nvram: ")) return "does not report its failure\n";
     return "";
 }
@@ -248,6 +261,11 @@ std::vector<Trial> trials_on(const Settings& settings) {
          .commits = true,
          .all_or_nothing = true},
         {.words = {"/bin/nvram", "load"}, .before = settings, .all_or_nothing = true},
+        // The newest generation, or nothing.
+        {.words = {"/bin/nvram", "load"},
+         .before = settings,
+         .all_or_nothing = true,
+         .older = with(settings, {{"device_name", "Older"}})},
         {.words = {"/bin/nvram", "default"},
          .before = settings,
          .commits = true,
