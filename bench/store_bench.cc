@@ -27,7 +27,7 @@ class Filled {
         for (int64_t i = 0; i < keys; i++)
             text += key_of(i) + "=192.168.1." + std::to_string(i) + "\n";
         store_ = std::make_unique<nvram::Store>(places);
-        if (!store_->put_file(places.factory + ".new", places.factory, text, false)) abort();
+        if (!store_->put_file(places.factory, text, false)) abort();
         if (!store_->restore_factory()) abort();
     }
     ~Filled() {

@@ -14,18 +14,7 @@
 #include <unistd.h>
 
 #include "core/platform.h"
-
-namespace {
-
-void open_standard_descriptors() {
-    for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (fcntl(standard, F_GETFD) >= 0) continue;
-        // The lowest free number. A root folder without devices still has itself.
-        if (open("/dev/null", O_RDWR) < 0) open("/", O_RDONLY);
-    }
-}
-
-}  // namespace
+#include "libnvram/standard_descriptors.h"
 
 namespace platform {
 

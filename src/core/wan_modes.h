@@ -17,6 +17,12 @@ constexpr const char* l2tp = "l2tp";
 constexpr const char* bpa = "bpa";
 constexpr const char* ras = "ras";
 
+// The MTU that a PPP link carries: Ethernet's 1500 bytes less the headers of PPPoE (RFC 2516), and
+// of the tunnels.
+constexpr int pppoe_mtu = 1492;
+constexpr int pptp_mtu = 1462;
+constexpr int l2tp_mtu = 1464;
+
 // In the order in which the reference lists them.
 constexpr const char* all[] = {dhcpc, ip, pppoe, pptp, l2tp, bpa, ras};
 

@@ -28,8 +28,8 @@ constexpr ForwardStore in_rules = {
 constexpr ForwardStore out_rules = {
     .capacity = limits::range_forwards, .port_width = 5, .protocol_width = 4, .host_width = 3};
 
-// The enabled records, each name:1:third:first:second:protocol:host. A record without a third ":" is
-// ignored; other missing fields are empty.
+// The enabled records, each name:1:third:first:second:protocol:host. A record without a third ":"
+// is ignored; other missing fields are empty.
 std::vector<Forward> parse_forwards(std::string_view list, const ForwardStore& store);
 
 // The first three octets of an address; the whole text if it has no dot.

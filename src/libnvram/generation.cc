@@ -48,4 +48,14 @@ Generation decode(std::string_view text) {
     return generation;
 }
 
+std::uint32_t number_after(std::uint32_t number) {
+    return number == UINT32_MAX ? 1 : number + 1;
+}
+
+bool is_newer(std::uint32_t number, std::uint32_t other) {
+    if (number == 0 || other == 0) return other == 0 && number != 0;
+    const std::uint32_t ahead = number - other;
+    return ahead != 0 && ahead <= UINT32_MAX / 2;
+}
+
 }  // namespace nvram

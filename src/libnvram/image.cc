@@ -161,16 +161,21 @@ bool Image::apply(const Entry& change) {
     return true;
 }
 
-void append_escaped(std::string& out, std::string_view value) {
+void append_escaped_byte(std::string& out, char c) {
     static constexpr char digits[] = "0123456789abcdef";
+    const auto byte = static_cast<unsigned char>(c);
+    out += "\\x";
+    out += digits[byte >> 4];
+    out += digits[byte & 15];
+}
+
+void append_escaped(std::string& out, std::string_view value) {
     for (const char c : value) {
         const auto byte = static_cast<unsigned char>(c);
         if (byte == '\\') {
             out += "\\\\";
         } else if (byte < 0x20 || byte == 0x7f) {
-            out += "\\x";
-            out += digits[byte >> 4];
-            out += digits[byte & 15];
+            append_escaped_byte(out, c);
         } else {
             out += c;
         }

@@ -64,6 +64,9 @@ class Image {
 
 std::string serialise(const std::vector<Entry>& entries);
 
+// Appends a byte as an image escapes it: \xHH.
+void append_escaped_byte(std::string& out, char c);
+
 // Appends one value in an image's form: backslash, bytes below 0x20 and 0x7f are escaped.
 void append_escaped(std::string& out, std::string_view value);
 

@@ -3,6 +3,7 @@
 #include "libnvram/store.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <utility>
 
 #include "libnvram/generation.h"
@@ -25,6 +26,7 @@ class OpenFile {
     }
     explicit operator bool() const { return file_ >= 0; }
     int get() const { return file_; }
+    void take(int file) { file_ = file; }
     int release() { return std::exchange(file_, -1); }
 
   private:
@@ -35,6 +37,18 @@ std::string folder_of(const std::string& path) {
     const std::size_t slash = path.rfind('/');
     if (slash == std::string::npos) return ".";
     return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// Temporary files are the path, a dot, the process's number and ".new".
+std::string temporary_of(const std::string& path) {
+    char end[32];
+    std::snprintf(end, sizeof end, ".%ld.new", io::process_number());
+    return path + end;
+}
+
+void remove_leftovers_of(const std::string& path) {
+    const std::string beginning = path.substr(path.rfind('/') + 1) + ".";
+    io::remove_leftovers(folder_of(path).c_str(), beginning);
 }
 
 }  // namespace
@@ -48,11 +62,22 @@ bool Store::fail(const std::string& path) {
     return false;
 }
 
-int Store::lock() {
+// The lock's own file orders all operations. Somebody may remove it while it is held; so the
+// working copy is locked too, if there is one: nobody else replaces it between a reading and the
+// rename.
+struct Store::Held {
+    OpenFile lock{-1};
+    OpenFile working{-1};
+};
+
+bool Store::lock(Held& held) {
+    bad_lines_.clear();
+    in_flash_ = false;
     const std::string path = places_.working + ".lock";
-    const int file = io::lock(path.c_str());
-    if (file < 0) fail(path);
-    return file;
+    held.lock.take(io::make_and_lock(path.c_str()));
+    if (!held.lock) return fail(path);
+    held.working.take(io::lock(places_.working.c_str()));
+    return held.working || errno == ENOENT || fail(places_.working);
 }
 
 void Store::forget() {
@@ -68,9 +93,9 @@ const Image* Store::working() {
     OpenFile file(io::open_to_read(path));
     std::string text;
     // The identity is taken before reading, so that a write during the read is noticed at the next
-    // call.
-    if (!file || !io::identify_open(file.get(), now) ||
-        !io::read_all(file.get(), image_limit, text)) {
+    // call. Without one the file is read at each call.
+    const bool known = file && io::identify_open(file.get(), now);
+    if (!file || (!known && errno != EOVERFLOW) || !io::read_all(file.get(), image_limit, text)) {
         const int reason = errno;
         forget();
         errno = reason;
@@ -79,8 +104,10 @@ const Image* Store::working() {
     }
     forget();
     image_ = Image(std::move(text));
-    seen_ = now;
-    seen_file_ = file.release();
+    if (known) {
+        seen_ = now;
+        seen_file_ = file.release();
+    }
     return &image_;
 }
 
@@ -90,18 +117,28 @@ bool Store::read_file(const std::string& path, std::size_t limit, std::string& t
     return true;
 }
 
-bool Store::read_image(const std::string& path, Image& image) {
+// Writing a working copy with a line that cannot be read would drop the line.
+bool Store::read_working(Image& image) {
     std::string text;
-    if (!read_file(path, image_limit, text)) return false;
-    image = Image(std::move(text));
-    return true;
+    if (!read_file(places_.working, image_limit, text)) return false;
+    image = Image(std::move(text), &bad_lines_);
+    if (bad_lines_.empty()) return true;
+    errno = EBADMSG;
+    return fail(places_.working);
 }
 
-bool Store::put_file(const std::string& temporary, const std::string& path, std::string_view text,
-                     bool durable) {
+bool Store::accepted(const Judge* judge, const std::vector<Entry>& entries) {
+    if (judge == nullptr) return true;
+    if (judge->accepts(Image(serialise(entries)), judge->context)) return true;
+    errno = ECANCELED;
+    return fail(places_.working);
+}
+
+bool Store::put_file(const std::string& path, std::string_view text, bool durable) {
+    const std::string temporary = temporary_of(path);
     {
         const OpenFile file(io::create(temporary.c_str()));
-        if (!file) return fail(temporary);
+        if (!file) return fail(path);
         if (io::write_all(file.get(), text) && (!durable || io::sync(file.get())) &&
             io::rename(temporary.c_str(), path.c_str()))
             return true;
@@ -109,7 +146,7 @@ bool Store::put_file(const std::string& temporary, const std::string& path, std:
     const int reason = errno;
     io::remove(temporary.c_str());
     errno = reason;
-    return fail(temporary);
+    return fail(path);
 }
 
 bool Store::put_working(const std::vector<Entry>& entries) {
@@ -118,11 +155,12 @@ bool Store::put_working(const std::vector<Entry>& entries) {
         errno = E2BIG;
         return fail(places_.working);
     }
+    remove_leftovers_of(places_.working);
     // The RAM disk is lost in a power cut anyway, so nothing is synced here.
-    return put_file(places_.working + ".new", places_.working, text, false);
+    return put_file(places_.working, text, false);
 }
 
-bool Store::change(const std::vector<Entry>& changes) {
+bool Store::change(const std::vector<Entry>& changes, const Judge* judge) {
     for (const Entry& entry : changes) {
         const int reason = !valid_key(entry.key)              ? EINVAL
                            : entry.value.size() > value_limit ? E2BIG
@@ -132,21 +170,24 @@ bool Store::change(const std::vector<Entry>& changes) {
         return fail(places_.working);
     }
 
-    const OpenFile held(lock());
+    Held held;
     // Not read into image_, because the caller's texts may point into it.
     Image image;
-    if (!held || !read_image(places_.working, image)) return false;
+    if (!lock(held) || !read_working(image)) return false;
     bool changed = false;
     for (const Entry& entry : changes) changed |= image.apply(entry);
+    if (!accepted(judge, image.entries())) return false;
     return !changed || put_working(image.entries());
 }
 
-bool Store::replace(const std::vector<Entry>& entries) {
-    const OpenFile held(lock());
-    io::Identity identity;
-    if (!held) return false;
-    if (!io::identify(places_.working.c_str(), identity)) return fail(places_.working);
-    return put_working(entries);
+bool Store::replace(const std::vector<Entry>& entries, const Judge* judge) {
+    Held held;
+    if (!lock(held)) return false;
+    if (!held.working) {
+        errno = ENOENT;
+        return fail(places_.working);
+    }
+    return accepted(judge, entries) && put_working(entries);
 }
 
 std::string Store::slot_path(char slot) const {
@@ -155,26 +196,28 @@ std::string Store::slot_path(char slot) const {
     return path;
 }
 
-Store::Newest Store::newest_generation() {
-    Newest newest;
+// False if a generation cannot be read just now: it may be the newest.
+bool Store::newest_generation(Newest& newest) {
     for (const char slot : {'a', 'b'}) {
         std::string text;
-        if (!read_file(slot_path(slot), header_limit + image_limit, text)) {
-            if (errno != ENOENT) newest.any_file = true;
-            continue;
-        }
+        const std::string path = slot_path(slot);
+        const bool read = read_file(path, header_limit + image_limit, text);
+        if (!read && errno == ENOENT) continue;
+        // What is too large is no generation.
+        if (!read && errno != EFBIG) return false;
         newest.any_file = true;
-        const Generation generation = decode(text);
-        if (generation.number <= newest.number) continue;
+        const Generation generation = read ? decode(text) : Generation();
+        if (!is_newer(generation.number, newest.number)) continue;
         newest.number = generation.number;
         newest.slot = slot;
         newest.image = generation.image;
     }
-    return newest;
+    return true;
 }
 
 std::optional<std::string> Store::flash_image() {
-    Newest newest = newest_generation();
+    Newest newest;
+    if (!newest_generation(newest)) return std::nullopt;
     if (newest.number != 0) return std::move(newest.image);
     errno = newest.any_file ? EBADMSG : ENOENT;
     fail(places_.flash);
@@ -182,27 +225,30 @@ std::optional<std::string> Store::flash_image() {
 }
 
 bool Store::put_generation(char slot, std::string_view text) {
-    const std::string temporary = places_.flash + ".new";
     const std::string path = slot_path(slot);
-    if (put_file(temporary, path, text, true)) return true;
+    remove_leftovers_of(path);
+    if (put_file(path, text, true)) return true;
     const std::string folder = folder_of(places_.flash);
     if (errno != ENOENT || !io::make_folder(folder.c_str())) return false;
-    return put_file(temporary, path, text, true);
+    return put_file(path, text, true);
 }
 
-bool Store::commit_locked() {
+bool Store::commit_locked(const Judge* judge) {
     Image image;
-    if (!read_image(places_.working, image)) return false;
+    if (!read_working(image)) return false;
     const std::string body = image.text();
-    if (body.size() > image_limit) {
-        errno = E2BIG;
+    if (image.entries().empty() || body.size() > image_limit) {
+        errno = body.empty() ? ENODATA : E2BIG;
         return fail(places_.working);
     }
+    if (!accepted(judge, image.entries())) return false;
 
-    const Newest newest = newest_generation();
-    const std::string text = encode({.number = newest.number + 1, .image = body});
+    Newest newest;
+    if (!newest_generation(newest)) return false;
+    const std::string text = encode({.number = number_after(newest.number), .image = body});
     // The newest generation is never touched, so that an undamaged one exists at every moment.
     if (!put_generation(newest.slot == 'a' ? 'b' : 'a', text)) return false;
+    in_flash_ = true;
     const std::string folder = folder_of(places_.flash);
     if (!io::sync_folder(folder.c_str())) return fail(folder);
     // A new folder, made by us or by a commit that was killed, survives a power cut only if its
@@ -212,28 +258,38 @@ bool Store::commit_locked() {
     return io::sync_folder(parent.c_str()) || fail(parent);
 }
 
-bool Store::commit() {
+bool Store::commit(const Judge* judge) {
     // Under the lock, so that the later of two commits stores the newer settings.
-    const OpenFile held(lock());
-    return held && commit_locked();
+    Held held;
+    return lock(held) && commit_locked(judge);
 }
 
 bool Store::load_factory() {
-    Image image;
-    return read_image(places_.factory, image) && put_working(image.entries());
+    std::string text;
+    return read_file(places_.factory, image_limit, text) &&
+           put_working(Image(std::move(text)).entries());
 }
 
 bool Store::load() {
-    const OpenFile held(lock());
-    if (!held) return false;
+    Held held;
+    if (!lock(held)) return false;
     if (std::optional<std::string> flash = flash_image())
         return put_working(Image(std::move(*flash)).entries());
     return errno == ENOENT && load_factory();
 }
 
-bool Store::restore_factory() {
-    const OpenFile held(lock());
-    return held && load_factory() && commit_locked();
+bool Store::restore_factory(bool* kept_flash) {
+    Held held;
+    if (!lock(held)) return false;
+    if (!held.working) {
+        // Flash that cannot be read just now may hold the user's settings too.
+        Newest newest;
+        if (!newest_generation(newest) || newest.number != 0) {
+            if (kept_flash != nullptr) *kept_flash = true;
+            return load_factory();
+        }
+    }
+    return load_factory() && commit_locked(nullptr);
 }
 
 }  // namespace nvram

@@ -15,9 +15,16 @@
 
 namespace nvram {
 
-// Every change of the working copy happens under one lock and ends in a rename, so a reader needs
-// no lock. A function that fails returns false with errno set, failed_path() naming the file, and
-// nothing changed.
+// Looks at settings before they are stored, with the context that its owner gave; false refuses
+// them.
+struct Judge {
+    bool (*accepts)(const Image& image, void* context);
+    void* context;
+};
+
+// Every change of the working copy happens under a lock and ends in a rename, so a reader needs no
+// lock. A function that fails returns false with errno set, failed_path() naming the file, and
+// nothing changed except where its comment says so.
 class Store {
   public:
     explicit Store(Places places) : places_(std::move(places)) {}
@@ -30,36 +37,47 @@ class Store {
     const Image* working();
 
     // Carries out all changes in one write. EINVAL: an invalid key; E2BIG: a value or the image is
-    // too large; ENOENT: no working copy, which only load() and restore_factory() create.
-    bool change(const std::vector<Entry>& changes);
+    // too large; ENOENT: no working copy, which only load() and restore_factory() create; EBADMSG:
+    // it has bad_lines(), which the write would drop; ECANCELED: refused.
+    bool change(const std::vector<Entry>& changes, const Judge* judge = nullptr);
 
-    // Gives the working copy exactly these entries, sorted by key.
-    bool replace(const std::vector<Entry>& entries);
+    // Gives the working copy exactly these entries, sorted by key. ECANCELED: refused.
+    bool replace(const std::vector<Entry>& entries, const Judge* judge = nullptr);
 
-    // Writes the working copy over the older generation.
-    bool commit();
+    // Writes the working copy over the older generation. ENODATA: it has no settings; EBADMSG: it
+    // has bad_lines(); ECANCELED: refused. If only the last sync fails, the new settings are
+    // in_flash().
+    bool commit(const Judge* judge = nullptr);
 
     // Makes the working copy from the newest undamaged generation, or from the factory settings if
-    // flash was never written. EBADMSG: all generations are damaged.
+    // flash was never written. EBADMSG: all generations are damaged. A generation that cannot be
+    // read may be the newest, so no other one is loaded instead.
     bool load();
 
     // Makes the working copy from the factory settings and commits it. If only the commit fails,
-    // the new working copy stays.
-    bool restore_factory();
+    // the new working copy stays. A missing working copy means that a load has failed: then flash
+    // is kept, unless all its generations are damaged or it was never written.
+    bool restore_factory(bool* kept_flash = nullptr);
 
-    // The image in the newest undamaged generation; nullopt with errno set, EBADMSG as for load().
+    // The image in the newest undamaged generation; nullopt with errno set, errors as of load().
     std::optional<std::string> flash_image();
 
     const Places& places() const { return places_; }
     const std::string& failed_path() const { return failed_path_; }
 
-    // Reads a whole file of at most limit bytes.
+    // The lines of the working copy that the last change or commit could not read.
+    const std::vector<BadLine>& bad_lines() const { return bad_lines_; }
+
+    // The last commit has replaced the older generation; if it failed nevertheless, a power cut may
+    // undo that.
+    bool in_flash() const { return in_flash_; }
+
+    // Reads a whole regular file of at most limit bytes.
     bool read_file(const std::string& path, std::size_t limit, std::string& text);
 
     // Writes a temporary file and renames it to path; if durable, its content is synced to the disk
     // before the rename.
-    bool put_file(const std::string& temporary, const std::string& path, std::string_view text,
-                  bool durable);
+    bool put_file(const std::string& path, std::string_view text, bool durable);
 
   private:
     struct Newest {
@@ -69,19 +87,25 @@ class Store {
         std::string image;
     };
 
-    int lock();
-    bool read_image(const std::string& path, Image& image);
+    // The locks of one operation.
+    struct Held;
+
+    bool lock(Held& held);
+    bool read_working(Image& image);
+    bool accepted(const Judge* judge, const std::vector<Entry>& entries);
     bool put_working(const std::vector<Entry>& entries);
-    bool commit_locked();
+    bool commit_locked(const Judge* judge);
     bool load_factory();
     std::string slot_path(char slot) const;
-    Newest newest_generation();
+    bool newest_generation(Newest& newest);
     bool put_generation(char slot, std::string_view text);
     void forget();
     bool fail(const std::string& path);
 
     Places places_;
     std::string failed_path_;
+    std::vector<BadLine> bad_lines_;
+    bool in_flash_ = false;
     // Keeping the file open prevents reuse of its inode number, so that no other image is mistaken
     // for this one.
     int seen_file_ = -1;

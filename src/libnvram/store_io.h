@@ -21,10 +21,16 @@ struct Identity {
     bool operator==(const Identity&) const = default;
 };
 
+// EOVERFLOW: the file is there, but has a time beyond the C library's clock, which may have 32
+// bits.
 bool identify(const char* path, Identity& identity);
 bool identify_open(int file, Identity& identity);
 
+// Opens a regular file. EISDIR: a folder; ENXIO: a FIFO, a socket or a device. Never waits.
 int open_to_read(const char* path);
+
+// Opens whatever the path names, and waits for the writer of a FIFO.
+int open_any_to_read(const char* path);
 
 // Reads to the end; EFBIG if there are more than limit bytes.
 bool read_all(int file, std::size_t limit, std::string& text);
@@ -40,14 +46,28 @@ bool sync(int file);
 void close(int file);
 bool rename(const char* from, const char* to);
 bool remove(const char* path);
+
+// The number in the names of this process's temporary files.
+long process_number();
+
+// Removes the files in the folder whose names are the beginning, the number of a process that has
+// ended, and ".new".
+void remove_leftovers(const char* folder, std::string_view beginning);
+
 bool make_folder(const char* path);
 
 // Returns after the names in the folder are on the disk.
 bool sync_folder(const char* path);
 
-// Waits until no other process has the lock; close releases it, and so does the end of the
-// process.
+// Waits until no other process has the lock of the file that has this path then; close releases it,
+// and so does the end of the process. Errors as of open_to_read.
 int lock(const char* path);
+
+// The same; makes the file if there is none, and follows no link.
+int make_and_lock(const char* path);
+
+// If set, called with the file's path before a wait for another process, and with nullptr after it.
+extern void (*lock_wait)(const char* path);
 
 }  // namespace nvram::io
 

@@ -1,11 +1,15 @@
 // The settings store's system calls on Linux. No other file of the store makes system calls.
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 #include "libnvram/store_io.h"
 
@@ -44,7 +48,34 @@ static int open_private(const char* path, int flags, mode_t mode) {
     return file;
 }
 
+static int close_keeping_errno(int file) {
+    const int reason = errno;
+    ::close(file);
+    errno = reason;
+    return -1;
+}
+
+// Opens a regular file. O_NONBLOCK does nothing to one, and the open of a FIFO does not wait.
+static int open_regular(const char* path, int flags) {
+    const int file = open_private(path, flags | O_NONBLOCK, 0600);
+    if (file < 0) return -1;
+    struct stat status;
+    if (::fstat(file, &status) == 0) {
+        if (S_ISREG(status.st_mode)) return file;
+        errno = S_ISDIR(status.st_mode) ? EISDIR : ENXIO;
+    } else if (errno == EOVERFLOW) {
+        // The mode is not to be had. A FIFO or a socket has no position (ESPIPE).
+        if (::lseek(file, 0, SEEK_CUR) == 0) return file;
+        errno = ENXIO;
+    }
+    return close_keeping_errno(file);
+}
+
 int open_to_read(const char* path) {
+    return open_regular(path, O_RDONLY);
+}
+
+int open_any_to_read(const char* path) {
     return open_private(path, O_RDONLY, 0);
 }
 
@@ -105,6 +136,25 @@ bool remove(const char* path) {
     return ::unlink(path) == 0;
 }
 
+long process_number() {
+    return ::getpid();
+}
+
+void remove_leftovers(const char* folder, std::string_view beginning) {
+    DIR* const names = ::opendir(folder);
+    if (names == nullptr) return;
+    while (const dirent* const entry = ::readdir(names)) {
+        if (!std::string_view(entry->d_name).starts_with(beginning)) continue;
+        char* end = nullptr;
+        const long number = std::strtol(entry->d_name + beginning.size(), &end, 10);
+        if (number <= 0 || std::strcmp(end, ".new") != 0) continue;
+        // Its process may still write it, if somebody removed the lock's file.
+        const bool ended = ::kill(static_cast<pid_t>(number), 0) != 0 && errno == ESRCH;
+        if (ended) ::unlinkat(::dirfd(names), entry->d_name, 0);
+    }
+    ::closedir(names);
+}
+
 bool make_folder(const char* path) {
     return ::mkdir(path, 0700) == 0;
 }
@@ -114,23 +164,54 @@ bool sync_folder(const char* path) {
     if (folder < 0) return false;
     // A file system may not support fsync of folders, and a read-only one has nothing to write.
     const bool done = ::fsync(folder) == 0 || errno == EINVAL || errno == EROFS;
-    const int reason = errno;
-    ::close(folder);
-    errno = reason;
+    close_keeping_errno(folder);
     return done;
 }
 
-int lock(const char* path) {
-    const int file = open_private(path, O_RDWR | O_CREAT | O_NOFOLLOW, 0600);
-    if (file < 0) return -1;
-    while (::flock(file, LOCK_EX) != 0) {
-        if (errno == EINTR) continue;
-        const int reason = errno;
-        ::close(file);
-        errno = reason;
-        return -1;
+void (*lock_wait)(const char* path) = nullptr;
+
+static bool take_lock(int file, const char* path) {
+    bool waits = false;
+    int result = ::flock(file, LOCK_EX | LOCK_NB);
+    while (result != 0 && (errno == EWOULDBLOCK || errno == EINTR)) {
+        if (errno == EWOULDBLOCK && !waits && lock_wait != nullptr) {
+            waits = true;
+            lock_wait(path);
+        }
+        result = ::flock(file, LOCK_EX);
     }
-    return file;
+    if (waits) lock_wait(nullptr);
+    return result == 0;
+}
+
+// Times beyond a 32-bit clock hide the numbers too; then the file is taken for the same.
+static bool is_at(int file, const char* path) {
+    struct stat locked;
+    struct stat named;
+    if (::fstat(file, &locked) != 0 || ::stat(path, &named) != 0) return errno == EOVERFLOW;
+    errno = ENOENT;
+    return locked.st_dev == named.st_dev && locked.st_ino == named.st_ino;
+}
+
+// While this process waited, another may have removed or replaced the file, and a third may have
+// the lock of the new one. Then this one begins again.
+static int lock_with(const char* path, int flags) {
+    for (;;) {
+        const int file = open_regular(path, flags);
+        if (file < 0) return -1;
+        const bool taken = take_lock(file, path);
+        if (taken && is_at(file, path)) return file;
+        close_keeping_errno(file);
+        if (!taken || errno != ENOENT) return -1;
+    }
+}
+
+int lock(const char* path) {
+    return lock_with(path, O_RDONLY);
+}
+
+int make_and_lock(const char* path) {
+    return lock_with(path, O_RDWR | O_CREAT | O_NOFOLLOW);
 }
 
 }  // namespace nvram::io

@@ -1,8 +1,9 @@
-// nvram check: prints what is wrong with settings, as text or as JSON.
+// nvram check: prints what is wrong with settings, as text or as JSON; and --check of other verbs.
 #include <cstdio>
 #include <utility>
 
 #include "check/check.h"
+#include "libnvram/printable.h"
 #include "nvram/verbs.h"
 
 namespace nvram {
@@ -13,43 +14,30 @@ static const char* name_of(Level level) {
     return level_names[static_cast<std::size_t>(level)];
 }
 
-// The length in bytes of the well-formed UTF-8 character (RFC 3629) that the text begins with; 0 if
-// it begins with none.
-static std::size_t utf8_length(std::string_view text) {
-    const auto byte = [text](std::size_t place) {
-        return place < text.size() ? static_cast<unsigned char>(text[place]) : 0U;
-    };
-    const unsigned first = byte(0);
-    if (first < 0x80) return 1;
-    const std::size_t length = first >= 0xf5 ? 0 : first >= 0xf0 ? 4 : first >= 0xe0 ? 3 : 2;
-    if (first < 0xc2 || length == 0) return 0;
-    for (std::size_t place = 1; place < length; ++place)
-        if ((byte(place) & 0xc0) != 0x80) return 0;
-    // Overlong encodings, surrogates, and code points beyond U+10FFFF.
-    const unsigned second = byte(1);
-    const bool bad = (first == 0xe0 && second < 0xa0) || (first == 0xed && second > 0x9f) ||
-                     (first == 0xf0 && second < 0x90) || (first == 0xf4 && second > 0x8f);
-    return bad ? 0 : length;
+static void append_unit(std::string& out, std::uint32_t unit) {
+    char escape[12];
+    std::snprintf(escape, sizeof escape, "\\u%04x", unit);
+    out += escape;
 }
 
-// A byte that is not valid UTF-8 is written as an image escapes it: \xff.
+// A byte that is not valid UTF-8 is written as an image escapes it: \xff. A character that could
+// control a terminal is written as JSON escapes it, beyond U+FFFF as a pair of surrogates.
 static void append_json(std::string& out, std::string_view text) {
-    char escape[8];
     out += '"';
     while (!text.empty()) {
-        const std::size_t length = utf8_length(text);
-        const auto byte = static_cast<unsigned>(static_cast<unsigned char>(text[0]));
-        if (length == 0) {
-            std::snprintf(escape, sizeof escape, "\\\\x%02x", byte);
-            out += escape;
-        } else if (byte < 0x20) {
-            std::snprintf(escape, sizeof escape, "\\u%04x", byte);
-            out += escape;
+        const Character character = first_character(text);
+        if (character.length == 0) {
+            out += '\\';
+            append_escaped_byte(out, text[0]);
+        } else if (!is_printable(character.code)) {
+            const bool pair = character.code > 0xffff;
+            if (pair) append_unit(out, 0xd7c0 + (character.code >> 10));
+            append_unit(out, pair ? 0xdc00 + (character.code & 0x3ff) : character.code);
         } else {
             if (text[0] == '"' || text[0] == '\\') out += '\\';
-            out += text.substr(0, length);
+            out += text.substr(0, character.length);
         }
-        text.remove_prefix(length == 0 ? 1 : length);
+        text.remove_prefix(character.length == 0 ? 1 : character.length);
     }
     out += '"';
 }
@@ -74,23 +62,28 @@ static void print_json(const Finding& finding) {
     std::puts(line.c_str());
 }
 
+static void append_line(std::string& out, std::string_view start, std::string_view text) {
+    out += start;
+    append_printable(out, text);
+    out += '\n';
+}
+
 // The findings of one setting share one heading.
-static void print_text(const std::vector<Finding>& findings) {
+static std::string findings_text(const std::vector<Finding>& findings) {
+    std::string text;
     std::string_view heading;
     for (const Finding& finding : findings) {
         const bool is_line = finding.key.find(' ') != std::string::npos;
-        if (finding.key != heading) {
-            if (is_line)
-                std::printf("%s\n", finding.key.c_str());
-            else
-                std::printf("%s=%s\n", finding.key.c_str(), finding.value.c_str());
-        }
+        if (finding.key != heading)
+            append_line(text, "", is_line ? finding.key : finding.key + "=" + finding.value);
         heading = finding.key;
-        std::printf("    %s: %s\n", name_of(finding.level), finding.problem.c_str());
-        std::printf("    rc: %s\n", finding.effect.c_str());
-        if (!finding.fix.empty()) std::printf("    fix: %s\n", finding.fix.c_str());
+        append_line(text, std::string("    ") + name_of(finding.level) + ": ", finding.problem);
+        append_line(text, "    rc: ", finding.effect);
+        if (!finding.fix.empty()) append_line(text, "    fix: ", finding.fix);
     }
-    std::printf("%zu finding%s\n", findings.size(), findings.size() == 1 ? "" : "s");
+    text += std::to_string(findings.size());
+    text += findings.size() == 1 ? " finding\n" : " findings\n";
+    return text;
 }
 
 // Findings about lines that are not settings come first.
@@ -110,6 +103,14 @@ static std::vector<Finding> check_text(std::string text) {
     return findings;
 }
 
+bool accept_without_errors(const Image& image, void* text) {
+    std::vector<Finding> errors = check_settings(image);
+    std::erase_if(errors, [](const Finding& finding) { return finding.level != Level::Error; });
+    if (errors.empty()) return true;
+    *static_cast<std::string*>(text) = findings_text(errors);
+    return false;
+}
+
 int check_verb(Store& store, const Call& call) {
     const char* const place = call.words.empty() ? "@working" : call.words[0];
     std::string text;
@@ -120,7 +121,7 @@ int check_verb(Store& store, const Call& call) {
         if (call.json) print_json(finding);
         if (finding.level != Level::Note) clean = false;
     }
-    if (!call.json) print_text(findings);
+    if (!call.json) std::fputs(findings_text(findings).c_str(), stdout);
     return clean ? status_done : status_no;
 }
 

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "libnvram/printable.h"
 #include "nvram/verbs.h"
 #include "settings/forms.h"
 #include "settings/sinks.h"
@@ -91,7 +92,7 @@ static void print_sinks(const KnownSetting& known) {
 // Suggests the keys at an edit distance of at most 2.
 static int unknown_setting(const Call& call, const char* key) {
     constexpr std::size_t near = 2;
-    std::fprintf(stderr, "nvram: %s: %s: unknown setting", call.verb, key);
+    std::fprintf(stderr, "nvram: %s: %s: unknown setting", call.verb, printable(key).c_str());
     const char* joint = " (did you mean ";
     for (const SettingGroup& group : setting_groups()) {
         for (const KnownSetting& known : group.settings) {

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "libnvram/printable.h"
+#include "libnvram/standard_descriptors.h"
 #include "nvram/verbs.h"
 
 namespace {
@@ -14,14 +16,21 @@ constexpr const char* usage =
     "  set KEY=VALUE...             change the working copy\n"
     "  unset KEY...                 remove from the working copy\n"
     "  show [--show-secrets] [PREFIX]   print the settings, passwords as ********\n"
+#if RC_NVRAM_TABLE
+    "  commit [--check]             write the working copy to flash; --check: unless it has errors\n"
+#else
     "  commit                       write the working copy to flash\n"
+#endif
     "  load                         fill the working copy from flash\n"
     "  default                      reset the working copy and flash to the factory settings\n"
     "  export FILE|-                write all settings, including passwords, to a file\n"
     "  import [--replace] FILE|-    read settings from a file; --replace removes all others\n"
+#if RC_NVRAM_TABLE
+    "  import --check ...           the same, unless the settings would have errors\n"
+#endif
     "  diff [--show-secrets] A B    compare files, @working, @factory or @flash; status 1 if they differ\n"
 #if RC_NVRAM_TABLE
-    "  check [--json] [FILE]        report what is wrong with the settings, or with those in a file or @...;\n"
+    "  check [--json] [FILE|-]      report what is wrong with the settings, or with those in a file or @...;\n"
     "                               status 1 if there is an error or a warning\n"
     "  describe KEY                 explain a setting\n"
     "  keys [PREFIX]                list the settings that rc knows, with a line of help\n"
@@ -60,7 +69,8 @@ constexpr std::array verbs = {
 constexpr std::array<std::string_view, 3> table_verbs = {"check", "describe", "keys"};
 
 int usage_error(const char* word, const char* problem) {
-    std::fprintf(stderr, "nvram: %s: %s (try 'nvram --help')\n", word, problem);
+    std::fprintf(stderr, "nvram: %s: %s (try 'nvram --help')\n", nvram::printable(word).c_str(),
+                 problem);
     return nvram::status_error;
 }
 
@@ -84,6 +94,11 @@ int run_verb(std::string_view root, const nvram::Call& call) {
             return usage_error(call.verb, "does not take --json");
         if (call.replace && verb.run != nvram::import_verb)
             return usage_error(call.verb, "does not take --replace");
+        if (call.check && verb.run != nvram::import_verb && verb.run != nvram::commit_verb)
+            return usage_error(call.verb, "does not take --check");
+        if (call.check && !RC_NVRAM_TABLE)
+            return usage_error("--check", "not included in this build");
+        nvram::report_lock_wait(call.verb, 60);
         nvram::Store store(nvram::places_below(root));
         return finish(verb.run(store, call));
     }
@@ -96,6 +111,7 @@ int run_verb(std::string_view root, const nvram::Call& call) {
 
 // Options come before the verb or directly after it; "--" or the first other word ends them.
 int main(int argc, char** argv) {
+    open_standard_descriptors();
     std::span<char* const> words(argv, static_cast<std::size_t>(argc));
     nvram::Call call;
     std::string_view root;
@@ -125,6 +141,8 @@ int main(int argc, char** argv) {
             call.replace = true;
         } else if (word == "--json") {
             call.json = true;
+        } else if (word == "--check") {
+            call.check = true;
         } else {
             return usage_error(words[0], "unknown option");
         }

@@ -3,17 +3,47 @@
 #include <cstdio>
 #include <cstring>
 
+#include "libnvram/printable.h"
 #include "libnvram/secret.h"
 #include "nvram/verbs.h"
 
 namespace nvram {
 
+// What mends a working copy that cannot be committed or changed.
+static constexpr const char* working_fix =
+    "nothing was changed; 'nvram load' restores the committed settings";
+
+static void print_bad_lines(const Store& store, const Call& call) {
+    const char* const path = store.failed_path().c_str();
+    for (const BadLine& line : store.bad_lines())
+        std::fprintf(stderr, "nvram: %s: %s: line %u %s\n", call.verb, path, line.number,
+                     line.reason);
+    std::fprintf(stderr, "nvram: %s: %s: %s, or correct the lines\n", call.verb, path, working_fix);
+}
+
 int store_error(const Store& store, const Call& call) {
     const int reason = errno;
+    const bool working = store.failed_path() == store.places().working;
+    if (reason == EBADMSG && working) {
+        print_bad_lines(store, call);
+        return status_error;
+    }
     const char* const path = store.failed_path().c_str();
     std::fprintf(stderr, "nvram: %s: ", call.verb);
-    if (reason == ENOENT && store.failed_path() == store.places().working) {
+    if (reason == ENOENT && working) {
         std::fprintf(stderr, "%s: no working copy; run 'nvram load' first\n", path);
+    } else if (reason == ENODATA) {
+        std::fprintf(stderr, "%s: has no settings; %s\n", path, working_fix);
+    } else if (reason == ENXIO || reason == EISDIR) {
+        std::fprintf(stderr, "%s: not a regular file; remove it\n", path);
+    } else if (reason == EIO && store.failed_path().starts_with(store.places().flash + ".")) {
+        std::fprintf(stderr, "%s: %s; try again; if it stays so, remove the file\n", path,
+                     std::strerror(reason));
+    } else if (store.in_flash()) {
+        std::fprintf(stderr,
+                     "%s: %s; the new settings are in flash, but a power cut may bring back the "
+                     "previous ones; commit again\n",
+                     path, std::strerror(reason));
     } else if (reason == E2BIG || reason == EFBIG) {
         std::fprintf(stderr,
                      "%s: larger than the limit of 1048576 bytes; unset settings you do not need\n",
@@ -38,14 +68,13 @@ void print_entry(const char* prefix, const Entry& entry, bool show_secrets) {
     } else {
         append_escaped(line, entry.value);
     }
-    std::puts(line.c_str());
+    std::puts(printable(line).c_str());
 }
 
 static bool check_key(const Call& call, std::string_view key) {
     if (valid_key(key)) return true;
-    std::fprintf(stderr,
-                 "nvram: %s: '%.*s' is not a valid key; use 1 to 127 of A-Z a-z 0-9 _ - .\n",
-                 call.verb, static_cast<int>(key.size()), key.data());
+    std::fprintf(stderr, "nvram: %s: '%s' is not a valid key; use 1 to 127 of A-Z a-z 0-9 _ - .\n",
+                 call.verb, printable(key).c_str());
     return false;
 }
 
@@ -65,7 +94,7 @@ int set_verb(Store& store, const Call& call) {
     for (const std::string_view word : call.words) {
         const std::size_t equals = word.find('=');
         if (equals == std::string_view::npos) {
-            std::fprintf(stderr, "nvram: set: '%s' is not KEY=VALUE\n", word.data());
+            std::fprintf(stderr, "nvram: set: '%s' is not KEY=VALUE\n", printable(word).c_str());
             return status_error;
         }
         const Entry entry{word.substr(0, equals), word.substr(equals + 1)};
@@ -103,8 +132,26 @@ int show_verb(Store& store, const Call& call) {
     return any ? status_done : status_no;
 }
 
+CallsJudge::CallsJudge(const Call& call) : judge_{.accepts = nullptr, .context = &errors_} {
+#if RC_NVRAM_TABLE
+    if (call.check) judge_.accepts = accept_without_errors;
+#else
+    static_cast<void>(call);
+#endif
+}
+
+int stored(bool done, const Store& store, const Call& call, const CallsJudge& judge) {
+    if (done) return status_done;
+    if (errno != ECANCELED) return store_error(store, call);
+    // After the lock's release, since whoever reads this may take its time.
+    std::fputs(judge.errors().c_str(), stdout);
+    std::fprintf(stderr, "nvram: %s: the settings have errors; nothing was changed\n", call.verb);
+    return status_no;
+}
+
 int commit_verb(Store& store, const Call& call) {
-    return store.commit() ? status_done : store_error(store, call);
+    const CallsJudge judge(call);
+    return stored(store.commit(judge.get()), store, call, judge);
 }
 
 int load_verb(Store& store, const Call& call) {
@@ -112,7 +159,15 @@ int load_verb(Store& store, const Call& call) {
 }
 
 int default_verb(Store& store, const Call& call) {
-    return store.restore_factory() ? status_done : store_error(store, call);
+    bool kept_flash = false;
+    if (!store.restore_factory(&kept_flash)) return store_error(store, call);
+    if (kept_flash)
+        std::fputs(
+            "nvram: default: there was no working copy, so a load has failed: the working copy has the\n"
+            "factory settings until the next boot or 'nvram load'; the settings in flash are unchanged\n"
+            "(run 'nvram default' again to replace them too)\n",
+            stderr);
+    return status_done;
 }
 
 }  // namespace nvram

@@ -1,4 +1,6 @@
 // nvram export, import and diff: settings in files that users keep, edit and compare.
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -24,30 +26,70 @@ static bool report(const Call& call, const char* path, const std::vector<BadLine
     return bad_lines.empty();
 }
 
+static bool names_standard_output(const struct stat& named) {
+    struct stat output;
+    return fstat(STDOUT_FILENO, &output) == 0 && output.st_dev == named.st_dev &&
+           output.st_ino == named.st_ino;
+}
+
+// A device or a FIFO is written into, as long as its reader takes.
+static bool write_into(const char* path, std::string_view text) {
+    const int file = open(path, O_WRONLY | O_NOCTTY | O_CLOEXEC);
+    if (file < 0) return false;
+    const bool written = io::write_all(file, text);
+    const int reason = errno;
+    io::close(file);
+    errno = reason;
+    return written;
+}
+
 int export_verb(Store& store, const Call& call) {
     const Image* const image = store.working();
     if (image == nullptr) return store_error(store, call);
     const std::string text = image->text();
     const std::string path = call.words[0];
-    if (path == "-") {
+    struct stat named;
+    const bool there = stat(path.c_str(), &named) == 0;
+    if (path == "-" || (there && names_standard_output(named))) {
         std::fwrite(text.data(), 1, text.size(), stdout);
         return status_done;
     }
-    // Two concurrent exports to one file must not share a temporary file; the store's lock does not
-    // cover exports.
-    char number[24];
-    std::snprintf(number, sizeof number, ".%ld.new", static_cast<long>(getpid()));
-    const bool written = store.put_file(path + number, path, text, true);
+    const bool written = there && !S_ISREG(named.st_mode) ? write_into(path.c_str(), text)
+                                                          : store.put_file(path, text, true);
     return written ? status_done : file_error(call, path.c_str());
+}
+
+// A file that the user names may be a FIFO, such as the shell's <(...).
+static bool read_named(const char* path, std::size_t limit, std::string& text) {
+    if (std::string_view(path) == "-") return io::read_all(STDIN_FILENO, limit, text);
+    const int file = io::open_any_to_read(path);
+    if (file < 0) return false;
+    const bool read = io::read_all(file, limit, text);
+    const int reason = errno;
+    io::close(file);
+    errno = reason;
+    return read;
+}
+
+// Some editors begin a file with a byte order mark and end lines with CR LF. An image escapes a CR
+// that belongs to a value.
+static void remove_editor_marks(std::string& text) {
+    constexpr std::string_view byte_order_mark = "\xef\xbb\xbf";
+    if (text.starts_with(byte_order_mark)) text.erase(0, byte_order_mark.size());
+    if (!text.ends_with('\n')) text += '\n';
+    std::size_t out = 0;
+    for (const char c : text) {
+        while (c == '\n' && out > 0 && text[out - 1] == '\r') --out;
+        text[out++] = c;
+    }
+    text.resize(out);
 }
 
 int import_verb(Store& store, const Call& call) {
     const char* const path = call.words[0];
     std::string text;
-    const bool readable = std::string_view(path) == "-"
-                              ? io::read_all(STDIN_FILENO, image_limit, text)
-                              : store.read_file(path, image_limit, text);
-    if (!readable) return file_error(call, path);
+    if (!read_named(path, image_limit, text)) return file_error(call, path);
+    remove_editor_marks(text);
 
     std::vector<BadLine> bad_lines;
     const Image image(std::move(text), &bad_lines);
@@ -55,9 +97,10 @@ int import_verb(Store& store, const Call& call) {
         std::fprintf(stderr, "nvram: import: %s: no setting was changed\n", path);
         return status_error;
     }
-    const bool stored =
-        call.replace ? store.replace(image.entries()) : store.change(image.entries());
-    return stored ? status_done : store_error(store, call);
+    const CallsJudge judge(call);
+    const bool done = call.replace ? store.replace(image.entries(), judge.get())
+                                   : store.change(image.entries(), judge.get());
+    return stored(done, store, call, judge);
 }
 
 bool read_image_text(Store& store, const Call& call, std::string_view name, std::string& text) {
@@ -71,10 +114,15 @@ bool read_image_text(Store& store, const Call& call, std::string_view name, std:
         text = std::move(*image);
         return true;
     }
-    if (name == "@working") path = store.places().working;
-    if (name == "@factory") path = store.places().factory;
-    if (!store.read_file(path, header_limit + image_limit, text)) {
+    constexpr std::size_t limit = header_limit + image_limit;
+    if (name == "@working" || name == "@factory") {
+        path = name == "@working" ? store.places().working : store.places().factory;
+        if (store.read_file(path, limit, text)) return true;
         store_error(store, call);
+        return false;
+    }
+    if (!read_named(path.c_str(), limit, text)) {
+        file_error(call, path.c_str());
         return false;
     }
     // A generation's own file may be compared too: its header is not part of the settings.
@@ -104,6 +152,10 @@ static bool print_difference(const Image& old_image, const Image& new_image, boo
 }
 
 int diff_verb(Store& store, const Call& call) {
+    if (std::string_view(call.words[0]) == "-" && std::string_view(call.words[1]) == "-") {
+        std::fputs("nvram: diff: standard input can be only one of the two\n", stderr);
+        return status_error;
+    }
     std::string old_text;
     std::string new_text;
     if (!read_image_text(store, call, call.words[0], old_text)) return status_error;

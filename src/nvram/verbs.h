@@ -21,6 +21,7 @@ struct Call {
     bool show_secrets = false;
     bool replace = false;
     bool json = false;
+    bool check = false;
 };
 
 // Each returns the command's exit status; before status_error it prints the reason on standard
@@ -42,13 +43,41 @@ int keys_verb(Store& store, const Call& call);
 // Prints what the store could not do and, where there is a fix, the fix. Returns status_error.
 int store_error(const Store& store, const Call& call);
 
-// Reads a file, or one of the store's own images by its name. False after a message with the
-// reason.
+// For commit and import --check: a Judge's function that refuses settings with errors. Puts the
+// errors as text into the std::string that is its context.
+bool accept_without_errors(const Image& image, void* text);
+
+// The call's judge, which keeps the errors that it finds: with --check the one above.
+class CallsJudge {
+  public:
+    explicit CallsJudge(const Call& call);
+    CallsJudge(const CallsJudge&) = delete;
+    CallsJudge& operator=(const CallsJudge&) = delete;
+
+    // nullptr without --check.
+    const Judge* get() const { return judge_.accepts != nullptr ? &judge_ : nullptr; }
+    const std::string& errors() const { return errors_; }
+
+  private:
+    std::string errors_;
+    Judge judge_;
+};
+
+// After an attempt to store: what it could not do, or the errors that its judge found. Returns the
+// exit status.
+int stored(bool done, const Store& store, const Call& call, const CallsJudge& judge);
+
+// Reads a file, standard input as "-", or one of the store's own images by its name. False after a
+// message with the reason.
 bool read_image_text(Store& store, const Call& call, std::string_view name, std::string& text);
 
 // Prints one key=value line after a prefix such as "+ "; a secret's value as asterisks unless
 // show_secrets.
 void print_entry(const char* prefix, const Entry& entry, bool show_secrets);
+
+// Reports on standard error when the store waits this long for another process, and goes on
+// waiting.
+void report_lock_wait(const char* verb, unsigned seconds);
 
 }  // namespace nvram
 

@@ -66,7 +66,9 @@ void put_bases_first(std::vector<std::string>& paths) {
 }  // namespace
 
 int check_verb(const CheckOptions& options) {
-    std::vector<std::string> cases = options.cases;
+    std::vector<std::string> cases;
+    for (const std::string& path : options.cases)
+        for (std::string& found : case_paths(path)) cases.push_back(std::move(found));
     if (options.update) put_bases_first(cases);
     int status = status_done;
     for (const std::string& path : cases)

@@ -5,8 +5,8 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
-#include <optional>
 
+#include "plan/router/transcript.h"
 #include "rcplan/files.h"
 #include "rcplan/verbs.h"
 
@@ -188,18 +188,22 @@ void add_check(CLI::App& app, int& status) {
     command->callback([options, &status] { status = check_verb(*options); });
 }
 
-// What is wrong with the command's name; nullopt if it is one.
-std::optional<std::string> wrong_command(const CLI::App& app, int argc, char** argv) {
+// Names the command, or what was typed in its place: CLI11 only says that one is required.
+std::string usage_problem(const CLI::App& app, const CLI::ParseError& error, int argc,
+                          char** argv) {
+    if (!app.get_subcommands().empty())
+        return app.get_subcommands().front()->get_name() + ": " + error.what();
     std::string names;
     std::string typed;
     for (int i = 1; i < argc && typed.empty(); i++)
         if (*argv[i] != '-') typed = argv[i];
     for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
-        if (command->get_name() == typed) return std::nullopt;
+        if (command->get_name() == typed) return error.what();
         names += (names.empty() ? "" : ", ") + command->get_name();
     }
-    if (!typed.empty()) return "'" + typed + "' is not a command; the commands are " + names;
-    if (argc > 1) return std::nullopt;
+    if (!typed.empty())
+        return "'" + escape_line(typed) + "' is not a command; the commands are " + names;
+    if (argc > 1) return "'" + escape_line(argv[1]) + "' is not an option of rcplan";
     return "a command is missing; the commands are " + names;
 }
 
@@ -229,7 +233,7 @@ int run_command_line(int argc, char** argv) {
         app->parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return app->exit(error);
-        complain(wrong_command(*app, argc, argv).value_or(error.what()));
+        complain(usage_problem(*app, error, argc, argv));
         std::cerr << "Try: rcplan --help, or rcplan COMMAND --help\n";
         return status_wrong_use;
     }

@@ -11,21 +11,20 @@
 #include <memory>
 #include <string_view>
 
+#include "libnvram/printable.h"
+
 namespace {
 
-// Other bytes that are not printable ASCII are written as \xNN.
+// Text for a terminal; the bytes in kept stay.
 std::string printable(std::string_view text, std::string_view kept) {
-    constexpr char digits[] = "0123456789abcdef";
     std::string out;
-    for (const char c : text) {
-        const auto value = static_cast<unsigned char>(c);
-        if ((value >= 0x20 && value <= 0x7e) || kept.find(c) != std::string_view::npos) {
-            out += c;
-            continue;
-        }
-        out += "\\x";
-        out += digits[value >> 4];
-        out += digits[value & 15];
+    while (!text.empty()) {
+        const std::string_view part = text.substr(0, text.find_first_of(kept));
+        nvram::append_printable(out, part);
+        text.remove_prefix(part.size());
+        if (text.empty()) break;
+        out += text.front();
+        text.remove_prefix(1);
     }
     return out;
 }

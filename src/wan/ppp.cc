@@ -6,6 +6,7 @@
 #include "core/file.h"
 #include "core/platform.h"
 #include "core/text.h"
+#include "core/wan_modes.h"
 #include "wan/ppp_secrets.h"
 #include "wan/wan.h"
 
@@ -45,8 +46,8 @@ void run_pppoe(const char* peer_dns) {
         "/usr/sbin/pppd plugin pppoe  %s user \"%s\" password \"%s\" mtu %s %s %s nodetach noipdefault"
         " defaultroute %s %s maxfail 0 %s %s",
         port.text(), specialchar(nvram_text("pppoe_username")).c_str(),
-        specialchar(nvram_text("pppoe_password")).c_str(), link_mtu("1492").c_str(), debug,
-        local_address.c_str(), peer_dns, idle.c_str(), service_name.c_str(),
+        specialchar(nvram_text("pppoe_password")).c_str(), link_mtu(wan_mode::pppoe_mtu).c_str(),
+        debug, local_address.c_str(), peer_dns, idle.c_str(), service_name.c_str(),
         "lcp-echo-failure 3 lcp-echo-interval 10 >/var/ppp_dbg 2>&1 &"));
 }
 
@@ -72,8 +73,8 @@ void run_pptp(const char* peer_dns) {
         " defaultroute %s %s lcp-echo-failure 3 &",
         nvram_text("pptp_server").text(), phone.c_str(),
         specialchar(nvram_text("pptp_username")).c_str(),
-        specialchar(nvram_text("pptp_password")).c_str(), link_mtu("1462").c_str(), local_address,
-        peer_dns, idle.c_str()));
+        specialchar(nvram_text("pptp_password")).c_str(), link_mtu(wan_mode::pptp_mtu).c_str(),
+        local_address, peer_dns, idle.c_str()));
 }
 
 void write_l2tp_options(const std::string& idle, const char* peer_dns) {
@@ -81,7 +82,7 @@ void write_l2tp_options(const std::string& idle, const char* peer_dns) {
     if (!options) return;
     options.print("noipdefault\n");
     if (nvram_value("l2tp_dod").on()) options.print("%s\n", idle.c_str());
-    options.print("mtu %s\n", link_mtu("1464").c_str());
+    options.print("mtu %s\n", link_mtu(wan_mode::l2tp_mtu).c_str());
     options.print(
         "nodetach\n"
         "defaultroute\n"
@@ -103,9 +104,9 @@ const char* peer_dns_option() {
     return nvram_value("wan_fix_dns").number() == 0 ? "usepeerdns" : "";
 }
 
-std::string link_mtu(const char* link_default) {
-    const Setting mtu = nvram_value("wan_mtu").or_when_absent(link_default);
-    return mtu.is("1500") ? link_default : mtu.text();
+std::string link_mtu(int link_default) {
+    const Setting mtu = nvram_value("wan_mtu");
+    return mtu.is_set() && !mtu.is("1500") ? mtu.text() : format("%d", link_default);
 }
 
 std::string idle_option(int minutes) {

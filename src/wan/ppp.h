@@ -17,7 +17,7 @@ void set_pppd_cmd(int type, int flag);
 // pppd's options, as far as several links share them.
 const char* peer_dns_option();
 // The option "mtu". A stored 1500 is Ethernet's default, so the link's default is used instead.
-std::string link_mtu(const char* link_default);
+std::string link_mtu(int link_default);
 // "idle N demand" for a number of minutes; N is in seconds.
 std::string idle_option(int minutes);
 

@@ -238,7 +238,10 @@ void deny(World& world, const std::set<Input>& inputs, Random& random) {
     }
     std::string path = one_of(random, files);
     if (!inputs.empty() && one_in(random, 2)) path = one_in_set(random, inputs).name;
-    world.denied.insert({path, one_of(random, modes)});
+    if (one_in(random, 8))
+        world.denied.insert({no_reader, one_in(random, 2) ? "w" : "closed"});
+    else
+        world.denied.insert({path, one_of(random, modes)});
 }
 
 }  // namespace

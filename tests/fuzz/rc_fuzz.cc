@@ -127,6 +127,26 @@ void expect_same_again(const Case& stated, const std::string& transcript) {
     if (again.transcript.text() != transcript) broken("two runs differ", again.transcript.text());
 }
 
+// Everything that a run does except printing.
+std::vector<std::string> deeds(const Recording& played) {
+    std::vector<std::string> lines;
+    for (const Event& event : played.transcript.events())
+        if (event.verb != "print")
+            lines.push_back(event.verb + " " + event.text + "\n" + event.body);
+    return lines;
+}
+
+// A run does the same when nobody reads its output, and with its standard descriptors closed.
+void expect_same_without_reader(const Case& stated, const Recording& played) {
+    Recording heard;
+    heard.world = case_world(stated);
+    std::erase_if(heard.world.denied, [](const auto& denial) { return denial.first == no_reader; });
+    if (heard.world.denied.size() == stated.world.denied.size()) return;
+    play(heard, stated.words);
+    if (deeds(heard) != deeds(played))
+        broken("another run when nobody reads", played.transcript.text());
+}
+
 std::optional<Case> case_of(const uint8_t* data, size_t size) {
     auto parsed = parse_case({reinterpret_cast<const char*>(data), size});
     if (auto* stated = std::get_if<Case>(&parsed)) return std::move(*stated);
@@ -154,6 +174,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     expect_sound_events(played.transcript.events());
     expect_sound_settings(*stated, played);
+    expect_same_without_reader(*stated, played);
     if (size % repeated_share == 0) {
         const std::string transcript = played.transcript.text();
         expect_printable(transcript);

@@ -25,6 +25,7 @@ constexpr const char* factory_settings = "lan_if=br0\nlan_ipaddr=192.168.1.1\nwa
 // The expected settings.
 struct Model {
     std::optional<Settings> working;
+    bool damaged = false;  // the working copy has lines that cannot be read
     std::optional<Settings> flash;
 };
 
@@ -54,7 +55,8 @@ void expect_value(const Model& model, const std::string& key) {
 void set(Model& model, const std::string& key, const std::optional<std::string>& value) {
     const int result = nvram_zel_set(key.c_str(), value ? value->c_str() : nullptr);
     const bool legal = nvram::valid_key(key) && (!value || value->size() <= nvram::value_limit);
-    expect((result == 0) == (legal && model.working), "a legal setting is stored");
+    expect((result == 0) == (legal && model.working && !model.damaged),
+           "a legal setting is stored in a working copy that can be read");
     if (result == 0 && value) (*model.working)[key] = *value;
     if (result == 0 && !value) model.working->erase(key);
     expect_value(model, key);
@@ -63,11 +65,13 @@ void set(Model& model, const std::string& key, const std::optional<std::string>&
 void load(Model& model) {
     expect(nvram_zel_load() == 0, "the factory settings can be loaded");
     model.working = model.flash ? *model.flash : read_settings(factory_settings);
+    model.damaged = false;
 }
 
 void commit(Model& model) {
     const int result = nvram_zel_commit();
-    expect((result == 0) == model.working.has_value(), "a working copy can be committed");
+    expect((result == 0) == (model.working && !model.working->empty() && !model.damaged),
+           "a working copy with settings that can all be read is committed");
     if (result == 0) model.flash = model.working;
 }
 
@@ -77,9 +81,13 @@ void import(Model& model, nvram::Store& store, const std::string& text, bool rep
     const nvram::Image image(text, &bad_lines);
     if (!bad_lines.empty()) return;
     const bool stored = replace ? store.replace(image.entries()) : store.change(image.entries());
-    expect(stored == model.working.has_value(), "a good image is imported into a working copy");
+    expect(stored == (model.working && (replace || !model.damaged)),
+           "a good image is imported into a working copy");
     if (!stored) return;
-    if (replace) model.working->clear();
+    if (replace) {
+        model.working->clear();
+        model.damaged = false;
+    }
     for (const auto& [key, value] : read_settings(text)) (*model.working)[key] = value;
 }
 
@@ -88,7 +96,7 @@ void save(const Model& model, nvram::Store& store) {
     const nvram::Image* image = store.working();
     expect((image != nullptr) == model.working.has_value(), "a working copy can be exported");
     if (!image) return;
-    expect(store.put_file("/tmp/saved.new", export_path, image->text(), true), "a file is written");
+    expect(store.put_file(export_path, image->text(), true), "a file is written");
     const std::string& saved = *disk().state.content(export_path);
     std::vector<nvram::BadLine> bad_lines;
     expect(nvram::Image(saved, &bad_lines).text() == saved,
@@ -152,6 +160,9 @@ void call(Model& model, nvram::Store& store, std::string_view line) {
     if (what == 'w') {
         disk().state.place(working_path, image_of(text));
         model.working = read_settings(image_of(text));
+        std::vector<nvram::BadLine> bad_lines;
+        const nvram::Image image(image_of(text), &bad_lines);
+        model.damaged = !bad_lines.empty();
     }
 }
 

@@ -93,7 +93,7 @@ fw_nat=
     warning: is not 1
     rc: leaves FORWARD open: any host that reaches the WAN side reaches the LAN
     fix: fw_nat=1
-my_own=a\\x01\"b\"\\\\c$(printf '\377\303\244')
+my_own=a\\x01\"b\"\\\\c\\xff$(printf '\303\244')
     note: is not a setting of rc
     rc: ignores it
 wan_mode=x
@@ -105,6 +105,51 @@ wifi_psk2_pwd=********
     rc: passes it to the driver, which rejects it: the first network does not come up as it should
     fix: 8 to 63 characters, or 64 hexadecimal digits
 6 findings" '' router check "$folder/bad"
+
+# Nothing in the findings controls the terminal: C1 controls and marks of direction are escaped, in both forms.
+printf 'my_own=\302\2332J\342\200\256\360\237\223\266\363\240\200\201\n' > "$folder/controls"
+"$nvram" check "$folder/controls" | LC_ALL=C grep -aqxF "my_own=\\xc2\\x9b2J\\xe2\\x80\\xae$(printf '\360\237\223\266')\\xf3\\xa0\\x80\\x81" ||
+    fail 'controls: not escaped in the text'
+"$nvram" check --json "$folder/controls" | LC_ALL=C grep -aqF "\"my_own\",\"level\":\"note\",\"value\":\"\\u009b2J\\u202e$(printf '\360\237\223\266')\\udb40\\udc01\"" ||
+    fail 'controls: not escaped in JSON'
+
+# Standard input, as export and import have it.
+# shellcheck disable=SC2317
+from_standard_input() { router "$@" < "$folder/bad"; }
+router check "$folder/bad" > "$folder/of_file"
+from_standard_input check - > "$folder/of_input"
+[ $? = 1 ] || fail 'standard input: the status is not 1'
+cmp -s "$folder/of_file" "$folder/of_input" || fail 'standard input: other findings than of the file'
+
+# --check stores nothing that has errors; warnings and notes do not count.
+before=$(router export -)
+wrong_mode='wan_mode=x
+    error: is not an allowed value; expected one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras
+    rc: starts no connection at all
+    fix: one of dhcpc, ip, pppoe, pptp, l2tp, bpa, ras
+1 finding'
+refused='the settings have errors; nothing was changed'
+printf 'wan_mode=x\nfw_nat=0\n' > "$folder/wrong"
+expect 'import --check' 1 "$wrong_mode" "nvram: import: $refused" router import --check "$folder/wrong"
+expect 'import --check, standard input' 1 "$wrong_mode" "nvram: import: $refused" \
+    sh -c "'$nvram' --root '$folder' import --check - < '$folder/wrong'"
+[ "$(router export -)" = "$before" ] || fail 'import --check: the settings were changed'
+(router export - && cat "$folder/wrong") > "$folder/all_wrong"
+expect 'import --check --replace' 1 "$wrong_mode" "nvram: import: $refused" \
+    router import --check --replace "$folder/all_wrong"
+[ "$(router export -)" = "$before" ] || fail 'import --check --replace: the settings were changed'
+printf 'fw_nat=0\n' > "$folder/warning"
+expect 'import --check with a warning' 0 '' '' router import --check "$folder/warning"
+expect 'commit --check' 0 '' '' router commit --check
+# Two settings that are right each by itself, and wrong together.
+printf 'dhcp_start_ip=192.168.1.90\ndhcp_end_ip=192.168.1.20\n' > "$folder/range"
+router import --check "$folder/range" > "$folder/out" 2> "$folder/err" && fail 'import --check: a wrong range was taken'
+router set wan_mode=x
+expect 'commit --check of errors' 1 "$wrong_mode" "nvram: commit: $refused" router commit --check
+expect 'flash after it' 1 '- wan_mode=dhcpc
++ wan_mode=x' '' router diff @flash @working
+expect 'commit' 0 '' '' router commit
+printf '%s\n' "$before" | router import --replace -
 
 # Each line is a JSON object with the same content.
 router check --json "$folder/bad" > "$folder/json"
@@ -200,6 +245,12 @@ for verb in check describe keys; do
     expect "without the table: $verb" 2 '' "nvram: $verb: not included in this build (try 'nvram --help')" "$without" $verb
     "$without" --help | grep -q "^  $verb" && fail "--help names $verb in a build without it"
     "$nvram" --help | grep -q "^  $verb" || fail "--help does not name $verb"
+done
+for words in 'commit --check' 'import --check -'; do
+    # shellcheck disable=SC2086 # two or three words
+    expect "without the table: $words" 2 '' "nvram: --check: not included in this build (try 'nvram --help')" \
+        "$without" $words
+    "$without" --help | grep -q -e --check && fail '--help names --check in a build without it'
 done
 expect 'without the table' 0 '8080' '' "$without" --root "$folder" get fw_remote_port
 exit $failed

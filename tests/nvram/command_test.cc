@@ -175,10 +175,126 @@ TEST_F(Nvram, LoadsAndCommits) {
                   error(std::string(verb) + ": too many arguments (try 'nvram --help')"));
 }
 
+// The boot runs this when its load fails, so it must not overwrite what could not be read.
+TEST_F(Nvram, DefaultAfterAFailedLoadKeepsTheSettingsInFlash) {
+    const std::string message =
+        "nvram: default: there was no working copy, so a load has failed: the working copy has the\n"
+        "factory settings until the next boot or 'nvram load'; the settings in flash are unchanged\n"
+        "(run 'nvram default' again to replace them too)\n";
+    folder.write("etc/default", "a=factory\n");
+    folder.write("tmp/nvram", "a=mine\n");
+    EXPECT_EQ(run("commit"), done());
+    std::filesystem::remove(folder / "tmp/nvram");
+    EXPECT_EQ(run("default"), (Result{0, "", message}));
+    EXPECT_EQ(working(), "a=factory\n");
+    EXPECT_EQ(run("diff @flash @working"), no("- a=mine\n+ a=factory\n"));
+    EXPECT_EQ(run("load"), done());
+    EXPECT_EQ(working(), "a=mine\n");
+
+    // A generation that cannot be read may be whole.
+    std::filesystem::remove(folder / "tmp/nvram");
+    std::filesystem::remove(folder / "flash/nvram.a");
+    std::filesystem::create_directory(folder / "flash/nvram.a");
+    EXPECT_EQ(run("load"), error("load: /flash/nvram.a: not a regular file; remove it"));
+    EXPECT_EQ(run("default"), (Result{0, "", message}));
+    EXPECT_EQ(folder.read("flash/nvram.b"), "(none)");
+
+    // With a working copy it is the user who asks.
+    EXPECT_EQ(run("default"), error("default: /flash/nvram.a: not a regular file; remove it"));
+    std::filesystem::remove(folder / "flash/nvram.a");
+    EXPECT_EQ(run("default"), done());
+    EXPECT_EQ(run("diff @flash @factory"), done());
+}
+
+TEST_F(Nvram, CommitsNoEmptyWorkingCopy) {
+    folder.write("tmp/nvram", "a=1\n");
+    EXPECT_EQ(run("commit"), done());
+    folder.write("tmp/nvram", "");
+    for (int time = 0; time < 2; ++time)
+        EXPECT_EQ(run("commit"),
+                  error("commit: /tmp/nvram: has no settings; nothing was changed; 'nvram load' "
+                        "restores the committed settings"));
+    EXPECT_EQ(run("load"), done());
+    EXPECT_EQ(working(), "a=1\n");
+}
+
+TEST_F(Nvram, NamesTheLinesThatItCannotRead) {
+    const std::string text = "a=1\nnonsense\nb c=1\n";
+    folder.write("tmp/nvram", text);
+    for (const std::string words : {"commit", "set a=2", "unset a"}) {
+        const std::string verb = "nvram: " + words.substr(0, words.find(' ')) + ": /tmp/nvram: ";
+        EXPECT_EQ(
+            run(words),
+            (Result{
+                2, "",
+                verb + "line 2 is not KEY=VALUE\n" + verb +
+                    "line 3 has an invalid key; use 1 to 127 of A-Z a-z 0-9 _ - .\n" + verb +
+                    "nothing was changed; 'nvram load' restores the committed settings, or correct "
+                    "the lines\n"}));
+        EXPECT_EQ(working(), text);
+    }
+    EXPECT_EQ(run("get a"), done("1\n"));
+    folder.write("settings", "a=2\n");
+    EXPECT_EQ(run("import --replace " + (folder / "settings")), done());
+    EXPECT_EQ(run("commit"), done());
+}
+
+TEST_F(Nvram, NamesWhatIsNoFile) {
+    folder.write("etc/default", "a=1\n");
+    const auto refused = [&](const std::string& words, const std::string& path) {
+        const std::string verb = words.substr(0, words.find(' '));
+        return run(words) == error(verb + ": " + path + ": not a regular file; remove it");
+    };
+    for (const bool fifo : {true, false}) {
+        const auto put = [&](const std::string& name) {
+            std::filesystem::remove_all(folder / name);
+            const std::string path = folder / name;
+            ASSERT_EQ(fifo ? mkfifo(path.c_str(), 0600) : mkdir(path.c_str(), 0700), 0);
+        };
+        put("tmp/nvram");
+        for (const char* words : {"get a", "set a=1", "show", "commit", "load", "default"})
+            EXPECT_TRUE(refused(words, "/tmp/nvram")) << words;
+        std::filesystem::remove(folder / "tmp/nvram");
+        put("tmp/nvram.lock");
+        EXPECT_TRUE(refused("load", "/tmp/nvram.lock"));
+        std::filesystem::remove(folder / "tmp/nvram.lock");
+        put("etc/default");
+        EXPECT_TRUE(refused("load", "/etc/default"));
+        EXPECT_TRUE(refused("diff @factory @factory", "/etc/default"));
+    }
+}
+
+TEST_F(Nvram, EscapesWhatCouldControlTheTerminal) {
+    folder.write("tmp/nvram",
+                 "a=caf\xc3\xa9 \x9b"
+                 "2J\nb=\xc2\x9b\xff\n");
+    folder.write("other", "a=\xe2\x80\xae\nb=\xc2\x9b\xff\n");
+    EXPECT_EQ(run("show"), done("a=caf\xc3\xa9 \\x9b2J\nb=\\xc2\\x9b\\xff\n"));
+    EXPECT_EQ(run("diff @working " + (folder / "other")),
+              no("- a=caf\xc3\xa9 \\x9b2J\n+ a=\\xe2\\x80\\xae\n"));
+    EXPECT_EQ(run("get $(printf \"\\033[2J\")"),
+              error("get: '\\x1b[2J' is not a valid key; use 1 to 127 of A-Z a-z 0-9 _ - ."));
+    EXPECT_EQ(run("$(printf \"\\233\")"), error("\\x9b: unknown verb (try 'nvram --help')"));
+    // What show prints reads as what was shown; files and values keep their bytes.
+    EXPECT_EQ(run("get b"), done("\xc2\x9b\xff\n"));
+    EXPECT_EQ(run("show >" + (folder / "shown") + "; true"), done());
+    EXPECT_EQ(run("diff @working " + (folder / "shown")), done());
+}
+
+TEST_F(Nvram, WorksWithoutStandardDescriptors) {
+    folder.write("tmp/nvram", "a=1\n");
+    folder.write("output", "");
+    EXPECT_EQ(run("show", "&-"), done());
+    EXPECT_EQ(run("set a=2 <&-", "&-"), done());
+    EXPECT_EQ(working(), "a=2\n");
+    EXPECT_EQ(run("import - <&-", "&-"), done());
+    EXPECT_EQ(working(), "a=2\n");
+}
+
 TEST_F(Nvram, SaysWhyACommitFails) {
     folder.write("tmp/nvram", "a=1\n");
     folder.write("flash", "a file, not a folder");
-    EXPECT_EQ(run("commit"), error("commit: /flash/nvram.new: Not a directory"));
+    EXPECT_EQ(run("commit"), error("commit: /flash/nvram.a: Not a directory"));
     EXPECT_EQ(run("default"), error("default: /etc/default: No such file or directory"));
 }
 
@@ -195,6 +311,55 @@ TEST_F(Nvram, Exports) {
     EXPECT_EQ(run("export " + (folder / "no/such")),
               error("export: /no/such: No such file or directory"));
     EXPECT_EQ(run("export"), error("export: missing argument (try 'nvram --help')"));
+}
+
+TEST_F(Nvram, ExportsIntoDevicesAndPipes) {
+    const std::string settings = "a=1\nlist=x\\x01y\n";
+    folder.write("tmp/nvram", settings);
+    EXPECT_EQ(run("export /dev/stdout"), done(settings));
+    EXPECT_EQ(run("export /dev/stdout | cat"), done(settings));
+    EXPECT_EQ(run("export /dev/null"), done());
+    EXPECT_EQ(run("export /dev/full"), error("export: /dev/full: No space left on device"));
+    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0600), 0);
+    const std::string read = "cat " + (folder / "fifo") + " >" + (folder / "read") + " & ";
+    EXPECT_EQ(std::system((read + NVRAM_COMMAND + " --root " + folder.path() + " export " +
+                           (folder / "fifo") + "; wait")
+                              .c_str()),
+              0);
+    EXPECT_EQ(folder.read("read"), settings);
+    EXPECT_TRUE(std::filesystem::is_fifo(folder / "fifo"));
+    EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+    EXPECT_EQ(run("export " + (folder / "tmp")), error("export: /tmp: Is a directory"));
+
+    // What is behind standard output stays.
+    folder.write("log", "before\n");
+    EXPECT_EQ(run("export /dev/stdout >>" + (folder / "log") + "; true"), done());
+    EXPECT_EQ(folder.read("log"), "before\n" + settings);
+}
+
+TEST_F(Nvram, ImportsFromAnEditorThatMarksFilesAndLines) {
+    folder.write("tmp/nvram", "a=1\n");
+    const std::string mark = "\xef\xbb\xbf";
+    const std::string files[] = {
+        mark + "a=2\r\nb=x\\x0d\r\n",
+        "a=2\r\r\nb=x\\x0d\r\n",
+        "# first\r\n\r\na=2\nb=x\\x0d\r",
+    };
+    for (const std::string& file : files) {
+        folder.write("tmp/nvram", "a=1\n");
+        folder.write("settings", file);
+        EXPECT_EQ(run("import " + (folder / "settings")), done());
+        // A value's own CR is escaped in a file.
+        EXPECT_EQ(working(), "a=2\nb=x\\x0d\n");
+    }
+}
+
+TEST_F(Nvram, ReadsPipesThatAreNamed) {
+    folder.write("tmp/nvram", "a=1\n");
+    EXPECT_EQ(run("import <(echo a=2)"), done());
+    EXPECT_EQ(run("diff @working <(echo a=3)"), no("- a=2\n+ a=3\n"));
+    EXPECT_EQ(run("diff @working - <<<a=3"), no("- a=2\n+ a=3\n"));
+    EXPECT_EQ(run("diff - - <<<a=3"), error("diff: standard input can be only one of the two"));
 }
 
 TEST_F(Nvram, Imports) {
@@ -265,6 +430,7 @@ TEST_F(Nvram, ChecksItsWords) {
     EXPECT_EQ(run("get --replace a"), error("get: does not take --replace (try 'nvram --help')"));
     EXPECT_EQ(run("get --show-secrets a"),
               error("get: does not take --show-secrets (try 'nvram --help')"));
+    EXPECT_EQ(run("get --check a"), error("get: does not take --check (try 'nvram --help')"));
     EXPECT_EQ(run("--root"), error("--root: missing directory (try 'nvram --help')"));
 }
 

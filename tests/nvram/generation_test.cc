@@ -25,6 +25,37 @@ TEST(Generation, ComesBack) {
     }
 }
 
+TEST(Generation, NumbersGoInACircle) {
+    struct Row {
+        std::uint32_t number, other;
+        bool newer;
+    };
+    constexpr std::uint32_t largest = 4294967295U;
+    const Row rows[] = {
+        {1, 0, true},
+        {0, 1, false},
+        {0, 0, false},
+        {largest, 0, true},
+        {0, largest, false},
+        {2, 1, true},
+        {1, 2, false},
+        {1, 1, false},
+        {largest, largest - 1, true},
+        {largest - 1, largest, false},
+        {1, largest, true},
+        {largest, 1, false},
+        {1000, largest - 1000, true},
+        {2147483648U, 1, true},
+        {1, 2147483648U, false},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(nvram::is_newer(row.number, row.other), row.newer)
+            << row.number << " " << row.other;
+    EXPECT_EQ(nvram::number_after(0), 1U);
+    EXPECT_EQ(nvram::number_after(7), 8U);
+    EXPECT_EQ(nvram::number_after(largest), 1U);
+}
+
 TEST(Generation, RejectsOtherSpellings) {
     const std::string good = nvram::encode({.number = 7, .image = "a=1\n"});
     ASSERT_EQ(nvram::decode(good).number, 7U);

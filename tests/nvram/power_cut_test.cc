@@ -133,6 +133,7 @@ TEST(PowerCut, AfterAKilledCommitAndAWholeOne) {
 
 TEST(PowerCut, DuringDefaultLeavesAWholeGeneration) {
     DiskState start = with_factory();
+    start.place("/tmp/nvram", settings(3));
     start.place("/flash/nvram.a", nvram::encode({.number = 1, .image = settings(1)}));
     start.place("/flash/nvram.b", nvram::encode({.number = 2, .image = settings(2)}));
     std::vector<DiskState> trace;
@@ -145,6 +146,34 @@ TEST(PowerCut, DuringDefaultLeavesAWholeGeneration) {
     EXPECT_EQ(outcomes.neither, 0);
     EXPECT_GT(outcomes.old_settings, 0);
     EXPECT_GT(outcomes.new_settings, 0);
+}
+
+// The default after a failed load: whatever is cut, the next boot has the user's settings.
+TEST(PowerCut, DuringDefaultAfterAFailedLoadKeepsTheSettings) {
+    DiskState start = with_factory();
+    start.place("/flash/nvram.a", nvram::encode({.number = 1, .image = settings(1)}));
+    start.place("/flash/nvram.b", nvram::encode({.number = 2, .image = settings(2)}));
+    std::vector<DiskState> trace;
+    SimulatedDisk& simulated = SimulatedDisk::reset();
+    simulated.state = start;
+    simulated.trace = &trace;
+    ASSERT_TRUE(nvram::Store(places).restore_factory());
+    trace.push_back(simulated.state);
+    EXPECT_EQ(*simulated.state.content("/tmp/nvram"), "a=factory\n");
+    Outcomes outcomes;
+    for (const DiskState& cut : trace) count(outcomes, cut, settings(2), "a=factory\n");
+    EXPECT_GT(outcomes.old_settings, 0);
+    EXPECT_EQ(outcomes.new_settings + outcomes.neither, 0);
+}
+
+// A cut commit leaves its temporary file in flash; a later one removes it, wherever that is cut.
+TEST(PowerCut, AfterACommitThatLeftItsTemporaryFile) {
+    DiskState state = commit(with_factory(), "a=factory\n", settings(1), false, false).end;
+    state.place("/flash/nvram.b.812.new", "half a genera");
+    const Trial trial = commit(state, settings(1), settings(2), false, false);
+    EXPECT_EQ(trial.during.neither, 0);
+    EXPECT_EQ(trial.after.old_settings + trial.after.neither, 0);
+    EXPECT_EQ(trial.end.content("/flash/nvram.b.812.new"), nullptr);
 }
 
 // The simulation must find a store that forgets to sync.

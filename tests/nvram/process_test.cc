@@ -98,7 +98,7 @@ TEST(Processes, LoseNoOverlappingSet) {
         for (int key = 0; key < keys; ++key)
             EXPECT_EQ(image->get(key_of(writer, key)), std::to_string(sets - keys + key))
                 << key_of(writer, key);
-    EXPECT_FALSE(std::filesystem::exists(folder / "tmp/nvram.new"));
+    EXPECT_FALSE(folder.has_temporary_files("tmp"));
 }
 
 // The progress of two processes, in shared memory.
@@ -229,6 +229,75 @@ TEST(Processes, AreKilledWithoutHarm) {
     EXPECT_TRUE(store.commit());
     EXPECT_TRUE(store.load());
     EXPECT_EQ(store.working()->get("count"), "done");
+    // Each slot's leftovers go when the slot is written again.
+    EXPECT_TRUE(store.commit());
+    EXPECT_FALSE(folder.has_temporary_files("tmp"));
+    EXPECT_FALSE(folder.has_temporary_files("flash"));
+}
+
+// Somebody cleans /tmp over and over: neither a writer that waits for the removed lock nor the one
+// that holds it loses a change.
+TEST(Processes, LoseNoSetThoughTheLockIsRemoved) {
+    const TemporaryFolder folder;
+    folder.write("tmp/nvram", "");
+    std::atomic<int>& removed = shared<std::atomic<int>>();
+    const pid_t cleaner = in_child([&] {
+        for (;;) {
+            removed += unlink((folder / "tmp/nvram.lock").c_str()) == 0;
+            std::this_thread::sleep_for(std::chrono::microseconds(300));
+        }
+        return 0;
+    });
+    pid_t children[writers] = {};
+    for (int writer = 0; writer < writers; ++writer)
+        children[writer] = in_child([&] { return write_many(places_in(folder), writer); });
+    for (const pid_t child : children) EXPECT_EQ(status_of(child), 0);
+    ASSERT_EQ(kill(cleaner, SIGKILL), 0);
+    ASSERT_EQ(waitpid(cleaner, nullptr, 0), cleaner);
+    EXPECT_GT(removed, 100);
+}
+
+// Runs a store's operation in a child, since it would hang here if it hung.
+bool fails_at_once(const std::function<bool()>& operation, int reason) {
+    const pid_t child = in_child([&] {
+        alarm(10);
+        return operation() ? 1 : errno == reason ? 0 : 2;
+    });
+    return status_of(child) == 0;
+}
+
+// FIFOs and folders where the store has its files: with O_NONBLOCK and a look at the type nothing
+// waits for a writer that never comes.
+TEST(Files, OfAnotherKindFailAtOnce) {
+    for (const int reason : {ENXIO, EISDIR}) {
+        const TemporaryFolder folder;
+        nvram::Store store(places_in(folder));
+        const auto put = [&](const std::string& name) {
+            const std::string path = folder / name;
+            std::filesystem::remove_all(path);
+            ASSERT_EQ(reason == ENXIO ? mkfifo(path.c_str(), 0600) : mkdir(path.c_str(), 0700), 0);
+        };
+        put("tmp/nvram");
+        EXPECT_TRUE(fails_at_once([&] { return store.working() != nullptr; }, reason));
+        EXPECT_TRUE(fails_at_once([&] { return store.change({{"a", "2"}}); }, reason));
+        EXPECT_TRUE(fails_at_once([&] { return store.commit(); }, reason));
+        std::filesystem::remove(folder / "tmp/nvram");
+
+        put("etc/default");
+        EXPECT_TRUE(fails_at_once([&] { return store.load(); }, reason));
+        EXPECT_TRUE(fails_at_once([&] { return store.restore_factory(); }, reason));
+
+        folder.write("tmp/nvram", "a=1\n");
+        EXPECT_TRUE(store.commit());
+        put("flash/nvram.b");
+        EXPECT_TRUE(fails_at_once([&] { return store.load(); }, reason));
+        EXPECT_TRUE(fails_at_once([&] { return store.commit(); }, reason));
+        EXPECT_TRUE(fails_at_once([&] { return store.flash_image().has_value(); }, reason));
+
+        put("tmp/nvram.lock");
+        EXPECT_TRUE(fails_at_once([&] { return store.change({{"a", "2"}}); }, reason));
+        EXPECT_EQ(folder.read("tmp/nvram"), "a=1\n");
+    }
 }
 
 TEST(Files, AreReadAgainAfterARewriteInPlace) {
@@ -278,7 +347,8 @@ TEST(Files, ThatAreLinksAreNotFollowedWhenWriting) {
     const TemporaryFolder folder;
     folder.write("tmp/nvram", "a=1\n");
     folder.write("etc/victim", "untouched");
-    std::filesystem::create_symlink(folder / "etc/victim", folder / "tmp/nvram.new");
+    const std::string temporary = "tmp/nvram." + std::to_string(getpid()) + ".new";
+    std::filesystem::create_symlink(folder / "etc/victim", folder / temporary);
     nvram::Store store(places_in(folder));
     EXPECT_TRUE(store.change({{"a", "2"}}));
     EXPECT_EQ(folder.read("etc/victim"), "untouched");

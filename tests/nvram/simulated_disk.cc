@@ -71,6 +71,11 @@ bool missing(const std::string& path) {
     return true;
 }
 
+bool beyond_the_clock() {
+    if (disk().beyond_the_clock) errno = EOVERFLOW;
+    return disk().beyond_the_clock;
+}
+
 void change_names(const DiskState::NameChange& change) {
     DiskState& state = disk().state;
     carry_out(change, state.names, state.folders);
@@ -169,13 +174,13 @@ SimulatedDisk& disk() {
 namespace nvram::io {
 
 bool identify(const char* path, Identity& identity) {
-    if (!operation() || missing(path)) return false;
+    if (!operation() || missing(path) || beyond_the_clock()) return false;
     identity = identity_of(disk().state.names.at(path));
     return true;
 }
 
 bool identify_open(int file, Identity& identity) {
-    if (!operation()) return false;
+    if (!operation() || beyond_the_clock()) return false;
     identity = identity_of(open_table.at(file).inode);
     return true;
 }
@@ -248,6 +253,29 @@ bool remove(const char* path) {
     return true;
 }
 
+long process_number() {
+    return 7;
+}
+
+// All other processes have ended.
+void remove_leftovers(const char* folder, std::string_view beginning) {
+    if (!operation()) return;
+    std::vector<std::string> leftovers;
+    for (const auto& [path, inode] : disk().state.names) {
+        if (folder_of(path) != folder) continue;
+        const std::string name = path.substr(path.rfind('/') + 1);
+        if (!name.starts_with(beginning)) continue;
+        char* end = nullptr;
+        const long number = strtol(name.c_str() + beginning.size(), &end, 10);
+        if (number > 0 && std::string_view(end) == ".new" && number != process_number())
+            leftovers.push_back(path);
+    }
+    for (const std::string& path : leftovers) {
+        change_names({.removed = path, .added = "", .inode = 0});
+        done();
+    }
+}
+
 bool make_folder(const char* path) {
     if (!operation()) return false;
     errno = EEXIST;
@@ -278,16 +306,25 @@ bool sync_folder(const char* path) {
     return true;
 }
 
-// A second lock would wait for ever, so here it is an error.
-int lock(const char* path) {
-    if (!operation()) return -1;
+// A second lock would wait for ever; here it is an error that the test sees.
+static int lock_inode(int inode) {
     for (const auto& [number, file] : open_table) {
         errno = EDEADLK;
-        if (file.lock) return -1;
+        if (file.lock && file.inode == inode) return -1;
     }
+    return open_inode(inode, true);
+}
+
+int lock(const char* path) {
+    if (!operation() || missing(path)) return -1;
+    return lock_inode(disk().state.names.at(path));
+}
+
+int make_and_lock(const char* path) {
+    if (!operation()) return -1;
     const bool present = disk().state.names.contains(path);
     const int inode = present ? disk().state.names.at(path) : new_file(path);
-    return inode == 0 ? -1 : open_inode(inode, true);
+    return inode == 0 ? -1 : lock_inode(inode);
 }
 
 }  // namespace nvram::io

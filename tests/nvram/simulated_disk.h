@@ -48,6 +48,7 @@ struct SimulatedDisk {
     bool ignore_folder_sync = false;  // the same for folders
     int fail_at = 0;                  // the operation with this number fails; 0: none
     int fail_with = 0;                // and sets errno to this
+    bool beyond_the_clock = false;    // files' times do not fit into the clock: EOVERFLOW
     int operations = 0;               // calls so far
     int reads = 0;                    // whole files read so far
     std::vector<DiskState>* trace = nullptr;  // gets the state after every operation

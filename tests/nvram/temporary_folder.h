@@ -35,6 +35,12 @@ class TemporaryFolder {
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
+    bool has_temporary_files(std::string_view name) const {
+        for (const auto& entry : std::filesystem::directory_iterator(path_ / name))
+            if (entry.path().extension() == ".new") return true;
+        return false;
+    }
+
   private:
     std::filesystem::path path_;
 };

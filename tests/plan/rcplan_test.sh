@@ -61,6 +61,7 @@ ip commands 37, files written 7, settings stored 2, pauses 4 s
 END
 
 expect 2 run
+says err 'rcplan: run: WORDS is required'
 expect 2 run --settings
 expect 2 run --settings missing lan start
 says err 'rcplan: missing: No such file or directory'
@@ -69,8 +70,8 @@ expect 2 run --set novalue lan start
 says err 'rcplan: --set novalue: not a setting; write KEY=VALUE'
 expect 2 run --set 'bad key=1' lan start
 expect 2 run --bogus x lan start
-expect 2 bogus
-expect 2
+expect 2 --bogus
+says err "rcplan: '--bogus' is not an option of rcplan"
 expect 0 --help
 grep -q 'check' out || failures=$((failures + 1))
 expect 0 run --help

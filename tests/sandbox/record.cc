@@ -168,6 +168,25 @@ bool is_rc() {
     return path && std::string_view(path).ends_with("/rc");
 }
 
+// Where rc's messages go: into the trace; or, as the case states, to a reader that has gone, or
+// nowhere, with all standard descriptors closed.
+void connect_output() {
+    if (denied("/dev/stdout", "closed")) {
+        for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) close(file);
+        return;
+    }
+    if (denied("/dev/stdout", "w")) {
+        int ends[2] = {};
+        if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) < 0) abort();
+        close(ends[0]);
+        close(ends[1]);
+        return;
+    }
+    // A nested run prints on the console too, even if its line redirects output.
+    const int output = open(sealed::output_file, O_WRONLY | O_APPEND | O_CLOEXEC);
+    if (output < 0 || dup2(output, STDOUT_FILENO) < 0) abort();
+}
+
 __attribute__((constructor)) void begin_run() {
     if (!is_rc()) return;
     recorder = new Recorder;
@@ -177,9 +196,7 @@ __attribute__((constructor)) void begin_run() {
 
     recorder->pid = atoi(sealed::read_file(sealed::pid_file).c_str());
     if (!sealed::write_file(sealed::pid_file, std::to_string(recorder->pid + 1))) abort();
-    // A nested run prints on the console too, even if its line redirects output.
-    const int output = open(sealed::output_file, O_WRONLY | O_APPEND | O_CLOEXEC);
-    if (output < 0 || dup2(output, STDOUT_FILENO) < 0) abort();
+    connect_output();
     on_exit(end_run, nullptr);
 }
 

@@ -170,8 +170,8 @@ void check_stored(Round& round) {
         }
     }
     round.wrong += wrong_settings(working, flash);
-    round.check(!exists("/tmp/nvram.new"), "/tmp/nvram.new is left");
-    round.check(!exists("/flash/nvram.new"), "/flash/nvram.new is left");
+    for (const char* folder : {"/tmp", "/flash"})
+        round.check(!has_temporary_files(folder), std::string(folder) + " has temporary files");
 }
 
 void check_files(Round& round) {

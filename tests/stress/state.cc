@@ -2,6 +2,8 @@
 
 #include "state.h"
 
+#include <filesystem>
+
 #include "libnvram/generation.h"
 #include "libnvram/image.h"
 #include "room.h"
@@ -37,11 +39,20 @@ std::string newest_in_flash() {
     for (const char* slot : {"/flash/nvram.a", "/flash/nvram.b"}) {
         const std::string text = read_text(slot);
         const nvram::Generation found = nvram::decode(text);
-        if (found.number <= newest) continue;
+        if (!nvram::is_newer(found.number, newest)) continue;
         newest = found.number;
         image = found.image;
     }
     return image;
+}
+
+bool has_temporary_files(const char* folder) {
+    if (!exists(folder)) return false;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string name = entry.path().filename();
+        if (name.starts_with("nvram.") && name.ends_with(".new")) return true;
+    }
+    return false;
 }
 
 std::string wrong_settings(const Possible& working, const Possible& flash) {

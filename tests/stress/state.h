@@ -27,6 +27,9 @@ std::string wrong_settings(const Possible& working, const Possible& flash);
 // The image of the newest undamaged generation; "" if no generation is undamaged.
 std::string newest_in_flash();
 
+// Whether a folder has temporary files of the store.
+bool has_temporary_files(const char* folder);
+
 }  // namespace stress
 
 #endif

@@ -327,6 +327,7 @@ TEST_F(CaseFiles, WhatIsWrongIsNamedWithFileAndLine) {
     for (const Row& row : {
              Row{"# t\nlike  gone.case\nexpect\n",
                  "x.case: line 2: gone.case: No such file or directory"},
+             Row{"# t\nlike  .\nexpect\n", "x.case: line 2: .: Is a directory"},
              Row{"# t\n\nlike  like.case\nexpect\n",
                  "x.case: line 3: like.case is itself like another case; only a whole case can be "
                  "a base"},

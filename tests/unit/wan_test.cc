@@ -163,7 +163,7 @@ TEST_F(WanTest, TheMtuOfALinkIsNotEthernets) {
              Row{{{"wan_mtu", "15000"}}, "15000"},
          }) {
         set(row.settings);
-        EXPECT_EQ(link_mtu("1492"), row.mtu);
+        EXPECT_EQ(link_mtu(1492), row.mtu);
     }
 }
 

@@ -94,6 +94,11 @@ Head read_head(std::string_view text) {
 }
 
 std::optional<std::string> read_text(const std::string& path) {
+    // A folder can be opened, but reading it throws.
+    if (std::filesystem::is_directory(path)) {
+        errno = EISDIR;
+        return std::nullopt;
+    }
     std::ifstream file(path == "-" ? "/dev/stdin" : path, std::ios::binary);
     std::string text(std::istreambuf_iterator<char>(file), {});
     return file ? std::optional(std::move(text)) : std::nullopt;

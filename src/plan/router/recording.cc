@@ -94,6 +94,11 @@ void ask_file(const char* path) {
 }
 
 ssize_t write_output(void*, const char* buffer, size_t size) {
+    for (const char* mode : {"w", "closed"}) {
+        if (!recording().world.denied.contains({"/dev/stdout", mode})) continue;
+        errno = EPIPE;
+        return 0;
+    }
     recording().transcript.print({buffer, size});
     return static_cast<ssize_t>(size);
 }
