@@ -32,7 +32,7 @@ const std::string* image_of(const World& world) {
 // The setting's name; a link if lines depend on it.
 std::string key_html(const Report& report, const std::string& key) {
     const Input input = {.kind = Input::Kind::Setting, .name = key};
-    const std::string name = "<code>" + html_escaped(key) + "</code>";
+    std::string name = "<code>" + html_escaped(key) + "</code>";
     if (!report.subjects.contains(input)) return name;
     return fmt::format(R"(<a href="#{}">{}</a>)", subject_id(input), name);
 }
