@@ -11,8 +11,8 @@ std::optional<std::string> read_file(const std::string& path);
 // False after a message with the reason.
 bool write_file(const std::string& path, const std::string& text);
 
-// Prints text on standard output. A byte that is not printable ASCII is written as \xNN, so that no
-// text of a router controls the terminal; line ends and our own colours stay.
+// Prints text on standard output. Bytes that are not printable UTF-8 are escaped as nvram escapes
+// them, so that no text of a router controls the terminal; line ends and our own colours stay.
 void print(const std::string& text);
 
 // Prints one message on standard error, its bytes in the same form; for an error, the caller exits
