@@ -31,6 +31,8 @@ std::optional<std::string> marker_path(const char* name) {
 
 }  // namespace
 
+const char* const wan_pid_file = "/var/run/my_pid_wan";
+
 int rc_add_running(const char* name) {
     const std::optional<std::string> marker = marker_path(name);
     if (!marker) return 0;

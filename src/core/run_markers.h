@@ -10,7 +10,7 @@ int rc_add_running(const char* name);
 int rc_remove_marker(const char* name);
 
 // The PID file of "rc wan". Starting and stopping the WAN remove it at their end.
-constexpr const char* wan_pid_file = "/var/run/my_pid_wan";
+extern const char* const wan_pid_file;
 
 // Terminates the older run in the PID file, if any, and writes this run's process id there.
 void replace_older_run(const char* pid_file);

@@ -31,9 +31,9 @@ def line(number, count, *branches, **more):
     return {'line_number': number, 'count': count, 'branches': [{'count': taken} for taken in branches], **more}
 
 
-# main.cc: line 1 is a comment, lines 5 to 7 are its function.
+# main.cc: line 1 is a comment, lines 6 to 9 are its function.
 counts = [{'file': 'src/rc/main.cc',
-           'lines': [line(1, 0, **{'gcovr/noncode': True}), line(5, 3, 3, 0), line(6, 0), line(7, 3)]},
+           'lines': [line(1, 0, **{'gcovr/noncode': True}), line(6, 3, 3, 0), line(8, 0), line(9, 3)]},
           {'file': 'src/wan/wan.cc', 'lines': [line(1, 1, 1, 1, 0)]}]
 table = tool.figures(counts)
 expect('a folder', table['rc'], [3, 2, 2, 1])
@@ -41,9 +41,9 @@ expect('another folder', table['wan'], [1, 1, 3, 2])
 expect('a folder without counts', table['lan'], [0, 0, 0, 0])
 expect('all', table['all'], [4, 3, 5, 3])
 left = tool.lines_left(counts)
-expect('the line that did not run', left, [('src/rc/main.cc', 6, 'return rc_main(argc, argv);')])
+expect('the line that did not run', left, [('src/rc/main.cc', 8, 'return rc_main(argc, argv);')])
 expect('the lines with a branch that was not taken', [(some.file, some.number) for some in tool.branches_left(counts)],
-       [('src/rc/main.cc', 5), ('src/wan/wan.cc', 1)])
+       [('src/rc/main.cc', 6), ('src/wan/wan.cc', 1)])
 
 expect('percent of all', tool.percent(10, 10), 100.0)
 expect('percent of nearly all', tool.percent(9999, 10000), 99.9)

@@ -40,10 +40,11 @@ Values possible_values(const Case& stated, const Played& faulty) {
     add_values(values, stated.settings);
     add_values(values, stated_or_none(stated.flash));
     if (replaces_image(faulty)) add_values(values, stated_or_none(stated.factory));
-    for (const Event* event : events_of(faulty, "set")) {
-        const auto assignment = split_assignment(event->text);
-        if (assignment) values[assignment->first].insert(assignment->second);
-    }
+    // By the run itself, and by another program meanwhile.
+    for (const char* verb : {"set", "change"})
+        for (const Event* event : events_of(faulty, verb))
+            if (const auto assignment = split_assignment(event->text))
+                values[assignment->first].insert(assignment->second);
     return values;
 }
 
