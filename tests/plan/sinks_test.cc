@@ -114,6 +114,13 @@ TEST(Sinks, UsesAreTheSettingsThatWereRead) {
     EXPECT_THAT(search.uses().at("compared"), UnorderedElementsAre("planted"));
 }
 
+// Without a working copy an action begins with the boot, whose settings are not its own.
+TEST(Sinks, UsesOfTheBootAreNotTheActions) {
+    SinkSearch search;
+    search.play_plain(World(), {"rc", "planted", "start"});
+    EXPECT_TRUE(search.uses().empty());
+}
+
 struct QuotingRow {
     const char* line;  // with @ at the place
     nvram::Quoting quoting;

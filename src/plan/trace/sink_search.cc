@@ -233,7 +233,10 @@ static std::string passing_characters(const std::function<Plan(const std::string
 }
 
 void SinkSearch::note_uses(const Plan& plan) {
-    if (plan.words.size() < 2 || (plan.words.size() < 3 && plan.words[1] != "init")) return;
+    const bool boot = plan.words.size() > 1 && plan.words[1] == "init";
+    if (plan.words.size() < (boot ? 2 : 3)) return;
+    // Without a working copy any action begins with what "rc init" does.
+    if (!boot && plan.before.get(working_copy) == nullptr) return;
     for (const std::string& key : plan.after.own_settings) uses_[key].insert(plan.words[1]);
 }
 

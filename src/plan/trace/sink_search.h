@@ -44,7 +44,8 @@ class SinkSearch {
     // What was found, by key; of lines that differ in other settings only, one.
     std::vector<FoundSink> found() const;
 
-    // The applications that read or write each setting themselves, each once, by name.
+    // The applications that read or write each setting themselves, each once, by name; what boot
+    // uses is "init" alone.
     const std::map<std::string, std::set<std::string>>& uses() const { return uses_; }
 
   private:
