@@ -173,9 +173,11 @@ std::string line_with(const Check& check, const Sink& sink, const KnownSetting& 
     while (line.ends_with('\n')) line.remove_suffix(1);
     std::string whole;
     fill_sink_line(whole, line, [&](char kind, std::string_view name) {
-        if (kind == sink_unknown)
+        if (kind == sink_unknown) {
+            // Whether a list goes on is not known either.
+            if (whole.ends_with(',')) whole.pop_back();
             whole += unknown;
-        else if (kind == sink_other)
+        } else if (kind == sink_other)
             append_visible(whole, other_text(check, sink, known, piece, name));
         else if (known.secret)
             whole += asterisks;

@@ -205,7 +205,7 @@ void judge(Verdicts& verdicts, Runs& runs, const WrongSettings& wrong,
         const size_t colon = effect.find(": ");
         place = effect.substr(12, colon - 12);
         effect = effect.substr(colon + 2);
-        if (place == "/tmp/pnat") effect = "..." + effect + " ...";
+        if (effect.starts_with("outport=")) effect = "..." + effect + " ...";
     }
     if (place.empty()) {
         verdicts.others[finding.key + ": " + finding.effect]++;
