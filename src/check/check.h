@@ -33,6 +33,11 @@ std::vector<Finding> check_settings(const Image& image);
 // The same with another table of sinks.
 std::vector<Finding> check_settings(const Image& image, std::span<const Sink> sinks);
 
+// All findings of a text image: first those about its lines, whose key is "line 7" or "the file",
+// then those of its settings. One mistake of the whole file, such as other line ends, is one
+// finding, and the rest is checked without it.
+std::vector<Finding> check_image(std::string text);
+
 }  // namespace nvram
 
 #endif

@@ -1,33 +1,28 @@
 // The effect of a value that does not have the form of its setting.
 #include "check/check_parts.h"
 #include "core/text.h"
+#include "lan/leases.h"
 
 namespace nvram {
 
 namespace {
 
-// Programs that reject a line with an invalid number, address or name.
-constexpr std::string_view strict_programs[] = {"ifconfig", "insmod", "iptables", "route", "tc"};
-
-std::string_view strict_program(std::string_view line) {
-    std::string_view word = line.substr(0, line.find(' '));
-    word.remove_prefix(word.rfind('/') + 1);  // npos + 1 is 0
-    for (const std::string_view program : strict_programs)
-        if (word == program) return program;
-    return {};
+bool runs_iptables(const Sink& sink) {
+    std::string_view word = sink.line;
+    word = word.substr(0, word.find(' '));
+    return word == "iptables" || word.ends_with("/iptables");
 }
 
-std::string effect_in_line(const KnownSetting& known, const Sink& sink, std::string_view piece) {
-    const std::string line = line_with(sink, masked(known, piece));
-    const std::string_view place = sink.place;
-    std::string text = place == "command" ? "passes it unchanged to a command: "
-                                          : "writes it unchanged into " + std::string(place) + ": ";
-    text += line;
-    // A text that a shell splits or interprets does not reach the program unchanged.
-    const bool whole = piece.find_first_of(" \t\n;&|<>()$`\\\"'") == std::string_view::npos;
-    const std::string_view program = strict_program(sink.line);
-    if (whole && !program.empty()) text += "; " + std::string(program) + " rejects it";
-    return text;
+// True only where iptables certainly rejects the text: it reads octal numbers, names of services,
+// and addresses of fewer than four numbers.
+bool is_rejected(Form form, const std::string& text) {
+    if (form == Form::Number) {
+        const std::optional<long long> number = plain_number(text);
+        return number && (*number < 0 || *number > 65535);
+    }
+    return (form == Form::Address || form == Form::Quad) &&
+           text.find_first_not_of("0123456789.") == std::string::npos &&
+           !parse_address(text.c_str());
 }
 
 std::string effect_by_form(const KnownSetting& known, std::string_view piece) {
@@ -43,54 +38,37 @@ std::string effect_by_form(const KnownSetting& known, std::string_view piece) {
     }
 }
 
-// A backslash is not doubled: the line is shown as a shell reads it.
-void append_visible(std::string& out, std::string_view text) {
-    for (const char c : text) {
-        if (c == '\\')
-            out += c;
-        else
-            append_escaped(out, {&c, 1});
-    }
+Form form_of(const KnownSetting& known, const Piece& piece) {
+    if (known.record == nullptr || piece.field == nullptr) return known.form;
+    const std::size_t place = field_place(*known.record, piece.field);
+    return place < known.record->fields.size() ? known.record->fields[place].form : known.form;
 }
 
 }  // namespace
 
-std::string_view masked(const KnownSetting& known, std::string_view piece) {
-    return known.secret ? "********" : piece;
-}
-
-bool stands_alone(const Sink& sink) {
-    constexpr std::string_view ends = " \t\"'=&;>";
-    const std::string_view line = sink.line;
-    const std::size_t at = line.find('\x01');
-    if (at == std::string_view::npos) return false;
-    const bool begins = at == 0 || ends.find(line[at - 1]) != std::string_view::npos;
-    return begins && (at + 1 == line.size() || ends.find(line[at + 1]) != std::string_view::npos);
-}
-
-std::string line_with(const Sink& sink, std::string_view text) {
-    std::string_view line = sink.line;
-    while (line.ends_with('\n')) line.remove_suffix(1);
-    std::string whole;
-    for (const char c : line) {
-        if (c == '\x01') {
-            append_visible(whole, text);
-        } else {
-            whole += c;
-        }
-    }
-    return whole;
-}
-
-std::string effect_of_wrong(const Check& check, const KnownSetting& known, std::string_view piece) {
+// A line that rc writes is better than another, and of those one in which the text is a word.
+std::string effect_of_wrong(const Check& check, const KnownSetting& known, const Piece& piece) {
+    const std::string in_entry = effect_in_entry(check, known, piece);
+    if (!in_entry.empty()) return in_entry;
     if (known.when_wrong != nullptr) return known.when_wrong;
     const Sink* example = nullptr;
+    int best = -1;
     for (const Sink& sink : check.sinks) {
         if (sink.key != std::string_view(known.key)) continue;
-        if (example == nullptr || (stands_alone(sink) && !stands_alone(*example))) example = &sink;
+        if (piece.field != nullptr && sink.field != std::string_view(piece.field)) continue;
+        const int rank =
+            static_cast<int>(written(check, sink, known, piece)) * 2 + (stands_alone(sink) ? 1 : 0);
+        if (rank <= best) continue;
+        best = rank;
+        example = &sink;
     }
-    return example != nullptr ? effect_in_line(known, *example, piece)
-                              : effect_by_form(known, piece);
+    if (example == nullptr) return effect_by_form(known, piece.text);
+    std::string text = line_effect(check, *example, known, piece);
+    const bool now = written(check, *example, known, piece) == Written::Yes;
+    if (now && runs_iptables(*example) &&
+        is_rejected(form_of(known, piece), std::string(piece.text)))
+        text += "; iptables rejects it";
+    return text;
 }
 
 }  // namespace nvram

@@ -11,15 +11,19 @@ namespace {
 
 constexpr std::string_view separators = "\x01 ";
 
+// The check of forms finds every other value.
 void check_nat(Check& check) {
-    if (is_on(check, "fw_nat")) return;
-    const bool off = begins_with(check, "fw_nat", '0');
+    if (!begins_with(check, "fw_nat", '0')) return;
     add(check, Level::Warning, "fw_nat",
-        {.problem = "is not 1",
-         .effect = std::string(
-                       "leaves FORWARD open: any host that reaches the WAN side reaches the LAN") +
-                   (off ? "; addresses are not translated" : ""),
+        {.problem = "is off",
+         .effect = "leaves FORWARD open: any host that reaches the WAN side reaches the LAN;"
+                   " addresses are not translated",
          .fix = "fw_nat=1"});
+}
+
+// As good as every address that a host can have.
+bool is_everybody(std::uint32_t start, std::uint32_t end) {
+    return start <= 0x01000000 && end >= 0xdfffffff;
 }
 
 void check_remote(Check& check) {
@@ -32,10 +36,17 @@ void check_remote(Check& check) {
              .fix = "fw_remote_type=1 with fw_remote_single, or 2 with a range"});
     const std::optional<std::uint32_t> start = parse_quad(text_of(check, "fw_remote_range_start"));
     const std::optional<std::uint32_t> end = parse_quad(text_of(check, "fw_remote_range_end"));
-    if (!begins_with(check, "fw_remote_type", '2') || !start || !end || *start <= *end) return;
+    if (!begins_with(check, "fw_remote_type", '2') || !start || !end) return;
+    if (is_everybody(*start, *end))
+        add(check, Level::Warning, "fw_remote_range_start",
+            {.problem = "starts a range of all hosts, up to " + quad_text(*end),
+             .effect = "redirects port " + escaped(text_of(check, "fw_remote_port")) +
+                       " of the WAN to the web interface, from any host",
+             .fix = "the addresses that may manage the router"});
+    if (*start <= *end) return;
     add(check, Level::Error, "fw_remote_range_start",
         {.problem = "is above fw_remote_range_end=" + quad_text(*end),
-         .effect = "writes a range that contains no address, or that iptables rejects",
+         .effect = "writes a range that contains no address: no host is let in",
          .fix = assignment("fw_remote_range_start", quad_text(*end)) + " " +
                 assignment("fw_remote_range_end", quad_text(*start))});
 }
@@ -149,6 +160,8 @@ void check_service_table(Check& check, const char* key) {
 }  // namespace
 
 void check_firewall(Check& check) {
+    // An access point starts no firewall.
+    if (is_on(check, "ap_mode")) return;
     check_nat(check);
     check_remote(check);
     check_dmz(check);

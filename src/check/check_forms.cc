@@ -1,4 +1,6 @@
 // Single values: their forms, and the shapes of their records.
+#include <algorithm>
+
 #include "check/check_parts.h"
 #include "libnvram/secret.h"
 #include "settings/records.h"
@@ -35,17 +37,27 @@ std::string fix_of(const KnownSetting& known, std::string_view value) {
     return better.empty() ? form_text(limits_of(known)) : assignment(known.key, better);
 }
 
+// A length as a user counts it, unless letters have more than one byte.
+std::string length_text(std::string_view text) {
+    const bool plain =
+        std::none_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; });
+    return "has " + std::to_string(text.size()) + (plain ? " characters" : " bytes");
+}
+
 void check_length(Check& check, const KnownSetting& known, std::string_view value) {
     const auto limit = static_cast<std::size_t>(known.high);
     if (known.form != Form::Text || limit == 0 || value.size() <= limit) return;
     const std::string most = std::to_string(limit);
-    const std::string_view kept = value.substr(0, limit);
-    const std::string kept_text = "keeps the first " + most + ": " + quoted(kept);
+    const std::string_view kept = whole_letters(value, limit);
+    std::string effect = "passes all of it on, to a driver that accepts no more than " + most;
+    if (known.cut) {
+        effect = "keeps the first " + most + ": " + quoted(kept);
+        if (kept.size() < limit) effect += " and part of a letter";
+    }
     add(check, known.cut ? Level::Warning : Level::Error, known.key,
-        {.problem = "has " + std::to_string(value.size()) + " characters; the maximum is " + most,
-         .effect = known.cut ? kept_text
-                             : "passes all of it on, to a driver that accepts no more than " + most,
-         .fix = known.secret ? "at most " + most + " characters" : assignment(known.key, kept)});
+        {.problem = length_text(value) + "; the maximum is " + most,
+         .effect = effect,
+         .fix = known.secret ? "at most " + most + " bytes" : assignment(known.key, kept)});
 }
 
 void check_flag(Check& check, const KnownSetting& known, std::string_view value) {
@@ -65,7 +77,7 @@ void check_field(Check& check, const KnownSetting& known, const Piece& piece, co
         if (field.may_be_empty) return;
         add(check, Level::Error, known.key,
             {.problem = place + ": is empty; expected " + form_text(limits),
-             .effect = effect_of_wrong(check, known, ""),
+             .effect = effect_of_wrong(check, known, piece),
              .fix = form_text(limits)});
         return;
     }
@@ -73,17 +85,16 @@ void check_field(Check& check, const KnownSetting& known, const Piece& piece, co
     if (!problem.empty()) {
         add(check, Level::Error, known.key,
             {.problem = place + ": " + quoted(piece.text) + " " + problem,
-             .effect = effect_of_wrong(check, known, piece.text),
+             .effect = effect_of_wrong(check, known, piece),
              .fix = form_text(limits)});
         return;
     }
     const auto limit = static_cast<std::size_t>(field.high);
     if (field.form != Form::Text || limit == 0 || piece.text.size() <= limit) return;
     add(check, Level::Warning, known.key,
-        {.problem = place + ": " + quoted(piece.text) + " has " +
-                    std::to_string(piece.text.size()) + " characters; the maximum is " +
-                    std::to_string(limit),
-         .effect = "keeps " + quoted(piece.text.substr(0, limit)),
+        {.problem = place + ": " + quoted(piece.text) + " " + length_text(piece.text) +
+                    "; the maximum is " + std::to_string(limit),
+         .effect = "keeps " + quoted(whole_letters(piece.text, limit)),
          .fix = "at most " + std::to_string(limit) + " characters"});
 }
 
@@ -91,7 +102,8 @@ void check_entry(Check& check, const KnownSetting& known, std::string_view text,
     const Record& record = *known.record;
     const std::vector<std::string_view> fields = split_fields(record, text);
     for (std::size_t i = 0; i < fields.size(); ++i) {
-        const Piece piece = {.text = fields[i], .entry = entry, .field = record.fields[i].name};
+        const Piece piece = {
+            .text = fields[i], .entry = entry, .field = record.fields[i].name, .record = text};
         check_field(check, known, piece, record.fields[i]);
     }
     if (fields.size() == record.fields.size()) return;
@@ -100,7 +112,11 @@ void check_entry(Check& check, const KnownSetting& known, std::string_view text,
     add(check, Level::Error, known.key,
         {.problem =
              where + quoted(text) + " ends before field " + record.fields[fields.size()].name,
-         .effect = "does not use the entry as intended",
+         .effect = effect_of_wrong(check, known,
+                                   {.text = "",
+                                    .entry = entry,
+                                    .field = record.fields[fields.size()].name,
+                                    .record = text}),
          .fix = std::string("an entry of the form ") + quoted(record.shape)});
 }
 
@@ -165,7 +181,7 @@ void check_form(Check& check, const KnownSetting& known, std::string_view value)
     if (!problem.empty()) {
         add(check, Level::Error, known.key,
             {.problem = problem,
-             .effect = effect_of_wrong(check, known, value),
+             .effect = effect_of_wrong(check, known, {.text = value}),
              .fix = fix_of(known, value)});
         return;
     }
@@ -185,9 +201,8 @@ void check_missing(Check& check, const KnownSetting& known, bool absent) {
          .fix = fix_of(known, "")});
 }
 
-void check_unknown(Check& check, std::string_view key) {
-    if (is_made_up_by_rc(key)) return;
-    std::string_view nearest;
+static const char* nearest_key(std::string_view key) {
+    const char* nearest = nullptr;
     std::size_t distance = near + 1;
     for (const SettingGroup& group : setting_groups()) {
         for (const KnownSetting& known : group.settings) {
@@ -197,19 +212,40 @@ void check_unknown(Check& check, std::string_view key) {
             nearest = known.key;
         }
     }
-    if (nearest.empty()) {
-        add(check, Level::Note, key,
-            {.problem = "is not a setting of rc", .effect = "ignores it", .fix = ""});
-        return;
-    }
+    return nearest;
+}
+
+static void add_misspelt(Check& check, std::string_view key, const char* nearest) {
     // The misspelt key may be that of a password.
     const bool secret = is_secret(key) || is_secret(nearest);
     const std::string_view value = secret ? "..." : text_of(check, key);
     add(check, Level::Note, key,
-        {.problem = "is not a setting of rc; the nearest is " + std::string(nearest),
+        {.problem = std::string("is not a setting of rc; the nearest is ") + nearest,
          .effect = "ignores it",
          .fix = assignment(nearest, value)},
         secret);
+}
+
+void check_unknown_keys(Check& check) {
+    constexpr std::size_t few = 2;
+    std::vector<std::string_view> strange;
+    for (const Entry& entry : check.image.entries()) {
+        if (find_known(entry.key) != nullptr || is_made_up_by_rc(entry.key)) continue;
+        if (const char* const nearest = nearest_key(entry.key))
+            add_misspelt(check, entry.key, nearest);
+        else
+            strange.push_back(entry.key);
+    }
+    // Many belong to another program: they are one finding.
+    const bool many = strange.size() > few;
+    for (std::size_t i = 0; i < (many ? std::min<std::size_t>(1, strange.size()) : strange.size());
+         ++i) {
+        std::string problem = "is not a setting of rc";
+        for (std::size_t j = 1; many && j < strange.size(); ++j)
+            problem += (j == 1 ? ", nor are " : ", ") + std::string(strange[j]);
+        add(check, Level::Note, strange[i],
+            {.problem = problem, .effect = many ? "ignores them" : "ignores it", .fix = ""});
+    }
 }
 
 }  // namespace nvram

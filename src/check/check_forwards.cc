@@ -142,6 +142,7 @@ void check_triggers(Check& check) {
 }  // namespace
 
 void check_forwards(Check& check) {
+    if (is_on(check, "ap_mode")) return;
     std::vector<OpenPorts> ports;
     collect(ports, check, "fw_in_rules", in_rules);
     collect(ports, check, "fw_out_rules", out_rules);

@@ -39,6 +39,50 @@ void check_addresses(Check& check) {
              .fix = assignment("lan_bipaddr", quad_text(lan->last()))});
 }
 
+// RFC 1918, and link-local addresses.
+bool is_private(std::uint32_t address) {
+    return address >> 24 == 10 || address >> 20 == 0xac1 || address >> 16 == 0xc0a8 ||
+           address >> 16 == 0xa9fe;
+}
+
+void check_place(Check& check) {
+    const std::optional<Net> lan = lan_of(check);
+    if (lan && !is_private(lan->address) && *unusable_address(lan->address) == '\0')
+        add(check, Level::Warning, "lan_ipaddr",
+            {.problem = "is a public address, which belongs to a host on the Internet",
+             .effect = "gives it to the LAN: the hosts of " + lan->text() +
+                       " on the Internet cannot be reached",
+             .fix = "lan_ipaddr=192.168.1.1"});
+    const std::string_view port = text_of(check, "lan_if");
+    for (const char* const key : {"wan_phy_ifname", "wan_ifname"}) {
+        if (port.empty() || text_of(check, key) != port) continue;
+        add(check, Level::Error, "lan_if",
+            {.problem = std::string("is the WAN's interface, ") + key,
+             .effect = "gives the LAN's address to the WAN's interface, and lets in what comes from"
+                       " there",
+             .fix = "lan_if=br0"});
+        break;
+    }
+}
+
+// What an access point reaches over its LAN.
+void check_access_point(Check& check) {
+    const std::optional<Net> lan = lan_of(check);
+    if (!lan || !is_on(check, "ap_mode")) return;
+    const std::optional<std::uint32_t> gateway = address_of(check, "ap_gateway");
+    if (gateway && *gateway == lan->address)
+        add(check, Level::Error, "ap_gateway",
+            {.problem = "is the device's own address",
+             .effect = "sets itself as the default gateway",
+             .fix = "the router's address in " + lan->text()});
+    else if (gateway && !lan->has_host(*gateway))
+        add(check, Level::Error, "ap_gateway",
+            {.problem = "is not a host on the LAN " + lan->text(),
+             .effect = "runs /sbin/route add default gw " + quad_text(*gateway) +
+                       ", which the kernel rejects",
+             .fix = "the router's address in " + lan->text()});
+}
+
 // The valid address in the pool's setting, if it is in the LAN.
 std::optional<std::uint32_t> pool_end(Check& check, const Net& lan, const char* key,
                                       std::uint32_t better) {
@@ -91,7 +135,7 @@ void check_reservation(Check& check, const Net& lan, unsigned entry,
     } else if (entered == lan.address) {
         add(check, Level::Error, "pcdb_list",
             {.problem = place + " is the router's own address",
-             .effect = "reserves it, so two hosts have it",
+             .effect = "writes a lease of it, which any later reservation ends",
              .fix = fix});
     } else if (entered != written) {
         add(check, Level::Warning, "pcdb_list",
@@ -183,6 +227,8 @@ void check_route(Check& check) {
 
 void check_lan(Check& check) {
     check_addresses(check);
+    check_place(check);
+    check_access_point(check);
     check_pool(check);
     check_reservations(check);
     check_dhcp_options(check);

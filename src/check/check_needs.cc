@@ -5,8 +5,6 @@
 
 namespace nvram {
 
-namespace {
-
 bool holds(const Check& check, const Condition& condition) {
     const std::string_view value = text_of(check, condition.key);
     const std::string_view characters = condition.text;
@@ -26,14 +24,19 @@ bool holds(const Check& check, const Condition& condition) {
     return true;
 }
 
+namespace {
+
 // A number of 0 is missing, as an address of 0.0.0.0 is.
 bool is_nothing(const Check& check, const KnownSetting& known) {
-    if (is_missing(check, known.key)) return true;
+    const bool any_address = known.form == Form::Quad;
+    if (any_address ? text_of(check, known.key).empty() : is_missing(check, known.key)) return true;
     return known.form == Form::Number && text_of(check, known.key) == "0";
 }
 
 void check_need(Check& check, const KnownSetting& known, const Need& need) {
     if (!is_nothing(check, known) || !holds(check, need.when) || !holds(check, need.also)) return;
+    // Nothing that an access point starts needs it.
+    if (is_on(check, "ap_mode") && is_of_firewall(known)) return;
     const std::string_view value = text_of(check, known.key);
     std::string reasons = assignment(need.when.key, text_of(check, need.when.key));
     if (need.also.test != Test::Always)

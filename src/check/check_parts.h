@@ -8,6 +8,7 @@
 #include "check/check.h"
 #include "core/ipv4.h"
 #include "settings/forms.h"
+#include "settings/records.h"
 #include "settings/table.h"
 
 namespace nvram {
@@ -39,6 +40,8 @@ bool begins_with(const Check& check, std::string_view key, char first);
 int number_of(const Check& check, std::string_view key);
 // A valid address other than 0.0.0.0.
 std::optional<std::uint32_t> address_of(const Check& check, std::string_view key);
+// Of the firewall, its forwards, its blocking or QoS, none of which an access point starts.
+bool is_of_firewall(const KnownSetting& known);
 // Empty or 0.0.0.0.
 bool is_missing(const Check& check, std::string_view key);
 // The LAN, if its address and mask are valid.
@@ -49,23 +52,46 @@ std::string assignment(std::string_view key, std::string_view value);
 std::string escaped(std::string_view text);
 // A text between single quotes, as the image escapes it.
 std::string quoted(std::string_view text);
+std::string lower_case(std::string_view text);
+
+// check_needs.cc: whether a test of other settings holds.
+bool holds(const Check& check, const Condition& condition);
+
+// check_lines.cc: what rc does with a sink's line under these settings.
+enum class Written : std::uint8_t {
+    No,
+    Maybe,  // it depends on more than the conditions say
+    Yes,
+};
+Written written(const Check& check, const Sink& sink, const KnownSetting& known,
+                const Piece& piece);
+// The line as rc writes it, escaped so that it stays one line; "..." for what no setting says,
+// asterisks for secrets.
+std::string line_with(const Check& check, const Sink& sink, const KnownSetting& known,
+                      const Piece& piece);
+// "runs: LINE", "writes into FILE: LINE"; if rc does not write it now, that comes first.
+std::string line_effect(const Check& check, const Sink& sink, const KnownSetting& known,
+                        const Piece& piece);
+// Whether the text is a word of its own in the line.
+bool stands_alone(const Sink& sink);
+// Whether rc uses the entry of a list that this piece is a part of.
+bool is_used(const KnownSetting& known, const Piece& piece, std::string_view value);
 
 // check_effects.cc: what rc does with a value that is not of its setting's form, or with such a
 // piece of it.
-std::string effect_of_wrong(const Check& check, const KnownSetting& known, std::string_view piece);
-// A sink's line with a text in its place, escaped so that it stays one line.
-std::string line_with(const Sink& sink, std::string_view text);
-// Whether the text is a whole word in the line.
-bool stands_alone(const Sink& sink);
-// A piece of a value as messages show it: asterisks if the setting is a secret.
-std::string_view masked(const KnownSetting& known, std::string_view piece);
+std::string effect_of_wrong(const Check& check, const KnownSetting& known, const Piece& piece);
+// check_entries.cc: the same of a record's field, where rc reads the record in its own way; ""
+// where it does not.
+std::string effect_in_entry(const Check& check, const KnownSetting& known, const Piece& piece);
+// Of a QoS rule, rc takes some texts that start with 0 as not given.
+bool is_not_given(const KnownSetting& known, const Piece& piece);
 
 // check_forms.cc: one setting's value by itself.
 void check_form(Check& check, const KnownSetting& known, std::string_view value);
 // A setting that is not set or empty.
 void check_missing(Check& check, const KnownSetting& known, bool absent);
-// A key that is not in the table.
-void check_unknown(Check& check, std::string_view key);
+// Keys that are not in the table.
+void check_unknown_keys(Check& check);
 
 // check_sinks.cc: what the value does to the lines that contain it.
 void check_sinks(Check& check, const KnownSetting& known, std::string_view value);

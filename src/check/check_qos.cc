@@ -59,7 +59,7 @@ void check_addresses(Check& check, const Rule& rule) {
     if (!given(qos.last_octet) || leading_int(qos.last_octet) >= static_cast<int>(*first & 255))
         return;
     add_rule(check, Level::Error, rule, "has a first address above its last",
-             "writes a range that iptables rejects",
+             "writes a range that contains no address",
              "a last number of at least " + std::to_string(*first & 255));
 }
 
@@ -112,7 +112,7 @@ void check_rules(Check& check) {
 }  // namespace
 
 void check_qos(Check& check) {
-    if (!is_on(check, "qos_enable")) return;
+    if (!is_on(check, "qos_enable") || is_on(check, "ap_mode")) return;
     const int line = number_of(check, "wan_bandwidth");
     if (line > 0 && line < shares)
         add(check, Level::Error, "wan_bandwidth",

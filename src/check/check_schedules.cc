@@ -172,9 +172,11 @@ void check_radio(Check& check) {
 }  // namespace
 
 void check_schedules(Check& check) {
-    check_list(check, {.key = "fw_schedule", .other_key = "fw_schedule2", .first = true});
-    check_list(check, {.key = "fw_schedule2", .other_key = "fw_schedule", .first = false});
-    check_use(check);
+    if (!is_on(check, "ap_mode")) {
+        check_list(check, {.key = "fw_schedule", .other_key = "fw_schedule2", .first = true});
+        check_list(check, {.key = "fw_schedule2", .other_key = "fw_schedule", .first = false});
+        check_use(check);
+    }
     check_radio(check);
 }
 

@@ -1,5 +1,6 @@
 // The web interface's login, the clock, and settings that boot acts on.
 #include "check/check_parts.h"
+#include "core/text.h"
 #include "sched/zone_offset.h"
 
 namespace nvram {
@@ -30,8 +31,19 @@ void check_user(Check& check) {
          .fix = "a name without a colon"});
 }
 
+// From 14 hours east of Greenwich, which the C library calls -14, to 12 hours west of it.
+bool is_in_the_world(std::string_view zone) {
+    const int hours = leading_int(zone.substr(4));
+    return hours <= (zone[3] == '-' ? 14 : 13);
+}
+
 void check_clock(Check& check) {
     const std::string_view zone = text_of(check, "time_zone");
+    if (!zone.empty() && offset_minutes(zone) && !is_in_the_world(zone))
+        add(check, Level::Warning, "time_zone",
+            {.problem = "is beyond the world's time zones, which go from GMT-14 to GMT+13",
+             .effect = "sets TZ to it: the clock is off by as much",
+             .fix = "time_zone=GMT-1"});
     if (zone.empty() || offset_minutes(zone)) return;
     const bool daylight = is_on(check, "time_daylight");
     add(check, daylight ? Level::Error : Level::Warning, "time_zone",
@@ -47,6 +59,50 @@ void check_boot(Check& check) {
         {.problem = "is on",
          .effect = "restores the factory settings at every boot",
          .fix = "restore_default=0"});
+}
+
+// One note names all settings that another one leaves without effect.
+void check_idle(Check& check, const char* key, const char* problem, const std::string& idle) {
+    if (idle.empty()) return;
+    add(check, Level::Note, key,
+        {.problem = problem, .effect = "makes no use of: " + idle, .fix = ""});
+}
+
+void append_key(std::string& keys, const char* key) {
+    if (!keys.empty()) keys += ", ";
+    keys += key;
+}
+
+void check_access_point(Check& check) {
+    if (!is_on(check, "ap_mode")) return;
+    std::string idle;
+    for (const SettingGroup& group : setting_groups())
+        for (const KnownSetting& known : group.settings)
+            if (is_of_firewall(known) && known.key != std::string_view("fw_services_def") &&
+                text_of(check, known.key) != known.factory)
+                append_key(idle, known.key);
+    check_idle(check, "ap_mode", "makes the device an access point, which starts no firewall",
+               idle);
+}
+
+void check_radio_off(Check& check) {
+    if (!begins_with(check, "wifi_dot11_mode", '0')) return;
+    std::string idle;
+    for (const char* const key : {"enable_ssid2", "wds_enable", "h_wsc_enable"})
+        if (is_on(check, key)) append_key(idle, key);
+    check_idle(check, "wifi_dot11_mode", "turns the radio off", idle);
+}
+
+void check_mail_off(Check& check) {
+    if (is_on(check, "mail_enable")) return;
+    std::string idle;
+    for (const char* const key : {"mail_logfull", "mail_dos", "mail_portscan", "mail_block"})
+        if (is_on(check, key)) append_key(idle, key);
+    if (idle.empty()) return;
+    add(check, Level::Note, "mail_enable",
+        {.problem = "is off, so no mail is sent",
+         .effect = "tells syslogd so, which then makes no use of: " + idle,
+         .fix = "mail_enable=1"});
 }
 
 void check_log_mail(Check& check) {
@@ -67,6 +123,9 @@ void check_services(Check& check) {
     check_clock(check);
     check_boot(check);
     check_log_mail(check);
+    check_mail_off(check);
+    check_access_point(check);
+    check_radio_off(check);
 }
 
 }  // namespace nvram

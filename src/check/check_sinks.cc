@@ -164,27 +164,25 @@ std::string characters_text(std::string_view characters) {
 struct Harm {
     Danger danger;
     const Sink* first;
+    Written now;
     unsigned more;
 };
 
-void note_harm(std::vector<Harm>& harms, const Danger& danger, const Sink& sink) {
+// A line that rc writes with these settings comes before one that it does not.
+void note_harm(std::vector<Harm>& harms, const Danger& danger, const Sink& sink, Written now) {
     for (Harm& harm : harms) {
         if (harm.danger.reason != danger.reason || harm.danger.characters != danger.characters)
             continue;
-        ++harm.more;
-        if (stands_alone(sink) && !stands_alone(*harm.first)) harm.first = &sink;
+        if (now == harm.now) ++harm.more;
+        if (now > harm.now) harm.more = 0;
+        if (now > harm.now ||
+            (now == harm.now && stands_alone(sink) && !stands_alone(*harm.first))) {
+            harm.first = &sink;
+            harm.now = now;
+        }
         return;
     }
-    harms.push_back({.danger = danger, .first = &sink, .more = 0});
-}
-
-std::string escaped_text(std::string_view text, std::string_view escaped) {
-    std::string whole;
-    for (const char c : text) {
-        if (holds(escaped, c)) whole += '\\';
-        whole += c;
-    }
-    return whole;
+    harms.push_back({.danger = danger, .first = &sink, .now = now, .more = 0});
 }
 
 std::string problem_of(const Danger& danger, bool secret) {
@@ -204,13 +202,13 @@ void add_harm(Check& check, const KnownSetting& known, const Piece& piece, const
     const bool secret = known.secret;
     const bool has_field = piece.field != nullptr && *piece.field != '\0';
     const std::string place = place_text(piece.entry, has_field ? piece.field : nullptr);
-    const std::string text = escaped_text(piece.text, escaped_characters(known.escapes));
-    const std::string_view where = harm.first->place;
-    std::string effect = where == "command" ? "runs: " : "writes into " + std::string(where) + ": ";
-    effect += line_with(*harm.first, masked(known, text));
+    std::string effect = line_effect(check, *harm.first, known, piece);
     if (harm.more == 1) effect += " (and another such line)";
     if (harm.more > 1) effect += " (and " + std::to_string(harm.more) + " more such lines)";
-    add(check, harm.danger.level, known.key,
+    // What rc does not write breaks nothing yet.
+    const Level level =
+        harm.now == Written::No ? std::min(harm.danger.level, Level::Warning) : harm.danger.level;
+    add(check, level, known.key,
         {.problem = (place.empty() ? "" : place + ": ") + problem_of(harm.danger, secret),
          .effect = effect,
          .fix = fix_of(harm.danger, secret)});
@@ -223,11 +221,12 @@ bool stands_in(const Sink& sink, const Piece& piece) {
 }
 
 void check_piece(Check& check, const KnownSetting& known, const Piece& piece) {
+    if (!is_used(known, piece, text_of(check, known.key))) return;
     std::vector<Harm> harms;
     for (const Sink& sink : check.sinks) {
         if (sink.key != std::string_view(known.key) || !stands_in(sink, piece)) continue;
         for (const Danger& danger : dangers_in(known, sink, piece.text))
-            note_harm(harms, danger, sink);
+            note_harm(harms, danger, sink, written(check, sink, known, piece));
     }
     for (const Harm& harm : harms) add_harm(check, known, piece, harm);
 }

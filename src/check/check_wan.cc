@@ -120,19 +120,6 @@ void check_name_servers(Check& check) {
          .fix = "wan_dns1=203.0.113.53"});
 }
 
-// The lowest bit of the first byte marks a group's address.
-void check_own_mac(Check& check, const char* key) {
-    const std::string_view mac = text_of(check, key);
-    if (!is_mac(mac)) return;
-    const bool group = std::string_view("13579bBdDfF").find(mac[1]) != std::string_view::npos;
-    const bool zero = mac.find_first_not_of("0:") == std::string_view::npos;
-    if (!group && !zero) return;
-    add(check, Level::Error, key,
-        {.problem = group ? "is a multicast address, not a port's" : "is all zeros",
-         .effect = "passes it to ifconfig, which rejects it: the port keeps its own",
-         .fix = "an address whose second digit is even"});
-}
-
 bool is_station(const Check& check) {
     return is_on(check, "wifi_ap_mode") && begins_with(check, "ap_mode", '0');
 }
@@ -150,17 +137,61 @@ void check_wireless_wan(Check& check) {
              .fix = "ap_mode=0"});
 }
 
-// The secrets files and l2tpd's file get accounts escaped as for a shell.
+// The secrets files and l2tpd's file get accounts escaped as for a shell, which reads neither.
 void check_l2tp_account(Check& check, const char* key) {
     const std::string_view text = text_of(check, key);
-    if (text_of(check, "wan_mode") != wan_mode::l2tp || text.find_first_of(" \t%") == text.npos)
-        return;
+    if (text_of(check, "wan_mode") != wan_mode::l2tp) return;
+    const std::string changed = std::string(escaped_characters(Escapes::Account)) + "%";
     const bool secret = is_secret(key);
+    if (text.find_first_of(changed) != text.npos)
+        add(check, Level::Error, key,
+            {.problem = secret ? "contains a character that does not reach l2tpd and pppd as it is"
+                               : "contains one of " + changed +
+                                     ", which do not reach l2tpd and pppd as they are",
+             .effect = "writes a backslash before it, or % twice, into files that no shell reads:"
+                       " the login fails",
+             .fix = secret ? "only letters and digits" : "a name of letters and digits"});
+    if (text.find(' ') == text.npos) return;
     add(check, Level::Error, key,
-        {.problem = secret ? "contains a character that the secrets files do not keep"
-                           : "contains a space, a tab or %, which the secrets files do not keep",
-         .effect = "doubles each % there, and white space starts the next field: the login fails",
-         .fix = secret ? "..." : "a name without them"});
+        {.problem = secret ? "contains a character that ends it in the secrets files"
+                           : "contains a space, which ends it in the secrets files",
+         .effect = "writes it unquoted there: the login fails",
+         .fix = secret ? "only letters and digits" : "a name without spaces"});
+}
+
+// A host that the router reaches over the WAN.
+struct FarHost {
+    const char* mode;        // of wan_mode; nullptr for any
+    const char* switch_key;  // must be on; nullptr if always
+    const char* key;
+};
+constexpr FarHost far_hosts[] = {
+    {wan_mode::ip, nullptr, "wan_dns1"},        {wan_mode::ip, nullptr, "wan_dns2"},
+    {nullptr, "wan_fix_dns", "wan_dns1"},       {nullptr, "wan_fix_dns", "wan_dns2"},
+    {nullptr, "wan_fix_dns", "wan_dns3"},       {wan_mode::pptp, "pptp_type", "pptp_wan_dns1"},
+    {wan_mode::pptp, nullptr, "pptp_server"},   {wan_mode::l2tp, nullptr, "l2tp_server"},
+    {nullptr, "fw_remote", "fw_remote_single"},
+};
+
+void check_far_hosts(Check& check) {
+    const std::optional<Net> lan = lan_of(check);
+    if (!lan || is_on(check, "ap_mode")) return;
+    for (const FarHost& host : far_hosts) {
+        if (host.mode != nullptr && text_of(check, "wan_mode") != host.mode) continue;
+        if (host.switch_key != nullptr && !is_on(check, host.switch_key)) continue;
+        const std::optional<std::uint32_t> address = address_of(check, host.key);
+        if (!address || !lan->holds(*address)) continue;
+        const bool own = *address == lan->address;
+        // Two ways to use a name server are one mistake.
+        bool known = false;
+        for (const Finding& finding : check.findings)
+            known = known || (finding.key == host.key && finding.level == Level::Error);
+        if (known) continue;
+        add(check, Level::Error, host.key,
+            {.problem = own ? "is the router's own address" : "is in the LAN " + lan->text(),
+             .effect = "uses it as a host on the WAN's side",
+             .fix = "an address outside the LAN"});
+    }
 }
 
 void check_multicast(Check& check) {
@@ -189,7 +220,7 @@ void check_wan(Check& check) {
     check_mtu(check);
     check_demand(check);
     check_name_servers(check);
-    check_own_mac(check, "wan_macaddr");
+    check_far_hosts(check);
     check_wireless_wan(check);
     check_l2tp_account(check, "l2tp_username");
     check_l2tp_account(check, "l2tp_password");

@@ -54,21 +54,13 @@ constexpr Network station = {
     .own = false,
 };
 
-constexpr Network repeater = {
-    .name = "the repeater",
-    .ssid = "ssid_apcli_wds",
-    .security = "wifi_wep_on5",
-    .key_length = nullptr,
-    .default_key = "wifi_def_key5",
-    .wep_keys = {"wifi_key15", "wifi_key25", "wifi_key35", "wifi_key45"},
-    .wpa_phrase = "wifi_psk_pwd5",
-    .wpa2_phrase = "wifi_psk2_pwd5",
-    .own = false,
-};
+// No action of rc sets up a repeater.
+constexpr const char* repeater = "ssid_apcli_wds";
 
 bool is_printable(std::string_view text) {
+    // The check of forms finds control characters.
     for (const char c : text)
-        if (c < ' ' || c > '~') return false;
+        if ((c < ' ' || c > '~') && !is_control(c)) return false;
     return true;
 }
 
@@ -201,6 +193,24 @@ void check_channel(Check& check) {
          .fix = "wifi_channel=auto"});
 }
 
+// The second half of a wide channel is four channels away.
+void check_wide_channel(Check& check) {
+    constexpr int distance = 4;
+    const int channel = number_of(check, "wifi_channel");
+    if (begins_with(check, "wifi_bandwidth", '2') || channel < 1 || channel > 13) return;
+    const std::string_view region = text_of(check, "wifi_region");
+    const int last = region == "USA" || region == "Canada" ? 11 : 13;
+    const bool above = text_of(check, "e_channel") == "1";
+    if (!above && text_of(check, "e_channel") != "0") return;
+    const int second = above ? channel + distance : channel - distance;
+    if (second >= 1 && second <= last) return;
+    add(check, Level::Error, "e_channel",
+        {.problem = std::string("puts the second half of channel ") + std::to_string(channel) +
+                    (above ? " above it" : " below it") + ", where there is no channel",
+         .effect = std::string("writes into /var/RT2860AP.dat: HT_EXTCHA=") + (above ? "1" : "0"),
+         .fix = above ? "e_channel=0" : "e_channel=1"});
+}
+
 void check_wmm(Check& check, const char* key) {
     constexpr std::size_t wanted = 16;
     const std::string_view text = text_of(check, key);
@@ -220,7 +230,11 @@ void check_wmm(Check& check, const char* key) {
 void check_wireless(Check& check) {
     check_wmm(check, "wifi_wmm_ap");
     check_wmm(check, "wifi_wmm_sta");
-    if (!text_of(check, repeater.ssid).empty()) check_security(check, repeater);
+    if (!text_of(check, repeater).empty())
+        add(check, Level::Note, repeater,
+            {.problem = "has no effect, like all settings of the repeater",
+             .effect = "has no action that sets up a repeater",
+             .fix = ""});
     if (is_on(check, "wifi_ap_mode") && begins_with(check, "ap_mode", '0')) {
         check_security(check, station);
         return;
@@ -229,6 +243,7 @@ void check_wireless(Check& check) {
     check_security(check, first_network);
     if (is_on(check, "enable_ssid2")) check_two_networks(check);
     check_channel(check);
+    check_wide_channel(check);
 }
 
 }  // namespace nvram

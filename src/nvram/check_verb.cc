@@ -86,23 +86,6 @@ static std::string findings_text(const std::vector<Finding>& findings) {
     return text;
 }
 
-// Findings about lines that are not settings come first.
-static std::vector<Finding> check_text(std::string text) {
-    std::vector<BadLine> bad_lines;
-    const Image image(std::move(text), &bad_lines);
-    std::vector<Finding> findings;
-    findings.reserve(bad_lines.size());
-    for (const BadLine& line : bad_lines)
-        findings.push_back({.level = Level::Error,
-                            .key = "line " + std::to_string(line.number),
-                            .value = "",
-                            .problem = line.reason,
-                            .effect = "ignores the line",
-                            .fix = "key=value, or # before a comment"});
-    for (Finding& finding : check_settings(image)) findings.push_back(std::move(finding));
-    return findings;
-}
-
 bool accept_without_errors(const Image& image, void* text) {
     std::vector<Finding> errors = check_settings(image);
     std::erase_if(errors, [](const Finding& finding) { return finding.level != Level::Error; });
@@ -115,7 +98,7 @@ int check_verb(Store& store, const Call& call) {
     const char* const place = call.words.empty() ? "@working" : call.words[0];
     std::string text;
     if (!read_image_text(store, call, place, text)) return status_error;
-    const std::vector<Finding> findings = check_text(std::move(text));
+    const std::vector<Finding> findings = check_image(std::move(text));
     bool clean = true;
     for (const Finding& finding : findings) {
         if (call.json) print_json(finding);

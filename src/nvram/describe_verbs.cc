@@ -73,16 +73,19 @@ static void print_sinks(const KnownSetting& known) {
     const char* word = "goes to";
     for (const Sink& sink : setting_sinks()) {
         if (std::strcmp(sink.key, known.key) != 0) continue;
+        const bool of_field = sink.field != nullptr && *sink.field != '\0';
         std::string line;
-        for (const char c : std::string_view(sink.line)) {
-            if (c == '\x01') {
-                line += '<';
-                line += sink.field != nullptr && *sink.field != '\0' ? sink.field : known.key;
-                line += '>';
-            } else {
-                append_escaped(line, {&c, 1});
+        fill_sink_line(line, sink.line, [&](char kind, std::string_view other) {
+            if (kind == sink_unknown) {
+                line += "...";
+                return;
             }
-        }
+            line += '<';
+            line += kind == sink_text ? of_field ? sink.field : known.key
+                                      : other.substr(other.starts_with(':') ? 1 : 0);
+            line += '>';
+        });
+        line = escaped(line);
         const bool command = std::strcmp(sink.place, "command") == 0;
         print_row(word, command ? line : std::string(sink.place) + ": " + line);
         word = "";

@@ -68,9 +68,12 @@ void print_sinks(const std::vector<FoundSink>& sinks, const std::vector<std::str
         if (!keys.empty() && std::ranges::find(keys, sink.key) == keys.end()) continue;
         if (sink.key != key) std::cout << sink.key << "\n";
         key = sink.key;
-        std::string line = sink.line;
-        for (size_t at = line.find('\x01'); at != std::string::npos; at = line.find('\x01', at))
-            line.replace(at, 1, "{" + (sink.field.empty() ? key : sink.field) + "}");
+        std::string line;
+        nvram::fill_sink_line(line, sink.line, [&](char kind, std::string_view other) {
+            std::string name = sink.field.empty() ? key : sink.field;
+            if (kind == nvram::sink_other) name = other.substr(other.starts_with(':') ? 1 : 0);
+            line += kind == nvram::sink_unknown ? "..." : "{" + name + "}";
+        });
         std::cout << "    " << (sink.place == "command" ? "runs" : sink.place) << ", "
                   << quoting_words(sink.quoting) << ":\n        " << escape_line(line) << "\n";
     }
@@ -83,10 +86,10 @@ void print_sink_table(const std::vector<FoundSink>& sinks) {
     std::cout << fmt::format(renewed, "sinks --table sinks");
     for (const FoundSink& sink : sinks)
         if (nvram::find_known(sink.key))
-            std::cout << fmt::format("{{{}, Quoting::{}, {},\n {},\n {}, {}}},\n",
+            std::cout << fmt::format("{{{}, Quoting::{}, {},\n {},\n {}, {},\n {}}},\n",
                                      literal(sink.key), quoting_name(sink.quoting),
                                      literal(sink.place), literal(sink.line), literal(sink.passes),
-                                     literal(sink.field));
+                                     literal(sink.field), literal(sink.when));
 }
 
 void print_use_table(const SinkSearch& search) {
@@ -117,7 +120,11 @@ bool add_case(const std::string& path, std::vector<Play>& plays) {
         return false;
     }
     const auto& stated = std::get<Case>(loaded);
-    plays.push_back({.router = case_world(stated), .words = stated.words});
+    std::vector<std::string> words = stated.words;
+    // "create" leaves the rules unused; what "start" needs to use them belongs to the line.
+    const std::vector<std::string> create = {"rc", "firewall", "create"};
+    if (words == create) words[2] = "start";
+    plays.push_back({.router = case_world(stated), .words = std::move(words)});
     return true;
 }
 

@@ -66,9 +66,19 @@ std::string padded_pattern(std::int64_t low, std::int64_t high) {
     return (high == last_port ? "" : "0*") + natural_pattern(low, high);
 }
 
-std::string address_pattern() {
+std::string quad_pattern() {
     return fmt::format("{}(?:\\.{}){{3}}", octet, octet);
 }
+
+// What a host can have: no loopback address, and none above 223; or 0.0.0.0.
+std::string address_pattern() {
+    return fmt::format("(?:0\\.0\\.0\\.0|(?:{}|{})(?:\\.{}){{3}})", natural_pattern(1, 126),
+                       natural_pattern(128, 223), octet);
+}
+
+// A device's own: not all zeros, and not a group's.
+constexpr const char* mac_pattern =
+    "(?!00(?::00){5})[0-9A-Fa-f][02468ACEace](?::[0-9A-Fa-f]{2}){5}";
 
 // Ones from the left, then zeros.
 std::string netmask_pattern() {
@@ -92,17 +102,20 @@ std::string count_pattern(int low, int high) {
     return fmt::format("{{{},{}}}", low, high);
 }
 
-// Any character but these. In a character class a '-' must be escaped.
-std::string none_of_pattern(std::string_view stops) {
-    if (stops.empty()) return "[\\s\\S]";
-    std::string pattern;
-    for (const char c : stops) pattern += c == '-' ? "\\-" : literal_pattern({&c, 1});
+constexpr const char* no_control = "\\x00-\\x1f\\x7f";
+
+// Any character but control characters and these. In a character class a '-' must be escaped.
+std::string none_of_pattern(std::string_view stops, const std::string& class_of_others) {
+    std::string pattern = class_of_others;
+    for (const char c : stops)
+        if (static_cast<unsigned char>(c) >= 0x20)
+            pattern += c == '-' ? "\\-" : literal_pattern({&c, 1});
     return "[^" + pattern + "]";
 }
 
 // A text field ends at the first character of the separator after it.
 std::string text_pattern(const nvram::Field& field, std::string_view stops) {
-    const std::string any = none_of_pattern(stops);
+    const std::string any = none_of_pattern(stops, no_control);
     const int low = field.may_be_empty ? 0 : 1;
     if (field.high > 0) return any + fmt::format("{{{},{}}}", low, field.high);
     return any + (low == 0 ? "*" : "+");
@@ -116,10 +129,12 @@ std::string form_pattern(Form form, int low, int high) {
             return number_pattern(low, high);
         case Form::Address:
             return address_pattern();
+        case Form::Quad:
+            return quad_pattern();
         case Form::Netmask:
             return netmask_pattern();
         case Form::Mac:
-            return "[0-9A-Fa-f]{2}(?::[0-9A-Fa-f]{2}){5}";
+            return mac_pattern;
         case Form::Interface:
             return "(?!\\.{1,2}(?![!-.0-~]))[!-.0-~]{1,15}";
         case Form::Host:
@@ -132,6 +147,19 @@ std::string form_pattern(Form form, int low, int high) {
             break;
     }
     return "";
+}
+
+// A text of low to high bytes in UTF-8. A pattern counts characters: of texts with letters of two
+// bytes, some that are nearly too long are left out; other letters count as four bytes.
+std::string bytes_pattern(int low, int high) {
+    const std::string any = fmt::format("[^{}]", no_control);
+    if (high == 0) return any + (low == 0 ? "*" : "+");
+    std::vector<std::string> patterns = {fmt::format("[ -~]{{{},{}}}", low, high)};
+    for (int letters = 1; letters <= high / 2; letters *= 2)
+        patterns.push_back(fmt::format("(?=[ -~]*(?:[\\u0080-\\u07ff][ -~]*){{0,{}}}$){}{{{},{}}}",
+                                       letters, any, low, high - letters));
+    patterns.push_back(fmt::format("{}{{{},{}}}", any, low, high / 4));
+    return alternatives(patterns);
 }
 
 // A value of the form, or one of.
@@ -174,7 +202,8 @@ std::string list_pattern(const nvram::Record& record) {
     if (record.between == '\0') return one;
     const std::string separator = literal_pattern({&record.between, 1});
     const bool limited = record.most > 0 && *record.counted == '\0';
-    const std::string times = limited ? fmt::format("{{0,{}}}", record.most - 1) : "*";
+    const std::uint32_t least = record.least > 0 ? record.least - 1 : 0;
+    const std::string times = limited ? fmt::format("{{{},{}}}", least, record.most - 1) : "*";
     return fmt::format("{0}(?:{1}{0}){2}{1}?", one, separator, times);
 }
 
@@ -209,5 +238,6 @@ std::string literal_pattern(std::string_view text) {
 
 std::string value_pattern(const nvram::KnownSetting& setting) {
     if (setting.record != nullptr) return record_pattern(*setting.record);
+    if (setting.form == Form::Text) return bytes_pattern(1, setting.cut ? 0 : setting.high);
     return row_pattern(setting);
 }

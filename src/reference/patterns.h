@@ -14,8 +14,7 @@ std::string number_pattern(std::int64_t low, std::int64_t high);
 // Literal text.
 std::string literal_pattern(std::string_view text);
 
-// A whole legal value, without anchors. For text without a form
-// the pattern is empty: only the length counts.
+// A whole legal value that is not empty, without anchors.
 std::string value_pattern(const nvram::KnownSetting& setting);
 
 #endif

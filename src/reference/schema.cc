@@ -59,10 +59,9 @@ ordered_json property_of(const KnownSetting& setting) {
         {"type", "string"}, {"title", title_of(setting)}, {"description", description_of(setting)}};
     if (setting.form == Form::Flag || setting.form == Form::Choice)
         add_words(property, setting);
-    else if (setting.form == Form::Text)
-        add_limits(property, setting);
     else
         add_pattern(property, setting);
+    if (setting.form == Form::Text) add_limits(property, setting);
     property["default"] = setting.factory;
     if (setting.secret) property["writeOnly"] = true;
     return property;

@@ -29,6 +29,7 @@ std::string form_in_words(Form form, int low, int high) {
         case Form::Choice:
             return "one of";
         case Form::Address:
+        case Form::Quad:
             return "an IPv4 address";
         case Form::Netmask:
             return "an IPv4 netmask";

@@ -49,9 +49,11 @@ bool is_host_label(std::string_view label) {
 }
 
 // A text of digits and dots only is meant to be an address.
-bool is_host(std::string_view text) {
-    if (text.find_first_not_of("0123456789.") == std::string_view::npos)
-        return parse_quad(text).has_value();
+bool is_meant_as_address(std::string_view text) {
+    return text.find_first_not_of("0123456789.") == std::string_view::npos;
+}
+
+bool is_host_name(std::string_view text) {
     if (text.size() > host_name_limit) return false;
     while (true) {
         const std::size_t dot = text.find('.');
@@ -98,6 +100,7 @@ std::string plain_form_text(const Limits& limits) {
         case Form::Choice:
             return "one of " + joined(limits.choices);
         case Form::Address:
+        case Form::Quad:
             return "an IPv4 address such as 192.168.1.1";
         case Form::Netmask:
             return "a netmask such as 255.255.255.0";
@@ -128,6 +131,7 @@ std::string with_choices(std::string text, const Limits& limits) {
 std::string expected_text(const Limits& limits) {
     switch (limits.form) {
         case Form::Address:
+        case Form::Quad:
             return with_choices("four numbers, such as 192.168.1.1", limits);
         case Form::Netmask:
             return "four numbers, such as 255.255.255.0";
@@ -149,8 +153,52 @@ std::string number_problem(const Limits& limits, std::string_view text) {
     return "";
 }
 
+// Four numbers of which one starts with 0.
+bool is_octal_quad(std::string_view text) {
+    std::string decimal;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool starts = i == 0 || text[i - 1] == '.';
+        const bool more = i + 1 < text.size() && is_digit(text[i + 1]);
+        if (text[i] != '0' || !more || (!starts && !decimal.empty() && is_digit(decimal.back())))
+            decimal += text[i];
+    }
+    return decimal != text && parse_quad(decimal).has_value();
+}
+
+std::string quad_problem(std::string_view text, const char* otherwise) {
+    if (parse_quad(text)) return "";
+    return is_octal_quad(text) ? "has a number that starts with 0, which programs read as octal"
+                               : otherwise;
+}
+
+std::string address_problem(std::string_view text, const char* otherwise) {
+    const std::optional<std::uint32_t> address = parse_quad(text);
+    if (!address) return quad_problem(text, otherwise);
+    return *address == 0 ? "" : unusable_address(*address);
+}
+
+std::string host_problem(std::string_view text) {
+    constexpr const char* neither = "is neither a host name nor an IPv4 address";
+    if (is_meant_as_address(text)) return address_problem(text, neither);
+    return is_host_name(text) ? "" : neither;
+}
+
+// The lowest bit of the first byte marks the address of a group, the broadcast's among them.
+std::string mac_problem(std::string_view text) {
+    if (!is_mac(text)) return "is not a MAC address";
+    if (text.find_first_not_of("0:") == std::string_view::npos)
+        return "is not the address of a device: it is all zeros";
+    if (std::string_view("13579bBdDfF").find(text[1]) != std::string_view::npos)
+        return "is not the address of one device: its second digit is odd";
+    return "";
+}
+
+std::string text_problem(std::string_view text) {
+    return std::any_of(text.begin(), text.end(), is_control) ? "contains a control character" : "";
+}
+
 std::string netmask_problem(std::string_view text) {
-    if (!parse_quad(text)) return "is not a netmask";
+    if (!parse_quad(text)) return quad_problem(text, "is not a netmask");
     return is_netmask(text) ? "" : "is not a netmask: its ones are not contiguous";
 }
 
@@ -164,9 +212,10 @@ std::string hex_problem(const Limits& limits, std::string_view text) {
 
 std::string problem_by_form(const Limits& limits, std::string_view text) {
     switch (limits.form) {
-        case Form::Text:
         case Form::Record:
             break;
+        case Form::Text:
+            return text_problem(text);
         case Form::Flag:
             return text[0] == '0' || text[0] == '1' ? "" : "is neither on nor off";
         case Form::Number:
@@ -174,15 +223,17 @@ std::string problem_by_form(const Limits& limits, std::string_view text) {
         case Form::Choice:
             return is_word_of(text, limits.choices) ? "" : "is not an allowed value";
         case Form::Address:
-            return parse_quad(text) ? "" : "is not an IPv4 address";
+            return address_problem(text, "is not an IPv4 address");
+        case Form::Quad:
+            return quad_problem(text, "is not an IPv4 address");
         case Form::Netmask:
             return netmask_problem(text);
         case Form::Mac:
-            return is_mac(text) ? "" : "is not a MAC address";
+            return mac_problem(text);
         case Form::Interface:
             return is_interface(text) ? "" : "is not an interface name";
         case Form::Host:
-            return is_host(text) ? "" : "is neither a host name nor an IPv4 address";
+            return host_problem(text);
         case Form::Hex:
             return hex_problem(limits, text);
     }
@@ -197,17 +248,6 @@ Limits limits_of(const KnownSetting& known) {
 
 Limits limits_of(const Field& field) {
     return {.form = field.form, .low = field.low, .high = field.high, .choices = field.choices};
-}
-
-std::vector<std::string_view> words_of(const char* choices) {
-    std::vector<std::string_view> words;
-    const char separator = choice_separator(choices);
-    for (std::string_view rest = choices; !rest.empty();) {
-        const std::string_view word = rest.substr(0, rest.find(separator));
-        rest.remove_prefix(std::min(rest.size(), word.size() + 1));
-        if (!word.empty()) words.push_back(word);
-    }
-    return words;
 }
 
 std::string form_text(const Limits& limits) {
@@ -239,6 +279,29 @@ bool is_mac(std::string_view text) {
     for (std::size_t i = 0; i < text.size(); ++i)
         if (i % 3 == 2 ? text[i] != ':' : !is_hex_digit(text[i])) return false;
     return true;
+}
+
+// RFC 6890: 0.0.0.0/8, loopback, multicast, and what is reserved above it.
+const char* unusable_address(std::uint32_t address) {
+    const std::uint32_t first = address >> 24;
+    if (first == 0) return "is in 0.0.0.0/8, where no host has an address";
+    if (first == 127) return "is a loopback address, which is every host's own";
+    if (address == 0xffffffff) return "is the broadcast address";
+    if (first >= 240) return "is a reserved address, which no host has";
+    if (first >= 224) return "is a multicast address, which no host has";
+    return "";
+}
+
+bool is_control(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < 0x20 || byte == 0x7f;
+}
+
+std::string_view whole_letters(std::string_view text, std::size_t limit) {
+    if (text.size() <= limit) return text;
+    // Bytes 10xxxxxx continue a letter.
+    while (limit > 0 && (static_cast<unsigned char>(text[limit]) & 0xc0) == 0x80) --limit;
+    return text.substr(0, limit);
 }
 
 bool is_hex(std::string_view text) {

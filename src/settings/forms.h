@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "settings/records.h"
 #include "settings/table.h"
 
 namespace nvram {
@@ -23,9 +24,6 @@ struct Limits {
 Limits limits_of(const KnownSetting& known);
 Limits limits_of(const Field& field);
 
-// The words of a choice.
-std::vector<std::string_view> words_of(const char* choices);
-
 // The form in words, as follows "expected": "a number from 1 to 65535".
 std::string form_text(const Limits& limits);
 
@@ -39,6 +37,15 @@ std::optional<long long> plain_number(std::string_view text);
 
 // Six pairs of hexadecimal digits, separated by colons.
 bool is_mac(std::string_view text);
+
+// "is a multicast address", if no host can have the address; "" if one can.
+const char* unusable_address(std::uint32_t address);
+
+// Bytes that no line, header or list of text takes: those below a space, and DEL.
+bool is_control(char c);
+
+// The start of a text, at most limit bytes of it, without half a letter (UTF-8) at its end.
+std::string_view whole_letters(std::string_view text, std::size_t limit);
 
 bool is_hex(std::string_view text);
 

@@ -6,6 +6,17 @@
 
 namespace nvram {
 
+std::vector<std::string_view> words_of(const char* choices) {
+    std::vector<std::string_view> words;
+    const char separator = choice_separator(choices);
+    for (std::string_view rest = choices; !rest.empty();) {
+        const std::string_view word = rest.substr(0, rest.find(separator));
+        rest.remove_prefix(std::min(rest.size(), word.size() + 1));
+        if (!word.empty()) words.push_back(word);
+    }
+    return words;
+}
+
 // The separator in the shape between a field and the next; empty after the last.
 static std::string_view separator_after(const Record& record, std::size_t place) {
     const std::string_view shape = record.shape;
@@ -65,7 +76,8 @@ std::vector<Piece> pieces_of(const KnownSetting& known, std::string_view value) 
         for (std::size_t i = 0; i < fields.size(); ++i)
             pieces.push_back({.text = fields[i],
                               .entry = record.between == '\0' ? 0 : entry,
-                              .field = record.fields[i].name});
+                              .field = record.fields[i].name,
+                              .record = text});
     }
     return pieces;
 }

@@ -10,6 +10,9 @@
 
 namespace nvram {
 
+// The words of a choice.
+std::vector<std::string_view> words_of(const char* choices);
+
 // All results are views into the value.
 
 // The records of a value, including empty ones between separators; a separator at the end starts no
@@ -25,8 +28,9 @@ std::size_t field_place(const Record& record, std::string_view name);
 // The texts that rc writes into lines one by one: each field of each record, or the whole value.
 struct Piece {
     std::string_view text;
-    unsigned entry = 0;           // counts from 1; 0 if the value is not a list
-    const char* field = nullptr;  // nullptr if the setting has no records
+    unsigned entry = 0;            // counts from 1; 0 if the value is not a list
+    const char* field = nullptr;   // nullptr if the setting has no records
+    std::string_view record = {};  // the whole entry
 };
 std::vector<Piece> pieces_of(const KnownSetting& known, std::string_view value);
 

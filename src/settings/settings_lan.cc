@@ -23,7 +23,7 @@ static constexpr KnownSetting lan_rows[] = {
      .when_empty = "ifconfig fails, so the LAN gets no address; DHCP clients get no netmask",
      .help = "netmask of the LAN, also handed out by the DHCP server"},
     {.key = "lan_bipaddr",
-     .form = Form::Address,
+     .form = Form::Quad,
      .factory = "192.168.1.255",
      .when_empty = "ifconfig fails, so the LAN gets no address",
      .help = "broadcast address of the LAN; must match lan_ipaddr and lan_netmask"},
@@ -114,6 +114,8 @@ static constexpr KnownSetting dhcp_server_rows[] = {
      .factory = "0.0.0.0",
      .when_empty =
          "the servers in /etc/resolv.conf are handed out, or lan_ipaddr if it lists no server",
+     .when_wrong = "hands it out with dhcp_server_extended_option=enable; without, it makes rc hand"
+                   " out lan_ipaddr",
      .help = "name server handed out if dhcp_server_extended_option is enable, unless 0.0.0.0"},
     {.key = "pcdb_list",
      .form = Form::Record,
@@ -121,7 +123,6 @@ static constexpr KnownSetting dhcp_server_rows[] = {
      .record = &reservation_record,
      .example = "pc1;192.168.1.20;00:11:22:aa:bb:cc",
      .when_empty = "no address is reserved",
-     .when_wrong = "leaves the reservation out",
      .help = "address reservations: the address that a host, identified by its MAC address, always"
              " gets"},
 };
@@ -132,7 +133,7 @@ static constexpr Field route_fields[] = {
      .form = Form::Text,
      .high = limits::route_name,
      .help = "must not contain a space"},
-    {.name = "destination", .form = Form::Address},
+    {.name = "destination", .form = Form::Quad},
     {.name = "netmask", .form = Form::Netmask},
     {.name = "gateway", .form = Form::Address},
     // In RIP, 16 means infinity.
@@ -156,7 +157,6 @@ static constexpr KnownSetting route_rows[] = {
      .record = &route_record,
      .example = "office:10.1.0.0:255.255.0.0:192.168.1.254:2:1:1",
      .when_empty = "no route is set",
-     .when_wrong = "adds no route, or runs route with arguments that it rejects",
      .help = "static routes; only the first is added to the kernel's routing table"},
     {.key = "rt_rip_direction",
      .form = Form::Choice,

@@ -91,8 +91,6 @@ static constexpr KnownSetting qos_rows[] = {
                 "0\x02"
                 "0\x01",
      .when_empty = "all traffic falls into the default class",
-     .when_wrong =
-         "copies the field unchanged into /tmp/qos.conf, and tc or iptables rejects the line",
      .needed = &rules_with_qos,
      .help = "QoS rules; classes 0 to 2 apply if qos_type is priority, class 9 if it is bandwidth"},
 };

@@ -11,8 +11,11 @@ static constexpr Field wmm_fields[] = {
      .high = 65535,
      .help = "in turn CWmin and CWmax (powers of two), AIFSN (slots), TXOP (units of 32 us)"},
 };
-static constexpr Record wmm_record = {
-    .between = '_', .shape = "number", .fields = wmm_fields, .most = limits::wmm_numbers};
+static constexpr Record wmm_record = {.between = '_',
+                                      .shape = "number",
+                                      .fields = wmm_fields,
+                                      .least = limits::wmm_numbers,
+                                      .most = limits::wmm_numbers};
 
 // A value that rc copies whole into the driver's settings is a Choice of 0 and 1, not a Flag.
 static constexpr KnownSetting radio_rows[] = {
@@ -72,7 +75,7 @@ static constexpr KnownSetting radio_rows[] = {
      .choices = "0 1 2",
      .factory = "0",
      .when_empty = "1, 2, 5.5 and 11 Mbit/s",
-     .when_wrong = "uses the rates of 0",
+     .when_wrong = "reads only the first character: 1 or 2, and anything else means 0",
      .help = "basic rates in Mbit/s: 1, 2, 5.5, 11 (0); 6, 12, 24 as well (1); only 1, 2 (2)"},
     {.key = "wifi_beacon",
      .form = Form::Number,
@@ -155,14 +158,12 @@ static constexpr KnownSetting radio_rows[] = {
      .record = &wmm_record,
      .factory = "4_6_3_0_4_10_7_0_3_4_1_94_2_3_1_47",
      .when_empty = "all numbers are 0",
-     .when_wrong = "uses 0 for the numbers that it cannot read",
      .help = "WMM of the access point: CWmin, CWmax, AIFSN, TXOP of each of four categories"},
     {.key = "wifi_wmm_sta",
      .form = Form::Record,
      .record = &wmm_record,
      .factory = "4_10_3_0_4_10_7_0_3_4_2_94_2_3_2_47",
      .when_empty = "all numbers are 0",
-     .when_wrong = "uses 0 for the numbers that it cannot read",
      .help = "WMM of the clients: CWmin, CWmax, AIFSN, TXOP of each of four categories"},
 };
 constexpr std::span<const KnownSetting> radio_settings = radio_rows;

@@ -33,7 +33,7 @@ static constexpr KnownSetting network_rows[] = {
      .choices = "0 1 2 3 4 5 6",
      .factory = "0",
      .when_empty = "the network is open",
-     .when_wrong = "reads it as a number: text means 0, an open network; a number above 6 means 4",
+     .when_wrong = "reads it as a number: text means 0, an open network; any other number means 4",
      .help =
          "network 1: open (0), WEP (1), WPA-PSK (2), WPA2-PSK (3), both (4), WPA (5), WPA2 (6)"},
     {.key = "wifi_auth_type",
@@ -156,7 +156,7 @@ static constexpr KnownSetting guest_network_rows[] = {
      .choices = "0 1 2 3 4 5 6",
      .factory = "0",
      .when_empty = "the second network is open",
-     .when_wrong = "reads it as a number: text means 0, an open network; a number above 6 means 4",
+     .when_wrong = "reads it as a number: text means 0, an open network; any other number means 4",
      .help =
          "network 2: open (0), WEP (1), WPA-PSK (2), WPA2-PSK (3), both (4), WPA (5), WPA2 (6)"},
     {.key = "wifi_auth_type2",
@@ -259,7 +259,8 @@ static constexpr KnownSetting radio_access_rows[] = {
      .choices = "0 1 2",
      .factory = "0",
      .when_empty = "every client may join",
-     .when_wrong = "lets every client join",
+     .when_wrong =
+         "reads only the first character: 1 or 2, and anything else lets every client join",
      .help = "clients that may join: all (0), only the listed (1), all but the listed (2)"},
     {.key = "wifi_access_list",
      .form = Form::Record,
@@ -268,7 +269,6 @@ static constexpr KnownSetting radio_access_rows[] = {
      .example = "00:11:22:aa:bb:cc\x01"
                 "00:11:22:aa:bb:dd",
      .when_empty = "no client is listed",
-     .when_wrong = "uses the first 17 characters of each record, whatever they are",
      .needed = &with_access_list,
      .help = "MAC addresses of the clients for wifi_access_control, in both networks"},
     // Starting tests for 1, stopping for 0.

@@ -65,7 +65,6 @@ static constexpr KnownSetting time_rows[] = {
      .example = "1:8:30-17:0\x01"
                 "2:8:30-17:0",
      .when_empty = "this list has no period",
-     .when_wrong = "never applies a period that it cannot read or whose day or hour does not exist",
      .help = "periods in which scheduled rules apply; of one past midnight, only the part after"
              " midnight"},
     {.key = "fw_schedule2",
@@ -74,7 +73,6 @@ static constexpr KnownSetting time_rows[] = {
      .record = &period_record,
      .example = "5:22:0-6:0",
      .when_empty = "this list has no period",
-     .when_wrong = "never applies a period that it cannot read or whose day or hour does not exist",
      .help =
          "second list like fw_schedule; of a period past midnight, only the part before midnight"},
     {.key = "wireless_sch_en",
@@ -92,7 +90,6 @@ static constexpr KnownSetting time_rows[] = {
      .example = "1:8:0-22:0\x01"
                 "0:0:0-0:0",
      .when_empty = "the radio follows no schedule",
-     .when_wrong = "skips a record that it cannot read, and passes any number to cron",
      .needed = &with_radio_schedule,
      .help = "periods in which the radio is on; 0:0-0:0 keeps it off all day"},
 };

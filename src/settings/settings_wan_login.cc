@@ -110,7 +110,7 @@ static constexpr KnownSetting pptp_rows[] = {
      .choices = "i d",
      .factory = "i",
      .when_empty = "the server is given by its address",
-     .when_wrong = "uses pptp_server, as with i",
+     .when_wrong = "treats a value that starts with d as d, any other as i",
      .help =
          "PPTP: the server is given by address (i, pptp_server) or name (d, pptp_server_domain)"},
     {.key = "pptp_server",

@@ -26,7 +26,8 @@ static constexpr KnownSetting station_rows[] = {
      .choices = "0 1 2 3",
      .factory = "0",
      .when_empty = "the driver gets no network",
-     .when_wrong = "gives the station neither network nor security",
+     .when_wrong =
+         "reads only the first character: 0 to 3, and with anything else names no network",
      .help = "station: the network is open (0), or has WEP (1), WPA-PSK (2) or WPA2-PSK (3)"},
     {.key = "wifi_auth_type3",
      .form = Form::Choice,

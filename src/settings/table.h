@@ -16,15 +16,16 @@ namespace nvram {
 
 // The form of a value.
 enum class Form : std::uint8_t {
-    Text,       // anything; high: the maximum length that rc keeps, 0 for no limit
+    Text,       // no control characters; high: the maximum of bytes that rc keeps, 0 for no limit
     Flag,       // "1" is on; only the first character counts
     Number,     // decimal, low to high
     Choice,     // one of the words in choices
-    Address,    // an IPv4 address, dotted quad (RFC 791)
+    Address,    // an IPv4 address that a host can have, dotted quad; or 0.0.0.0 for none
+    Quad,       // any IPv4 address: of a network, a broadcast, an end of a range (RFC 791)
     Netmask,    // an IPv4 netmask of contiguous ones (RFC 950)
-    Mac,        // six pairs of hexadecimal digits, separated by colons (EUI-48)
+    Mac,        // a host's: six pairs of hexadecimal digits, separated by colons (EUI-48)
     Interface,  // the name of a network interface: 1 to 15 characters (linux/if.h, IFNAMSIZ)
-    Host,       // a host name (RFC 1123) or an IPv4 address
+    Host,       // a host name (RFC 1123) or a host's IPv4 address
     Hex,        // hexadecimal digits; low and high count them
     Record,     // one record or a list of records
 };
@@ -87,6 +88,8 @@ struct Record {
     const char* shape;
     // In the order of the shape's names.
     std::span<const Field> fields;
+    // Fewer records are an error.
+    std::uint32_t least = 0;
     // Further records are not used; 0 means no limit.
     std::uint32_t most = 0;
     // The name of the field that must be 1 for a record to count towards most; "" if all

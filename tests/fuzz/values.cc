@@ -69,6 +69,7 @@ std::string of_form(const nvram::Limits& limits, Random& random) {
         case nvram::Form::Choice:
             return word_of(limits.choices, random);
         case nvram::Form::Address:
+        case nvram::Form::Quad:
             return drawn_address(random);
         case nvram::Form::Netmask:
             return one_of(random, masks);

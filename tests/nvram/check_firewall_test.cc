@@ -9,17 +9,23 @@ const std::string lan_net = "192.168.1.0/255.255.255.0";
 
 TEST(CheckFirewall, WarnsIfNatIsOff) {
     expect_rows({
-        {{"fw_nat=0"}, {"warning fw_nat: is not 1"}},
-        {{"fw_nat="},
-         {"error fw_nat: is empty; expected 1 (on) or 0 (off)", "warning fw_nat: is not 1"}},
-        {{"-fw_nat"}, {"error fw_nat: is not set", "warning fw_nat: is not 1"}},
+        {{"fw_nat=0"}, {"warning fw_nat: is off"}},
+        {{"fw_nat="}, {"error fw_nat: is empty; expected 1 (on) or 0 (off)"}},
+        {{"fw_nat=yes"}, {"error fw_nat: is neither on nor off; expected 1 (on) or 0 (off)"}},
+        {{"-fw_nat"}, {"error fw_nat: is not set"}},
+        // An access point has no firewall.
+        {{"fw_nat=0", "ap_mode=1", "ap_gateway=192.168.1.254", "ap_dns=192.168.1.254"},
+         {"note ap_mode: makes the device an access point, which starts no firewall"}},
     });
     EXPECT_EQ(
         finding_of({"fw_nat=0"}).effect,
         "leaves FORWARD open: any host that reaches the WAN side reaches the LAN; addresses are"
         " not translated");
-    EXPECT_EQ(findings({"fw_nat="})[1].effect,
-              "leaves FORWARD open: any host that reaches the WAN side reaches the LAN");
+    // Packets from the WAN for other addresses are dropped before they reach FORWARD.
+    EXPECT_EQ(finding_of({"fw_nat=yes"}).effect,
+              "translates addresses, sets FORWARD's policy to ACCEPT and writes no DMZ rule");
+    EXPECT_EQ(finding_of({"fw_nat="}).effect,
+              "addresses are translated, but FORWARD is left open and there is no DMZ");
 }
 
 TEST(CheckFirewall, ChecksRemoteManagement) {
@@ -44,6 +50,13 @@ TEST(CheckFirewall, ChecksRemoteManagement) {
           "fw_remote_range_end=x"},
          {"error fw_remote_range_end: is not an IPv4 address; expected four numbers, such as"
           " 192.168.1.1"}},
+        // The range of all addresses is one, and so is one that begins with 0.0.0.0.
+        {{"fw_remote=1", "fw_remote_type=2", "fw_remote_range_start=0.0.0.0",
+          "fw_remote_range_end=255.255.255.255"},
+         {"warning fw_remote_range_start: starts a range of all hosts, up to 255.255.255.255"}},
+        {{"fw_remote=1", "fw_remote_type=2", "fw_remote_range_start=0.0.0.0",
+          "fw_remote_range_end=10.255.255.255"},
+         {}},
         {{"fw_remote=1", "fw_remote_type=3"},
          {"warning fw_remote_type: opens the web interface to every host on the WAN"}},
         {{"fw_remote=1", "fw_remote_type=4"},
@@ -51,7 +64,7 @@ TEST(CheckFirewall, ChecksRemoteManagement) {
         {{"fw_remote_type=3"}, {}},
     });
     EXPECT_EQ(finding_of({"fw_remote=1", "fw_remote_type=4"}).effect,
-              "opens the web interface's port but redirects nothing to it");
+              "reads only the first character: 1, 2 or 3, and anything else redirects nothing");
     // A finding is one line, whatever the port is.
     const std::vector<Finding> every_host =
         findings({"fw_remote=1", "fw_remote_type=3", "fw_remote_port=80\\x0a`id`"});
@@ -68,7 +81,7 @@ TEST(CheckFirewall, TheDmzHostMustBeInTheLan) {
         {{"fw_dmz_enable=1", "fw_dmz=192.168.1.1"}, {"error fw_dmz: is the router's own address"}},
         {{"fw_dmz=192.168.2.100"}, {}},
         {{"fw_dmz_enable=1", "fw_dmz=192.168.1.100", "fw_nat=0"},
-         {"warning fw_dmz_enable: is on without fw_nat=1", "warning fw_nat: is not 1"}},
+         {"warning fw_dmz_enable: is on without fw_nat=1", "warning fw_nat: is off"}},
     });
 }
 

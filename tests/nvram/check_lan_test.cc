@@ -31,6 +31,47 @@ TEST(CheckLan, AddressesMustMatch) {
     EXPECT_EQ(finding_of({"lan_bipaddr=192.168.2.255"}).fix, "lan_bipaddr=192.168.1.255");
 }
 
+TEST(CheckLan, TheLanIsAtItsPlace) {
+    const std::string pool = "dhcp_server_enable=0";
+    expect_rows({
+        {{pool, "lan_ipaddr=203.0.113.1", "lan_bipaddr=203.0.113.255"},
+         {"warning lan_ipaddr: is a public address, which belongs to a host on the Internet"}},
+        {{pool, "lan_ipaddr=172.31.0.1", "lan_bipaddr=172.31.0.255"}, {}},
+        {{pool, "lan_ipaddr=172.32.0.1", "lan_bipaddr=172.32.0.255"},
+         {"warning lan_ipaddr: is a public address, which belongs to a host on the Internet"}},
+        {{pool, "lan_ipaddr=127.0.0.1", "lan_bipaddr=127.0.0.255"},
+         {"error lan_ipaddr: is a loopback address, which is every host's own; expected four"
+          " numbers, such as 192.168.1.1"}},
+        {{"lan_if=eth2.2"}, {"error lan_if: is the WAN's interface, wan_phy_ifname"}},
+        {{"wan_ifname=br0"}, {"error lan_if: is the WAN's interface, wan_ifname"}},
+    });
+}
+
+TEST(CheckLan, AnAccessPointNeedsAGatewayInItsLan) {
+    const auto with = [&](const std::string& gateway) {
+        return std::vector<std::string>{"ap_mode=1", "ap_dns=192.168.1.254",
+                                        "ap_gateway=" + gateway};
+    };
+    expect_rows({
+        {with("192.168.1.254"), {}},
+        {with("192.168.2.254"), {"error ap_gateway: is not a host on the LAN " + lan_net}},
+        {with("192.168.1.1"), {"error ap_gateway: is the device's own address"}},
+    });
+}
+
+// One note for all of them.
+TEST(CheckLan, AnAccessPointHasNoFirewall) {
+    const std::vector<std::string> changes = {
+        "ap_mode=1",       "ap_dns=192.168.1.254", "ap_gateway=192.168.1.254",
+        "fw_dmz_enable=1", "fw_remote=1",          "ac_control=2",
+        "qos_enable=1"};
+    EXPECT_EQ(found(changes),
+              std::vector<std::string>(
+                  {"note ap_mode: makes the device an access point, which starts no firewall"}));
+    EXPECT_EQ(finding_of(changes).effect,
+              "makes no use of: fw_remote, fw_dmz_enable, ac_control, qos_enable");
+}
+
 // Without a valid LAN, addresses in it cannot be checked.
 TEST(CheckLan, WithoutAValidAddressReportsNothingElse) {
     expect_rows({
@@ -181,6 +222,7 @@ TEST(CheckServices, ChecksLogAndMail) {
           "mail_sendlog=3"},
          {}},
         {{"mail_sendlog=1"}, {}},
+        {{"mail_dos=1", "mail_block=1"}, {"note mail_enable: is off, so no mail is sent"}},
     });
     EXPECT_EQ(finding_of({"log_type=2"}).effect, "with log_type 2 syslogd gets an empty address");
 }
@@ -197,6 +239,11 @@ TEST(CheckServices, ChecksTheTimeZone) {
         {{"time_zone=Berlin"}, {"warning time_zone: has no sign after its first three letters"}},
         {{"time_zone=Berlin", "time_daylight=1"},
          {"error time_zone: has no sign after its first three letters"}},
+        {{"time_zone=GMT-14"}, {}},
+        {{"time_zone=GMT-15"},
+         {"warning time_zone: is beyond the world's time zones, which go from GMT-14 to GMT+13"}},
+        {{"time_zone=GMT+14"},
+         {"warning time_zone: is beyond the world's time zones, which go from GMT-14 to GMT+13"}},
         {{"ntp_custom=1"}, {"error ntp_server: is empty, but ntp_custom=1 needs it"}},
         {{"ntp_custom=1", "ntp_server=pool.ntp.org"}, {}},
     });

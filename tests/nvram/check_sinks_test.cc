@@ -84,6 +84,8 @@ std::string bare(const std::string& characters) {
     return "error contains " + characters + ": special to a shell outside quotes";
 }
 
+const std::string control = "error contains a control character; expected a text";
+
 std::string splits(const std::string& what) {
     return "warning contains " + what + ": a shell splits it into several words";
 }
@@ -93,7 +95,7 @@ TEST(CheckSinks, FindsSpecialCharactersOutsideQuotes) {
     std::vector<SinkRow> rows = {
         {line, "plain-text_1.2:3,@%+^!{}]", {}},
         {line, "a b", {splits("a space")}},
-        {line, "a\\x09b", {splits("a tab")}},
+        {line, "a\\x09b", {control}},
         {line, "a\\x0ab", {bare("a newline")}},
         {line, "a;b;c&d", {bare("; and &")}},
         {line, "$(x) y", {bare("$, ( and )"), splits("a space")}},
@@ -144,7 +146,8 @@ TEST(CheckSinks, FindsTheEndOfSingleQuotes) {
 
 TEST(CheckSinks, FindsNewlinesInFiles) {
     expect_in(Quoting::File,
-              {{"key=\x01", "a b\"$`\\\\;'#\\x09", {}},
+              {{"key=\x01", "a b\"$`\\\\;'#", {}},
+               {"key=\x01", "a\\x09b", {control}},
                {"key=\x01", "a\\x0ab", {"error contains a newline: it starts a new line"}}});
 }
 
@@ -250,12 +253,9 @@ TEST(CheckSinks, CountsFurtherLinesWithTheSameError) {
         {"wan_domain", Quoting::Bare, "command", "c \x01", all, ""},
         {"wan_account", Quoting::DoubleQuoted, "command", "third \"\x01\"", all, ""},
     };
-    for (const Finding& finding : findings({"wan_account=a b"}, sinks)) {
-        if (finding.level == Level::Error) continue;  // its form
-        EXPECT_EQ(finding.effect, "runs: second a b (and another such line)");
-    }
-    EXPECT_EQ(findings({"wan_account=a b"}, sinks).size(), 2U);
-    EXPECT_EQ(findings({"wan_domain=a b"}, sinks)[1].effect, "runs: a a b (and 2 more such lines)");
+    EXPECT_EQ(finding_of({"wan_account=a;b"}, sinks).effect,
+              "runs: second a;b (and another such line)");
+    EXPECT_EQ(finding_of({"wan_domain=a;b"}, sinks).effect, "runs: a a;b (and 2 more such lines)");
 }
 
 // The effect of a wrong form shows a line, too.
@@ -265,16 +265,83 @@ TEST(CheckSinks, ShowsTheLineWithAnInvalidValue) {
         {"wifi_radius_port", Quoting::File, "/var/RT2860AP.dat", "RADIUS_Port=\x01", all, ""},
         {"wan_mtu", Quoting::Bare, "command", "/sbin/ifconfig eth2.2 mtu \x01", all, ""},
     };
-    EXPECT_EQ(
-        finding_of({"fw_remote_port=80800"}, sinks).effect,
-        "writes it unchanged into /tmp/rules: iptables -A X --dport 80800 -j Y; iptables rejects"
-        " it");
+    EXPECT_EQ(finding_of({"fw_remote_port=80800"}, sinks).effect,
+              "writes into /tmp/rules: iptables -A X --dport 80800 -j Y; iptables rejects it");
+    // iptables reads names of services.
+    EXPECT_EQ(finding_of({"fw_remote_port=http"}, sinks).effect,
+              "writes into /tmp/rules: iptables -A X --dport http -j Y");
     EXPECT_EQ(finding_of({"wifi_radius_port=0"}, sinks).effect,
-              "writes it unchanged into /var/RT2860AP.dat: RADIUS_Port=0");
-    EXPECT_EQ(
-        finding_of({"wan_mtu=9000"}, sinks).effect,
-        "passes it unchanged to a command: /sbin/ifconfig eth2.2 mtu 9000; ifconfig rejects it");
+              "writes into /var/RT2860AP.dat: RADIUS_Port=0");
+    EXPECT_EQ(finding_of({"wan_mtu=9000"}, sinks).effect, "runs: /sbin/ifconfig eth2.2 mtu 9000");
     EXPECT_EQ(finding_of({"wan_mtu=9000"}).effect, "reads it as 9000");
+}
+
+// Of a text that breaks its form and its line, one is said: the worse.
+TEST(CheckSinks, ReportsOneMistakeOnce) {
+    const Sink sinks[] = {{"wan_account", Quoting::Bare, "command", "prog \x01", all, ""}};
+    EXPECT_EQ(found({"wan_account=a;b"}, sinks),
+              std::vector<std::string>({"error wan_account: " + bare(";").substr(6)}));
+    EXPECT_EQ(found({"wan_account=a b"}, sinks),
+              std::vector<std::string>({"error wan_account: is neither a host name nor an IPv4"
+                                        " address; expected a host name or an IPv4 address"}));
+}
+
+// Other settings stand in the line as the user has them; a secret does not, nor what no setting
+// says.
+TEST(CheckSinks, ShowsOtherSettingsInTheLine) {
+    const Sink sinks[] = {
+        {"wan_account", Quoting::Bare, "command",
+         "prog -i \x02wan_ifname\x02 -u \x02pptp_username\x02:\x02http_password\x02 -t \x03 \x01",
+         all, ""},
+        {"qos", Quoting::Bare, "/tmp/qos.conf", "tc \x02:protocol\x02 \x01", all, "rate"}};
+    EXPECT_EQ(finding_of({"wan_account=a;b", "wan_ifname=eth9", "pptp_username=m'e"}, sinks).effect,
+              "runs: prog -i eth9 -u m\\'e:******** -t ... a;b");
+    EXPECT_EQ(finding_of({"qos=1\\x020\\x02n\\x021\\x022\\x02udp\\x020\\x020\\x02$x\\x020"}, sinks)
+                  .effect,
+              "writes into /tmp/qos.conf: tc udp $x");
+}
+
+// A line that rc does not write with the other settings is not shown as written, and what would
+// break it is no error yet.
+TEST(CheckSinks, ReportsConditionsOfALine) {
+    struct Row {
+        const char* when;
+        std::string change;
+        bool written;
+    };
+    const Row rows[] = {
+        {"wan_mode=dhcpc,ip", "wan_mode=ip", true},
+        {"wan_mode=dhcpc,ip", "wan_mode=ras", false},
+        {"fw_ttl^12", "fw_ttl=2", true},
+        {"fw_ttl^12", "fw_ttl=3", false},
+        {"fw_ttl^12", "fw_ttl=", false},
+        {"fw_ttl!12", "fw_ttl=3", true},
+        {"fw_ttl!12", "fw_ttl=", true},
+        {"fw_ttl!12", "fw_ttl=1", false},
+        {"wan_dns1+", "wan_dns1=192.0.2.1", true},
+        {"wan_dns1+", "wan_dns1=", false},
+        {"wan_dns1-", "wan_dns1=192.0.2.1", false},
+        {"wan_dns1-", "wan_dns1=", true},
+        {"pppoe_idle#", "pppoe_idle=5", true},
+        {"pppoe_idle#", "pppoe_idle=0", false},
+        {"fw_ttl^1;pppoe_idle#", "fw_ttl=1", true},
+        {"fw_ttl^1;pppoe_idle#", "fw_ttl=0", false},
+        {"wifi_ap_mode!1", "wifi_ap_mode=0", true},
+    };
+    for (const Row& row : rows) {
+        const Sink sinks[] = {
+            {"device_name", Quoting::DoubleQuoted, "command", "prog \"\x01\"", all, "", row.when}};
+        bool seen = false;
+        for (const Finding& finding : findings({"device_name=a$b", row.change}, sinks)) {
+            if (finding.key != "device_name") continue;
+            seen = true;
+            EXPECT_EQ(finding.level, row.written ? Level::Error : Level::Warning) << row.when;
+            EXPECT_EQ(finding.effect, std::string(row.written ? "" : "with other settings, ") +
+                                          "runs: prog \"a$b\"")
+                << row.when << "  " << row.change;
+        }
+        EXPECT_TRUE(seen) << row.when;
+    }
 }
 
 }  // namespace

@@ -119,11 +119,19 @@ TEST(CheckWan, ChecksAccounts) {
         {{"wan_mode=bpa"},
          {"error bpa_password: is empty, but wan_mode=bpa needs it",
           "error bpa_username: is empty, but wan_mode=bpa needs it"}},
-        // rc doubles each percent sign in the secrets files, whose fields end at spaces.
+        // rc escapes an account as for a shell; of the files it is in, none is read by one.
         {with(l2tp, {"l2tp_username=50%"}),
-         {"error l2tp_username: contains a space, a tab or %, which the secrets files do not keep"}},
+         {"error l2tp_username: contains one of \\\"$'`%, which do not reach l2tpd and pppd as"
+          " they are"}},
+        {with(l2tp, {"l2tp_username=o'neill"}),
+         {"error l2tp_username: contains one of \\\"$'`%, which do not reach l2tpd and pppd as"
+          " they are"}},
+        {with(l2tp, {"l2tp_password=a$b"}),
+         {"error l2tp_password: contains a character that does not reach l2tpd and pppd as it is"}},
+        {with(l2tp, {"l2tp_username=a b"}),
+         {"error l2tp_username: contains a space, which ends it in the secrets files"}},
         {with(l2tp, {"l2tp_password=a b"}),
-         {"error l2tp_password: contains a character that the secrets files do not keep"}},
+         {"error l2tp_password: contains a character that ends it in the secrets files"}},
         {with(pppoe, {"pppoe_username=50% me"}), {}},
     });
 }
@@ -163,14 +171,17 @@ TEST(CheckWan, DiallingOnDemandNeedsAnIdleTime) {
     });
 }
 
-TEST(CheckWan, TheMacAddressMustBeAPorts) {
+TEST(CheckWan, ServersOfTheWanAreNotInTheLan) {
+    const std::string in_lan = "is in the LAN 192.168.1.0/255.255.255.0";
     expect_rows({
-        {{"wan_macaddr=02:4b:7a:19:e3:58"}, {}},
-        {{"wan_macaddr=01:4b:7a:19:e3:58"},
-         {"error wan_macaddr: is a multicast address, not a port's"}},
-        {{"wan_macaddr=0F:4b:7a:19:e3:58"},
-         {"error wan_macaddr: is a multicast address, not a port's"}},
-        {{"wan_macaddr=00:00:00:00:00:00"}, {"error wan_macaddr: is all zeros"}},
+        {{"wan_fix_dns=1", "wan_dns1=192.168.1.9"}, {"error wan_dns1: " + in_lan}},
+        {{"wan_fix_dns=1", "wan_dns1=203.0.113.53", "wan_dns3=192.168.1.1"},
+         {"error wan_dns3: is the router's own address"}},
+        {{"wan_fix_dns=0", "wan_dns1=192.168.1.9"}, {}},
+        {with(pptp, {"pptp_server=192.168.1.9"}), {"error pptp_server: " + in_lan}},
+        {with(l2tp, {"l2tp_server=192.168.1.9"}), {"error l2tp_server: " + in_lan}},
+        {{"pptp_server=192.168.1.9"}, {}},
+        {{"fw_remote=1", "fw_remote_single=192.168.1.9"}, {"error fw_remote_single: " + in_lan}},
     });
 }
 

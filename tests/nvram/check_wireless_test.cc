@@ -23,9 +23,9 @@ TEST(CheckWireless, ChecksPassPhrases) {
          {"error wifi_psk2_pwd: has 65 characters; the maximum is 64",
           "error wifi_psk2_pwd: is longer than 63 characters" + needs}},
         {{"wifi_psk2_pwd=pass\\x09phrase"},
-         {"error wifi_psk2_pwd: contains characters not allowed in a pass phrase" + needs}},
+         {"error wifi_psk2_pwd: contains a control character; expected a text"}},
         {{"wifi_psk2_pwd=pass\\x7fphrase"},
-         {"error wifi_psk2_pwd: contains characters not allowed in a pass phrase" + needs}},
+         {"error wifi_psk2_pwd: contains a control character; expected a text"}},
         {{"wifi_psk2_pwd=p\xc3\xa4ss phrase"},
          {"error wifi_psk2_pwd: contains characters not allowed in a pass phrase" + needs}},
     });
@@ -133,16 +133,40 @@ TEST(CheckWireless, ChecksTheStation) {
          {"error wifi_wep_on3: is not an allowed value; expected one of 0, 1, 2, 3"}},
     });
     EXPECT_EQ(finding_of(with({"wifi_wep_on3=5"})).effect,
-              "gives the station neither network nor security");
+              "reads only the first character: 0 to 3, and with anything else names no network");
 }
 
-TEST(CheckWireless, ChecksTheRepeater) {
+// No action of rc sets up a repeater.
+TEST(CheckWireless, SaysThatARepeaterHasNoEffect) {
     expect_rows({
         {{"wifi_wep_on5=2"}, {}},
         {{"ssid_apcli_wds=net", "wifi_wep_on5=2"},
-         {"error wifi_psk_pwd5: is empty, but wifi_wep_on5=2 needs it"}},
-        {{"ssid_apcli_wds=net", "wifi_wep_on5=3", "wifi_psk2_pwd5=12345678"}, {}},
+         {"note ssid_apcli_wds: has no effect, like all settings of the repeater"}},
     });
+}
+
+TEST(CheckWireless, AWideChannelNeedsItsSecondHalf) {
+    const std::string wide = "wifi_bandwidth=1";
+    expect_rows({
+        {{wide, "e_channel=1", "wifi_channel=9"}, {}},
+        {{wide, "e_channel=1", "wifi_channel=10"},
+         {"error e_channel: puts the second half of channel 10 above it, where there is no channel"}},
+        {{wide, "e_channel=1", "wifi_channel=8", "wifi_region=USA"},
+         {"error e_channel: puts the second half of channel 8 above it, where there is no channel"}},
+        {{wide, "e_channel=0", "wifi_channel=5"}, {}},
+        {{wide, "e_channel=0", "wifi_channel=4"},
+         {"error e_channel: puts the second half of channel 4 below it, where there is no channel"}},
+        {{wide, "e_channel=0", "wifi_channel=auto"}, {}},
+        {{"wifi_bandwidth=2", "e_channel=0", "wifi_channel=4"}, {}},
+    });
+}
+
+TEST(CheckWireless, ARadioThatIsOffMakesSettingsIdle) {
+    expect_rows({{{"wifi_dot11_mode=0", "enable_ssid2=1", "wds_enable=1"},
+                  {"note wifi_dot11_mode: turns the radio off"}},
+                 {{"wifi_dot11_mode=0"}, {}}});
+    EXPECT_EQ(finding_of({"wifi_dot11_mode=0", "enable_ssid2=1", "wds_enable=1"}).effect,
+              "makes no use of: enable_ssid2, wds_enable");
 }
 
 TEST(CheckWireless, ChecksTheChannelAndWmmNumbers) {

@@ -104,15 +104,27 @@ TEST(Forms, Addresses) {
     const Limits address = {.form = Form::Address};
     const Limits or_none = {.form = Form::Address, .choices = "0"};
     const std::string none = "is not an IPv4 address";
+    const std::string octal = "has a number that starts with 0, which programs read as octal";
     expect_problems({{address, "192.168.1.1", ""},
                      {address, "0.0.0.0", ""},
-                     {address, "255.255.255.255", ""},
+                     {address, "1.0.0.1", ""},
+                     {address, "223.255.255.255", ""},
+                     {address, "0.0.0.1", "is in 0.0.0.0/8, where no host has an address"},
+                     {address, "127.0.0.1", "is a loopback address, which is every host's own"},
+                     {address, "224.0.0.1", "is a multicast address, which no host has"},
+                     {address, "239.255.255.255", "is a multicast address, which no host has"},
+                     {address, "240.0.0.1", "is a reserved address, which no host has"},
+                     {address, "255.255.255.255", "is the broadcast address"},
                      {address, "256.1.1.1", none},
                      {address, "1.1.1", none},
                      {address, "1.1.1.1.1", none},
                      {address, "1.1.1.", none},
                      {address, "1..1.1", none},
-                     {address, "192.168.001.1", none},  // inet_aton(3) reads 001 as octal
+                     // inet_aton(3) reads 010 as 8.
+                     {address, "192.168.010.1", octal},
+                     {address, "192.168.1.00", octal},
+                     {address, "010.0.0.1", octal},
+                     {address, "192.168.0400.1", none},
                      {address, "1.1.1.1 ", none},
                      {address, "0x7f.1.1.1", none},
                      {address, "1.1.1.-1", none},
@@ -121,6 +133,17 @@ TEST(Forms, Addresses) {
                      {or_none, "0", ""},
                      {or_none, "1", none}});
     EXPECT_EQ(form_text(or_none), "an IPv4 address such as 192.168.1.1, or one of 0");
+}
+
+// Of a network, a broadcast, an end of a range.
+TEST(Forms, AddressesOfAnyKind) {
+    const Limits quad = {.form = Form::Quad};
+    expect_problems(
+        {{quad, "255.255.255.255", ""},
+         {quad, "224.0.0.0", ""},
+         {quad, "127.0.0.0", ""},
+         {quad, "010.0.0.0", "has a number that starts with 0, which programs read as octal"},
+         {quad, "10.0.0", "is not an IPv4 address"}});
 }
 
 TEST(Forms, Netmasks) {
@@ -141,6 +164,7 @@ TEST(Forms, Netmasks) {
 TEST(Forms, MacAddresses) {
     const Limits mac = {.form = Form::Mac};
     const std::string none = "is not a MAC address";
+    const std::string group = "is not the address of one device: its second digit is odd";
     expect_problems({{mac, "00:11:22:aa:BB:cc", ""},
                      {mac, "00-11-22-aa-bb-cc", none},
                      {mac, "001122aabbcc", none},
@@ -148,7 +172,11 @@ TEST(Forms, MacAddresses) {
                      {mac, "00:11:22:aa:bb:c", none},
                      // What boot makes of a board's address that ends in ff.
                      {mac, "00:11:22:33:44:100", none},
-                     {mac, "00:11:22:aa:bb:cg", none}});
+                     {mac, "00:11:22:aa:bb:cg", none},
+                     {mac, "00:00:00:00:00:00", "is not the address of a device: it is all zeros"},
+                     {mac, "ff:ff:ff:ff:ff:ff", group},
+                     {mac, "01:00:5e:00:00:01", group},
+                     {mac, "0b:11:22:aa:bb:cc", group}});
 }
 
 TEST(Forms, Interfaces) {
@@ -208,7 +236,12 @@ TEST(Forms, Hexadecimal) {
 }
 
 TEST(Forms, AnyTextIsValid) {
-    expect_problems({{{.form = Form::Text, .high = 3}, "abcdef\n\xff", ""}});
+    const Limits text = {.form = Form::Text, .high = 3};
+    const std::string control = "contains a control character";
+    expect_problems({{text, "abcdef \xff", ""},
+                     {text, "a\nb", control},
+                     {text, "a\tb", control},
+                     {text, "\x7f", control}});
 }
 
 TEST(Forms, EditDistance) {

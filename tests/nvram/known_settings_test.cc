@@ -109,6 +109,7 @@ bool legal(const KnownSetting& setting) {
         case Form::Choice:
             return among(setting.choices, value);
         case Form::Address:
+        case Form::Quad:
             return is_address(setting.factory);
         case Form::Netmask:
             return is_netmask(setting.factory);

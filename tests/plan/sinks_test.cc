@@ -12,6 +12,7 @@
 #include "core/platform.h"
 #include "core/shell_line.h"
 #include "core/text.h"
+#include "plan/trace/sink_context.h"
 #include "rc/rc.h"
 
 namespace {
@@ -47,6 +48,10 @@ int rc_main(int, char**) {
     SYSTEM("/bin/prog \"%s\"", escaped(nvram_text("escaped")).c_str());
     SYSTEM("echo server %s > /etc/resolv.conf", nvram_text("by_echo").text());
     write_files();
+    // Settings of the table, in one line.
+    if (nvram_text("log_dos").on())
+        SYSTEM("/bin/known -i %s -n %d %s", nvram_text("wan_ifname").text(),
+               nvram_text("wan_mtu").number(), nvram_text("wan_account").text());
     // Compared and counted, but nowhere written.
     if (nvram_text("compared").is("yes")) print_line("yes");
     // The second field of a record, after a check of the first.
@@ -110,9 +115,61 @@ TEST(Sinks, UsesAreTheSettingsThatWereRead) {
     const std::vector<std::string> words = {"rc", "planted", "start"};
     SinkSearch search;
     search.play_plain(router_with({}, {}, words), words);
-    EXPECT_EQ(search.uses().size(), 11U);
+    EXPECT_EQ(search.uses().size(), 12U);
     EXPECT_THAT(search.uses().at("compared"), UnorderedElementsAre("planted"));
 }
+
+// Without a working copy an action begins with the boot, whose settings are not its own.
+TEST(Sinks, UsesOfTheBootAreNotTheActions) {
+    SinkSearch search;
+    search.play_plain(World(), {"rc", "planted", "start"});
+    EXPECT_TRUE(search.uses().empty());
+}
+
+// Other settings stand in a line by their names, and what is computed from them is left open; the
+// line depends on the setting that turns it on.
+TEST(Sinks, LinesNameOtherSettings) {
+    const std::vector<std::string> words = {"rc", "planted", "start"};
+    const World router = router_with(
+        {}, {{"log_dos", "1"}, {"wan_ifname", "eth2"}, {"wan_mtu", "1400"}, {"wan_account", "me"}},
+        words);
+    SinkSearch search;
+    search.play_marked(router, words);
+    std::vector<FoundSink> found = search.found();
+    std::erase_if(found,
+                  [](const FoundSink& sink) { return sink.line.find("known") == sink.line.npos; });
+    EXPECT_THAT(found,
+                UnorderedElementsAre(FoundSink{"wan_account", bare, "command",
+                                               "/bin/known -i \x02wan_ifname\x02 -n \x03 \x01",
+                                               everything, "", "log_dos^1"},
+                                     FoundSink{"wan_ifname", bare, "command",
+                                               "/bin/known -i \x01 -n \x03 \x02wan_account\x02",
+                                               everything, "", "log_dos^1"}));
+}
+
+struct GeneralRow {
+    const char* line;
+    const char* other;
+    const char* general;
+};
+
+class GeneralTest : public testing::TestWithParam<GeneralRow> {};
+
+TEST_P(GeneralTest, KeepsWhatBothLinesHold) {
+    EXPECT_EQ(generalised(GetParam().line, GetParam().other), GetParam().general);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rows, GeneralTest,
+                         testing::Values(GeneralRow{"a \x01 b", "a \x01 b", "a \x01 b"},
+                                         GeneralRow{"a 1 \x01 b", "a 2 \x01 b", "a \x03 \x01 b"},
+                                         // Never half a number or a name.
+                                         GeneralRow{"x=120; \x01", "x=125; \x01", "x=\x03; \x01"},
+                                         // Words more or less.
+                                         GeneralRow{"a \x01 b c", "a \x01 b x y c",
+                                                    "a \x01 b \x03 c"},
+                                         GeneralRow{"a b \x01", "a \x01", "a \x03 \x01"},
+                                         // What is open already stays so.
+                                         GeneralRow{"a \x03 \x01", "a 2 \x01", "a \x03 \x01"}));
 
 struct QuotingRow {
     const char* line;  // with @ at the place

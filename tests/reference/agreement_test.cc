@@ -33,6 +33,7 @@ bool checked(const Field& field, std::string_view text) {
 bool checked_records(const nvram::Record& record, std::string_view value) {
     const std::vector<std::string_view> records = nvram::split_records(record, value);
     if (*record.counted == '\0' && record.most > 0 && records.size() > record.most) return false;
+    if (records.size() < record.least) return false;
     for (const std::string_view text : records) {
         const std::vector<std::string_view> fields = nvram::split_fields(record, text);
         if (fields.size() != record.fields.size()) return false;

@@ -20,6 +20,9 @@ GOOD = (
     ("wan_macaddr", "00:1A:2b:3c:4d:5e"),
     ("wan_macaddr", ""),
     ("http_password", ""),
+    ("wifi_ssid", "\u00e4" * 16),
+    ("wifi_ssid", "M\u00fcllers Netz im B\u00fcro"),
+    ("lan_bipaddr", "255.255.255.255"),
     ("ntp_server", "0.pool.example.org"),
     ("fw_time_zone", "+5 a1"),
     ("wifi_region", "South America"),
@@ -60,6 +63,12 @@ BAD = (
     ("fw_schedule", "1:8:0-17:0 2:8:0-17:0"),
     ("qos", "1:0:calls:5060:5061:udp:0:0:0:0"),
     ("rt_static_route", "office:10.1.0.0:255.255.0.0:192.168.1.254:2:1"),
+    ("lan_ipaddr", "127.0.0.1"),
+    ("lan_ipaddr", "192.168.010.1"),
+    ("wan_macaddr", "01:00:5e:00:00:01"),
+    ("http_username", "two\nlines"),
+    ("wifi_ssid", "\u00e4" * 17),
+    ("pcdb_list", "pc\n;192.168.1.40;00:11:22:33:44:55"),
     ("some_other_program", 1),
 )
 SECRET = ("http_password", "pppoe_password", "wifi_psk_pwd", "wifi_key1", "wsc_device_pin")

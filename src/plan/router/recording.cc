@@ -256,7 +256,10 @@ namespace platform {
 int run_shell(const char* line) {
     Recording& played = recording();
     played.transcript.add("run", line);
-    if (call_fails(Fallible::Shell, EAGAIN)) return -1;
+    if (call_fails(Fallible::Shell, EAGAIN)) {
+        save_meanwhile(line);
+        return -1;
+    }
     apply_file_effects(played.world, line);
     const std::vector<std::string> nested = nested_words(line);
     if (!nested.empty()) run_nested(nested);
@@ -268,12 +271,12 @@ FILE* open_pipe(const char* line) {
     Recording& played = recording();
     played.transcript.add("pipe", line);
     ask(Input::Kind::Output, line);
+    save_meanwhile(line);
     if (call_fails(Fallible::Pipe, EMFILE)) return nullptr;
     if (played.world.denied.contains({line, "pipe"})) {
         errno = EMFILE;
         return nullptr;
     }
-    save_meanwhile(line);
     const auto found = played.world.outputs.find(line);
     auto* stream = new Stream{.path = line, .mode = "r", .content = {}, .before = {}};
     stream->content =

@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "plan/router/lines.h"
 #include "plan/router/shell_script.h"
+#include "plan/trace/sink_context.h"
 #include "settings/records.h"
 #include "settings/table.h"
 
@@ -57,6 +58,13 @@ std::string use_of(const FoundSink& sink) {
 constexpr std::string_view gaps_in_examples[] = {"  ", "\"\"", "''", "::", "\t\t\t",
                                                  "xx", ";x",   "-.", ": ", marker};
 
+// The settings that choose among an action's ways.
+std::vector<const char*> modes_of(std::string_view action) {
+    if (action == "wan") return {"wan_mode", "pptp_type", "l2tp_type"};
+    if (action == "firewall") return {"fw_block", "ac_sch", "qos_type"};
+    return {};
+}
+
 // Lines in which other settings are set are better examples.
 auto rank(const FoundSink& sink) {
     size_t gaps = 0;
@@ -67,27 +75,8 @@ auto rank(const FoundSink& sink) {
     return std::tuple(gaps, sink.line.size(), sink.line);
 }
 
-// Calls use(place, line) for all lines that a run passes to a shell or leaves in text files.
-template <class Use>
-void for_each_output(const Plan& plan, Use use) {
-    std::set<std::string> written;
-    const auto use_body = [&](const std::string& path, const std::string& body) {
-        written.insert(path);
-        if (contains(body, std::string_view("\0", 1))) return;
-        for (const std::string_view line : body_lines(body)) use(path, line);
-    };
-    for (const Event& event : plan.after.transcript.events()) {
-        if (event.verb == "run" || event.verb == "pipe") use("command", event.text);
-        if (event.verb == "write" || event.verb == "append") use_body(event.text, event.body);
-    }
-    // The files that shell lines write.
-    for (const std::string& path : produced_files(plan))
-        if (!written.contains(path) && path != working_copy && path != flash_image)
-            use_body(path, *plan.after.world.get(path));
-}
-
-// Removes quotes and expansions from all settings, so that only the quoting of rc's own lines is
-// found.
+// What would end a quotation of its own or stand for something else is taken out of all settings,
+// so that what is found is the quoting of rc's own lines.
 World plain_router(const World& router) {
     World world = copy_of(router);
     for (const char* path : {working_copy, flash_image, factory_image}) {
@@ -102,13 +91,6 @@ World plain_router(const World& router) {
         world.put(path, settings_image(settings));
     }
     return world;
-}
-
-Plan play_with(const World& router, const std::vector<std::string>& words, const std::string& key,
-               const std::string& value) {
-    World world = copy_of(router);
-    change_setting(world, key, value);
-    return make_plan(world, words);
 }
 
 }  // namespace
@@ -129,6 +111,9 @@ void SinkSearch::play_plain(const World& router, const std::vector<std::string>&
 }
 
 void SinkSearch::play_marked(const World& stated, const std::vector<std::string>& words) {
+    // A group runs its applications one after the other; each is played by itself.
+    const bool group = words.size() == 2 && words[1] != "init";
+    if (group || (words.size() > 1 && words[1] == "service")) return;
     const World router = plain_router(stated);
     const Plan plan = make_plan(router, words);
     for (const Input& input : plan.after.inputs) {
@@ -198,19 +183,29 @@ void SinkSearch::note_line(const Trial& trial, const std::string& place, std::st
                       .place = place,
                       .line = line,
                       .passes = "",
-                      .field = trial.field};
+                      .field = trial.field,
+                      .when = ""};
     if (contains(place, "crontab"))
         sink.quoting = nvram::Quoting::Crontab;
     else if (place == "command" || scripts_.contains(place))
         sink.quoting = quoting_at(line, at);
+    // The same line of different actions depends on different settings, and so does one of
+    // different modes.
+    std::string action = trial.words->size() > 1 ? (*trial.words)[1] : "";
+    for (const char* key : modes_of(action))
+        action += value_of_input(*trial.router, {.kind = Input::Kind::Setting, .name = key})
+                      .value_or("") +
+                  " ";
     const std::string same =
-        format("%s\n%s\n%d\n%s\n%s", sink.key.c_str(), sink.field.c_str(),
-               static_cast<int>(sink.quoting), place.c_str(), use_of(sink).c_str());
+        format("%s\n%s\n%d\n%s\n%s\n%s", sink.key.c_str(), sink.field.c_str(),
+               static_cast<int>(sink.quoting), place.c_str(), use_of(sink).c_str(), action.c_str());
     const auto found = places_.find(same);
     if (found != places_.end() && rank(found->second.sink) <= rank(sink)) return;
-    places_.insert_or_assign(
-        same,
-        Place{.sink = sink, .router = *trial.router, .words = *trial.words, .mark = trial.mark});
+    places_.insert_or_assign(same, Place{.sink = sink,
+                                         .router = *trial.router,
+                                         .words = *trial.words,
+                                         .mark = trial.mark,
+                                         .carried = text});
 }
 
 // Finds the characters that arrive: each is put between the two letters of the marker once and
@@ -232,7 +227,10 @@ static std::string passing_characters(const std::function<Plan(const std::string
 }
 
 void SinkSearch::note_uses(const Plan& plan) {
-    if (plan.words.size() < 2 || (plan.words.size() < 3 && plan.words[1] != "init")) return;
+    const bool boot = plan.words.size() > 1 && plan.words[1] == "init";
+    if (plan.words.size() < (boot ? 2 : 3)) return;
+    // Without a working copy any action begins with what "rc init" does.
+    if (!boot && plan.before.get(working_copy) == nullptr) return;
     for (const std::string& key : plan.after.own_settings) uses_[key].insert(plan.words[1]);
 }
 
@@ -245,15 +243,112 @@ void SinkSearch::note_scripts(const Transcript& transcript) {
     }
 }
 
+namespace {
+
+// A line that holds a part of the value only, next to one that holds all of it.
+bool is_covered(const FoundSink& part, const FoundSink& whole) {
+    const auto program = [](const std::string& line) { return line.substr(0, line.find(' ')); };
+    return part.key == whole.key && part.field == whole.field && part.place == whole.place &&
+           part.quoting == whole.quoting && program(part.line) == program(whole.line);
+}
+
+// The conditions, by name.
+std::map<std::string, std::string> terms_of(const std::string& when) {
+    std::map<std::string, std::string> terms;
+    for (std::string_view rest = when; !rest.empty();) {
+        const std::string_view term = rest.substr(0, rest.find(';'));
+        rest.remove_prefix(std::min(rest.size(), term.size() + 1));
+        const size_t sign = term.find_first_of("=^!+-#?>");
+        terms[std::string(term.substr(0, sign))] = term.substr(sign);
+    }
+    return terms;
+}
+
+std::string when_of(const std::map<std::string, std::string>& terms) {
+    std::string when;
+    for (const auto& [name, term] : terms) when += (when.empty() ? "" : ";") + name + term;
+    return when;
+}
+
+// Either of two conditions on the same setting: "" if that is always so, nullopt if one term does
+// not say it.
+std::optional<std::string> either(const std::string& one, const std::string& other) {
+    if (one == other) return one;
+    if (one.substr(1) == other.substr(1)) return "";
+    if (one[0] != other[0] || (one[0] != '^' && one[0] != '=')) return std::nullopt;
+    std::string all = one;
+    for (std::string_view rest = std::string_view(other).substr(1); !rest.empty();) {
+        const std::string_view item =
+            one[0] == '^' ? rest.substr(0, 1) : rest.substr(0, rest.find(','));
+        rest.remove_prefix(std::min(rest.size(), item.size() + (one[0] == '^' ? 0 : 1)));
+        const bool has = one[0] == '^'
+                             ? contains(all, item)
+                             : contains("," + all.substr(1) + ",", "," + std::string(item) + ",");
+        if (!has) all += (one[0] == '^' ? "" : ",") + std::string(item);
+    }
+    return all;
+}
+
+// Whether one sink can say what both say; then it is made to: if they differ in one condition at
+// most. A condition that one of them does without is none.
+bool merge(FoundSink& sink, const FoundSink& other) {
+    FoundSink same = other;
+    same.when = sink.when;
+    if (same != sink) return false;
+    const std::map<std::string, std::string> terms = terms_of(sink.when);
+    std::map<std::string, std::string> others = terms_of(other.when);
+    std::map<std::string, std::string> both;
+    size_t different = 0;
+    for (const auto& [name, term] : terms) {
+        const auto found = others.find(name);
+        const bool missing = found == others.end();
+        if (missing || found->second != term) different++;
+        if (missing) continue;
+        const std::optional<std::string> merged = either(term, found->second);
+        if (!merged) return false;
+        if (!merged->empty()) both[name] = *merged;
+    }
+    for (const auto& [name, term] : others)
+        if (!terms.contains(name)) different++;
+    if (different > 1) return false;
+    sink.when = when_of(both);
+    return true;
+}
+
+}  // namespace
+
 std::vector<FoundSink> SinkSearch::found() const {
     std::vector<FoundSink> list;
+    const auto is_whole = [](const Place& place) {
+        return place.carried == place.mark.value() || place.carried == place.mark.field;
+    };
     for (const auto& [same, place] : places_) {
-        list.push_back(place.sink);
+        const bool covered =
+            !is_whole(place) && std::ranges::any_of(places_, [&](const auto& other) {
+                return is_whole(other.second) && is_covered(place.sink, other.second.sink);
+            });
+        if (covered) continue;
+        FoundSink sink = place.sink;
         const auto play_text = [&place = place](const std::string& text) {
             return play_with(place.router, place.words, place.sink.key,
                              place.mark.before + text + place.mark.behind);
         };
-        list.back().passes = passing_characters(play_text, place.sink.place);
+        sink.passes = passing_characters(play_text, place.sink.place);
+        const SinkContext context = context_of({.router = place.router,
+                                                .words = place.words,
+                                                .key = place.sink.key,
+                                                .before = place.mark.before,
+                                                .text = place.mark.text,
+                                                .behind = place.mark.behind,
+                                                .carried = place.carried,
+                                                .place = place.sink.place,
+                                                .shell = sink.quoting != nvram::Quoting::File,
+                                                .line = place.sink.line});
+        sink.line = context.line;
+        sink.when = context.when;
+        const bool known =
+            std::ranges::any_of(list, [&](FoundSink& other) { return merge(other, sink); });
+        if (!known) list.push_back(sink);
     }
     std::ranges::sort(list);
     return list;

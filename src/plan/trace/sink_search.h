@@ -18,12 +18,14 @@ struct FoundSink {
     nvram::Quoting quoting;
     // "command", or the path of a file.
     std::string place;
-    // The line, with a byte \x01 in place of the text.
+    // The line as in nvram::Sink.
     std::string line;
     // Those of special_characters that arrive there unchanged.
     std::string passes;
     // The field of a record that is used there; empty for the whole value.
     std::string field;
+    // What has to hold of other settings, as in nvram::Sink.
+    std::string when = "";
 
     // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 takes the comparison's 0 for a pointer.
     friend auto operator<=>(const FoundSink&, const FoundSink&) = default;
@@ -41,10 +43,12 @@ class SinkSearch {
     // Plays these words once for each setting that they read and each part of its value, marked.
     void play_marked(const World& stated, const std::vector<std::string>& words);
 
-    // The sinks found, by key; only one of several lines that differ only in other settings.
+    // What was found, by key; of lines that differ in other settings only, one, with these
+    // settings' names in it, and what has to hold of them.
     std::vector<FoundSink> found() const;
 
-    // The applications that read or write each setting directly, each once, by name.
+    // The applications that read or write each setting themselves, each once, by name; what boot
+    // uses is "init" alone.
     const std::map<std::string, std::set<std::string>>& uses() const { return uses_; }
 
   private:
@@ -71,6 +75,8 @@ class SinkSearch {
         World router;
         std::vector<std::string> words;
         Mark mark;
+        // Of the marked value, what the line holds.
+        std::string carried;
     };
 
     std::map<std::string, Place> places_;

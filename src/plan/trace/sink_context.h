@@ -1,0 +1,54 @@
+// What a sink's line says in general: which parts of it other settings give, which ones nobody can
+// tell from settings, and what has to hold of other settings for rc to write the line. Found by
+// playing the run that wrote it again with one other setting changed at a time.
+#ifndef RC_PLAN_TRACE_SINK_CONTEXT_H
+#define RC_PLAN_TRACE_SINK_CONTEXT_H
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "plan/router/plan.h"
+
+// A run in which a setting's marked text came out in a line.
+struct SinkWitness {
+    World router;
+    std::vector<std::string> words;
+    std::string key;
+    // The setting's value: the marked text, and what stands around it.
+    std::string before;
+    std::string text;
+    std::string behind;
+    // Of the marked value, what the line holds.
+    std::string carried;
+    // "command", or the path of a file; a shell reads the line.
+    std::string place;
+    bool shell = true;
+    // The line, with a byte \x01 where the text stands.
+    std::string line;
+};
+
+struct SinkContext {
+    // As nvram::Sink has them.
+    std::string line;
+    std::string when;
+};
+
+SinkContext context_of(const SinkWitness& witness);
+
+// All lines that a run itself hands to a shell or leaves in files: use(place, line). What nested
+// runs do is theirs. Binary files have no lines.
+void for_each_output(
+    const Plan& plan,
+    const std::function<void(const std::string& place, std::string_view line)>& use);
+
+// The run with one setting's value changed.
+Plan play_with(const World& router, const std::vector<std::string>& words, const std::string& key,
+               const std::string& value);
+
+// A line that differs from another in some words, with \x03 in their places; either may have such
+// places already.
+std::string generalised(std::string_view line, std::string_view other);
+
+#endif

@@ -1,0 +1,250 @@
+// What nvram check says that rc does is what rc does: each sentence about a line, and each about
+// having no use for a value, is held against runs of rc with the same settings.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "check/check.h"
+#include "core/text.h"
+#include "plan/router/actions.h"
+#include "plan/router/plan.h"
+#include "plan/router/recording.h"
+#include "settings/records.h"
+#include "settings/uses.h"
+#include "wrong_settings.h"
+
+namespace {
+
+// The router before the WAN is up, and after.
+World quiet_router() {
+    World world;
+    world.interfaces["br0"].address = "192.168.1.1";
+    world.interfaces["eth2.2"].address = std::nullopt;
+    return world;
+}
+
+World busy_router() {
+    World world = quiet_router();
+    world.interfaces["eth2.2"].address = "10.64.0.2";
+    world.interfaces["ppp0"].address = "10.64.0.3";
+    world.put("/tmp/wan_uptime", "100.00 90.00\n");
+    world.put("/tmp/wan_uptime1", "100.00 90.00\n");
+    world.put("/tmp/gw_route", "0.0.0.0 10.64.0.1 0.0.0.0 UG 0 0 0 eth2.2\n");
+    world.put("/etc/resolv.conf", "nameserver 10.64.0.53\n");
+    world.put("/dev/mtd0", std::string(0x30000, '\x12'));
+    world.outputs["/bin/ps -ax"] = "  12 root  udhcpc\n";
+    world.hosts["vpn.example.com"] = "203.0.113.1";
+    // A Monday, at noon.
+    world.clock_microseconds = 1'704'110'400'000'000;
+    return world;
+}
+
+using Lines = std::set<std::string>;
+
+// What runs hand to a shell, and what they leave in files, each line as nvram check shows it.
+Lines lines_of(const Plan& plan) {
+    Lines lines;
+    const auto add = [&](const std::string& place, const std::string& text) {
+        std::string shown = place + "\n";
+        for (const char c : text) {
+            if (c == '\\' || c == '\t')
+                shown += c;
+            else
+                nvram::append_escaped(shown, {&c, 1});
+        }
+        lines.insert(shown);
+    };
+    const auto add_file = [&](const std::string& path, const std::string& body) {
+        // A value with a newline goes on in the next line: its first line is looked up as well.
+        std::istringstream text(body);
+        for (std::string line; std::getline(text, line);) add(path, line);
+        add(path + " whole", body);
+    };
+    for (const Event& event : plan.after.transcript.events()) {
+        if (event.verb == "run" || event.verb == "pipe") add("command", event.text);
+        if (event.verb == "write" || event.verb == "append") add_file(event.text, event.body);
+    }
+    for (const std::string& path : produced_files(plan))
+        if (path != working_copy && path != flash_image)
+            add_file(path, *plan.after.world.get(path));
+    return lines;
+}
+
+// All that rc does with settings: played when it is asked for, once.
+class Runs {
+  public:
+    explicit Runs(const Settings& settings) : settings_(settings) {}
+
+    const Lines& of(const std::vector<std::string>& words) {
+        const auto found = lines_.find(words);
+        if (found != lines_.end()) return found->second;
+        Lines lines;
+        for (World router : {quiet_router(), busy_router()}) {
+            router.put(flash_image, settings_image(settings_));
+            const Lines more = lines_of(make_plan(router_with(router, settings_, words), words));
+            lines.insert(more.begin(), more.end());
+        }
+        return lines_[words] = std::move(lines);
+    }
+
+    // Of all actions that use a key.
+    Lines of_key(const std::string& key) {
+        Lines lines;
+        const std::string actions =
+            " " + std::string(nvram::actions_of(nvram::setting_uses(), key)) + " ";
+        for (const std::vector<std::string>& words : all_actions()) {
+            if (!contains(actions, " " + words[1] + " ")) continue;
+            // A restart is a stop and a start. Rules that are only created are not used.
+            const std::string action = words.size() > 2 ? words[2] : "";
+            if (action == "restart" || (words[1] == "firewall" && action == "create")) continue;
+            const Lines& more = of(words);
+            lines.insert(more.begin(), more.end());
+        }
+        return lines;
+    }
+
+  private:
+    Settings settings_;
+    std::map<std::vector<std::string>, Lines> lines_;
+};
+
+// "..." and asterisks stand for anything.
+bool matches(std::string_view line, std::string_view shown) {
+    const size_t dots = shown.find("...");
+    const size_t stars = shown.find("********");
+    const size_t gap = std::min(dots, stars);
+    if (gap == std::string_view::npos) return line == shown;
+    if (line.substr(0, gap) != shown.substr(0, gap)) return false;
+    shown.remove_prefix(gap + (dots < stars ? 3 : 8));
+    for (size_t at = gap; at <= line.size(); at++)
+        if (matches(line.substr(at), shown)) return true;
+    return false;
+}
+
+bool has_line(const Lines& lines, const std::string& place, const std::string& shown) {
+    return std::ranges::any_of(lines, [&](const std::string& line) {
+        if (line.starts_with(place + "\n")) return matches(line.substr(place.size() + 1), shown);
+        // A line that the value's own newlines break.
+        return contains(shown, "\\x0a") && line.starts_with(place + " whole\n") &&
+               contains(line, shown.substr(0, shown.find("\\x0a")));
+    });
+}
+
+constexpr std::string_view not_now = "with other settings, ";
+
+// The value, or its entry, makes no difference to what rc does.
+bool makes_no_difference(Runs& runs, const Settings& settings, const nvram::Finding& finding) {
+    const nvram::KnownSetting* const known = nvram::find_known(finding.key);
+    if (known == nullptr) return false;
+    Settings without = settings;
+    unsigned entry = 0;
+    const bool in_list = sscanf(finding.problem.c_str(), "entry %u", &entry) == 1;
+    if (in_list && known->record != nullptr) {
+        std::string list = settings.at(finding.key).substr(0, known->record->ignored_prefix);
+        unsigned number = 0;
+        for (const std::string_view text :
+             nvram::split_records(*known->record, settings.at(finding.key)))
+            if (++number != entry) list += std::string(text) + known->record->between;
+        without[finding.key] = list;
+    } else {
+        without[finding.key] = known->record != nullptr ? "" : known->factory;
+    }
+    Runs others(without);
+    return runs.of_key(finding.key) == others.of_key(finding.key);
+}
+
+struct Verdicts {
+    unsigned lines = 0;
+    unsigned not_now = 0;
+    unsigned no_differences = 0;
+    unsigned unclear = 0;
+    std::map<std::string, unsigned> others;
+    std::set<std::string> untrue;
+};
+
+std::string without_end(std::string text, std::string_view mark) {
+    const size_t at = text.find(mark);
+    return at == std::string::npos ? text : text.substr(0, at);
+}
+
+void judge(Verdicts& verdicts, Runs& runs, const WrongSettings& wrong,
+           const nvram::Finding& finding) {
+    std::string effect = finding.effect;
+    const auto untrue = [&](const char* what) {
+        verdicts.untrue.insert(wrong.base + ": " + finding.key + "=" + finding.value + "\n    " +
+                               finding.problem + "\n    rc: " + finding.effect + "\n    " + what);
+    };
+    if (effect.starts_with("depending on other settings, ")) {
+        verdicts.unclear++;
+        return;
+    }
+    if (effect == "skips the entry") {
+        verdicts.no_differences++;
+        if (!makes_no_difference(runs, wrong.settings, finding)) untrue("it makes a difference");
+        return;
+    }
+    const bool now = !effect.starts_with(not_now);
+    if (!now) effect = effect.substr(not_now.size());
+    for (size_t at = effect.find("\\x09"); at != std::string::npos; at = effect.find("\\x09"))
+        effect.replace(at, 4, "\t");
+    effect = without_end(effect, " (and ");
+    effect = without_end(effect, "; iptables re");
+    std::string place;
+    if (effect.starts_with("runs: ")) {
+        place = "command";
+        effect = effect.substr(6);
+    } else if (effect.starts_with("runs /") && contains(effect, ", which the kernel rejects")) {
+        place = "command";
+        effect = effect.substr(5, effect.find(", which the kernel rejects") - 5);
+        if (contains(effect, " add -net ")) effect += " ...";
+    } else if (effect.starts_with("writes into /")) {
+        const size_t colon = effect.find(": ");
+        place = effect.substr(12, colon - 12);
+        effect = effect.substr(colon + 2);
+        if (effect.starts_with("outport=")) effect = "..." + effect + " ...";
+    }
+    if (place.empty()) {
+        verdicts.others[finding.key + ": " + finding.effect]++;
+        return;
+    }
+    (now ? verdicts.lines : verdicts.not_now)++;
+    const bool there = has_line(runs.of_key(finding.key), place, effect);
+    if (now && !there) untrue("no such line");
+    if (!now && there) untrue("the line is there with these settings");
+}
+
+size_t from_environment(const char* name, size_t otherwise) {
+    const char* const text = getenv(name);
+    return text == nullptr ? otherwise : strtoul(text, nullptr, 10);
+}
+
+// SENTENCES_STRIDE=1 plays all 11,000 files.
+TEST(Sentences, AreTrueOfEveryWrongSettingsFile) {
+    Verdicts verdicts;
+    size_t files = 0;
+    const size_t stride = from_environment("SENTENCES_STRIDE", 23);
+    for (const WrongSettings& wrong :
+         wrong_settings(stride, from_environment("SENTENCES_FIRST", 0))) {
+        files++;
+        const nvram::Image image(settings_image(wrong.settings));
+        Runs runs(wrong.settings);
+        for (const nvram::Finding& finding : nvram::check_settings(image))
+            if (finding.key == wrong.key) judge(verdicts, runs, wrong, finding);
+    }
+    for (const std::string& sentence : verdicts.untrue) ADD_FAILURE() << sentence;
+    EXPECT_GT(files, 10000U / stride);
+    EXPECT_GT(verdicts.lines, 1000U / stride);
+    EXPECT_GT(verdicts.not_now, 1000U / stride);
+    std::cout << files << " files, " << verdicts.lines << " lines, " << verdicts.not_now
+              << " lines of other settings, " << verdicts.no_differences << " skipped entries, "
+              << verdicts.unclear << " unclear\n";
+    if (getenv("SENTENCES") != nullptr)
+        for (const auto& [sentence, count] : verdicts.others)
+            std::cout << count << "  " << sentence << "\n";
+}
+
+}  // namespace
