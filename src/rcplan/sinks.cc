@@ -124,7 +124,10 @@ bool add_case(const std::string& path, std::vector<Play>& plays) {
     // "create" leaves the rules unused; what "start" needs to use them belongs to the line.
     const std::vector<std::string> create = {"rc", "firewall", "create"};
     if (words == create) words[2] = "start";
-    plays.push_back({.router = case_world(stated), .words = std::move(words)});
+    World router = case_world(stated);
+    // A save during the run would blur on which settings a line depends.
+    router.changes.clear();
+    plays.push_back({.router = std::move(router), .words = std::move(words)});
     return true;
 }
 

@@ -79,7 +79,7 @@ router set fw_nat=1
 
 # Lines that are not KEY=VALUE come first; findings of one setting share a heading; escapes and secrets.
 {
-    router export -
+    router export - | grep -v -e '^wifi_psk2_pwd=' -e '^log_dos=' -e '^wan_mode=' -e '^fw_nat='
     printf 'nonsense\nwifi_psk2_pwd=secret\nmy_own=a\\x01"b"\\\\c\377\303\244\nlog_dos=\nwan_mode=x\nfw_nat=\n'
 } > "$folder/bad"
 expect 'many' 1 "line $(($(wc -l < "$folder/bad") - 5))

@@ -94,7 +94,10 @@ std::string generalised_part(std::string_view part, std::string_view other) {
            stands_for(words[words.size() - 1 - end], others[others.size() - 1 - end]))
         end++;
     for (size_t i = 0; i < begin; i++) result.emplace_back(words[i]);
-    result.emplace_back(1, sink_unknown);
+    const auto middle = [&](const std::vector<std::string_view>& all) {
+        return joined({all.begin() + static_cast<long>(begin), all.end() - static_cast<long>(end)});
+    };
+    result.push_back(merged_word(middle(words), middle(others)));
     for (size_t i = words.size() - end; i < words.size(); i++) result.emplace_back(words[i]);
     return joined(result);
 }
