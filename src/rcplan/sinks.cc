@@ -9,6 +9,7 @@
 
 #include "plan/router/actions.h"
 #include "plan/router/case_file.h"
+#include "plan/router/input.h"
 #include "plan/trace/sink_search.h"
 #include "rcplan/files.h"
 #include "rcplan/verbs.h"
@@ -124,9 +125,13 @@ bool add_case(const std::string& path, std::vector<Play>& plays) {
     // "create" leaves the rules unused; what "start" needs to use them belongs to the line.
     const std::vector<std::string> create = {"rc", "firewall", "create"};
     if (words == create) words[2] = "start";
-    World router = case_world(stated);
     // A save during the run would blur on which settings a line depends.
-    router.changes.clear();
+    if (!stated.world.changes.empty()) return true;
+    World router = case_world(stated);
+    // Cases leave out what does not matter to them, but every router has an operating mode, and on
+    // it depends whether other settings choose.
+    const Input mode = {.kind = Input::Kind::Setting, .name = "ap_mode"};
+    if (!value_of_input(router, mode)) change_setting(router, "ap_mode", "0");
     plays.push_back({.router = std::move(router), .words = std::move(words)});
     return true;
 }

@@ -281,7 +281,8 @@ TEST(Report, ShowsTheFindingsOfTheCheck) {
     expect_shows(page, "<a href=\"#findings\">Check</a>");
     EXPECT_THAT(page, testing::ContainsRegex(
                           "<li class=\"line finding error\"><span class=\"verb\">error</span> "
-                          "<code>lan_ipaddr</code> <span class=\"help\">is not an IPv4 address"));
+                          "<code>lan_ipaddr</code> <span class=\"help\">contains &lt; and &gt;: "
+                          "special to a shell outside quotes"));
     expect_shows(
         page,
         "<code>http_timeot</code> <span class=\"help\">is not a setting of rc; the nearest "

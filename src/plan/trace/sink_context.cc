@@ -172,11 +172,20 @@ class Search {
         // First everything that stands in the line itself, so that what is tried later changes no
         // more than it has to.
         for (size_t i = 0; i < count; i++) mark_field(*known, i);
+        // The operating mode is tried by itself: with each of its values other settings choose, and
+        // changed together with them it would hide that.
+        const std::string mode = "ap_mode";
         std::vector<std::string> others;
-        for (const Input& input : make_plan(world_, witness_.words).after.inputs)
-            if (input.kind == Input::Kind::Setting && input.name != witness_.key)
+        bool has_mode = false;
+        for (const Input& input : make_plan(world_, witness_.words).after.inputs) {
+            if (input.kind != Input::Kind::Setting || input.name == witness_.key) continue;
+            if (input.name == mode)
+                has_mode = true;
+            else
                 others.push_back(input.name);
-        const std::vector<std::string> relevant = relevant_of(others);
+        }
+        std::vector<std::string> relevant = relevant_of(others);
+        if (has_mode && !relevant_of({&mode, 1}).empty()) relevant.push_back(mode);
         for (const std::string& key : relevant) mark_setting(key);
         for (size_t i = 0; i < count; i++) try_field(*known, i);
         try_neighbours();
