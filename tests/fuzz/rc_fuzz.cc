@@ -27,7 +27,6 @@ constexpr size_t repeated_share = 16;
 constexpr const char* uncut_lines[] = {
     "/sbin/route add -net ",
     "/sbin/route del -net ",
-    "route del -net 239.0.0.0 ",
     "/usr/sbin/routed ",
 };
 
