@@ -73,8 +73,9 @@ struct LinkMtu {
     const char* mode;
     int most;
 };
-constexpr LinkMtu link_mtus[] = {
-    {wan_mode::pppoe, 1492}, {wan_mode::pptp, 1462}, {wan_mode::l2tp, 1464}};
+constexpr LinkMtu link_mtus[] = {{wan_mode::pppoe, wan_mode::pppoe_mtu},
+                                 {wan_mode::pptp, wan_mode::pptp_mtu},
+                                 {wan_mode::l2tp, wan_mode::l2tp_mtu}};
 
 // 1500 is every link's default, and each then takes its own.
 void check_mtu(Check& check) {

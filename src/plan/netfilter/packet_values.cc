@@ -8,6 +8,7 @@
 
 #include <algorithm>
 
+#include "core/limits.h"
 #include "core/text.h"
 
 namespace {
@@ -130,9 +131,8 @@ std::optional<unsigned> read_protocol(std::string_view text) {
 }
 
 std::optional<std::string> read_mac(std::string_view text) {
-    constexpr size_t mac_length = 17;
-    if (text.size() != mac_length) return std::nullopt;
-    for (size_t i = 0; i < mac_length; i++) {
+    if (text.size() != limits::mac_length) return std::nullopt;
+    for (size_t i = 0; i < text.size(); i++) {
         const bool fits =
             i % 3 == 2 ? text[i] == ':' : isxdigit(static_cast<unsigned char>(text[i])) != 0;
         if (!fits) return std::nullopt;
