@@ -97,6 +97,7 @@ comes "the client was started (a stub notes its command line)" in_file \
     /tmp/calls
 
 step "A hostile provider: of what the network says, only addresses and plain names are taken"
+# shellcheck disable=SC2016  # Not expanded here, and not on the router.
 console env interface=eth2.2 ip=203.0.113.7 subnet=255.255.255.0 "router=203.0.113.1;reboot $provider_gateway" \
     'domain=xnameserver;echo pwned' 'dns=192.0.2.55;reboot 010.0.0.1 192.0.2.256 192.0.2.53 $(reboot)' \
     /etc/udhcpc.script bound
