@@ -66,7 +66,7 @@ void check_place(Check& check) {
 }
 
 // What an access point reaches over its LAN.
-void check_access_point(Check& check) {
+void check_bridge(Check& check) {
     const std::optional<Net> lan = lan_of(check);
     if (!lan || !is_on(check, "ap_mode")) return;
     const std::optional<std::uint32_t> gateway = address_of(check, "ap_gateway");
@@ -228,7 +228,7 @@ void check_route(Check& check) {
 void check_lan(Check& check) {
     check_addresses(check);
     check_place(check);
-    check_access_point(check);
+    check_bridge(check);
     check_pool(check);
     check_reservations(check);
     check_dhcp_options(check);

@@ -324,7 +324,8 @@ std::vector<FoundSink> SinkSearch::found() const {
     };
     for (const auto& [same, place] : places_) {
         const bool covered =
-            !is_whole(place) && std::ranges::any_of(places_, [&](const auto& other) {
+            !is_whole(place) &&
+            std::ranges::any_of(places_, [&, &place = place](const auto& other) {
                 return is_whole(other.second) && is_covered(place.sink, other.second.sink);
             });
         if (covered) continue;
