@@ -48,7 +48,7 @@ Form form_of(const KnownSetting& known, const Piece& piece) {
 
 // A line that rc writes is better than another, and of those one in which the text is a word.
 std::string effect_of_wrong(const Check& check, const KnownSetting& known, const Piece& piece) {
-    const std::string in_entry = effect_in_entry(check, known, piece);
+    std::string in_entry = effect_in_entry(check, known, piece);
     if (!in_entry.empty()) return in_entry;
     if (known.when_wrong != nullptr) return known.when_wrong;
     const Sink* example = nullptr;

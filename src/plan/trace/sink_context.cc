@@ -448,7 +448,7 @@ class Search {
             before_.replace(span.at, span.size, text);
         else
             behind_.replace(span.at - before_.size() - witness_.text.size(), span.size, text);
-        const std::optional<std::string> found = line_with(witness_.key, value());
+        std::optional<std::string> found = line_with(witness_.key, value());
         if (keep) return found;
         before_ = before;
         behind_ = behind;

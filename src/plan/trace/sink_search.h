@@ -25,7 +25,7 @@ struct FoundSink {
     // The field of a record that is used there; empty for the whole value.
     std::string field;
     // What has to hold of other settings, as in nvram::Sink.
-    std::string when = "";
+    std::string when = {};
 
     // NOLINTNEXTLINE(modernize-use-nullptr): clang-tidy 14 takes the comparison's 0 for a pointer.
     friend auto operator<=>(const FoundSink&, const FoundSink&) = default;
