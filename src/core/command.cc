@@ -8,6 +8,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include <initializer_list>
 #include <span>
 
 #include "core/file.h"
@@ -47,25 +48,38 @@ static bool read_piece(FILE* stream, std::span<char> piece) {
     return length > 0;
 }
 
+// Makes room for at least this many bytes: twice the old room, so that a long text is not copied
+// for each of its lines, or just enough if there is no more. False, with nothing changed, if memory
+// is short.
+static bool grow(OwnedText& text, size_t& room, size_t needed) {
+    for (const size_t wanted : {needed > 2 * room ? needed : 2 * room, needed}) {
+        auto* const grown = static_cast<char*>(realloc(text.get(), wanted));
+        if (!grown) continue;
+        // realloc has taken over the old text.
+        static_cast<void>(text.release());
+        text.reset(grown);
+        room = wanted;
+        return true;
+    }
+    return false;
+}
+
 int myPipe(const char* command, OwnedText& output) {
     output.reset(strdup(""));
     FILE* stream = platform::open_pipe(command);
     if (!stream) return 0;
 
     size_t length = 0;
+    size_t room = 1;
     char piece[4096];
     while (read_piece(stream, piece)) {
         const size_t more = strlen(piece);
-        auto* const grown = static_cast<char*>(realloc(output.get(), length + more + 1));
-        if (!grown) {
+        if (length + more + 1 > room && !grow(output, room, length + more + 1)) {
             output.reset();
             platform::close_pipe(stream);
             return 0;
         }
-        // realloc has taken over the old text.
-        static_cast<void>(output.release());
-        output.reset(grown);
-        memcpy(grown + length, piece, more + 1);
+        memcpy(output.get() + length, piece, more + 1);
         length += more;
     }
     return platform::close_pipe(stream);

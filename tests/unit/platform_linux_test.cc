@@ -181,7 +181,7 @@ TEST_F(PlatformTest, ASignalDoesNotEndAPipe) {
 
 TEST_F(PlatformTest, APipeThatPrintsMoreThanMemoryHoldsIsAbsent) {
     OwnedText output;
-    allocations_left = 1000;
+    allocations_left = 10;
     EXPECT_EQ(myPipe("yes 2>/dev/null", output), 0);
     EXPECT_EQ(allocations_left, 0);
     allocations_left = -1;
