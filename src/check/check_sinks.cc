@@ -205,7 +205,7 @@ void add_harm(Check& check, const KnownSetting& known, const Piece& piece, const
     std::string effect = line_effect(check, *harm.first, known, piece);
     if (harm.more == 1) effect += " (and another such line)";
     if (harm.more > 1) effect += " (and " + std::to_string(harm.more) + " more such lines)";
-    // What rc does not write breaks nothing yet.
+    // A line that rc does not write breaks nothing yet.
     const Level level =
         harm.now == Written::No ? std::min(harm.danger.level, Level::Warning) : harm.danger.level;
     add(check, level, known.key,

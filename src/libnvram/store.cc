@@ -203,7 +203,7 @@ bool Store::newest_generation(Newest& newest) {
         const std::string path = slot_path(slot);
         const bool read = read_file(path, header_limit + image_limit, text);
         if (!read && errno == ENOENT) continue;
-        // What is too large is no generation.
+        // A file that is too large is not a generation.
         if (!read && errno != EFBIG) return false;
         // For the copies of the image and the list of its entries.
         constexpr std::size_t copies = 12;

@@ -67,7 +67,7 @@ bool sync_folder(const char* path);
 // and so does the end of the process. Errors as of open_to_read.
 int lock(const char* path);
 
-// The same; makes the file if there is none, and follows no link.
+// The same; creates a missing file, and follows no link.
 int make_and_lock(const char* path);
 
 // If set, called with the file's path before a wait for another process, and with nullptr after it.

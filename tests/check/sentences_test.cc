@@ -1,5 +1,5 @@
-// What nvram check says that rc does is what rc does: each sentence about a line, and each about
-// having no use for a value, is held against runs of rc with the same settings.
+// Compares the sentences of nvram check about rc with runs of rc that have the same settings: each
+// sentence about a line, and each that says that a value has no effect.
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,8 @@
 #   <!-- not run: REASON -->       never run here
 #   <!-- whole: REASON -->         run only with --whole, in a copy of the tree, without the programs of the folders
 #   <!-- needs namespaces -->      a status of 77 is "not permitted on this machine", and no failure
-# What was not run is named at the end. With BUILD_DIR in the environment it is there below build/, also as build/demo.
+# Examples that did not run are listed at the end. If BUILD_DIR is in the environment, that folder is also build/NAME and
+# build/demo in the folder where the examples run.
 whole=
 if [ "$1" = --whole ]; then
     whole=1

@@ -21,7 +21,7 @@ Change change_to(const std::string& key, std::optional<std::string> other) {
     return [key, other = std::move(other)](World& w) { change_setting(w, key, other); };
 }
 
-// The record of a setting that is a list of them; nullptr if it is none.
+// The record type of a setting that is a list of records; nullptr for any other input.
 const nvram::Record* list_of(const Input& input) {
     if (input.kind != Input::Kind::Setting) return nullptr;
     const nvram::KnownSetting* known = nvram::find_known(input.name);

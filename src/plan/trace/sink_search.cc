@@ -75,8 +75,8 @@ auto rank(const FoundSink& sink) {
     return std::tuple(gaps, sink.line.size(), sink.line);
 }
 
-// What would end a quotation of its own or stand for something else is taken out of all settings,
-// so that what is found is the quoting of rc's own lines.
+// Removes quotes and expansions from all settings, so that only the quoting of rc's own lines is
+// found.
 World plain_router(const World& router) {
     World world = copy_of(router);
     for (const char* path : {working_copy, flash_image, factory_image}) {
