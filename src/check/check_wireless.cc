@@ -1,58 +1,22 @@
 // Wireless networks: names, pass phrases and WEP keys that their security needs.
 #include "check/check_parts.h"
+#include "settings/networks.h"
 
 namespace nvram {
 
 namespace {
 
-// The settings of one network.
 struct Network {
     const char* name;
-    const char* ssid;
-    const char* security;
-    const char* key_length;  // nullptr: the length of a key decides
-    const char* default_key;
-    const char* wep_keys[4];
-    const char* wpa_phrase;
-    const char* wpa2_phrase;
+    const NetworkKeys& keys;
     bool own;  // a network of the access point, not one that the router joins
 };
 
 constexpr Network first_network = {
-    .name = "the first network",
-    .ssid = "wifi_ssid",
-    .security = "wifi_wep_on",
-    .key_length = "wifi_key_len",
-    .default_key = "wifi_def_key",
-    .wep_keys = {"wifi_key1", "wifi_key2", "wifi_key3", "wifi_key4"},
-    .wpa_phrase = "wifi_psk_pwd",
-    .wpa2_phrase = "wifi_psk2_pwd",
-    .own = true,
-};
-
+    .name = "the first network", .keys = first_network_keys, .own = true};
 constexpr Network second_network = {
-    .name = "the second network",
-    .ssid = "wifi_ssid2",
-    .security = "wifi_wep_on2",
-    .key_length = "wifi_key_len2",
-    .default_key = "wifi_def_key2",
-    .wep_keys = {"wifi_key12", "wifi_key22", "wifi_key32", "wifi_key42"},
-    .wpa_phrase = "wifi_psk_pwd2",
-    .wpa2_phrase = "wifi_psk2_pwd2",
-    .own = true,
-};
-
-constexpr Network station = {
-    .name = "the station",
-    .ssid = "sta_ssid",
-    .security = "wifi_wep_on3",
-    .key_length = nullptr,
-    .default_key = "wifi_def_key3",
-    .wep_keys = {"wifi_key13", "wifi_key23", "wifi_key33", "wifi_key43"},
-    .wpa_phrase = "wifi_psk_pwd3",
-    .wpa2_phrase = "wifi_psk2_pwd3",
-    .own = false,
-};
+    .name = "the second network", .keys = second_network_keys, .own = true};
+constexpr Network station = {.name = "the station", .keys = station_keys, .own = false};
 
 // No action of rc sets up a repeater.
 constexpr const char* repeater = "ssid_apcli_wds";
@@ -79,7 +43,7 @@ void check_phrase(Check& check, const Network& network, const char* key) {
     if (problem == nullptr) return;
     add(check, Level::Error, key,
         {.problem = std::string(problem) + ", but " +
-                    assignment(network.security, text_of(check, network.security)) + " needs it",
+                    assignment(network.keys.mode, text_of(check, network.keys.mode)) + " needs it",
          .effect = std::string("passes it to the driver, which rejects it: ") + network.name +
                    (network.own ? " does not come up as it should" : " joins nothing"),
          .fix = "8 to 63 characters, or 64 hexadecimal digits"});
@@ -104,26 +68,28 @@ std::string free_wep_key_problem(std::string_view key) {
 
 void check_wep(Check& check, const Network& network) {
     if (network.own)
-        add(check, Level::Warning, network.security,
+        add(check, Level::Warning, network.keys.mode,
             {.problem =
                  std::string("uses WEP on ") + network.name + ", which can be broken in minutes",
              .effect = "sets it up as configured",
-             .fix = assignment(network.security, "3") + " with " + network.wpa2_phrase});
-    const std::string_view index = text_of(check, network.default_key);
-    for (std::size_t i = 0; i < std::size(network.wep_keys); ++i) {
-        const char* const key = network.wep_keys[i];
+             .fix = assignment(network.keys.mode, "3") + " with " + network.keys.wpa2_phrase});
+    const std::string_view index = text_of(check, network.keys.default_key);
+    for (std::size_t i = 0; i < std::size(network.keys.wep_keys); ++i) {
+        const char* const key = network.keys.wep_keys[i];
         const std::string_view text = text_of(check, key);
         const bool in_use = index == std::to_string(i + 1);
         std::string problem;
         if (text.empty()) {
             if (!in_use) continue;
-            problem = "is empty, but " + assignment(network.default_key, index) + " selects it";
-        } else if (network.key_length != nullptr) {
-            problem = wep_key_problem(text, text_of(check, network.key_length));
+            problem =
+                "is empty, but " + assignment(network.keys.default_key, index) + " selects it";
+        } else if (network.keys.key_length != nullptr) {
+            problem = wep_key_problem(text, text_of(check, network.keys.key_length));
             if (!problem.empty())
-                problem += ", as " +
-                           assignment(network.key_length, text_of(check, network.key_length)) +
-                           " requires";
+                problem +=
+                    ", as " +
+                    assignment(network.keys.key_length, text_of(check, network.keys.key_length)) +
+                    " requires";
         } else {
             problem = free_wep_key_problem(text);
         }
@@ -136,15 +102,15 @@ void check_wep(Check& check, const Network& network) {
 }
 
 void check_security(Check& check, const Network& network) {
-    const int mode = number_of(check, network.security);
+    const int mode = number_of(check, network.keys.mode);
     if (mode == 0 && network.own)
-        add(check, Level::Note, network.security,
+        add(check, Level::Note, network.keys.mode,
             {.problem = std::string("leaves ") + network.name + " open",
              .effect = "lets anyone in range join and listen",
-             .fix = assignment(network.security, "3") + " with " + network.wpa2_phrase});
+             .fix = assignment(network.keys.mode, "3") + " with " + network.keys.wpa2_phrase});
     if (mode == 1) check_wep(check, network);
-    if (mode == 2) check_phrase(check, network, network.wpa_phrase);
-    if (mode == 3 || mode == 4) check_phrase(check, network, network.wpa2_phrase);
+    if (mode == 2) check_phrase(check, network, network.keys.wpa_phrase);
+    if (mode == 3 || mode == 4) check_phrase(check, network, network.keys.wpa2_phrase);
 }
 
 // In the driver's lines a semicolon separates the networks.
@@ -157,25 +123,25 @@ void check_semicolons(Check& check, const Network& network) {
                  "joins both networks' texts with a semicolon, and the driver splits them there",
              .fix = "a value without a semicolon"});
     };
-    refuse(network.ssid);
-    if (number_of(check, network.security) != 1) return;
-    for (const char* const key : network.wep_keys) refuse(key);
+    refuse(network.keys.ssid);
+    if (number_of(check, network.keys.mode) != 1) return;
+    for (const char* const key : network.keys.wep_keys) refuse(key);
 }
 
 void check_two_networks(Check& check) {
     check_security(check, second_network);
     check_semicolons(check, first_network);
     check_semicolons(check, second_network);
-    const std::string_view name = text_of(check, first_network.ssid);
-    if (!name.empty() && name == text_of(check, second_network.ssid))
-        add(check, Level::Warning, second_network.ssid,
+    const std::string_view name = text_of(check, first_network.keys.ssid);
+    if (!name.empty() && name == text_of(check, second_network.keys.ssid))
+        add(check, Level::Warning, second_network.keys.ssid,
             {.problem = "is also the name of the first network",
              .effect = "sets up both under one name, and clients join either",
              .fix = "another name"});
-    const int first = number_of(check, first_network.security);
-    const int second = number_of(check, second_network.security);
-    if ((second == 5 || second == 6) && first != 5 && first != 6)
-        add(check, Level::Error, second_network.security,
+    const int first_mode = number_of(check, first_network.keys.mode);
+    const int second_mode = number_of(check, second_network.keys.mode);
+    if ((second_mode == 5 || second_mode == 6) && first_mode != 5 && first_mode != 6)
+        add(check, Level::Error, second_network.keys.mode,
             {.problem = "uses RADIUS, but wifi_wep_on does not",
              .effect = "starts the RADIUS client only for the first network: no client can join the"
                        " second",

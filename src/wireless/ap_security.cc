@@ -78,35 +78,11 @@ void write_rekey(File& settings) {
 
 }  // namespace
 
-const SecurityKeys first_ssid = {
-    .mode = "wifi_wep_on",
-    .auth_type = "wifi_auth_type",
-    .default_key = "wifi_def_key",
-    .key_length = "wifi_key_len",
-    .wpa_cipher = "wifi_wpapsk_key",
-    .wpa2_cipher = "wifi_wpa2psk_key",
-    .wpa_phrase = "wifi_psk_pwd",
-    .wpa2_phrase = "wifi_psk2_pwd",
-    .wep_keys = {"wifi_key1", "wifi_key2", "wifi_key3", "wifi_key4"},
-};
-
-const SecurityKeys second_ssid = {
-    .mode = "wifi_wep_on2",
-    .auth_type = "wifi_auth_type2",
-    .default_key = "wifi_def_key2",
-    .key_length = "wifi_key_len2",
-    .wpa_cipher = "wifi_wpapsk_key2",
-    .wpa2_cipher = "wifi_wpa2psk_key2",
-    .wpa_phrase = "wifi_psk_pwd2",
-    .wpa2_phrase = "wifi_psk2_pwd2",
-    .wep_keys = {"wifi_key12", "wifi_key22", "wifi_key32", "wifi_key42"},
-};
-
 const char* wep_auth_word(const Setting& type) {
     return type.is("1") ? "OPEN" : type.is("2") ? "SHARED" : "WEPAUTO";
 }
 
-SecuritySettings::SecuritySettings(const SecurityKeys& keys)
+SecuritySettings::SecuritySettings(const NetworkKeys& keys)
     : mode(nvram_text(keys.mode)),
       auth_type(nvram_text(keys.auth_type)),
       default_key(nvram_text(keys.default_key)),

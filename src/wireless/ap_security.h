@@ -4,25 +4,11 @@
 
 #include "core/file.h"
 #include "core/nvram.h"
-
-// The keys of one network's settings.
-struct SecurityKeys {
-    const char* mode;
-    const char* auth_type;
-    const char* default_key;
-    const char* key_length;
-    const char* wpa_cipher;
-    const char* wpa2_cipher;
-    const char* wpa_phrase;
-    const char* wpa2_phrase;
-    const char* wep_keys[4];
-};
-extern const SecurityKeys first_ssid;
-extern const SecurityKeys second_ssid;
+#include "settings/networks.h"
 
 // One network's settings, all read when it is made.
 struct SecuritySettings {
-    explicit SecuritySettings(const SecurityKeys& keys);
+    explicit SecuritySettings(const NetworkKeys& keys);
 
     Setting mode;
     Setting auth_type;

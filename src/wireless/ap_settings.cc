@@ -102,8 +102,8 @@ struct ApSettings {
     Setting isolation = nvram_text("isolation");
     Setting broadcast_ssid = nvram_text("wifi_broadcast_ssid");
     Setting short_slot = nvram_text("ShortSlot");
-    SecuritySettings security{first_ssid};
-    SecuritySettings security2{second_ssid};
+    SecuritySettings security{first_network_keys};
+    SecuritySettings security2{second_network_keys};
     Setting access_control = nvram_text("wifi_access_control");
     Setting access_list = nvram_text("wifi_access_list");
     bool wds = nvram_text("wds_enable").on();

@@ -5,6 +5,7 @@
 #include "core/nvram.h"
 #include "core/platform.h"
 #include "core/text.h"
+#include "settings/networks.h"
 #include "wireless/ap_security.h"
 #include "wireless/wireless.h"
 
@@ -20,7 +21,7 @@ std::string quoted(const char* key) {
 }
 
 void write_ssid(File& script) {
-    script.print("/sbin/iwpriv ra0 set SSID=\"%s\"\n", nvram_text("sta_ssid").text());
+    script.print("/sbin/iwpriv ra0 set SSID=\"%s\"\n", nvram_text(station_keys.ssid).text());
 }
 
 void write_open(File& script) {
@@ -30,8 +31,8 @@ void write_open(File& script) {
 }
 
 void write_wep(File& script) {
-    const Setting type = nvram_text("wifi_auth_type3");
-    const Setting index = nvram_text("wifi_def_key3");
+    const Setting type = nvram_text(station_keys.auth_type);
+    const Setting index = nvram_text(station_keys.default_key);
     const std::string key = format("wifi_key%s3", index.text());
     script.print("/sbin/iwpriv ra0 set AuthMode=%s\n", wep_auth_word(type));
     script.print("/sbin/iwpriv ra0 set EncrypType=WEP\n");
@@ -49,7 +50,7 @@ void write_phrase(File& script, const char* auth, const char* cipher_key, const 
 
 void write_network(File& script) {
     script.print("/sbin/iwpriv ra0 set NetworkType=Infra\n");
-    switch (nvram_text("wifi_wep_on3").text()[0]) {
+    switch (nvram_text(station_keys.mode).text()[0]) {
         case '0':
             write_open(script);
             break;
@@ -57,10 +58,10 @@ void write_network(File& script) {
             write_wep(script);
             break;
         case '2':
-            write_phrase(script, "WPAPSK", "wifi_wpapsk_key3", "wifi_psk_pwd3");
+            write_phrase(script, "WPAPSK", station_keys.wpa_cipher, station_keys.wpa_phrase);
             break;
         case '3':
-            write_phrase(script, "WPA2PSK", "wifi_wpa2psk_key3", "wifi_psk2_pwd3");
+            write_phrase(script, "WPA2PSK", station_keys.wpa2_cipher, station_keys.wpa2_phrase);
             break;
         default:
             // A station has no RADIUS mode.

@@ -13,7 +13,7 @@ trap 'rm -rf "$folder"' EXIT
 # settings have the first.
 {
     grep -ohE '"[A-Za-z][A-Za-z0-9_]*"' src/core/*.cc src/rc/*.cc src/lan/*.cc src/wan/*.cc src/sched/*.cc src/firewall/*.cc \
-        src/wireless/*.cc
+        src/wireless/*.cc src/settings/networks.h
     grep -ohE '"wifi_key%s[0-9]"' src/wireless/*.cc | sed 's/\(.*\)%s\(.*\)/\11\2\n\12\2\n\13\2\n\14\2/'
     grep -ohE '\("wan_ifname" \+ ' src/lan/igmp.cc | sed 's/.*/"wan_ifname1"/'
 } | tr -d '"' | sort -u > "$folder/words"

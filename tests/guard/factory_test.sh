@@ -31,7 +31,7 @@ notices() {
 notices 'in the sources, not in the table' src/lan/lan.cc 's/nvram_text("lan_bipaddr")/nvram_text("other")/'
 notices 'in the sources, not in the table' src/wan/wan_basic.cc 's/"static_mtu"/"other_mtu"/'
 notices 'in the table, not in the sources' src/lan/lan.cc 's/"lan_bipaddr"/"lan_ipaddr"/'
-notices 'in the table, not in the sources' src/wireless/station.cc 's/"wifi_key%s3"/"wifi_key%s5"/'
+notices 'in the table, not in the sources' src/settings/networks.h 's/"wifi_def_key2"/"wifi_def_key3"/'
 notices 'in the table, not in lab/root/etc/default' lab/root/etc/default '/^lan_bipaddr=/d'
 notices 'in lab/root/etc/default, not in the table' lab/root/etc/default 's/^lan_bipaddr=.*/&\nlan_other=1/'
 notices 'twice in lab/root/etc/default' lab/root/etc/default 's/^lan_bipaddr=.*/&\n&/'
