@@ -8,7 +8,7 @@ namespace {
 
 // Case does not count in MAC addresses.
 bool same_text(std::string_view one, std::string_view other) {
-    return is_mac(one) ? edit_distance(one, other, 0) == 0 : one == other;
+    return one == other || (is_mac(one) && same_letters(one, other));
 }
 
 void check_field(Check& check, const KnownSetting& known, const Field& field) {

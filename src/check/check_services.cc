@@ -34,14 +34,14 @@ void check_user(Check& check) {
 // From 14 hours east of Greenwich, which the C library calls -14, to 12 hours west of it.
 bool is_in_the_world(std::string_view zone) {
     const int hours = leading_int(zone.substr(4));
-    return hours <= (zone[3] == '-' ? 14 : 13);
+    return hours <= (zone[3] == '-' ? 14 : 12);
 }
 
 void check_clock(Check& check) {
     const std::string_view zone = text_of(check, "time_zone");
     if (!zone.empty() && offset_minutes(zone) && !is_in_the_world(zone))
         add(check, Level::Warning, "time_zone",
-            {.problem = "is beyond the world's time zones, which go from GMT-14 to GMT+13",
+            {.problem = "is beyond the world's time zones, which go from GMT-14 to GMT+12",
              .effect = "sets TZ to it: the clock is off by as much",
              .fix = "time_zone=GMT-1"});
     if (zone.empty() || offset_minutes(zone)) return;
@@ -51,6 +51,29 @@ void check_clock(Check& check) {
          .effect = daylight ? "prints TimeZone string Error and uses no offset for daylight saving"
                             : "sets TZ to it, which without an offset means UTC",
          .fix = "time_zone=GMT-1"});
+}
+
+// A server that another host runs: on which side of the router does not matter.
+struct Server {
+    const char* key;
+    Condition when;
+    const char* effect;
+};
+constexpr Server servers[] = {
+    {"ap_dns", if_on("ap_mode"), "makes itself its own name server, and no name resolves"},
+    {"log_remote_ip", if_begins("log_type", "2"), "tells syslogd to send the log to the router"},
+    {"wifi_radius_server", if_is("wifi_wep_on", "5 6"),
+     "tells the RADIUS client to ask the router, where no server answers"},
+};
+
+void check_servers(Check& check) {
+    const std::string_view own = text_of(check, "lan_ipaddr");
+    for (const Server& server : servers)
+        if (!own.empty() && text_of(check, server.key) == own && holds(check, server.when))
+            add(check, Level::Error, server.key,
+                {.problem = "is the router's own address",
+                 .effect = server.effect,
+                 .fix = "the address of the host that runs the server"});
 }
 
 void check_boot(Check& check) {
@@ -121,6 +144,7 @@ void check_services(Check& check) {
     check_password(check);
     check_user(check);
     check_clock(check);
+    check_servers(check);
     check_boot(check);
     check_log_mail(check);
     check_mail_off(check);

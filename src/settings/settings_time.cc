@@ -22,6 +22,8 @@ static constexpr const char* zone_keys =
     "+8b|+8d|+9a|+9b|+9c|+9:30a|+9:30b|+10a|+10b|+10c|+10d|+10e|+11|+12a|+12 2|+13";
 
 static constexpr Need with_own_time_server = {.when = if_begins_not("ntp_custom", "0")};
+static constexpr Need with_daylight_saving = {
+    .when = if_on("time_daylight"), .level = Level::Warning, .fix = "+1a"};
 static constexpr Need with_radio_schedule = {
     .when = if_is("wireless_sch_en", "enable"), .level = Level::Warning, .fix = "1:8:0-18:0"};
 
@@ -44,6 +46,7 @@ static constexpr KnownSetting time_rows[] = {
      .factory = "GMTb",
      .when_empty = "there is no daylight saving",
      .when_wrong = "finds no rule, and never applies daylight saving",
+     .needed = &with_daylight_saving,
      .help = "zone of the daylight-saving rule, by its key in the table of zones, such as +1a"},
     {.key = "ntp_custom",
      .form = Form::Flag,

@@ -207,6 +207,10 @@ TEST(CheckServices, ChecksLogAndMail) {
     expect_rows({
         {{"log_type=2"}, {"error log_remote_ip: is empty, but log_type=2 needs it"}},
         {{"log_type=2", "log_remote_ip=192.168.1.10"}, {}},
+        {{"log_type=2", "log_remote_ip=203.0.113.7"}, {}},
+        {{"log_type=2", "log_remote_ip=192.168.1.1"},
+         {"error log_remote_ip: is the router's own address"}},
+        {{"log_type=1", "log_remote_ip=192.168.1.1"}, {}},
         {{"mail_enable=1"},
          {"error mail_recipient: is empty, but mail_enable=1 needs it",
           "warning mail_sender: is empty, but mail_enable=1 needs it",
@@ -241,9 +245,13 @@ TEST(CheckServices, ChecksTheTimeZone) {
          {"error time_zone: has no sign after its first three letters"}},
         {{"time_zone=GMT-14"}, {}},
         {{"time_zone=GMT-15"},
-         {"warning time_zone: is beyond the world's time zones, which go from GMT-14 to GMT+13"}},
-        {{"time_zone=GMT+14"},
-         {"warning time_zone: is beyond the world's time zones, which go from GMT-14 to GMT+13"}},
+         {"warning time_zone: is beyond the world's time zones, which go from GMT-14 to GMT+12"}},
+        {{"time_zone=GMT+12"}, {}},
+        {{"time_zone=GMT+13"},
+         {"warning time_zone: is beyond the world's time zones, which go from GMT-14 to GMT+12"}},
+        {{"time_daylight=1", "fw_time_zone="},
+         {"warning fw_time_zone: is empty, but time_daylight=1 needs it"}},
+        {{"fw_time_zone="}, {}},
         {{"ntp_custom=1"}, {"error ntp_server: is empty, but ntp_custom=1 needs it"}},
         {{"ntp_custom=1", "ntp_server=pool.ntp.org"}, {}},
     });
@@ -255,6 +263,9 @@ TEST(CheckServices, ChecksBootAndAccessPoint) {
         {{"ap_mode=1"},
          {"note ap_dns: is empty, but ap_mode=1 needs it",
           "note ap_gateway: is empty, but ap_mode=1 needs it"}},
+        {{"ap_mode=1", "ap_gateway=192.168.1.254", "ap_dns=192.168.1.1"},
+         {"error ap_dns: is the router's own address"}},
+        {{"ap_dns=192.168.1.1"}, {}},
     });
 }
 

@@ -45,6 +45,9 @@ TEST(CheckWireless, ChecksThePhraseOfTheMode) {
          {"error wifi_radius_pwd: is empty, but wifi_wep_on=5 needs it",
           "error wifi_radius_server: is empty, but wifi_wep_on=5 needs it"}},
         {{"wifi_wep_on=6", "wifi_radius_server=192.168.1.20", "wifi_radius_pwd=secret"}, {}},
+        {{"wifi_wep_on=6", "wifi_radius_server=192.168.1.1", "wifi_radius_pwd=secret"},
+         {"error wifi_radius_server: is the router's own address"}},
+        {{"wifi_wep_on=3", "wifi_radius_server=192.168.1.1"}, {}},
     });
 }
 
