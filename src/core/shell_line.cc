@@ -11,13 +11,38 @@ bool one_of(std::string_view characters, char c) {
 }
 
 ShellRole bare_role(char c, bool starts_word) {
-    if (one_of(" \t", c)) return ShellRole::Blank;
-    if (one_of(";&|()<>\n", c)) return ShellRole::Operator;
-    if (one_of("\"'", c)) return ShellRole::Quote;
-    if (c == '\\') return ShellRole::Escape;
-    if (one_of("$`", c) || (starts_word && c == '~')) return ShellRole::Expansion;
-    if (one_of("*?[", c)) return ShellRole::Pattern;
-    return starts_word && c == '#' ? ShellRole::Comment : ShellRole::Text;
+    switch (c) {
+        case ' ':
+        case '\t':
+            return ShellRole::Blank;
+        case ';':
+        case '&':
+        case '|':
+        case '(':
+        case ')':
+        case '<':
+        case '>':
+        case '\n':
+            return ShellRole::Operator;
+        case '"':
+        case '\'':
+            return ShellRole::Quote;
+        case '\\':
+            return ShellRole::Escape;
+        case '$':
+        case '`':
+            return ShellRole::Expansion;
+        case '~':
+            return starts_word ? ShellRole::Expansion : ShellRole::Text;
+        case '*':
+        case '?':
+        case '[':
+            return ShellRole::Pattern;
+        case '#':
+            return starts_word ? ShellRole::Comment : ShellRole::Text;
+        default:
+            return ShellRole::Text;
+    }
 }
 
 // An operator comes before its own prefixes.

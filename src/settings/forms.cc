@@ -308,6 +308,13 @@ bool is_hex(std::string_view text) {
     return std::all_of(text.begin(), text.end(), is_hex_digit);
 }
 
+bool same_letters(std::string_view one, std::string_view other) {
+    if (one.size() != other.size()) return false;
+    for (std::size_t i = 0; i < one.size(); ++i)
+        if (lower(one[i]) != lower(other[i])) return false;
+    return true;
+}
+
 // One row of the usual table at a time: distances of one's beginnings to other's beginnings.
 std::size_t edit_distance(std::string_view one, std::string_view other, std::size_t limit) {
     const std::size_t longer = std::max(one.size(), other.size());

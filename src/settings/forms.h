@@ -49,6 +49,9 @@ std::string_view whole_letters(std::string_view text, std::size_t limit);
 
 bool is_hex(std::string_view text);
 
+// Whether two texts are equal; case does not count.
+bool same_letters(std::string_view one, std::string_view other);
+
 // The number of characters to insert, delete or change to turn one text into the other; case
 // does not count. Returns some number above limit if the distance is above limit.
 std::size_t edit_distance(std::string_view one, std::string_view other, std::size_t limit);

@@ -72,8 +72,8 @@ struct Field {
     std::int32_t high = 0;
     // Choice: the words, separated by spaces. Other forms: words that are legal too.
     const char* choices = "";
-    // What rc does with two records that have the same text in this field, in words that follow
-    // "rc": "writes the same rule twice"; nullptr if that is legal. twice_level is the severity.
+    // The effect of two records with the same text in this field, a verb phrase after "rc":
+    // "writes the same rule twice"; nullptr if that is legal. twice_level is its severity.
     const char* twice = nullptr;
     // What the field's name does not say: the unit, what the words mean.
     const char* help = "";
@@ -136,7 +136,7 @@ struct Need {
     Condition when;
     Condition also = {};
     Level level = Level::Error;
-    // What rc does without the setting, in words that follow "rc"; nullptr if when_empty says it.
+    // The effect of the missing setting, a verb phrase after "rc"; nullptr if when_empty says it.
     const char* effect = nullptr;
     // The value that nvram check suggests; nullptr for the row's example.
     const char* fix = nullptr;
@@ -164,13 +164,12 @@ struct KnownSetting {
     // A legal value, for records and for settings that may be needed; nullptr if the form says
     // enough.
     const char* example = nullptr;
-    // What rc does if the value is empty, and if the key is absent ("" if that is the same).
-    // Each a short clause: "the firewall is left open".
+    // The effects of an empty value and of an absent key ("" if they are the same). Each is a
+    // short clause: "the firewall is left open".
     const char* when_empty = "";
     const char* when_absent = "";
-    // What rc does with a value that is not of the form, in words that follow "rc": "leaves the TTL
-    // unchanged"; nullptr if it treats it like others of the form, or writes it into lines
-    // unchanged.
+    // The effect of a value that is not of the form, a verb phrase after "rc": "leaves the TTL
+    // unchanged"; nullptr if rc treats it like any other, or writes it into lines unchanged.
     const char* when_wrong = nullptr;
     // nullptr if rc never needs it.
     const Need* needed = nullptr;

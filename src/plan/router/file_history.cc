@@ -127,9 +127,9 @@ void FileHistory::set(size_t index, const Event& event) {
     const std::string* image = world_.get(working_copy);
     const size_t equals = event.text.find('=');
     if (!image || equals == std::string::npos) return;
-    Settings settings = read_settings(*image);
-    settings[event.text.substr(0, equals)] = event.text.substr(equals + 1);
-    world_.put(working_copy, settings_image(settings));
+    world_.put(
+        working_copy,
+        changed_image(*image, {{event.text.substr(0, equals), event.text.substr(equals + 1)}}));
 
     const std::vector<FileLine> old = std::move(files_[working_copy].lines);
     restart(working_copy, *world_.get(working_copy));

@@ -43,20 +43,6 @@ std::string neighbour_of(const std::string& token) {
     return other;
 }
 
-// A setting in force: from the working copy or, if that does not exist, from flash or the factory
-// image.
-std::optional<std::string> setting_of(const World& world, const std::string& key) {
-    for (const char* path : {working_copy, flash_image, factory_image}) {
-        const std::string* image = world.get(path);
-        if (!image) continue;
-        const Settings settings = read_settings(*image);
-        const auto found = settings.find(key);
-        if (found == settings.end()) return std::nullopt;
-        return found->second;
-    }
-    return std::nullopt;
-}
-
 template <class Map>
 std::optional<std::string> look_up(const Map& map, const std::string& name) {
     const auto found = map.find(name);
@@ -122,7 +108,7 @@ const char* kind_name(Input::Kind kind) {
 std::optional<std::string> value_of_input(const World& world, const Input& input) {
     switch (input.kind) {
         case Input::Kind::Setting:
-            return setting_of(world, input.name);
+            return setting_in(image_in_force(world), input.name);
         case Input::Kind::Flash:
             return world.get(flash_image) ? std::optional("written") : std::nullopt;
         case Input::Kind::Address:
@@ -177,17 +163,20 @@ std::string statement(const Input& input, const std::optional<std::string>& answ
     return "";
 }
 
+std::string_view image_in_force(const World& world) {
+    for (const char* path : {working_copy, flash_image, factory_image})
+        if (const std::string* image = world.get(path)) return *image;
+    return {};
+}
+
+void change_settings(World& world, const SettingChanges& changes) {
+    for (const char* path : {working_copy, flash_image, factory_image})
+        if (const std::string* image = world.get(path))
+            world.put(path, changed_image(*image, changes));
+}
+
 void change_setting(World& world, const std::string& key, const std::optional<std::string>& value) {
-    for (const char* path : {working_copy, flash_image, factory_image}) {
-        const std::string* image = world.get(path);
-        if (!image) continue;
-        Settings settings = read_settings(*image);
-        if (value)
-            settings[key] = *value;
-        else
-            settings.erase(key);
-        world.put(path, settings_image(settings));
-    }
+    change_settings(world, {{key, value}});
 }
 
 std::vector<std::pair<size_t, size_t>> tokens_of(const std::string& value) {

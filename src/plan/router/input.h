@@ -4,8 +4,10 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "plan/router/settings.h"
 #include "plan/router/world.h"
 
 struct Input {
@@ -41,7 +43,12 @@ std::optional<std::string> value_of_input(const World& world, const Input& input
 // "br0 has the address 192.168.1.1", "there is no file /tmp/ras_ip".
 std::string statement(const Input& input, const std::optional<std::string>& answer);
 
-// Changes or removes a setting in every image of the world.
+// The working copy or, if that does not exist, flash's image or the factory's; empty if there is
+// none. It lives until the world changes.
+std::string_view image_in_force(const World& world);
+
+// Changes or removes settings in every image of the world.
+void change_settings(World& world, const SettingChanges& changes);
 void change_setting(World& world, const std::string& key, const std::optional<std::string>& value);
 
 // The numbers and words of a value: offset and size of each.

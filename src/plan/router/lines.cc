@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <dtl/dtl.hpp>
-#include <map>
+#include <unordered_map>
 
 namespace {
 
@@ -16,7 +16,7 @@ class Numbers {
     }
 
   private:
-    std::map<std::string, size_t> numbers_;
+    std::unordered_map<std::string, size_t> numbers_;
 };
 
 using Sequence = std::vector<size_t>;

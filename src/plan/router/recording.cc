@@ -189,11 +189,8 @@ void save_meanwhile(const std::string& line) {
     std::erase_if(played.world.changes, [&](const World::Change& change) {
         if (change.after != line) return false;
         played.transcript.add("change", change.key + "=" + change.value);
-        if (const std::string* image = played.world.get(working_copy)) {
-            Settings settings = read_settings(*image);
-            settings[change.key] = change.value;
-            played.world.put(working_copy, settings_image(settings));
-        }
+        if (const std::string* image = played.world.get(working_copy))
+            played.world.put(working_copy, changed_image(*image, {{change.key, change.value}}));
         return true;
     });
 }

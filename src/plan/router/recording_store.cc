@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "core/text.h"
+#include "libnvram/image.h"
 #include "libnvram/libnvram.h"
 #include "plan/router/recording.h"
 #include "plan/router/settings.h"
@@ -15,13 +16,13 @@ namespace {
 // The text returned by nvram_zel_get and __nvram_get_fun; it lives until the next call.
 std::string lent;
 
-// The settings of an image. The last image is cached, because rc reads many settings of one.
-const Settings& settings_of(const std::string& image) {
-    static std::string known_image;
-    static Settings known;
-    if (image != known_image) {
-        known = read_settings(image);
-        known_image = image;
+// An image, parsed. The last one is cached, because rc reads many settings of one.
+const nvram::Image& parsed_image(const std::string& text) {
+    static std::string known_text;
+    static nvram::Image known;
+    if (text != known_text) {
+        known = nvram::Image(text);
+        known_text = text;
     }
     return known;
 }
@@ -37,10 +38,9 @@ std::optional<std::string> find(const char* key, const std::string& path) {
     if (!key || !text) return std::nullopt;
     note_asked(key);
     if (call_fails(Fallible::SettingGet, EIO)) return std::nullopt;
-    const Settings& settings = settings_of(*text);
-    const auto found = settings.find(key);
-    if (found == settings.end()) return std::nullopt;
-    return found->second;
+    const std::optional<std::string_view> value = parsed_image(*text).get(key);
+    if (!value) return std::nullopt;
+    return std::string(*value);
 }
 
 char* hand_out(const std::optional<std::string>& value) {
@@ -78,9 +78,7 @@ int nvram_zel_set(const char* key, const char* value) {
     if (played.transcript.depth == 0) played.own_settings.insert(key);
     const std::string* text = played.world.get(working_copy);
     if (call_fails(Fallible::SettingSet, ENOSPC) || !text) return -1;
-    Settings settings = read_settings(*text);
-    settings[key] = value;
-    played.world.put(working_copy, settings_image(settings));
+    played.world.put(working_copy, changed_image(*text, {{key, value}}));
     return 0;
 }
 

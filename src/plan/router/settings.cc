@@ -17,3 +17,17 @@ std::string settings_image(const Settings& settings) {
     for (const auto& [key, value] : settings) entries.push_back({.key = key, .value = value});
     return nvram::serialise(entries);
 }
+
+std::optional<std::string> setting_in(std::string_view image, std::string_view key) {
+    const nvram::Image parsed = nvram::Image(std::string(image));
+    const std::optional<std::string_view> value = parsed.get(key);
+    if (!value) return std::nullopt;
+    return std::string(*value);
+}
+
+std::string changed_image(std::string_view image, const SettingChanges& changes) {
+    nvram::Image parsed = nvram::Image(std::string(image));
+    for (const auto& [key, value] : changes)
+        parsed.apply({.key = key, .value = value ? std::string_view(*value) : nvram::no_value});
+    return parsed.text();
+}

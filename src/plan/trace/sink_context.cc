@@ -250,11 +250,13 @@ class Search {
     // What a case leaves unset, as the factory has it, if rc then still writes the line: conditions
     // that take two settings are seen with sound ones.
     void fill_in() {
-        World filled = copy_of(world_);
+        const Settings stated = read_settings(image_in_force(world_));
+        SettingChanges changes;
         for (const nvram::SettingGroup& group : nvram::setting_groups())
             for (const nvram::KnownSetting& known : group.settings)
-                if (!value_of_input(world_, {.kind = Input::Kind::Setting, .name = known.key}))
-                    change_setting(filled, known.key, known.factory);
+                if (!stated.contains(known.key)) changes[known.key] = known.factory;
+        World filled = copy_of(world_);
+        change_settings(filled, changes);
         const std::optional<std::string> line = line_in(filled);
         if (!line) return;
         world_ = filled;
@@ -266,19 +268,18 @@ class Search {
         if (keys.empty()) return {};
         bool same = true;
         for (const char* text : {"Qzz", "", "0", "1"}) {
-            World world = copy_of(world_);
-            for (const std::string& key : keys) change_setting(world, key, text);
-            same = same && line_in(world) == line_;
+            SettingChanges changes;
+            for (const std::string& key : keys) changes[key] = text;
+            same = same && line_after(changes) == line_;
         }
         for (size_t turn = 0; same && turn < most_words / 2; turn++) {
-            World world = copy_of(world_);
+            SettingChanges changes;
             for (const std::string& key : keys) {
                 const nvram::KnownSetting* const known = nvram::find_known(key);
                 const auto words = nvram::words_of(known == nullptr ? "" : known->choices);
-                if (!words.empty())
-                    change_setting(world, key, std::string(words[turn % words.size()]));
+                if (!words.empty()) changes[key] = std::string(words[turn % words.size()]);
             }
-            same = line_in(world) == line_;
+            same = line_after(changes) == line_;
         }
         if (same) return {};
         if (keys.size() == 1) return {keys[0]};
@@ -315,10 +316,14 @@ class Search {
         return result;
     }
 
-    std::optional<std::string> line_with(const std::string& key, const std::string& text) const {
+    std::optional<std::string> line_after(const SettingChanges& changes) const {
         World world = copy_of(world_);
-        change_setting(world, key, text);
+        change_settings(world, changes);
         return line_in(world);
+    }
+
+    std::optional<std::string> line_with(const std::string& key, const std::string& text) const {
+        return line_after({{key, text}});
     }
 
     void add_condition(const std::string& name, const Samples& samples, nvram::Form form) {
