@@ -160,32 +160,46 @@ std::string escape_line(std::string_view line) {
     return out;
 }
 
-std::string unescape_line(std::string_view line) {
-    // Most lines have no escape, and a case with a full list has many long lines.
-    const size_t first = std::min(line.find('\\'), line.size());
-    std::string out(line.substr(0, first));
-    for (size_t i = first; i < line.size(); i++) {
-        const std::string_view rest = line.substr(i);
-        if (rest.starts_with("\\\\")) {
-            out += '\\', i += 1;
-        } else if (rest.starts_with("\\t")) {
-            out += '\t', i += 1;
-        } else if (rest.starts_with("\\n")) {
-            out += '\n', i += 1;
-        } else if (rest.starts_with("\\s")) {
-            out += ' ', i += 1;
-        } else if (rest.size() >= 4 && rest.starts_with("\\x") &&
-                   isxdigit(static_cast<unsigned char>(rest[2])) &&
-                   isxdigit(static_cast<unsigned char>(rest[3]))) {
-            const auto value = [](char digit) {
-                return hex_digits.find(
-                    static_cast<char>(tolower(static_cast<unsigned char>(digit))));
-            };
-            out += static_cast<char>(value(rest[2]) << 4 | value(rest[3]));
-            i += 3;
-        } else {
-            out += line[i];
-        }
+// Appends what the escape at the text's beginning, a backslash, stands for. Returns its length; 1
+// if it is none.
+static size_t append_unescaped(std::string& out, std::string_view text) {
+    const auto value = [](char digit) {
+        return hex_digits.find(static_cast<char>(tolower(static_cast<unsigned char>(digit))));
+    };
+    switch (text.size() < 2 ? '\0' : text[1]) {
+        case '\\':
+            out += '\\';
+            return 2;
+        case 't':
+            out += '\t';
+            return 2;
+        case 'n':
+            out += '\n';
+            return 2;
+        case 's':
+            out += ' ';
+            return 2;
+        case 'x':
+            if (text.size() < 4 || !isxdigit(static_cast<unsigned char>(text[2])) ||
+                !isxdigit(static_cast<unsigned char>(text[3])))
+                break;
+            out += static_cast<char>(value(text[2]) << 4 | value(text[3]));
+            return 4;
+        default:
+            break;
     }
-    return out;
+    out += '\\';
+    return 1;
+}
+
+std::string unescape_line(std::string_view line) {
+    std::string out;
+    while (true) {
+        // Most lines have no escape, and a case with a full list has many long lines.
+        const size_t plain = std::min(line.find('\\'), line.size());
+        out += line.substr(0, plain);
+        line.remove_prefix(plain);
+        if (line.empty()) return out;
+        line.remove_prefix(append_unescaped(out, line));
+    }
 }
