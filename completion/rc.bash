@@ -170,16 +170,21 @@ declare -gA _rc_values=(
 
 # Verbs by program; options by program, and by program and verb.
 declare -gA _rc_verbs=(
-    ['nvram']='get set unset show commit load default export import diff check describe keys'
+    ['nvram']='get set unset show commit load default export import diff previous apply try confirm undo trial check describe keys'
     ['rcplan']='run diff sinks report packet check'
 )
 declare -gA _rc_options=(
     ['nvram']='--root --help --version'
+    ['nvram apply']='--dry-run --force --json --commit'
     ['nvram check']='--json'
     ['nvram commit']='--check'
-    ['nvram diff']='--show-secrets'
+    ['nvram diff']='--json --show-secrets'
     ['nvram import']='--check --replace'
-    ['nvram show']='--show-secrets'
+    ['nvram load']='--previous'
+    ['nvram previous']='--json --show-secrets'
+    ['nvram show']='--json --show-secrets'
+    ['nvram trial']='--json'
+    ['nvram try']='--dry-run --force --json --seconds --probe'
     ['rcplan']='--help --version'
     ['rcplan check']='--help --update --whole'
     ['rcplan diff']='--help --world --json --show-secrets --color'
@@ -192,6 +197,7 @@ declare -gA _rc_options=(
 # The kinds of words after a verb, or after an option that takes a word.
 declare -gA _rc_kinds=(
     ['nvram --root']='folder'
+    ['nvram apply']='file'
     ['nvram check']='place'
     ['nvram describe']='key'
     ['nvram diff']='place'
@@ -201,6 +207,9 @@ declare -gA _rc_kinds=(
     ['nvram keys']='key'
     ['nvram set']='assignment'
     ['nvram show']='key'
+    ['nvram try']='file'
+    ['nvram try --probe']=''
+    ['nvram try --seconds']=''
     ['nvram unset']='key'
     ['rcplan check']='file'
     ['rcplan diff']='file file action'
@@ -240,7 +249,7 @@ declare -gA _rc_kinds=(
     ['rcplan sinks --case']='file'
     ['rcplan sinks --set']='assignment'
     ['rcplan sinks --settings']='file'
-    ['rcplan sinks --table']='words sinks uses'
+    ['rcplan sinks --table']='words sinks uses restarts'
     ['rcplan sinks --world']='file'
 )
 
@@ -290,7 +299,7 @@ _rc_of_kind() {
     folder) compopt -o dirnames 2> /dev/null ;;
     file) compopt -o default 2> /dev/null ;;
     place)
-        _rc_offer "$2" '@working @factory @flash'
+        _rc_offer "$2" '@working @factory @flash @previous'
         compopt -o default 2> /dev/null
         ;;
     esac

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Regenerates the generated files: from every action and every case, the tables of sinks and uses of settings; from the
-# table of settings, the reference, man page, schema and completion.
+# Regenerates the generated files: from every action and every case, the tables of sinks, uses and restarts; from the table
+# of settings, the reference, man page, schema and completion.
 #   renew.sh [BUILD_DIR]
 set -eu
 cd "$(dirname "$0")/.."
@@ -24,10 +24,14 @@ put() {
 }
 
 build rcplan
-for table in sinks uses; do
+while read -r table file; do
     "$build/bin/rcplan" sinks --table "$table" --settings lab/root/etc/default --case tests/cases/*/*.case > "$new"
-    put "src/settings/$table.inc"
-done
+    put "$file"
+done << 'END'
+sinks src/settings/sinks.inc
+uses src/settings/uses.inc
+restarts src/nvram/restarts.inc
+END
 
 build rc_reference
 while read -r page file; do

@@ -31,8 +31,9 @@ char *nvram_zel_safe_get(const char *key);
 int nvram_zel_set(const char *key, const char *value);
 
 /* Writes the working copy to flash. 0, or -1 with errno set and the previous settings still in flash. ENODATA: the
- * working copy has no settings; EBADMSG: it has a line that cannot be read. If only the last sync of flash's folder
- * fails (usually EIO), flash has the new settings, but a power cut may bring back the previous ones. */
+ * working copy has no settings; EBADMSG: it has a line that cannot be read; EBUSY: a change is on trial (nvram try), and
+ * only its confirmation writes flash. If only the last sync of flash's folder fails (usually EIO), flash has the new
+ * settings, but a power cut may bring back the previous ones. */
 int nvram_zel_commit(void);
 
 /* The value of one key in the image file at path, or NULL. The text belongs to the library, as for nvram_zel_get. */

@@ -230,6 +230,29 @@ std::optional<std::string> Store::flash_image() {
     return std::nullopt;
 }
 
+std::optional<std::string> Store::previous_image() {
+    Newest newest;
+    if (!newest_generation(newest)) return std::nullopt;
+    const std::string path = slot_path(newest.slot == 'a' ? 'b' : 'a');
+    std::string text;
+    if (newest.number != 0 && read_file(path, header_limit + image_limit, text)) {
+        const Generation generation = decode(text);
+        if (generation.number != 0) return std::string(generation.image);
+        errno = EBADMSG;
+    } else if (newest.number == 0) {
+        errno = ENOENT;
+    }
+    fail(path);
+    return std::nullopt;
+}
+
+bool Store::load_previous() {
+    Held held;
+    if (!lock(held)) return false;
+    std::optional<std::string> image = previous_image();
+    return image && put_working(Image(std::move(*image)).entries());
+}
+
 bool Store::put_generation(char slot, std::string_view text) {
     const std::string path = slot_path(slot);
     remove_leftovers_of(path);
@@ -264,10 +287,28 @@ bool Store::commit_locked(const Judge* judge) {
     return io::sync_folder(parent.c_str()) || fail(parent);
 }
 
+// False while a change is on trial: a power cut must bring back the settings from before it.
+bool Store::no_trial() {
+    io::Identity trial;
+    failed_path_ = places_.working;
+    failed_path_ += trial_ending;
+    if (!io::identify(failed_path_.c_str(), trial)) {
+        if (errno == ENOENT) return true;
+        if (errno != EOVERFLOW) return false;
+    }
+    errno = EBUSY;
+    return false;
+}
+
 bool Store::commit(const Judge* judge) {
     // Under the lock, so that the later of two commits stores the newer settings.
     Held held;
-    return lock(held) && commit_locked(judge);
+    return lock(held) && no_trial() && commit_locked(judge);
+}
+
+bool Store::confirm() {
+    Held held;
+    return lock(held) && commit_locked(nullptr);
 }
 
 bool Store::load_factory() {
@@ -286,7 +327,7 @@ bool Store::load() {
 
 bool Store::restore_factory(bool* kept_flash) {
     Held held;
-    if (!lock(held)) return false;
+    if (!lock(held) || !no_trial()) return false;
     if (!held.working) {
         // Flash that cannot be read just now may hold the user's settings too.
         Newest newest;

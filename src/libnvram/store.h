@@ -45,9 +45,12 @@ class Store {
     bool replace(const std::vector<Entry>& entries, const Judge* judge = nullptr);
 
     // Writes the working copy over the older generation. ENODATA: it has no settings; EBADMSG: it
-    // has bad_lines(); ECANCELED: refused. If only the last sync fails, the new settings are
-    // in_flash().
+    // has bad_lines(); ECANCELED: refused; EBUSY: a change is on trial (Places::trial). If only the
+    // last sync fails, the new settings are in_flash().
     bool commit(const Judge* judge = nullptr);
+
+    // The same for the change that is on trial.
+    bool confirm();
 
     // Makes the working copy from the newest undamaged generation, or from the factory settings if
     // flash was never written. EBADMSG: all generations are damaged. A generation that cannot be
@@ -56,11 +59,18 @@ class Store {
 
     // Makes the working copy from the factory settings and commits it. If only the commit fails,
     // the new working copy stays. A missing working copy means that a load has failed: then flash
-    // is kept, unless all its generations are damaged or it was never written.
+    // is kept, unless all its generations are damaged or it was never written. EBUSY: a change is
+    // on trial.
     bool restore_factory(bool* kept_flash = nullptr);
 
     // The image in the newest undamaged generation; nullopt with errno set, errors as of load().
     std::optional<std::string> flash_image();
+
+    // The image in the generation before it. ENOENT: there is none; EBADMSG: it is damaged.
+    std::optional<std::string> previous_image();
+
+    // Makes the working copy from that.
+    bool load_previous();
 
     const Places& places() const { return places_; }
     const std::string& failed_path() const { return failed_path_; }
@@ -98,6 +108,7 @@ class Store {
     bool load_factory();
     std::string slot_path(char slot) const;
     bool newest_generation(Newest& newest);
+    bool no_trial();
     bool put_generation(char slot, std::string_view text);
     void forget();
     bool fail(const std::string& path);

@@ -4,6 +4,7 @@
 
 #include "check/check.h"
 #include "libnvram/printable.h"
+#include "nvram/json.h"
 #include "nvram/verbs.h"
 
 namespace nvram {
@@ -12,34 +13,6 @@ static constexpr const char* level_names[] = {"note", "warning", "error"};
 
 static const char* name_of(Level level) {
     return level_names[static_cast<std::size_t>(level)];
-}
-
-static void append_unit(std::string& out, std::uint32_t unit) {
-    char escape[12];
-    std::snprintf(escape, sizeof escape, "\\u%04x", unit);
-    out += escape;
-}
-
-// A byte that is not valid UTF-8 is written as an image escapes it: \xff. A character that could
-// control a terminal is written as JSON escapes it, beyond U+FFFF as a pair of surrogates.
-static void append_json(std::string& out, std::string_view text) {
-    out += '"';
-    while (!text.empty()) {
-        const Character character = first_character(text);
-        if (character.length == 0) {
-            out += '\\';
-            append_escaped_byte(out, text[0]);
-        } else if (!is_printable(character.code)) {
-            const bool pair = character.code > 0xffff;
-            if (pair) append_unit(out, 0xd7c0 + (character.code >> 10));
-            append_unit(out, pair ? 0xdc00 + (character.code & 0x3ff) : character.code);
-        } else {
-            if (text[0] == '"' || text[0] == '\\') out += '\\';
-            out += text.substr(0, character.length);
-        }
-        text.remove_prefix(character.length == 0 ? 1 : character.length);
-    }
-    out += '"';
 }
 
 static void print_json(const Finding& finding) {
@@ -51,11 +24,9 @@ static void print_json(const Finding& finding) {
         {"key", finding.key},         {"level", name_of(finding.level)}, {"value", finding.value},
         {"problem", finding.problem}, {"effect", finding.effect},        {"fix", finding.fix},
     };
-    std::string line;
+    std::string line = "{";
     for (const Member& member : members) {
-        line += line.empty() ? "{" : ",";
-        append_json(line, member.name);
-        line += ':';
+        append_json_name(line, member.name);
         append_json(line, member.text);
     }
     line += '}';

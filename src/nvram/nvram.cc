@@ -2,6 +2,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "libnvram/printable.h"
@@ -15,25 +16,36 @@ constexpr const char* usage =
     "  get KEY                      print a value; status 1 if it is not set\n"
     "  set KEY=VALUE...             change the working copy\n"
     "  unset KEY...                 remove from the working copy\n"
-    "  show [--show-secrets] [PREFIX]   print the settings, passwords as ********\n"
+    "  show [--json] [--show-secrets] [PREFIX]   print the settings, passwords as ********\n"
 #if RC_NVRAM_TABLE
     "  commit [--check]             write the working copy to flash; --check: unless it has errors\n"
 #else
     "  commit                       write the working copy to flash\n"
 #endif
-    "  load                         fill the working copy from flash\n"
+    "  load [--previous]            fill the working copy from flash; --previous: from the generation before\n"
     "  default                      reset the working copy and flash to the factory settings\n"
     "  export FILE|-                write all settings, including passwords, to a file\n"
     "  import [--replace] FILE|-    read settings from a file; --replace removes all others\n"
 #if RC_NVRAM_TABLE
     "  import --check ...           the same, unless the settings would have errors\n"
 #endif
-    "  diff [--show-secrets] A B    compare files, @working, @factory or @flash; status 1 if they differ\n"
+    "  diff [--json] [--show-secrets] A B   compare files, @working, @factory, @flash or @previous, the\n"
+    "                               generation before; status 1 if they differ\n"
 #if RC_NVRAM_TABLE
     "  check [--json] [FILE|-]      report what is wrong with the settings, or with those in a file or @...;\n"
     "                               status 1 if there is an error or a warning\n"
     "  describe KEY                 explain a setting\n"
     "  keys [PREFIX]                list the settings that rc knows, with a line of help\n"
+#endif
+    "  previous [--json] [--show-secrets]   what the last commit changed; status 1 if anything\n"
+#if RC_NVRAM_TABLE
+    "  apply [--commit] [FILE|-]    change settings and run the rc actions that they need\n"
+    "  try [--seconds N] [--probe COMMAND]... [FILE|-]\n"
+    "                               the same; undone after N seconds (120) unless it is confirmed\n"
+    "  apply and try take --dry-run, --force and --json too\n"
+    "  confirm TOKEN                keep the change on trial, and write it to flash\n"
+    "  undo                         undo the change on trial\n"
+    "  trial [--json]               what is on trial; status 1 if nothing is\n"
 #endif
     "  --help, --version\n"
     "Exit status: 0 done, 1 no, 2 usage error or failure.\n";
@@ -58,15 +70,40 @@ constexpr std::array verbs = {
     Verb{.name = "export", .fewest_words = 1, .most_words = 1, .run = nvram::export_verb},
     Verb{.name = "import", .fewest_words = 1, .most_words = 1, .run = nvram::import_verb},
     Verb{.name = "diff", .fewest_words = 2, .most_words = 2, .run = nvram::diff_verb},
+    Verb{.name = "previous", .fewest_words = 0, .most_words = 0, .run = nvram::previous_verb},
 #if RC_NVRAM_TABLE
+    Verb{.name = "apply", .fewest_words = 0, .most_words = 1, .run = nvram::apply_verb},
+    Verb{.name = "try", .fewest_words = 0, .most_words = 1, .run = nvram::try_verb},
+    Verb{.name = "confirm", .fewest_words = 1, .most_words = 1, .run = nvram::confirm_verb},
+    Verb{.name = "undo", .fewest_words = 0, .most_words = 0, .run = nvram::undo_verb},
+    Verb{.name = "trial", .fewest_words = 0, .most_words = 0, .run = nvram::trial_verb},
     Verb{.name = "check", .fewest_words = 0, .most_words = 1, .run = nvram::check_verb},
     Verb{.name = "describe", .fewest_words = 1, .most_words = 1, .run = nvram::describe_verb},
     Verb{.name = "keys", .fewest_words = 0, .most_words = 1, .run = nvram::keys_verb},
 #endif
 };
 
-// The verbs that need the table of all settings.
-constexpr std::array<std::string_view, 3> table_verbs = {"check", "describe", "keys"};
+struct Option {
+    std::string_view name;
+    bool nvram::Call::*given;
+    // Between spaces.
+    std::string_view verbs;
+};
+
+constexpr std::array options = {
+    Option{"--show-secrets", &nvram::Call::show_secrets, " show diff previous "},
+    Option{"--replace", &nvram::Call::replace, " import "},
+    Option{"--json", &nvram::Call::json, " check show diff previous apply try trial "},
+    Option{"--check", &nvram::Call::check, " import commit "},
+    Option{"--previous", &nvram::Call::previous, " load "},
+    Option{"--dry-run", &nvram::Call::dry_run, " apply try "},
+    Option{"--force", &nvram::Call::force, " apply try "},
+    Option{"--commit", &nvram::Call::commit, " apply "},
+};
+
+// The verbs that need the table of all settings, or the one of what restarts.
+constexpr std::string_view table_verbs[] = {"check", "describe", "keys", "apply",
+                                            "try",   "confirm",  "undo", "trial"};
 
 int usage_error(const char* word, const char* problem) {
     std::fprintf(stderr, "nvram: %s: %s (try 'nvram --help')\n", nvram::printable(word).c_str(),
@@ -81,25 +118,42 @@ int finish(int status) {
     return nvram::status_error;
 }
 
-int run_verb(std::string_view root, const nvram::Call& call) {
+// At least the time to confirm; at most a day.
+bool read_seconds(const char* word, unsigned& seconds) {
+    char* end = nullptr;
+    const unsigned long number = std::strtoul(word, &end, 10);
+    if (*word < '0' || *word > '9' || *end != '\0' || number < 10 || number > 86400) return false;
+    seconds = static_cast<unsigned>(number);
+    return true;
+}
+
+bool give_option(nvram::Call& call, std::string_view word) {
+    for (const Option& option : options) {
+        if (option.name != word) continue;
+        call.*option.given = true;
+        return true;
+    }
+    return false;
+}
+
+int run_verb(const nvram::Call& call) {
     for (const Verb& verb : verbs) {
         if (verb.name != call.verb) continue;
         if (call.words.size() < verb.fewest_words)
             return usage_error(call.verb, "missing argument");
         if (call.words.size() > verb.most_words)
             return usage_error(call.verb, "too many arguments");
-        if (call.show_secrets && verb.run != nvram::show_verb && verb.run != nvram::diff_verb)
-            return usage_error(call.verb, "does not take --show-secrets");
-        if (call.json && verb.name != "check")
-            return usage_error(call.verb, "does not take --json");
-        if (call.replace && verb.run != nvram::import_verb)
-            return usage_error(call.verb, "does not take --replace");
-        if (call.check && verb.run != nvram::import_verb && verb.run != nvram::commit_verb)
-            return usage_error(call.verb, "does not take --check");
+        const std::string word = " " + std::string(verb.name) + " ";
+        for (const Option& option : options)
+            if (call.*option.given && option.verbs.find(word) == std::string_view::npos)
+                return usage_error(call.verb,
+                                   ("does not take " + std::string(option.name)).c_str());
+        if (call.timed && verb.name != "try")
+            return usage_error(call.verb, "does not take --seconds or --probe");
         if (call.check && !RC_NVRAM_TABLE)
             return usage_error("--check", "not included in this build");
         nvram::report_lock_wait(call.verb, 60);
-        nvram::Store store(nvram::places_below(root));
+        nvram::Store store(nvram::places_below(call.root));
         return finish(verb.run(store, call));
     }
     for (const std::string_view name : table_verbs)
@@ -114,7 +168,6 @@ int main(int argc, char** argv) {
     open_standard_descriptors();
     std::span<char* const> words(argv, static_cast<std::size_t>(argc));
     nvram::Call call;
-    std::string_view root;
     const char* verb = nullptr;
     for (words = words.subspan(words.empty() ? 0 : 1); !words.empty(); words = words.subspan(1)) {
         const std::string_view word = words[0];
@@ -134,16 +187,16 @@ int main(int argc, char** argv) {
         } else if (word == "--root") {
             if (words.size() < 2) return usage_error(words[0], "missing directory");
             words = words.subspan(1);
-            root = words[0];
-        } else if (word == "--show-secrets") {
-            call.show_secrets = true;
-        } else if (word == "--replace") {
-            call.replace = true;
-        } else if (word == "--json") {
-            call.json = true;
-        } else if (word == "--check") {
-            call.check = true;
-        } else {
+            call.root = words[0];
+        } else if (word == "--seconds" || word == "--probe") {
+            if (words.size() < 2) return usage_error(words[0], "missing argument");
+            words = words.subspan(1);
+            call.timed = true;
+            if (word == "--probe")
+                call.probes.push_back(words[0]);
+            else if (!read_seconds(words[0], call.seconds))
+                return usage_error(words[0], "not a number of seconds from 10 to 86400");
+        } else if (!give_option(call, word)) {
             return usage_error(words[0], "unknown option");
         }
     }
@@ -153,5 +206,5 @@ int main(int argc, char** argv) {
     }
     call.verb = verb;
     call.words = words;
-    return run_verb(root, call);
+    return run_verb(call);
 }

@@ -5,6 +5,7 @@
 
 #include "libnvram/printable.h"
 #include "libnvram/secret.h"
+#include "nvram/json.h"
 #include "nvram/verbs.h"
 
 namespace nvram {
@@ -39,6 +40,9 @@ int store_error(const Store& store, const Call& call) {
     } else if (reason == EIO && store.failed_path().starts_with(store.places().flash + ".")) {
         std::fprintf(stderr, "%s: %s; try again; if it stays so, remove the file\n", path,
                      std::strerror(reason));
+    } else if (reason == EBUSY) {
+        std::fputs("a change is on trial; first 'nvram confirm TOKEN' or 'nvram undo'\n", stderr);
+        return status_no;
     } else if (store.in_flash()) {
         std::fprintf(stderr,
                      "%s: %s; the new settings are in flash, but a power cut may bring back the "
@@ -59,12 +63,16 @@ int store_error(const Store& store, const Call& call) {
     return status_error;
 }
 
+bool is_hidden(const Entry& entry) {
+    return !entry.value.empty() && is_secret(entry.key);
+}
+
 void print_entry(const char* prefix, const Entry& entry, bool show_secrets) {
     std::string line = prefix;
     line += entry.key;
     line += '=';
-    if (!show_secrets && !entry.value.empty() && is_secret(entry.key)) {
-        line += "********";
+    if (!show_secrets && is_hidden(entry)) {
+        line += hidden_value;
     } else {
         append_escaped(line, entry.value);
     }
@@ -124,11 +132,19 @@ int show_verb(Store& store, const Call& call) {
     if (image == nullptr) return store_error(store, call);
     const std::string_view prefix = call.words.empty() ? "" : call.words[0];
     bool any = prefix.empty();
+    std::string object = "{";
     for (const Entry& entry : image->entries()) {
         if (!entry.key.starts_with(prefix)) continue;
-        print_entry("", entry, call.show_secrets);
+        if (call.json) {
+            append_json_name(object, entry.key);
+            append_json(object,
+                        call.show_secrets || !is_hidden(entry) ? entry.value : hidden_value);
+        } else {
+            print_entry("", entry, call.show_secrets);
+        }
         any = true;
     }
+    if (call.json) std::puts((object + "}").c_str());
     return any ? status_done : status_no;
 }
 
@@ -155,7 +171,8 @@ int commit_verb(Store& store, const Call& call) {
 }
 
 int load_verb(Store& store, const Call& call) {
-    return store.load() ? status_done : store_error(store, call);
+    const bool done = call.previous ? store.load_previous() : store.load();
+    return done ? status_done : store_error(store, call);
 }
 
 int default_verb(Store& store, const Call& call) {

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "libnvram/generation.h"
+#include "nvram/json.h"
 #include "nvram/verbs.h"
 
 namespace nvram {
@@ -85,18 +86,23 @@ static void remove_editor_marks(std::string& text) {
     text.resize(out);
 }
 
-int import_verb(Store& store, const Call& call) {
-    const char* const path = call.words[0];
+bool read_settings_file(const Call& call, const char* path, Image& image) {
     std::string text;
-    if (!read_named(path, image_limit, text)) return file_error(call, path);
-    remove_editor_marks(text);
-
-    std::vector<BadLine> bad_lines;
-    const Image image(std::move(text), &bad_lines);
-    if (!report(call, path, bad_lines)) {
-        std::fprintf(stderr, "nvram: import: %s: no setting was changed\n", path);
-        return status_error;
+    if (!read_named(path, image_limit, text)) {
+        file_error(call, path);
+        return false;
     }
+    remove_editor_marks(text);
+    std::vector<BadLine> bad_lines;
+    image = Image(std::move(text), &bad_lines);
+    if (report(call, path, bad_lines)) return true;
+    std::fprintf(stderr, "nvram: %s: %s: no setting was changed\n", call.verb, path);
+    return false;
+}
+
+int import_verb(Store& store, const Call& call) {
+    Image image;
+    if (!read_settings_file(call, call.words[0], image)) return status_error;
     const CallsJudge judge(call);
     const bool done = call.replace ? store.replace(image.entries(), judge.get())
                                    : store.change(image.entries(), judge.get());
@@ -105,8 +111,9 @@ int import_verb(Store& store, const Call& call) {
 
 bool read_image_text(Store& store, const Call& call, std::string_view name, std::string& text) {
     std::string path(name);
-    if (name == "@flash") {
-        std::optional<std::string> image = store.flash_image();
+    if (name == "@flash" || name == "@previous") {
+        std::optional<std::string> image =
+            name == "@flash" ? store.flash_image() : store.previous_image();
         if (!image) {
             store_error(store, call);
             return false;
@@ -131,7 +138,26 @@ bool read_image_text(Store& store, const Call& call, std::string_view name, std:
     return true;
 }
 
-static bool print_difference(const Image& old_image, const Image& new_image, bool show_secrets) {
+static void append_json_value(std::string& line, const char* name, const Entry* entry,
+                              bool show_secrets) {
+    append_json_name(line, name);
+    if (entry == nullptr)
+        line += "null";
+    else
+        append_json(line, show_secrets || !is_hidden(*entry) ? entry->value : hidden_value);
+}
+
+// A change as JSON: an object on a line.
+static void print_json(const Entry* left, const Entry* right, bool show_secrets) {
+    std::string line = "{";
+    append_json_name(line, "key");
+    append_json(line, left != nullptr ? left->key : right->key);
+    append_json_value(line, "old", left, show_secrets);
+    append_json_value(line, "new", right, show_secrets);
+    std::puts((line + "}").c_str());
+}
+
+static bool print_difference(const Image& old_image, const Image& new_image, const Call& call) {
     auto left = old_image.entries().begin();
     auto right = new_image.entries().begin();
     const auto left_end = old_image.entries().end();
@@ -141,8 +167,13 @@ static bool print_difference(const Image& old_image, const Image& new_image, boo
         const bool take_left = right == right_end || (left != left_end && left->key <= right->key);
         const bool take_right = left == left_end || (right != right_end && right->key <= left->key);
         if (!take_left || !take_right || left->value != right->value) {
-            if (take_left) print_entry("- ", *left, show_secrets);
-            if (take_right) print_entry("+ ", *right, show_secrets);
+            if (call.json) {
+                print_json(take_left ? &*left : nullptr, take_right ? &*right : nullptr,
+                           call.show_secrets);
+            } else {
+                if (take_left) print_entry("- ", *left, call.show_secrets);
+                if (take_right) print_entry("+ ", *right, call.show_secrets);
+            }
             differ = true;
         }
         if (take_left) ++left;
@@ -151,24 +182,32 @@ static bool print_difference(const Image& old_image, const Image& new_image, boo
     return differ;
 }
 
+static int compare(Store& store, const Call& call, const char* old_name, const char* new_name) {
+    std::string old_text;
+    std::string new_text;
+    if (!read_image_text(store, call, old_name, old_text)) return status_error;
+    if (!read_image_text(store, call, new_name, new_text)) return status_error;
+
+    std::vector<BadLine> old_bad;
+    std::vector<BadLine> new_bad;
+    const bool differ = print_difference(Image(std::move(old_text), &old_bad),
+                                         Image(std::move(new_text), &new_bad), call);
+    const bool old_good = report(call, old_name, old_bad);
+    const bool new_good = report(call, new_name, new_bad);
+    if (!old_good || !new_good) return status_error;
+    return differ ? status_no : status_done;
+}
+
 int diff_verb(Store& store, const Call& call) {
     if (std::string_view(call.words[0]) == "-" && std::string_view(call.words[1]) == "-") {
         std::fputs("nvram: diff: standard input can be only one of the two\n", stderr);
         return status_error;
     }
-    std::string old_text;
-    std::string new_text;
-    if (!read_image_text(store, call, call.words[0], old_text)) return status_error;
-    if (!read_image_text(store, call, call.words[1], new_text)) return status_error;
+    return compare(store, call, call.words[0], call.words[1]);
+}
 
-    std::vector<BadLine> old_bad;
-    std::vector<BadLine> new_bad;
-    const bool differ = print_difference(Image(std::move(old_text), &old_bad),
-                                         Image(std::move(new_text), &new_bad), call.show_secrets);
-    const bool old_good = report(call, call.words[0], old_bad);
-    const bool new_good = report(call, call.words[1], new_bad);
-    if (!old_good || !new_good) return status_error;
-    return differ ? status_no : status_done;
+int previous_verb(Store& store, const Call& call) {
+    return compare(store, call, "@previous", "@flash");
 }
 
 }  // namespace nvram

@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "libnvram/store.h"
 
@@ -17,11 +18,21 @@ inline constexpr int status_error = 2;
 // One call of the command.
 struct Call {
     const char* verb = "";
+    std::string_view
+        root;  // the folder that stands for the router's /; empty for the router itself
     std::span<char* const> words;  // the words after the verb and its options
     bool show_secrets = false;
     bool replace = false;
     bool json = false;
     bool check = false;
+    bool previous = false;
+    bool dry_run = false;
+    bool force = false;
+    bool commit = false;
+    // --seconds or --probe was given.
+    bool timed = false;
+    unsigned seconds = 120;
+    std::vector<const char*> probes = {};
 };
 
 // Each returns the command's exit status; before status_error it prints the reason on standard
@@ -36,6 +47,12 @@ int default_verb(Store& store, const Call& call);
 int export_verb(Store& store, const Call& call);
 int import_verb(Store& store, const Call& call);
 int diff_verb(Store& store, const Call& call);
+int previous_verb(Store& store, const Call& call);
+int apply_verb(Store& store, const Call& call);
+int try_verb(Store& store, const Call& call);
+int confirm_verb(Store& store, const Call& call);
+int undo_verb(Store& store, const Call& call);
+int trial_verb(Store& store, const Call& call);
 int check_verb(Store& store, const Call& call);
 int describe_verb(Store& store, const Call& call);
 int keys_verb(Store& store, const Call& call);
@@ -67,9 +84,17 @@ class CallsJudge {
 // exit status.
 int stored(bool done, const Store& store, const Call& call, const CallsJudge& judge);
 
+// Reads settings that a user wrote, from a file or standard input as "-". False after a message for
+// each line that is none, or with the reason.
+bool read_settings_file(const Call& call, const char* path, Image& image);
+
 // Reads a file, standard input as "-", or one of the store's own images by its name. False after a
 // message with the reason.
 bool read_image_text(Store& store, const Call& call, std::string_view name, std::string& text);
+
+// What stands for a secret's value, and whether it stands for this one.
+inline constexpr std::string_view hidden_value = "********";
+bool is_hidden(const Entry& entry);
 
 // Prints one key=value line after a prefix such as "+ "; a secret's value as asterisks unless
 // show_secrets.

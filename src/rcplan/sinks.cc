@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iostream>
 #include <iterator>
+#include <map>
 #include <set>
 
 #include "plan/router/actions.h"
@@ -93,19 +94,37 @@ void print_sink_table(const std::vector<FoundSink>& sinks) {
                                      literal(sink.field), literal(sink.when));
 }
 
-void print_use_table(const SinkSearch& search) {
-    std::cout << fmt::format(renewed, "sinks --table uses");
+// The actions that use each setting, by key, as in nvram::Use.
+std::map<std::string, std::string> actions_by_key(const SinkSearch& search) {
     // Only the table's actions count: groups run them under their names, and cases call rc with
     // words that are no action.
     std::set<std::string> names;
     for (const std::vector<std::string>& words : all_actions()) names.insert(words[1]);
+    std::map<std::string, std::string> found;
     for (const auto& [key, callers] : search.uses()) {
         // rc composes some keys from numbers in other settings.
         if (!nvram::find_known(key)) continue;
         std::vector<std::string> actions;
         std::ranges::set_intersection(callers, names, std::back_inserter(actions));
-        std::cout << fmt::format("{{{}, \"{}\"}},\n", literal(key), fmt::join(actions, " "));
+        found[key] = fmt::format("{}", fmt::join(actions, " "));
     }
+    return found;
+}
+
+void print_use_table(const SinkSearch& search) {
+    std::cout << fmt::format(renewed, "sinks --table uses");
+    for (const auto& [key, actions] : actions_by_key(search))
+        std::cout << fmt::format("{{{}, \"{}\"}},\n", literal(key), actions);
+}
+
+// The same the other way round, which is smaller.
+void print_restart_table(const SinkSearch& search) {
+    std::cout << fmt::format(renewed, "sinks --table restarts");
+    std::map<std::string, std::vector<std::string>> keys_by_actions;
+    for (const auto& [key, actions] : actions_by_key(search))
+        keys_by_actions[actions].push_back(key);
+    for (const auto& [actions, keys] : keys_by_actions)
+        std::cout << fmt::format("{{\"{}\",\n \"{}\"}},\n", actions, fmt::join(keys, " "));
 }
 
 // A router and a call of rc.
@@ -154,6 +173,10 @@ int sinks_verb(const SinksOptions& options) {
     for (const Play& play : plays) search.play_plain(play.router, play.words);
     if (options.table == "uses") {
         print_use_table(search);
+        return status_done;
+    }
+    if (options.table == "restarts") {
+        print_restart_table(search);
         return status_done;
     }
     for (const Play& play : plays) search.play_marked(play.router, play.words);

@@ -51,7 +51,7 @@ _rc_of_kind() {
     folder) compopt -o dirnames 2> /dev/null ;;
     file) compopt -o default 2> /dev/null ;;
     place)
-        _rc_offer "$2" '@working @factory @flash'
+        _rc_offer "$2" '@working @factory @flash @previous'
         compopt -o default 2> /dev/null
         ;;
     esac

@@ -7,8 +7,8 @@
 
 // The kind of a word of a command line, as the completion's functions name it: "" for any word,
 // "key", "assignment" (KEY=VALUE), "file", "folder", "place" (of settings: a file, @working,
-// @factory or @flash), "action" (of rc, with all following words), or the words of a choice after
-// "words ".
+// @factory, @flash or @previous), "action" (of rc, with all following words), or the words of a
+// choice after "words ".
 using WordKind = std::string;
 
 struct Option {

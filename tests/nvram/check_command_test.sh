@@ -59,7 +59,7 @@ expect 'flash' 0 "$notes" '' router check @flash
 
 expect 'no such file' 2 '' 'nvram: check: /no/such: No such file or directory' "$nvram" check /no/such
 expect 'too many words' 2 '' "nvram: check: too many arguments (try 'nvram --help')" "$nvram" check a b
-expect 'a strange option' 2 '' "nvram: show: does not take --json (try 'nvram --help')" "$nvram" show --json
+expect 'a strange option' 2 '' "nvram: set: does not take --json (try 'nvram --help')" "$nvram" set --json a=1
 
 router set http_password=my-own-secret wifi_wep_on=3 'wifi_psk2_pwd=a good phrase'
 expect 'clean' 0 '0 findings' '' router check
@@ -240,7 +240,7 @@ expect 'full output' 2 '' 'nvram: standard output: No space left on device' \
     on_a_full_disk check "$factory"
 
 # Built without the table.
-for verb in check describe keys; do
+for verb in check describe keys apply try confirm undo trial; do
     expect "without the table: $verb" 2 '' "nvram: $verb: not included in this build (try 'nvram --help')" "$without" $verb
     "$without" --help | grep -q "^  $verb" && fail "--help names $verb in a build without it"
     "$nvram" --help | grep -q "^  $verb" || fail "--help does not name $verb"

@@ -313,8 +313,8 @@ TEST(Store, TakesNoSlotForDamagedThatCannotBeRead) {
             EXPECT_EQ(working(), "(none)");
 
             simulated.state.place("/tmp/nvram", "a=new\n");
-            // The same after the working copy's open and read.
-            simulated.fail_at = simulated.operations + call + 2;
+            // The same after the look for a trial, and the working copy's open and read.
+            simulated.fail_at = simulated.operations + call + 3;
             EXPECT_FALSE(store.commit());
             EXPECT_EQ(errno, reason);
             EXPECT_EQ(store.failed_path(), slot);
@@ -385,6 +385,54 @@ TEST(Store, ReadsAnImageAtEachCallWhoseTimesAreBeyondTheClock) {
     EXPECT_EQ(simulated.reads, reads + 1);
 }
 
+// A change on trial is in flash only when it is confirmed.
+TEST(Store, WhileAChangeIsOnTrialOnlyItsConfirmationWritesFlash) {
+    SimulatedDisk& simulated = SimulatedDisk::reset();
+    simulated.state.place("/etc/default", "a=factory\n");
+    simulated.state.place("/flash/nvram.a", generation(1, "a=1\n"));
+    simulated.state.place("/tmp/nvram", "a=tried\n");
+    simulated.state.place("/tmp/nvram.trial", "token=x\n");
+    nvram::Store store(places);
+    EXPECT_FALSE(store.commit());
+    EXPECT_EQ(errno, EBUSY);
+    EXPECT_EQ(store.failed_path(), "/tmp/nvram.trial");
+    EXPECT_FALSE(store.restore_factory());
+    EXPECT_EQ(errno, EBUSY);
+    EXPECT_EQ(working(), "a=tried\n");
+    EXPECT_EQ(store.flash_image(), "a=1\n");
+
+    // If it cannot be told, nothing is written either.
+    simulated.fail_at = simulated.operations + 3;
+    simulated.fail_with = EIO;
+    EXPECT_FALSE(store.commit());
+    EXPECT_EQ(errno, EIO);
+    EXPECT_EQ(store.flash_image(), "a=1\n");
+
+    EXPECT_TRUE(store.confirm());
+    EXPECT_EQ(store.flash_image(), "a=tried\n");
+    EXPECT_EQ(store.previous_image(), "a=1\n");
+}
+
+TEST(Store, ThePreviousGenerationIsTheOneBeforeTheNewest) {
+    SimulatedDisk& simulated = SimulatedDisk::reset();
+    nvram::Store store(places);
+    EXPECT_EQ(store.previous_image(), std::nullopt);
+    EXPECT_EQ(errno, ENOENT);
+    simulated.state.place("/flash/nvram.b", generation(7, "a=7\n"));
+    EXPECT_EQ(store.previous_image(), std::nullopt);
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(store.failed_path(), "/flash/nvram.a");
+    simulated.state.place("/flash/nvram.a", generation(8, "a=8\n"));
+    EXPECT_EQ(store.previous_image(), "a=7\n");
+    EXPECT_TRUE(store.load_previous());
+    EXPECT_EQ(working(), "a=7\n");
+    simulated.state.place("/flash/nvram.b", "damaged");
+    EXPECT_FALSE(store.load_previous());
+    EXPECT_EQ(errno, EBADMSG);
+    EXPECT_EQ(store.failed_path(), "/flash/nvram.b");
+    EXPECT_EQ(working(), "a=7\n");
+}
+
 // Without a working copy a load has failed, and the user's settings may well be in flash.
 TEST(Store, AFailedLoadIsNoFactoryReset) {
     const std::string whole = generation(1, "a=1\n");
@@ -394,12 +442,12 @@ TEST(Store, AFailedLoadIsNoFactoryReset) {
         int fail_at;       // 0: no call fails
         bool kept;
     };
-    // Both locks, open a, read a, open b, read b.
+    // Both locks, the look for a trial, open a, read a, open b, read b.
     const Row rows[] = {
         {whole, "-", 0, true},        {"-", whole, 0, true},     {whole, damaged, 0, true},
-        {damaged, whole, 0, true},    {damaged, whole, 3, true}, {damaged, damaged, 6, true},
+        {damaged, whole, 0, true},    {damaged, whole, 4, true}, {damaged, damaged, 7, true},
         {damaged, damaged, 0, false}, {damaged, "-", 0, false},  {"-", "-", 0, false},
-        {"-", damaged, 0, false},     {"-", "-", 3, true},
+        {"-", damaged, 0, false},     {"-", "-", 4, true},
     };
     for (const Row& row : rows) {
         SimulatedDisk& simulated = SimulatedDisk::reset();
@@ -621,9 +669,9 @@ TEST(Store, LeavesEverythingAsItWasWhenACallFails) {
     start.place("/flash/nvram.b", generation(2, "a=2\n"));
     // Both locks, open and read the working copy; create, write, rename.
     fail_each_call(start, 7, [](nvram::Store& store) { return store.change({{"a", "new"}}); });
-    // Both locks, open and read the working copy and both generations; create, write, sync, rename,
-    // sync the folder.
-    fail_each_call(start, 13, [](nvram::Store& store) { return store.commit(); });
+    // Both locks, the look for a trial; open and read the working copy and both generations;
+    // create, write, sync, rename, sync the folder.
+    fail_each_call(start, 14, [](nvram::Store& store) { return store.commit(); });
     // Both locks; create, write, rename.
     fail_each_call(start, 5, [](nvram::Store& store) { return store.replace({{"a", "new"}}); });
     // Both locks; open and read both generations; create, write, rename.
@@ -650,13 +698,13 @@ TEST(Store, NamesTheCallThatFailsAtTheFirstCommit) {
         EXPECT_EQ(reason, EIO) << call;
         failed.push_back(store.failed_path());
     }
-    // Both locks, open, read; open both slots; create in a folder that is not there, make it;
-    // create, write, sync, rename; sync the folder and the one that it is in.
-    EXPECT_EQ(failed,
-              (std::vector<std::string>{"/tmp/nvram.lock", "/tmp/nvram", "/tmp/nvram", "/tmp/nvram",
-                                        "/flash/nvram.a", "/flash/nvram.b", "/flash/nvram.a",
-                                        "/flash/nvram.a", "/flash/nvram.a", "/flash/nvram.a",
-                                        "/flash/nvram.a", "/flash/nvram.a", "/flash", "/"}));
+    // Both locks, the look for a trial, open, read; open both slots; create in a folder that is not
+    // there, make it; create, write, sync, rename; sync the folder and the one that it is in.
+    EXPECT_EQ(failed, (std::vector<std::string>{
+                          "/tmp/nvram.lock", "/tmp/nvram", "/tmp/nvram.trial", "/tmp/nvram",
+                          "/tmp/nvram", "/flash/nvram.a", "/flash/nvram.b", "/flash/nvram.a",
+                          "/flash/nvram.a", "/flash/nvram.a", "/flash/nvram.a", "/flash/nvram.a",
+                          "/flash/nvram.a", "/flash", "/"}));
 }
 
 // Each call of a restoration that fails leaves the old working copy or the factory's.
@@ -679,13 +727,14 @@ TEST(Store, ARestorationThatFailsIsToldSo) {
         }
         if (!succeeded) failed.push_back(store.failed_path());
     }
-    // Both locks; open and read the factory's; create, write, rename;
+    // Both locks, the look for a trial; open and read the factory's; create, write, rename;
     // then as a commit.
     EXPECT_EQ(failed, (std::vector<std::string>{
-                          "/tmp/nvram.lock", "/tmp/nvram", "/etc/default", "/etc/default",
-                          "/tmp/nvram", "/tmp/nvram", "/tmp/nvram", "/tmp/nvram", "/tmp/nvram",
-                          "/flash/nvram.a", "/flash/nvram.a", "/flash/nvram.b", "/flash/nvram.b",
-                          "/flash/nvram.b", "/flash/nvram.b", "/flash/nvram.b", "/flash"}));
+                          "/tmp/nvram.lock", "/tmp/nvram", "/tmp/nvram.trial", "/etc/default",
+                          "/etc/default", "/tmp/nvram", "/tmp/nvram", "/tmp/nvram", "/tmp/nvram",
+                          "/tmp/nvram", "/flash/nvram.a", "/flash/nvram.a", "/flash/nvram.b",
+                          "/flash/nvram.b", "/flash/nvram.b", "/flash/nvram.b", "/flash/nvram.b",
+                          "/flash"}));
 }
 
 }  // namespace

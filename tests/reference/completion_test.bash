@@ -75,7 +75,7 @@ expect 'rc dhcpd start ' ''
 expect 'rc dhcpd start x' ''
 
 # nvram: verbs, options, keys.
-expect 'nvram ' 'get set unset show commit load default export import diff check describe keys'
+expect 'nvram ' 'get set unset show commit load default export import diff previous apply try confirm undo trial check describe keys'
 expect 'nvram d' 'default diff describe'
 expect 'nvram --' '--root --help --version'
 expect 'nvram get wan_mo' 'wan_mode'
@@ -84,11 +84,11 @@ expect 'nvram unset lan_ip' 'lan_ipaddr'
 expect 'nvram describe http_t' 'http_timeout'
 expect 'nvram keys http_t' 'http_timeout'
 expect 'nvram show http_t' 'http_timeout'
-expect 'nvram show --' '--root --help --version --show-secrets'
+expect 'nvram show --' '--root --help --version --json --show-secrets'
 expect 'nvram show --show-secrets http_t' 'http_timeout'
 expect 'nvram import --r' '--root --replace'
 expect 'nvram check --j' '--json'
-expect 'nvram diff @' '@working @factory @flash' default
+expect 'nvram diff @' '@working @factory @flash @previous' default
 expect 'nvram diff @factory @f' '@factory @flash' default
 expect 'nvram diff my' '' default
 expect 'nvram export ' '' default
