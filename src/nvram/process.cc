@@ -145,7 +145,7 @@ std::optional<int> Worker::detach() {
         if (count < 0) break;
         for (ssize_t i = 0; i < count; ++i) {
             if (ended)
-                status = text[i];
+                status = static_cast<unsigned char>(text[i]);
             else if (text[i] == '\0')
                 ended = true;
             else

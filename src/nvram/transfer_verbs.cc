@@ -148,10 +148,11 @@ static void append_json_value(std::string& line, const char* name, const Entry* 
 }
 
 // A change as JSON: an object on a line.
-static void print_json(const Entry* left, const Entry* right, bool show_secrets) {
+static void print_json(std::string_view key, const Entry* left, const Entry* right,
+                       bool show_secrets) {
     std::string line = "{";
     append_json_name(line, "key");
-    append_json(line, left != nullptr ? left->key : right->key);
+    append_json(line, key);
     append_json_value(line, "old", left, show_secrets);
     append_json_value(line, "new", right, show_secrets);
     std::puts((line + "}").c_str());
@@ -168,8 +169,8 @@ static bool print_difference(const Image& old_image, const Image& new_image, con
         const bool take_right = left == left_end || (right != right_end && right->key <= left->key);
         if (!take_left || !take_right || left->value != right->value) {
             if (call.json) {
-                print_json(take_left ? &*left : nullptr, take_right ? &*right : nullptr,
-                           call.show_secrets);
+                print_json(take_left ? left->key : right->key, take_left ? &*left : nullptr,
+                           take_right ? &*right : nullptr, call.show_secrets);
             } else {
                 if (take_left) print_entry("- ", *left, call.show_secrets);
                 if (take_right) print_entry("+ ", *right, call.show_secrets);
