@@ -66,7 +66,8 @@ class Store {
     // The image in the newest undamaged generation; nullopt with errno set, errors as of load().
     std::optional<std::string> flash_image();
 
-    // The image in the generation before it. ENOENT: there is none; EBADMSG: it is damaged.
+    // The image in the generation before the newest one. nullopt with errno set: ENOENT if there is
+    // no such generation, EBADMSG if it is damaged.
     std::optional<std::string> previous_image();
 
     // Makes the working copy from that.

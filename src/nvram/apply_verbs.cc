@@ -112,6 +112,17 @@ void print_boot_keys(const Call& call, const Change& change) {
         put_line("takes effect at the next boot: " + change.boot_keys);
 }
 
+// Reads and judges the wanted settings. The exit status if nothing is to be changed, after the plan
+// or the reason is printed.
+std::optional<int> settle(Store& store, const Call& call, Wanted& wanted) {
+    if (!read_wanted(store, call, wanted)) return status_error;
+    if (!accept(call, wanted)) return status_no;
+    if (!call.dry_run && !wanted.change.entries.empty()) return std::nullopt;
+    print_plan(call, wanted.change);
+    print_boot_keys(call, wanted.change);
+    return status_done;
+}
+
 using Probes = std::vector<std::string>;
 
 // The programs in the folder, by name, and the command's own, each a line for the shell.
@@ -238,14 +249,8 @@ int prepare(Store& store, const Call& call, const std::string& rc, int& status) 
 
 int apply_verb(Store& store, const Call& call) {
     Wanted wanted;
-    if (!read_wanted(store, call, wanted)) return status_error;
+    if (const std::optional<int> status = settle(store, call, wanted)) return *status;
     const Change& change = wanted.change;
-    if (!accept(call, wanted)) return status_no;
-    if (call.dry_run || change.entries.empty()) {
-        print_plan(call, change);
-        print_boot_keys(call, change);
-        return status_done;
-    }
     Worker worker(call.root);
     int status = status_error;
     if (prepare(store, call, worker.rc(), status) < 0) return status;
@@ -257,14 +262,8 @@ int apply_verb(Store& store, const Call& call) {
 
 int try_verb(Store& store, const Call& call) {
     Wanted wanted;
-    if (!read_wanted(store, call, wanted)) return status_error;
+    if (const std::optional<int> status = settle(store, call, wanted)) return *status;
     const Change& change = wanted.change;
-    if (!accept(call, wanted)) return status_no;
-    if (call.dry_run || change.entries.empty()) {
-        print_plan(call, change);
-        print_boot_keys(call, change);
-        return status_done;
-    }
     Worker worker(call.root);
     int status = status_error;
     const int lock = prepare(store, call, worker.rc(), status);
@@ -283,7 +282,11 @@ int try_verb(Store& store, const Call& call) {
         put_line("token: " + trial.token);
     }
     print_boot_keys(call, change);
-    if (const std::optional<int> result = worker.detach()) return *result;
+    if (const std::optional<int> result = worker.detach()) {
+        // Without a worker nothing was changed, and nobody would end the trial.
+        if (!worker.began()) end_trial(store, "not begun");
+        return *result;
+    }
     try_in_worker(store, call, change, trial, lock, probes, worker);
 }
 

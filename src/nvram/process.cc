@@ -121,6 +121,8 @@ std::optional<int> Worker::detach() {
     const pid_t worker = ::fork();
     if (worker < 0) {
         std::perror("nvram: fork");
+        ::close(ends[0]);
+        ::close(ends[1]);
         return status_error;
     }
     if (worker == 0) {
@@ -135,6 +137,7 @@ std::optional<int> Worker::detach() {
         pipe_ = ends[1];
         return std::nullopt;
     }
+    began_ = true;
     ::close(ends[1]);
     // The status is the byte after a zero byte; a worker that was killed says none.
     int status = status_error;

@@ -34,9 +34,12 @@ class Worker {
     // The path of rc.
     const std::string& rc() const { return rc_; }
 
-    // Forks. In the caller: prints what the worker says until it is released, and returns the
-    // status. In the worker, and in the caller if it cannot fork (-1): nullopt.
+    // Forks. In the worker: nullopt. In the caller: prints what the worker says until it is
+    // released, and returns the status; status_error after a message if it cannot fork.
     std::optional<int> detach();
+
+    // In the caller, after detach(): whether there was a worker.
+    bool began() const { return began_; }
 
     // One line for the caller's standard output; lost if nobody reads.
     void say(std::string_view line) const;
@@ -49,6 +52,7 @@ class Worker {
   private:
     std::string rc_;
     int pipe_ = -1;
+    bool began_ = false;
 };
 
 }  // namespace nvram

@@ -68,7 +68,7 @@ void run_half(Applications applications, Half half, const Worker& worker) {
 // The trial's settings as they were before it.
 bool old_entries(Store& store, const Image& facts, Image& before, std::vector<Entry>& entries) {
     if (!read_facts(store, before_path(store), before)) return false;
-    std::string_view keys = *facts.get("keys");
+    std::string_view keys = facts.get("keys").value_or("");
     while (!keys.empty()) {
         const std::string_view key = keys.substr(0, keys.find(' '));
         keys.remove_prefix(std::min(keys.size(), key.size() + 1));

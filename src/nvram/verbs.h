@@ -85,7 +85,7 @@ class CallsJudge {
 int stored(bool done, const Store& store, const Call& call, const CallsJudge& judge);
 
 // Reads settings that a user wrote, from a file or standard input as "-". False after a message for
-// each line that is none, or with the reason.
+// each line that is not KEY=VALUE, or one that says why the file cannot be read.
 bool read_settings_file(const Call& call, const char* path, Image& image);
 
 // Reads a file, standard input as "-", or one of the store's own images by its name. False after a

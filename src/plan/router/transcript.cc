@@ -160,8 +160,8 @@ std::string escape_line(std::string_view line) {
     return out;
 }
 
-// Appends what the escape at the text's beginning, a backslash, stands for. Returns its length; 1
-// if it is none.
+// The text begins with a backslash. Appends what this escape stands for and returns its length; if
+// it is no known escape, appends the backslash and returns 1.
 static size_t append_unescaped(std::string& out, std::string_view text) {
     const auto value = [](char digit) {
         return hex_digits.find(static_cast<char>(tolower(static_cast<unsigned char>(digit))));
