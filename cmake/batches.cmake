@@ -31,3 +31,11 @@ endfunction()
 function(compile_alone)
     set_source_files_properties(${ARGN} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 endfunction()
+
+# compile_fast(): without optimisation if there are sanitizers, for the sources of this folder. Those that only print take
+# longer to compile than to run.
+macro(compile_fast)
+    if(RC_SANITIZE)
+        add_compile_options(-O0)
+    endif()
+endmacro()

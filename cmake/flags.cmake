@@ -8,14 +8,6 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     add_compile_options(-Wduplicated-cond -Wlogical-op -Wuseless-cast)
 endif()
 
-# Four of the analyzer's checks only work for C: it takes returned objects as uninitialised, does not see that a
-# unique_ptr frees its object, and does not know that our operator new never returns null.
-option(RC_ANALYZER "gcc's static analyzer" OFF)
-if(RC_ANALYZER)
-    add_compile_options(-Os -fanalyzer -Wno-analyzer-use-of-uninitialized-value -Wno-analyzer-malloc-leak
-        -Wno-analyzer-possible-null-argument -Wno-analyzer-possible-null-dereference)
-endif()
-
 option(RC_FUZZ "libFuzzer targets; with clang" OFF)
 if(RC_FUZZ)
     # Coverage in all objects, so that the fuzzer sees the code that an input reaches. Compared values would take a

@@ -1,5 +1,6 @@
 #!/bin/sh
-# Static analysis of our code: clang-tidy (the preset's warnings are errors), gcc's analyzer, and cppcheck.
+# Static analysis of our code: clang-tidy (the preset's warnings are errors) with clang's analyzer, and cppcheck.
+# gcc's analyzer is made for C: half of its checks are wrong about C++, and the others found nothing here.
 set -eu
 cd "$(dirname "$0")/.."
 
@@ -39,18 +40,6 @@ for planted in batch:modernize-use-nullptr null:clang-analyzer-core.NullDerefere
         exit 1
     }
 done
-
-cmake --preset analyzer > /dev/null
-cmake --build --preset analyzer -j "$(nproc)"
-# Check that the analyzer works: it must report a double free.
-flags=$(sed -n 's/.*"command": "[^"]*\( -fanalyzer[^"]*\) -o .*/\1/p' build/analyzer/compile_commands.json | sed -n 1p)
-# shellcheck disable=SC2086 # these are words
-echo 'extern "C" void free(void*); void twice(void* text) { free(text); free(text); }' |
-    LC_ALL=C g++ $flags -x c++ -c -o /dev/null - 2>&1 | grep -q analyzer-double-free || {
-    echo "gcc's analyzer does not report a double free; its options: ${flags:-none}"
-    exit 1
-}
-echo "gcc's analyzer: clean"
 
 cppcheck --quiet --error-exitcode=1 --inline-suppr --std=c++20 --language=c++ -j "$(nproc)" -I src \
     --enable=warning,performance,portability --suppressions-list=tools/cppcheck.txt src
