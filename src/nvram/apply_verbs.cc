@@ -44,11 +44,13 @@ void put_line(const std::string& line) {
     std::puts(line.c_str());
 }
 
-// The wanted settings and what they change. Both images live as long as the change.
+// The wanted settings, what they change, and what check says of the result. Both images live as
+// long as the change.
 struct Wanted {
     Image working;
     Image image;
     Change change;
+    Verdict verdict;
 };
 
 bool read_wanted(Store& store, const Call& call, Wanted& wanted) {
@@ -61,19 +63,10 @@ bool read_wanted(Store& store, const Call& call, Wanted& wanted) {
     }
     wanted.working = Image(working->text());
     wanted.change = change_to(wanted.working, wanted.image.entries());
-    return true;
-}
-
-// False after the errors that refuse the change.
-bool accept(const Call& call, const Wanted& wanted) {
-    if (call.force) return true;
-    Image all(wanted.working.text());
+    Image all(working->text());
     for (const Entry& entry : wanted.change.entries) all.apply(entry);
-    std::string errors;
-    if (accept_without_errors(Image(all.text()), &errors)) return true;
-    if (!call.json) std::fputs(errors.c_str(), stdout);
-    refuse(call, "the settings have errors (--force applies them)");
-    return false;
+    wanted.verdict = verdict_on(Image(all.text()));
+    return true;
 }
 
 void append_json_actions(std::string& line, const Change& change) {
@@ -87,39 +80,50 @@ void append_json_actions(std::string& line, const Change& change) {
     line += ']';
 }
 
-// {"changed":[...],"actions":["wlan stop",...],"at_boot":[...]
-std::string json_of(const Change& change) {
+// {"changed":[...],"actions":["wlan stop",...],"at_boot":[...],"pauses":4,"findings":[...]
+std::string json_of(const Wanted& wanted) {
+    const Change& change = wanted.change;
     std::string line = "{";
     append_json_name(line, "changed");
     append_json_words(line, change.keys);
     append_json_actions(line, change);
     append_json_name(line, "at_boot");
     append_json_words(line, change.boot_keys);
-    return line;
+    append_json_name(line, "pauses");
+    line += std::to_string(pauses_of(change.applications));
+    append_json_name(line, "findings");
+    return line + wanted.verdict.findings;
 }
 
-void print_plan(const Call& call, const Change& change) {
-    if (call.json) return put_line(json_of(change) + "}");
+void print_plan(const Change& change) {
     put_line("changes: " + change.keys);
     for (const Half half : {Half::Stop, Half::Start})
         for (const char* const name : names_of(change.applications, half))
             put_line(std::string("would run: rc ") + name +
                      (half == Half::Stop ? " stop" : " start"));
+    if (const unsigned pauses = pauses_of(change.applications); pauses > 0)
+        put_line("takes at least " + std::to_string(pauses) + " s");
 }
 
-void print_boot_keys(const Call& call, const Change& change) {
-    if (!call.json && !change.boot_keys.empty())
-        put_line("takes effect at the next boot: " + change.boot_keys);
+void print_boot_keys(const Change& change) {
+    if (!change.boot_keys.empty()) put_line("takes effect at the next boot: " + change.boot_keys);
 }
 
 // Reads and judges the wanted settings. The exit status if nothing is to be changed, after the plan
 // or the reason is printed.
 std::optional<int> settle(Store& store, const Call& call, Wanted& wanted) {
     if (!read_wanted(store, call, wanted)) return status_error;
-    if (!accept(call, wanted)) return status_no;
-    if (!call.dry_run && !wanted.change.entries.empty()) return std::nullopt;
-    print_plan(call, wanted.change);
-    print_boot_keys(call, wanted.change);
+    const bool refused = !call.force && !wanted.verdict.errors.empty();
+    if (!refused && !call.dry_run && !wanted.change.entries.empty()) return std::nullopt;
+    if (call.json) {
+        put_line(json_of(wanted) + "}");
+    } else if (refused) {
+        std::fputs(wanted.verdict.errors.c_str(), stdout);
+    } else {
+        print_plan(wanted.change);
+        print_boot_keys(wanted.change);
+    }
+    if (refused) return refuse(call, "the settings have errors (--force applies them)");
     return status_done;
 }
 
@@ -207,16 +211,14 @@ int prepare(Store& store, const Call& call, const std::string& rc, int& status) 
         worker.say(std::string("applied, but not in flash: ") + std::strerror(errno));
         leave(worker, status_error);
     }
-    if (!call.json)
-        worker.say(call.commit ? "applied, and written to flash"
-                               : "applied; 'nvram commit' writes it to flash");
+    worker.say(call.commit ? "applied, and written to flash"
+                           : "applied; 'nvram commit' writes it to flash");
     leave(worker, status_done);
 }
 
 // In the worker of try.
-[[noreturn]] void try_in_worker(Store& store, const Call& call, const Change& change,
-                                const Trial& trial, int lock, const Probes& probes,
-                                Worker& worker) {
+[[noreturn]] void try_in_worker(Store& store, const Change& change, const Trial& trial, int lock,
+                                const Probes& probes, Worker& worker) {
     const int guard = lock_file(store.places().trial().c_str(), true);
     const auto undone = [&](const std::string& reason) {
         const bool restored = undo_trial(store, worker, reason);
@@ -233,9 +235,8 @@ int prepare(Store& store, const Call& call, const std::string& rc, int& status) 
         if (!probe.empty() && still && still->token == trial.token) {
             undone("a probe fails: " + printable(probe));
         } else {
-            if (!call.json)
-                worker.say("on trial for " + std::to_string(trial.seconds) + " s; 'nvram confirm " +
-                           trial.token + "' keeps it");
+            worker.say("on trial for " + std::to_string(trial.seconds) + " s; 'nvram confirm " +
+                       trial.token + "' keeps it");
             worker.release(status_done);
         }
         unlock_file(again);
@@ -251,11 +252,13 @@ int apply_verb(Store& store, const Call& call) {
     Wanted wanted;
     if (const std::optional<int> status = settle(store, call, wanted)) return *status;
     const Change& change = wanted.change;
-    Worker worker(call.root);
+    Worker worker(call.root, call.json);
     int status = status_error;
     if (prepare(store, call, worker.rc(), status) < 0) return status;
-    if (call.json) put_line(json_of(change) + "}");
-    print_boot_keys(call, change);
+    if (call.json)
+        put_line(json_of(wanted) + "}");
+    else
+        print_boot_keys(change);
     if (const std::optional<int> result = worker.detach()) return *result;
     apply_in_worker(store, call, change, worker);
 }
@@ -264,7 +267,7 @@ int try_verb(Store& store, const Call& call) {
     Wanted wanted;
     if (const std::optional<int> status = settle(store, call, wanted)) return *status;
     const Change& change = wanted.change;
-    Worker worker(call.root);
+    Worker worker(call.root, call.json);
     int status = status_error;
     const int lock = prepare(store, call, worker.rc(), status);
     if (lock < 0) return status;
@@ -273,21 +276,21 @@ int try_verb(Store& store, const Call& call) {
     if (!begin_trial(store, change, call.seconds, trial)) return fail(call, store.places().trial());
     // Before the change, which may end the connection that this is read through.
     if (call.json) {
-        std::string line = json_of(change);
+        std::string line = json_of(wanted);
         append_json_name(line, "token");
         append_json(line, trial.token);
         append_json_name(line, "seconds");
         put_line(line + std::to_string(trial.seconds) + "}");
     } else {
         put_line("token: " + trial.token);
+        print_boot_keys(change);
     }
-    print_boot_keys(call, change);
     if (const std::optional<int> result = worker.detach()) {
         // Without a worker nothing was changed, and nobody would end the trial.
         if (!worker.began()) end_trial(store, "not begun");
         return *result;
     }
-    try_in_worker(store, call, change, trial, lock, probes, worker);
+    try_in_worker(store, change, trial, lock, probes, worker);
 }
 
 }  // namespace nvram

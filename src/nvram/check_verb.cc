@@ -15,7 +15,7 @@ static const char* name_of(Level level) {
     return level_names[static_cast<std::size_t>(level)];
 }
 
-static void print_json(const Finding& finding) {
+static void append_json(std::string& line, const Finding& finding) {
     struct Member {
         const char* name;
         std::string_view text;
@@ -24,13 +24,12 @@ static void print_json(const Finding& finding) {
         {"key", finding.key},         {"level", name_of(finding.level)}, {"value", finding.value},
         {"problem", finding.problem}, {"effect", finding.effect},        {"fix", finding.fix},
     };
-    std::string line = "{";
+    line += '{';
     for (const Member& member : members) {
         append_json_name(line, member.name);
         append_json(line, member.text);
     }
     line += '}';
-    std::puts(line.c_str());
 }
 
 static void append_line(std::string& out, std::string_view start, std::string_view text) {
@@ -57,12 +56,23 @@ static std::string findings_text(const std::vector<Finding>& findings) {
     return text;
 }
 
+Verdict verdict_on(const Image& settings) {
+    Verdict verdict;
+    std::vector<Finding> findings = check_settings(settings);
+    verdict.findings += '[';
+    for (const Finding& finding : findings) {
+        if (verdict.findings.back() != '[') verdict.findings += ',';
+        append_json(verdict.findings, finding);
+    }
+    verdict.findings += ']';
+    std::erase_if(findings, [](const Finding& finding) { return finding.level != Level::Error; });
+    if (!findings.empty()) verdict.errors = findings_text(findings);
+    return verdict;
+}
+
 bool accept_without_errors(const Image& image, void* text) {
-    std::vector<Finding> errors = check_settings(image);
-    std::erase_if(errors, [](const Finding& finding) { return finding.level != Level::Error; });
-    if (errors.empty()) return true;
-    *static_cast<std::string*>(text) = findings_text(errors);
-    return false;
+    *static_cast<std::string*>(text) = verdict_on(image).errors;
+    return static_cast<std::string*>(text)->empty();
 }
 
 int check_verb(Store& store, const Call& call) {
@@ -72,7 +82,11 @@ int check_verb(Store& store, const Call& call) {
     const std::vector<Finding> findings = check_image(std::move(text));
     bool clean = true;
     for (const Finding& finding : findings) {
-        if (call.json) print_json(finding);
+        if (call.json) {
+            std::string line;
+            append_json(line, finding);
+            std::puts(line.c_str());
+        }
         if (finding.level != Level::Note) clean = false;
     }
     if (!call.json) std::fputs(findings_text(findings).c_str(), stdout);

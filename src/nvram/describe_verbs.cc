@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "libnvram/printable.h"
+#include "nvram/json.h"
 #include "nvram/verbs.h"
 #include "settings/forms.h"
 #include "settings/sinks.h"
@@ -108,9 +109,59 @@ static int unknown_setting(const Call& call, const char* key) {
     return status_no;
 }
 
+static void append_member(std::string& line, std::string_view name, std::string_view text) {
+    append_json_name(line, name);
+    append_json(line, text);
+}
+
+static void append_flag(std::string& line, std::string_view name, bool on) {
+    append_json_name(line, name);
+    line += on ? "true" : "false";
+}
+
+static void append_json_fields(std::string& line, const Record& record) {
+    append_member(line, "shape", record.shape);
+    append_member(line, "between", {&record.between, record.between == '\0' ? 0U : 1U});
+    append_json_name(line, "fields");
+    line += '[';
+    for (const Field& field : record.fields) {
+        line += line.back() == '[' ? "{" : ",{";
+        append_member(line, "name", field.name);
+        append_member(line, "form",
+                      form_text(limits_of(field)) + text_limit(field.form, field.high));
+        append_flag(line, "may_be_empty", field.may_be_empty);
+        append_member(line, "help", field.help);
+        line += '}';
+    }
+    line += ']';
+}
+
+static std::string json_of(const KnownSetting& known) {
+    std::string line = "{";
+    append_member(line, "key", known.key);
+    append_member(line, "help", known.help);
+    if (known.record != nullptr)
+        append_json_fields(line, *known.record);
+    else
+        append_member(line, "form",
+                      form_text(limits_of(known)) + text_limit(known.form, known.high));
+    append_flag(line, "may_be_empty", known.may_be_empty);
+    append_member(line, "when_empty", known.when_empty);
+    append_member(line, "when_absent", known.when_absent);
+    append_member(line, "factory", known.factory);
+    append_flag(line, "secret", known.secret);
+    append_json_name(line, "used_by");
+    append_json_words(line, actions_of(setting_uses(), known.key));
+    return line + "}";
+}
+
 int describe_verb(Store&, const Call& call) {
     const KnownSetting* const known = find_known(call.words[0]);
     if (known == nullptr) return unknown_setting(call, call.words[0]);
+    if (call.json) {
+        std::puts(json_of(*known).c_str());
+        return status_done;
+    }
     std::printf("%s: %s\n", known->key, known->help);
     print_form(*known);
     print_emptiness(*known);
@@ -122,6 +173,17 @@ int describe_verb(Store&, const Call& call) {
     return status_done;
 }
 
+static void print_key(const KnownSetting& known, std::size_t width, bool json) {
+    if (!json) {
+        std::printf("%-*s  %s\n", static_cast<int>(width), known.key, known.help);
+        return;
+    }
+    std::string line = "{";
+    append_member(line, "key", known.key);
+    append_member(line, "help", known.help);
+    std::puts((line + "}").c_str());
+}
+
 int keys_verb(Store&, const Call& call) {
     const std::string_view prefix = call.words.empty() ? "" : call.words[0];
     std::size_t width = 0;
@@ -131,8 +193,7 @@ int keys_verb(Store&, const Call& call) {
                 width = std::max(width, std::strlen(known.key));
     for (const SettingGroup& group : setting_groups())
         for (const KnownSetting& known : group.settings)
-            if (std::string_view(known.key).starts_with(prefix))
-                std::printf("%-*s  %s\n", static_cast<int>(width), known.key, known.help);
+            if (std::string_view(known.key).starts_with(prefix)) print_key(known, width, call.json);
     return width > 0 ? status_done : status_no;
 }
 

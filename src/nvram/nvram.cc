@@ -34,8 +34,8 @@ constexpr const char* usage =
 #if RC_NVRAM_TABLE
     "  check [--json] [FILE|-]      report what is wrong with the settings, or with those in a file or @...;\n"
     "                               status 1 if there is an error or a warning\n"
-    "  describe KEY                 explain a setting\n"
-    "  keys [PREFIX]                list the settings that rc knows, with a line of help\n"
+    "  describe [--json] KEY        explain a setting\n"
+    "  keys [--json] [PREFIX]       list the settings that rc knows, with a line of help\n"
 #endif
     "  previous [--json] [--show-secrets]   what the last commit changed; status 1 if anything\n"
 #if RC_NVRAM_TABLE
@@ -93,7 +93,8 @@ struct Option {
 constexpr std::array options = {
     Option{"--show-secrets", &nvram::Call::show_secrets, " show diff previous "},
     Option{"--replace", &nvram::Call::replace, " import "},
-    Option{"--json", &nvram::Call::json, " check show diff previous apply try trial "},
+    Option{"--json", &nvram::Call::json,
+           " check show diff previous apply try trial describe keys "},
     Option{"--check", &nvram::Call::check, " import commit "},
     Option{"--previous", &nvram::Call::previous, " load "},
     Option{"--dry-run", &nvram::Call::dry_run, " apply try "},

@@ -15,6 +15,7 @@
 #include <string>
 
 #include "libnvram/store_io.h"
+#include "nvram/json.h"
 #include "nvram/verbs.h"
 
 namespace nvram {
@@ -161,7 +162,15 @@ std::optional<int> Worker::detach() {
 }
 
 void Worker::say(std::string_view line) const {
-    const std::string text = std::string(line) + "\n";
+    std::string text;
+    if (json_) {
+        text += '{';
+        append_json_name(text, "message");
+        append_json(text, line);
+        text += "}\n";
+    } else {
+        text.append(line) += '\n';
+    }
     const ssize_t written = ::write(pipe_, text.data(), text.size());
     static_cast<void>(written);
 }

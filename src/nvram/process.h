@@ -29,7 +29,9 @@ void unlock_file(int file);
 // its own session, deaf to all signals but KILL, and not chosen when memory runs out.
 class Worker {
   public:
-    explicit Worker(std::string_view root) : rc_(std::string(root) + "/usr/sbin/rc") {}
+    // json: what it says are objects with a member "message".
+    Worker(std::string_view root, bool json)
+        : rc_(std::string(root) + "/usr/sbin/rc"), json_(json) {}
 
     // The path of rc.
     const std::string& rc() const { return rc_; }
@@ -51,6 +53,7 @@ class Worker {
 
   private:
     std::string rc_;
+    bool json_;
     int pipe_ = -1;
     bool began_ = false;
 };

@@ -8,14 +8,22 @@ namespace nvram {
 namespace {
 
 constexpr Application all_applications[] = {
-    {.name = "lan", .stops = false},      {.name = "printk", .stops = true},
-    {.name = "wlan", .stops = true},      {.name = "syslogd", .stops = true},
-    {.name = "httpd", .stops = true},     {.name = "dhcpd", .stops = true},
-    {.name = "ntp", .stops = true},       {.name = "route", .stops = true},
-    {.name = "ripd", .stops = true},      {.name = "upnp", .stops = true},
-    {.name = "wan", .stops = true},       {.name = "wan_basic", .stops = true},
-    {.name = "firewall", .stops = true},  {.name = "igmp", .stops = true},
-    {.name = "schedule", .stops = false}, {.name = "ddns", .stops = false},
+    {.name = "lan", .stops = false},
+    {.name = "printk", .stops = true},
+    {.name = "wlan", .stops = true, .pauses = 4},
+    {.name = "syslogd", .stops = true},
+    {.name = "httpd", .stops = true},
+    {.name = "dhcpd", .stops = true},
+    {.name = "ntp", .stops = true},
+    {.name = "route", .stops = true},
+    {.name = "ripd", .stops = true},
+    {.name = "upnp", .stops = true, .pauses = 3},
+    {.name = "wan", .stops = true, .pauses = 9},
+    {.name = "wan_basic", .stops = true},
+    {.name = "firewall", .stops = true, .pauses = 4},
+    {.name = "igmp", .stops = true, .pauses = 1},
+    {.name = "schedule", .stops = false},
+    {.name = "ddns", .stops = false},
 };
 
 constexpr Applications bit(std::string_view name) {
@@ -58,6 +66,13 @@ std::vector<const char*> names_of(Applications chosen, Half half) {
         if ((chosen >> i & 1) != 0 && (half == Half::Start || all_applications[i].stops))
             names.push_back(all_applications[i].name);
     return names;
+}
+
+unsigned pauses_of(Applications chosen) {
+    unsigned seconds = 0;
+    for (std::size_t i = 0; i < std::size(all_applications); ++i)
+        if ((chosen >> i & 1) != 0) seconds += all_applications[i].pauses;
+    return seconds;
 }
 
 Applications users_of(std::string_view key) {

@@ -19,6 +19,9 @@ struct Application {
     const char* name;
     // rc NAME stop does something.
     bool stops;
+    // The seconds that rc itself pauses in a stop and a start, with the factory settings and, on
+    // the Internet side, a fixed address.
+    unsigned pauses = 0;
 };
 
 // In the order in which rc starts them: the applications, the Internet side, its services.
@@ -28,6 +31,9 @@ enum class Half { Stop, Start };
 
 // The names of those that have this half, in the order of applications().
 std::vector<const char*> names_of(Applications chosen, Half half);
+
+// The pauses of all of them: bringing a change takes at least that many seconds.
+unsigned pauses_of(Applications chosen);
 
 // The applications that use a setting, and at_boot if the boot uses it.
 Applications users_of(std::string_view key);

@@ -61,7 +61,7 @@ int confirm_verb(Store& store, const Call& call) {
 
 int undo_verb(Store& store, const Call& call) {
     if (!current_trial(store)) return no_trial(store, call);
-    Worker worker(call.root);
+    Worker worker(call.root, false);
     if (const std::optional<int> result = worker.detach()) return *result;
     const int lock = lock_changes(store, true);
     // The guard may have been faster.

@@ -60,6 +60,14 @@ int keys_verb(Store& store, const Call& call);
 // Prints what the store could not do and, where there is a fix, the fix. Returns status_error.
 int store_error(const Store& store, const Call& call);
 
+// What check finds in settings: the errors as text, "" if there is none; and all findings as an
+// array of JSON objects, as check --json prints them.
+struct Verdict {
+    std::string errors;
+    std::string findings;
+};
+Verdict verdict_on(const Image& settings);
+
 // For commit and import --check: a Judge's function that refuses settings with errors. Puts the
 // errors as text into the std::string that is its context.
 bool accept_without_errors(const Image& image, void* text);

@@ -39,6 +39,22 @@ class Apply : public Nvram {
         return run(words + " " + (folder / "wanted"));
     }
 
+    // What check says of the settings with this one, as an array.
+    std::string findings_with(const std::string& setting) {
+        const std::string key = setting.substr(0, setting.find('='));
+        std::istringstream start(folder.read("start"));
+        std::string settings = setting + "\n";
+        for (std::string line; std::getline(start, line);)
+            if (!line.starts_with(key + "=")) settings += line + "\n";
+        folder.write("changed", settings);
+        std::string findings = run("check --json " + (folder / "changed")).output;
+        if (findings.empty()) return "[]";
+        findings.pop_back();
+        for (std::size_t end = 0; (end = findings.find('\n')) != std::string::npos;)
+            findings[end] = ',';
+        return "[" + findings + "]";
+    }
+
     std::string calls() const { return folder.read("calls"); }
 
     std::string token_in(const Result& result) const {
@@ -93,12 +109,32 @@ TEST_F(Apply, CommitsIfAsked) {
 TEST_F(Apply, DryRunChangesNothing) {
     EXPECT_EQ(with_settings("apply --dry-run", "wifi_ssid=new\nap_dns=192.168.1.9\n"),
               done("changes: ap_dns wifi_ssid\nwould run: rc wlan stop\nwould run: rc wlan start\n"
-                   "takes effect at the next boot: ap_dns\n"));
+                   "takes at least 4 s\ntakes effect at the next boot: ap_dns\n"));
     EXPECT_EQ(with_settings("apply --dry-run --json", "wifi_ssid=new\nap_dns=192.168.1.9\n"),
               done("{\"changed\":[\"ap_dns\",\"wifi_ssid\"],\"actions\":[\"wlan stop\",\"wlan "
-                   "start\"],\"at_boot\":[\"ap_dns\"]}\n"));
+                   "start\"],\"at_boot\":[\"ap_dns\"],\"pauses\":4,\"findings\":" +
+                   findings_with("ap_dns=192.168.1.9") + "}\n"));
     EXPECT_EQ(calls(), "(none)");
     EXPECT_EQ(changes(), "");
+}
+
+TEST_F(Apply, SpeaksInObjectsIfAsked) {
+    EXPECT_EQ(with_settings("apply --json", "wifi_ssid=new\n"),
+              done("{\"changed\":[\"wifi_ssid\"],\"actions\":[\"wlan stop\",\"wlan start\"],"
+                   "\"at_boot\":[],\"pauses\":4,\"findings\":" +
+                   findings_with("wifi_ssid=new") +
+                   "}\n"
+                   "{\"message\":\"rc wlan stop\"}\n{\"message\":\"rc wlan start\"}\n"
+                   "{\"message\":\"applied; 'nvram commit' writes it to flash\"}\n"));
+    // Refused or not, the findings are there.
+    for (const char* const verb : {"apply --json", "try --json", "apply --dry-run --json"}) {
+        const Result result = with_settings(verb, "lan_netmask=255.0.255.0\n");
+        EXPECT_EQ(result.status, 1) << verb;
+        const std::string findings = findings_with("lan_netmask=255.0.255.0");
+        EXPECT_NE(findings.find("\"level\":\"error\""), std::string::npos) << findings;
+        EXPECT_TRUE(result.output.ends_with(",\"findings\":" + findings + "}\n")) << result;
+    }
+    EXPECT_EQ(calls(), "wlan stop old\nwlan start new\n");
 }
 
 TEST_F(Apply, RefusesWhatItCannotDo) {

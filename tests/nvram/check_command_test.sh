@@ -226,6 +226,17 @@ expect 'describe what is not an empty text when it is not set' 0 \
     '  not set  the port is eth2.2; the firewall uses ether_wan_ifname' '' described wan_phy_ifname '/not set/p'
 expect 'describe what an action uses' 0 '  used by  rc route' '' described rt_static_route '/used by/p'
 expect 'describe what no action uses' 0 '' '' described ssid_apcli_wds '/used by/p'
+expect 'describe as an object' 0 '{"key":"lan_lease_time","help":"lease time, in days","form":"a number from 1 to 49710",'\
+'"may_be_empty":false,"when_empty":"leases last 0 s","when_absent":"","factory":"1","secret":false,"used_by":["dhcpd"]}' '' \
+    "$nvram" describe --json lan_lease_time
+expect 'describe a list as an object' 0 '{"key":"pcdb_list","help":"address reservations: the address that a host, identified'\
+' by its MAC address, always gets","shape":"host;address;mac","between":"\u0001","fields":[{"name":"host",'\
+'"form":"a text of at most 15 characters","may_be_empty":true,"help":"host name, for the lease list only"},'\
+'{"name":"address","form":"an IPv4 address such as 192.168.1.1","may_be_empty":false,"help":"its last number must be'\
+' within the pool; the first number is taken from lan_ipaddr"},{"name":"mac","form":"a MAC address such as'\
+' 00:11:22:33:44:55","may_be_empty":false,"help":""}],"may_be_empty":true,"when_empty":"no address is reserved",'\
+'"when_absent":"","factory":"","secret":false,"used_by":["dhcpd"]}' '' "$nvram" describe --json pcdb_list
+expect 'keys as objects' 0 '{"key":"lan_lease_time","help":"lease time, in days"}' '' "$nvram" keys --json lan_l
 expect 'describe nothing' 1 '' 'nvram: describe: nothing: unknown setting; '\''nvram keys'\'' lists all' "$nvram" describe nothing
 expect 'describe a slip' 1 '' 'nvram: describe: wan_mut: unknown setting (did you mean wan_mtu?)' \
     "$nvram" describe wan_mut

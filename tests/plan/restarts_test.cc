@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "nvram/restarts.h"
 #include "plan/diff/cover.h"
 #include "plan/diff/running.h"
 #include "plan/router/plan.h"
@@ -352,6 +353,21 @@ TEST(Cover, TheBestSetOfChoices) {
             << row.what;
         EXPECT_EQ(best_cover(row.wanted, row.choices, Prefer::FewestCommands), row.gentlest)
             << row.what;
+    }
+}
+
+// The pauses that nvram apply announces are those of rc.
+TEST(Restarts, PauseAsLongAsTheRoutersTableSays) {
+    const Settings settings = with({{"wan_mode", "ip"}, {"fix_ipaddr", "203.0.113.7"}});
+    const auto pauses = [&](const std::vector<std::string>& words) {
+        const World router = router_with(world_in_use(settings), settings, words);
+        return make_plan(router, words).after.transcript.totals().microseconds;
+    };
+    for (const nvram::Application& application : nvram::applications()) {
+        const std::string name = application.name;
+        EXPECT_EQ(application.pauses,
+                  (pauses({"rc", name, "stop"}) + pauses({"rc", name, "start"})) / 1'000'000)
+            << name;
     }
 }
 
