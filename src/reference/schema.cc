@@ -54,9 +54,37 @@ void add_pattern(ordered_json& property, const KnownSetting& setting) {
     property["pattern"] = "^(?:" + value_pattern(setting) + ")" + optional + "$(?!\\n)";
 }
 
-ordered_json property_of(const KnownSetting& setting) {
-    ordered_json property = {
-        {"type", "string"}, {"title", title_of(setting)}, {"description", description_of(setting)}};
+ordered_json array_of(std::vector<std::string_view> words, bool may_be_empty) {
+    if (may_be_empty) words.insert(words.begin(), "");
+    return words;
+}
+
+// Annotations for forms, which a validator ignores: the list of records with its separator, the
+// shape of one and its fields. "skip" characters come before the first record.
+ordered_json records_of(const nvram::Record& record) {
+    ordered_json fields = ordered_json::array();
+    for (const nvram::Field& field : record.fields) {
+        ordered_json shown = {{"name", field.name}, {"help", joined(in_words(field))}};
+        if (field.form == Form::Flag)
+            shown["enum"] = array_of({"0", "1"}, field.may_be_empty);
+        else if (field.form == Form::Choice)
+            shown["enum"] = array_of(split_words(field.choices), field.may_be_empty);
+        if (*field.help != '\0') shown["help"] = fmt::format("{} ({})", field.help, shown["help"]);
+        fields.push_back(shown);
+    }
+    return {{"between", record.between == '\0' ? "" : std::string(1, record.between)},
+            {"shape", record.shape},
+            {"skip", record.ignored_prefix},
+            {"fields", fields}};
+}
+
+ordered_json property_of(const KnownSetting& setting, const char* group) {
+    ordered_json property = {{"type", "string"},
+                             {"title", title_of(setting)},
+                             {"description", description_of(setting)},
+                             {"group", group}};
+    if (setting.record != nullptr) property["record"] = records_of(*setting.record);
+    if (setting.form == Form::Number) property["form"] = "number";
     if (setting.form == Form::Flag || setting.form == Form::Choice)
         add_words(property, setting);
     else
@@ -73,7 +101,7 @@ std::string settings_schema(const Reference& reference) {
     ordered_json properties = ordered_json::object();
     for (const nvram::SettingGroup& group : reference.groups)
         for (const KnownSetting& setting : group.settings)
-            properties[setting.key] = property_of(setting);
+            properties[setting.key] = property_of(setting, group.title);
 
     const ordered_json schema = {
         {"$schema", "https://json-schema.org/draft/2020-12/schema"},

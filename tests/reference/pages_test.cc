@@ -212,6 +212,7 @@ TEST(Schema, TextHasLengthLimits) {
         {"type", "string"},
         {"title", "What the house is called: on the door, and on letters"},
         {"description", "Text, at most 12 characters."},
+        {"group", "House"},
         {"minLength", 1},
         {"maxLength", 12},
         {"default", "Home"}};
@@ -243,6 +244,20 @@ TEST(Schema, DescribesTheFieldsOfRecords) {
         "Records separated by spaces; the first 3 are used; record format name\\x02protocol|port; "
         "name: text, at most 8 characters, or empty; protocol: one of tcp, udp; "
         "port: a number from 1 to 65535.");
+}
+
+// What a page needs to show a list as a table.
+TEST(Schema, TellsThePartsOfRecords) {
+    const nlohmann::json expected = {
+        {"between", " "},
+        {"shape", "name\x02protocol|port"},
+        {"skip", 0},
+        {"fields",
+         {{{"name", "name"}, {"help", "text, at most 8 characters, or empty"}},
+          {{"name", "protocol"}, {"help", "one of tcp, udp"}, {"enum", {"tcp", "udp"}}},
+          {{"name", "port"}, {"help", "a number from 1 to 65535"}}}}};
+    EXPECT_EQ(property("doors").at("record"), expected);
+    EXPECT_FALSE(property("mac").contains("record"));
 }
 
 TEST(Schema, SecretsAreWriteOnly) {
