@@ -13,7 +13,7 @@ import sys
 import tempfile
 import time
 
-from waits import PROGRAM_LIMIT
+from waits import HANG_LIMIT, PROGRAM_LIMIT
 
 LAB = os.path.dirname(os.path.abspath(__file__))
 ROUTER = os.path.join(LAB, "router")
@@ -231,6 +231,34 @@ def shell():
     nothing_left("the shell left", box, before)
 
 
+def page(how):
+    """The router's page, from outside the box."""
+    before = outside()
+    words = [ROUTER, "--build-dir", build, *how, "--browse", "--exec", "router", "echo $LAB_BOX; cat"]
+    with subprocess.Popen(words, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True) as run:
+        lines = []
+        while not any("password" in line for line in lines):
+            lines.append(run.stderr.readline())
+            if not lines[-1]:
+                check("the page's address", False, lines)
+                return
+        box = "LAB_BOX=" + run.stdout.readline().strip()
+        address = next(line.split()[-1] for line in lines if "settings.cgi" in line)
+        who = lines[-1].split()
+        login = f"{who[1].rstrip(',')}:{who[3]}"
+        get = ["curl", "-s", "-m", str(HANG_LIMIT), "-o", "/dev/null", "-w", "%{http_code} %{size_download}"]
+        check("only with the password", subprocess.run([*get, address], capture_output=True, text=True,
+                                                       check=False).stdout.split()[0] == "401")
+        for part in ("", "?show"):
+            seen = subprocess.run([*get, "-u", login, address + part], capture_output=True, text=True, check=False).stdout
+            check(f"settings.cgi{part} answers", seen.startswith("200 ") and int(seen.split()[1]) > 1000, seen)
+        run.stdin.close()
+        check("its status", run.wait(PROGRAM_LIMIT) == 0, run.returncode)
+    check("nobody listens any more", subprocess.run([*get, address], capture_output=True, text=True,
+                                                    check=False).stdout.split()[0] == "000")
+    nothing_left("--browse", box, before)
+
+
 def ended_early():
     """Ctrl-C during a command, and an end that cannot be caught."""
     before = outside()
@@ -252,5 +280,7 @@ with tempfile.TemporaryDirectory() as scratch:
     commands(["--mode", "ip"])
     commands(["--as-user", "--settings", image, "--force", "--mode", "dhcpc"])
 shell()
+page([])
+page(["--as-user"])
 ended_early()
 sys.exit(1 if failures else 0)

@@ -40,7 +40,9 @@ give_up_rights() {
         # The user may not read the folders above these files, so it gets a copy.
         copy=$(mktemp -d)
         mkdir -p "$copy/build/bin" "$copy/build/lib"
-        cp -R "$lab" "$copy/lab"
+        mkdir "$copy/docs"
+        cp -R "$lab" "$lab/../web" "$copy"
+        cp "$lab/../docs/settings.schema.json" "$copy/docs/"
         cp "$build/bin/rc" "$build/bin/nvram" "$copy/build/bin/"
         cp "$build/lib/libnvram.so" "$copy/build/lib/"
         if [ -e "$build/bin/rcplan" ]; then

@@ -91,8 +91,25 @@ END
     echo 'PS1="${LAB_HOST-lab}# "' > "$world/shell.rc"
 }
 
+# open_page: a socket outside the box leads to the router's web server, at the address that the router has at that moment.
+open_page() {
+    cat > "$world/bin/to_page" << END
+#!/bin/bash
+address=\$(ip -o -4 addr show dev br0 | sed -nE 's,.* inet ([^/]+)/.*,\\1,p' | head -n 1)
+exec socat - "TCP:\$address:80"
+END
+    chmod 755 "$world/bin/to_page"
+    in_net router socat "UNIX-LISTEN:$LAB_PAGE/socket,fork" "EXEC:$world/bin/to_page" 9>&- &
+    wait_until [ -S "$LAB_PAGE/socket" ]
+    printf "\nThe router's page: http://127.0.0.1:%s/settings.cgi\n" "$LAB_PAGE_PORT"
+    if [ "$(setting http_password)" ]; then
+        printf 'User %s, password %s\n' "$(setting http_username)" "$(setting http_password)"
+    fi
+}
+
 boot < /dev/null || exit 1
 make_enter
+[ -z "${LAB_PAGE-}" ] || open_page
 export PATH=$world/bin:$PATH
 exec 1>&3 3>&-
 

@@ -64,6 +64,7 @@ make_root() {
     mount -t tmpfs -o mode=755 router "$root"
     mkdir -p "$root"/{bin,dev,flash,host,lib,proc,sbin,sys,tmp,usr/bin,usr/lib,usr/sbin,var/run}
     cp -R "$lab/root/." "$root/"
+    cp "$lab"/../web/settings.* "$lab/../docs/settings.schema.json" "$root/usr/www/"
     install -D -m 644 "$lab/lib/wait.sh" "$root/usr/lab/wait.sh"
     install_listed_programs || return 1
     install_program "$build/bin/rc" /usr/sbin/rc

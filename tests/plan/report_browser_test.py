@@ -13,16 +13,13 @@ import sys
 import tempfile
 import unittest
 
-from selenium import webdriver
-from selenium.webdriver.chrome.options import Options
-from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
-from selenium.webdriver.remote.remote_connection import RemoteConnection
 from selenium.webdriver.support.ui import WebDriverWait
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "lab"))
-from waits import HANG_LIMIT, PROGRAM_LIMIT  # noqa: E402
+from browser import CONTRAST, start_browser  # noqa: E402
+from waits import HANG_LIMIT  # noqa: E402
 
 ATTACK = "\"'><script>window.ran=1</script><img src=x onerror=window.ran=2>"
 
@@ -34,33 +31,6 @@ FIREWALL = {
     "fw_dmz_enable": "1", "fw_dmz": "192.168.1.50", "fw_ttl": "4", "fw_ttl_ud": "77",
     "fw_block": "1", "fw_block_keyword": ATTACK,
 }
-
-# The lowest contrast of any text with its background (WCAG 2, success criterion 1.4.3), and that text.
-CONTRAST = """
-const probe = document.createElement('canvas').getContext('2d', { willReadFrequently: true });
-const channels = (colour) => {
-    probe.clearRect(0, 0, 1, 1); probe.fillStyle = colour; probe.fillRect(0, 0, 1, 1);
-    return [...probe.getImageData(0, 0, 1, 1).data];
-};
-const light = (colour) => channels(colour).slice(0, 3).map((c) => c / 255)
-    .map((c) => c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4)
-    .reduce((sum, c, i) => sum + c * [0.2126, 0.7152, 0.0722][i], 0);
-let lowest = [99, 'no text'];
-const texts = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
-while (texts.nextNode()) {
-    const element = texts.currentNode.parentElement;
-    if (!texts.currentNode.data.trim() || !element.checkVisibility({ visibilityProperty: true })) continue;
-    let behind = element;
-    while (behind && channels(getComputedStyle(behind).backgroundColor)[3] === 0) behind = behind.parentElement;
-    const style = getComputedStyle(element);
-    const ink = element.namespaceURI.endsWith('svg') ? style.fill : style.color;
-    const [a, b] = [light(ink), light(getComputedStyle(behind ?? document.body).backgroundColor)];
-    const contrast = (Math.max(a, b) + 0.05) / (Math.min(a, b) + 0.05);
-    if (contrast < lowest[0]) lowest = [contrast, texts.currentNode.data];
-}
-return lowest;
-"""
-
 
 def settings_with(changes):
     """The factory settings with some of them changed."""
@@ -76,22 +46,6 @@ def make_report(name, changes, *words):
     page = FOLDER / f"{name}.html"
     subprocess.run([RCPLAN, "report", page, "--settings", settings, "--world", world, *words], check=True)
     return page
-
-
-def start_browser():
-    options = Options()
-    options.binary_location = shutil.which("chromium")
-    for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
-                     "--disable-background-networking", "--disable-component-update", "--disable-sync",
-                     f"--user-data-dir={FOLDER / 'profile'}"):
-        options.add_argument(argument)
-    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-    # The connection's limit is the longest, so that the wait that hangs is reported first.
-    RemoteConnection.set_timeout(PROGRAM_LIMIT)
-    browser = webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
-    browser.set_page_load_timeout(HANG_LIMIT)
-    browser.set_script_timeout(HANG_LIMIT)
-    return browser
 
 
 class ReportTest(unittest.TestCase):
@@ -421,7 +375,7 @@ if __name__ == "__main__":
         NESTED_PAGE = make_report("nested", {"wan_mode": "pppoe"}, "wan", "restart")
         HOSTILE_PAGE = make_report("hostile", {"device_name": ATTACK}, "httpd", "start")
         HOSTILE_RADIO_PAGE = make_report("radio", {"wifi_ssid": ATTACK, "wifi_present": "1"}, "wlan", "start")
-        BROWSER = start_browser()
+        BROWSER = start_browser(FOLDER)
         try:
             result = unittest.main(argv=sys.argv[:1] + sys.argv[3:], exit=False).result
         finally:
