@@ -166,15 +166,19 @@ Probes passing(const Call& call, const Probes& probes) {
     return good;
 }
 
-// The probe that still fails after the stated time; "" if none does, or the trial has ended.
-std::string failing(Store& store, Probes probes, const Trial& trial) {
+// The probe that still fails after the stated time; "" if the trial has ended, or if all pass twice
+// in a row: what the change has just stopped may pass once more.
+std::string failing(Store& store, const Probes& probes, const Trial& trial) {
     const long end = now() + static_cast<long>(std::min(probe_patience, trial.seconds / 2));
-    for (;;) {
-        std::erase_if(probes, passes);
-        if (probes.empty() || !current_trial(store)) return "";
-        if (now() >= end) return probes[0];
+    for (bool passed_before = false; current_trial(store);) {
+        const auto bad = std::find_if_not(probes.begin(), probes.end(), passes);
+        const bool pass = bad == probes.end();
+        if (pass && (passed_before || probes.empty())) break;
+        if (!pass && now() >= end) return *bad;
+        passed_before = pass;
         wait_milliseconds(1000);
     }
+    return "";
 }
 
 // What is needed to change the running router; -1 after a message.

@@ -26,7 +26,7 @@ if [ "$whole" ]; then
 else
     PATH=$(printf '%s:' "$@")$PATH
     export PATH
-    cp -R "$root/lab" "$root/docs" "$folder/tree" || exit 2
+    cp -R "$root/lab" "$root/docs" "$root/web" "$folder/tree" || exit 2
 fi
 # The box's ordinary user reads it too.
 chmod 755 "$folder"

@@ -3,6 +3,8 @@
 // new ones.
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 #include "libnvram/generation.h"
 #include "libnvram/store.h"
 #include "simulated_disk.h"
@@ -117,6 +119,44 @@ TEST(PowerCut, MayHappenAgain) {
         }
     }
     EXPECT_GT(tried, 50);
+}
+
+// A change is on trial: none of its writes, and no commit that is refused meanwhile, reaches flash.
+// Its confirmation is a commit.
+TEST(PowerCut, UndoesATrialUntilItIsConfirmed) {
+    const DiskState start = commit(with_factory(), "a=factory\n", settings(1), false, false).end;
+    std::vector<DiskState> trace;
+    SimulatedDisk& simulated = SimulatedDisk::reset();
+    simulated.state = start;
+    simulated.trace = &trace;
+    DiskState tried;
+    {
+        nvram::Store store(places);
+        ASSERT_TRUE(store.put_file(places.trial(), "token=x\n", false));
+        ASSERT_TRUE(store.change({{"a", "2"}}));
+        EXPECT_FALSE(store.commit());
+        EXPECT_EQ(errno, EBUSY);
+        tried = simulated.state;
+    }
+    Outcomes during;
+    for (const DiskState& cut : trace) count(during, cut, settings(1), settings(2));
+    EXPECT_GT(during.old_settings, 5);
+    EXPECT_EQ(during.new_settings + during.neither, 0);
+
+    trace.clear();
+    SimulatedDisk::reset().state = tried;
+    disk().trace = &trace;
+    ASSERT_TRUE(nvram::Store(places).confirm());
+    const DiskState end = disk().state;
+    Outcomes confirming;
+    for (const DiskState& cut : trace) count(confirming, cut, settings(1), settings(2));
+    EXPECT_GT(confirming.old_settings, 0);
+    EXPECT_GT(confirming.new_settings, 0);
+    EXPECT_EQ(confirming.neither, 0);
+    Outcomes after;
+    count(after, end, settings(1), settings(2));
+    EXPECT_EQ(after.old_settings + after.neither, 0);
+    EXPECT_GT(after.new_settings, 0);
 }
 
 // A first commit that was killed has created the folder without syncing its name, so the next one

@@ -24,7 +24,7 @@ same "a committed setting" pppoe "$(setting wan_mode)"
 same "a setting not committed" Router "$(setting device_name)"
 with "adapter pppd" comes "the link is up: /tmp/wan_uptime, and an address of ppp0" link_is_up
 must_hold
-for file in pppoe firewall schedule hang_up tunnels; do
+for file in pppoe firewall schedule hang_up trial tunnels; do
     # shellcheck source=/dev/null
     . "$lab/machine/checks/$file.sh"
 done
