@@ -46,6 +46,18 @@ Form form_of(const KnownSetting& known, const Piece& piece) {
 
 }  // namespace
 
+// rc itself reads one character; the log's configuration gets the whole value.
+std::string effect_of_long_flag(const Check& check, const KnownSetting& known,
+                                std::string_view value) {
+    const Piece whole = {.text = value};
+    for (const Sink& sink : check.sinks)
+        if (sink.key == std::string_view(known.key) &&
+            sink.place == std::string_view("/tmp/syslog.conf") &&
+            written(check, sink, known, whole) == Written::Yes)
+            return line_effect(check, sink, known, whole);
+    return std::string("reads only the first character, ") + value[0];
+}
+
 // A line that rc writes is better than another, and of those one in which the text is a word.
 std::string effect_of_wrong(const Check& check, const KnownSetting& known, const Piece& piece) {
     std::string in_entry = effect_in_entry(check, known, piece);

@@ -64,7 +64,7 @@ void check_flag(Check& check, const KnownSetting& known, std::string_view value)
     if (known.form != Form::Flag || value.size() == 1) return;
     add(check, Level::Warning, known.key,
         {.problem = "is longer than one character",
-         .effect = std::string("reads only the first character, ") + value[0],
+         .effect = effect_of_long_flag(check, known, value),
          .fix = assignment(known.key, value.substr(0, 1))});
 }
 

@@ -184,6 +184,11 @@ std::string line_with(const Check& check, const Sink& sink, const KnownSetting& 
         else
             append_visible(whole, written_text(known, sink, piece.text));
     });
+    // Unknown words in a row are one gap, because some of them may not be there.
+    constexpr std::string_view gap = "... ...";
+    for (std::size_t at = whole.find(gap); at != std::string::npos; at = whole.find(gap, at))
+        whole.erase(at, gap.size() - unknown.size());
+    if (whole.ends_with("... ")) whole.pop_back();
     return whole;
 }
 

@@ -80,6 +80,9 @@ bool is_used(const KnownSetting& known, const Piece& piece, std::string_view val
 // check_effects.cc: what rc does with a value that is not of its setting's form, or with such a
 // piece of it.
 std::string effect_of_wrong(const Check& check, const KnownSetting& known, const Piece& piece);
+// The same with a flag of several characters.
+std::string effect_of_long_flag(const Check& check, const KnownSetting& known,
+                                std::string_view value);
 // check_entries.cc: the same of a record's field, where rc reads the record in its own way; ""
 // where it does not.
 std::string effect_in_entry(const Check& check, const KnownSetting& known, const Piece& piece);

@@ -9,6 +9,8 @@ static constexpr KnownSetting boot_rows[] = {
      .may_be_empty = true,
      .factory = "0",
      .when_empty = "the device is a router",
+     .when_wrong = "treats it as 0, except that the radio becomes no client (wifi_ap_mode), which "
+                   "takes a value that starts with 0",
      .help = "the device is an access point (1) or a router (0)"},
     {.key = "restore_default",
      .form = Form::Flag,
