@@ -3,7 +3,7 @@
 here=$(cd "$(dirname "$0")" && pwd)
 folder=$(mktemp -d) || exit 2
 trap 'rm -rf "$folder"' EXIT
-mkdir "$folder/lab" "$folder/docs"
+mkdir "$folder/lab" "$folder/docs" "$folder/web"
 page=$folder/README.md
 
 run() {
