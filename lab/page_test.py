@@ -77,6 +77,18 @@ class Page:
         self.find(selector).send_keys(Keys.CONTROL, "a", Keys.NULL, value)
         self.until(f"{key}={value} is a change", lambda: key in self.text("#changed"))
 
+    def move_lan(self, address):
+        net = address.rpartition(".")[0]
+        self.write("lan_ipaddr", address)
+        self.write("lan_bipaddr", net + ".255")
+        self.write("dhcp_start_ip", net + ".33")
+        self.write("dhcp_end_ip", net + ".64")
+
+    def add_row(self, key, *cells):
+        self.find(f"[aria-label='Add a row to {key}']").click()
+        for field, text in zip(self.find_all("main tbody tr:last-child input"), cells):
+            field.send_keys(text)
+
     def planned(self):
         return self.find("#try").is_enabled()
 
@@ -117,6 +129,18 @@ def play(page):
     page.write("dhcp_start_ip", "192.168.1.40")
     page.until("a right one can", page.planned)
 
+    page.search("pcdb_list")
+    page.until("a list has a table", lambda: page.find("[aria-label='Add a row to pcdb_list']").is_displayed())
+    page.add_row("pcdb_list", "attic", "192.168.1.50", "02:00:00:00:00:50")
+    page.add_row("pcdb_list", "cellar", "192.168.1.51", "02:00:00:00:00:51")
+    wanted = "attic;192.168.1.50;02:00:00:00:00:50\x01cellar;192.168.1.51;02:00:00:00:00:51"
+    seen = page.browser.execute_script("return wanted.pcdb_list")
+    check("its rows are the records", seen == wanted, repr(seen))
+    page.until("and rc takes them", lambda: "rc dhcpd start" in page.text("#plan") and page.planned())
+    for _ in range(2):
+        page.find("[aria-label='Remove row 1 of pcdb_list']").click()
+    page.until("without its rows it is no change", lambda: "pcdb_list" not in page.text("#changed"))
+
     page.search("http_password")
     secret = "[aria-describedby~='help-http_password']"
     page.until("a secret is not shown", lambda: page.find(secret).get_attribute("placeholder") == "unchanged")
@@ -133,10 +157,7 @@ def play(page):
     page.browser.switch_to.active_element.send_keys("\n")
     page.until("kept", lambda: "Kept, and written to flash." in page.text("#status"))
 
-    page.write("lan_ipaddr", NEW)
-    page.write("lan_bipaddr", "192.168.7.255")
-    page.write("dhcp_start_ip", "192.168.7.33")
-    page.write("dhcp_end_ip", "192.168.7.64")
+    page.move_lan(NEW)
     page.until("another LAN address can be tried", page.planned)
     page.find("#try").click()
     page.until("the page says where the router will be", lambda: NEW in page.text("#trial-link"))
@@ -152,10 +173,7 @@ def play(page):
     page.find("#keep").click()
     page.until("kept there", lambda: "Kept, and written to flash." in page.text("#status"))
 
-    page.write("lan_ipaddr", OLD)
-    page.write("lan_bipaddr", "192.168.1.255")
-    page.write("dhcp_start_ip", "192.168.1.33")
-    page.write("dhcp_end_ip", "192.168.1.64")
+    page.move_lan(OLD)
     page.until("one more", page.planned)
     page.browser.execute_script("document.querySelector('#seconds').value = '30'")
     page.find("#try").click()

@@ -5,7 +5,7 @@
 #   preview         KEY=VALUE lines: what check says of them, and what they restart
 #   try=SECONDS     the same on trial
 #   keep, undo      the trial's token: confirms it; ends it
-# What a request carries goes to nvram's standard input as it is. None of it becomes a word of a command.
+# The body of a request goes to nvram's standard input as it is. None of it becomes a word of a command.
 set -u
 PATH=/usr/sbin:/usr/bin:/sbin:/bin
 export PATH

@@ -60,10 +60,11 @@ int keys_verb(Store& store, const Call& call);
 // Prints what the store could not do and, where there is a fix, the fix. Returns status_error.
 int store_error(const Store& store, const Call& call);
 
-// What check finds in settings: the errors as text, "" if there is none; and all findings as an
-// array of JSON objects, as check --json prints them.
+// What check finds in settings.
 struct Verdict {
+    // The errors as text; "" if there are none.
     std::string errors;
+    // All findings as a JSON array of the objects that check --json prints.
     std::string findings;
 };
 Verdict verdict_on(const Image& settings);
