@@ -7,23 +7,13 @@
 #include <string.h>
 
 #include <algorithm>
+#include <bit>
 
 #include "core/text.h"
 
 namespace {
 
 constexpr size_t mac_digits = 12;
-
-void put_big_endian(std::span<unsigned char, 4> bytes, uint32_t value) {
-    for (size_t i = 0; i < 4; i++)
-        bytes[i] = static_cast<unsigned char>(value >> (24 - 8 * i) & 0xff);
-}
-
-uint32_t get_big_endian(std::span<const unsigned char, 4> bytes) {
-    uint32_t value = 0;
-    for (const unsigned char byte : bytes) value = value << 8 | byte;
-    return value;
-}
 
 unsigned hex_value(char digit) {
     const int lower = tolower(static_cast<unsigned char>(digit));
@@ -48,23 +38,15 @@ std::optional<HardwareAddress> parse_mac(std::string_view text) {
 
 }  // namespace
 
-std::array<unsigned char, lease_size> encode_lease(const Lease& lease) {
-    std::array<unsigned char, lease_size> bytes = {};
-    const std::span<unsigned char, lease_size> record = bytes;
-    memcpy(record.data(), lease.hardware.data(), lease.hardware.size());
-    memcpy(record.subspan<16, 4>().data(), lease.address.data(), lease.address.size());
-    put_big_endian(record.subspan<20, 4>(), lease.seconds);
-    memcpy(record.subspan<24, 16>().data(), lease.hostname.data(), lease.hostname.size());
-    return bytes;
+uint32_t Lease::seconds() const {
+    uint32_t value = 0;
+    for (const unsigned char byte : time) value = value << 8 | byte;
+    return value;
 }
 
-Lease decode_lease(std::span<const unsigned char, lease_size> bytes) {
-    Lease lease;
-    memcpy(lease.hardware.data(), bytes.data(), lease.hardware.size());
-    memcpy(lease.address.data(), bytes.subspan<16, 4>().data(), lease.address.size());
-    lease.seconds = get_big_endian(bytes.subspan<20, 4>());
-    memcpy(lease.hostname.data(), bytes.subspan<24, 16>().data(), lease.hostname.size());
-    return lease;
+void Lease::set_seconds(uint32_t seconds) {
+    for (size_t i = 0; i < time.size(); i++)
+        time[i] = static_cast<unsigned char>(seconds >> (24 - 8 * i) & 0xff);
 }
 
 std::optional<Octets> parse_address(const char* text) {
@@ -85,27 +67,28 @@ std::optional<Reservation> parse_reservation(std::string_view entry) {
     return Reservation{.hostname = hostname, .address = *address, .hardware = *hardware};
 }
 
-std::vector<Lease> enter_reservation(std::span<const Lease> leases, std::string_view hostname,
-                                     const HardwareAddress& hardware, const Octets& address,
-                                     const Octets& lan_address) {
-    std::vector<Lease> entered;
-    entered.reserve(leases.size() + 1);
+void enter_reservation(Leases& leases, std::string_view hostname, const HardwareAddress& hardware,
+                       const Octets& address, const Octets& lan_address) {
+    // Compared as numbers: with 253 reservations there are some 60,000 comparisons.
+    const auto number = [](const Octets& octets) { return std::bit_cast<uint32_t>(octets); };
+    const uint32_t wanted = number(address);
+    const uint32_t own = number(lan_address);
     bool found = false;
-    for (Lease lease : leases) {
-        if (lease.address == Octets{}) break;
-        if (lease.address == address || lease.address == lan_address) lease.seconds = 0;
-        if (lease.hardware == hardware) {
-            lease.address = address;
-            lease.seconds = reservation_seconds;
-            found = true;
-        }
-        entered.push_back(lease);
+    size_t kept = 0;
+    for (; kept < leases.count && number(leases.records[kept].address) != 0; kept++) {
+        Lease& lease = leases.records[kept];
+        const uint32_t leased = number(lease.address);
+        if (leased == wanted || leased == own) lease.set_seconds(0);
+        if (lease.hardware != hardware) continue;
+        lease.address = address;
+        lease.set_seconds(reservation_seconds);
+        found = true;
     }
-    if (!found) {
-        Lease reserved = {.hardware = hardware, .address = address, .seconds = reservation_seconds};
-        const std::string_view name = cut(hostname, reserved.hostname.size() - 1);
-        std::copy(name.begin(), name.end(), reserved.hostname.begin());
-        entered.push_back(reserved);
-    }
-    return entered;
+    leases.count = kept;
+    if (found) return;
+    Lease& reserved = leases.records[leases.count++];
+    reserved = {.hardware = hardware, .address = address, .time = {}, .hostname = {}};
+    reserved.set_seconds(reservation_seconds);
+    const std::string_view name = cut(hostname, reserved.hostname.size() - 1);
+    std::copy(name.begin(), name.end(), reserved.hostname.begin());
 }

@@ -14,24 +14,15 @@ Octets address_setting(const Setting& setting) {
     return parse_address(setting.text()).value_or(Octets{});
 }
 
-// The records up to the first partial one, at most lease_capacity.
-std::vector<Lease> read_leases(File& file) {
-    std::array<unsigned char, limits::leases * lease_size> bytes;
-    const size_t count = file.read(bytes) / lease_size;
-    std::vector<Lease> leases(count);
-    for (size_t i = 0; i < count; i++)
-        leases[i] = decode_lease(std::span(bytes).subspan(i * lease_size).first<lease_size>());
-    return leases;
+// Returns the number of records up to the first partial one.
+size_t read_records(File& file, std::span<Lease> records) {
+    auto* const bytes = reinterpret_cast<unsigned char*>(records.data());
+    return file.read({bytes, records.size_bytes()}) / lease_size;
 }
 
-void write_leases(File& file, std::span<const Lease> leases) {
-    std::vector<unsigned char> bytes(leases.size() * lease_size);
-    unsigned char* end = bytes.data();
-    for (const Lease& lease : leases) {
-        const std::array<unsigned char, lease_size> record = encode_lease(lease);
-        end = std::copy(record.begin(), record.end(), end);
-    }
-    file.write(bytes);
+void write_records(File& file, std::span<const Lease> records) {
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(records.data());
+    file.write({bytes, records.size_bytes()});
 }
 
 bool same_network(const Octets& a, const Octets& b) {
@@ -45,10 +36,10 @@ void change_lease() {
     {
         File file = open_file(lease_file, "r+");
         if (file) {
-            std::array<unsigned char, lease_size> record;
-            if (file.read(record) != lease_size) return;
-            const Lease first = decode_lease(record);
-            if (first.address == Octets{} || same_network(first.address, lan)) return;
+            std::array<Lease, 1> first;
+            if (read_records(file, first) == 0) return;
+            const Octets& address = first[0].address;
+            if (address == Octets{} || same_network(address, lan)) return;
         }
     }
     open_file(lease_file, "w");
@@ -76,20 +67,21 @@ int search_leases(std::string_view hostname, const HardwareAddress& hardware,
     // A zero address would end the server's list.
     if (entered == Octets{}) return 0;
 
-    std::vector<Lease> leases;
+    Leases leases;
     {
         File file = open_file(lease_file, "r+");
         if (!file) {
             platform::print_error("fopen r+");
             return -1;
         }
-        leases = read_leases(file);
+        leases.count = read_records(file, std::span(leases.records).first<limits::leases>());
     }
     File file = open_file(lease_file, "w");
     if (!file) {
         platform::print_error("fopen w");
         return -1;
     }
-    write_leases(file, enter_reservation(leases, hostname, hardware, entered, lan));
+    enter_reservation(leases, hostname, hardware, entered, lan);
+    write_records(file, leases.view());
     return 0;
 }

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
+#include <vector>
 
 namespace {
 
@@ -15,7 +17,27 @@ constexpr Octets at20 = {192, 168, 1, 20};
 constexpr Octets at21 = {192, 168, 1, 21};
 
 Lease lease(const HardwareAddress& hardware, const Octets& address, uint32_t seconds) {
-    return {.hardware = hardware, .address = address, .seconds = seconds, .hostname = {}};
+    Lease record = {.hardware = hardware, .address = address, .time = {}, .hostname = {}};
+    record.set_seconds(seconds);
+    return record;
+}
+
+using Bytes = std::array<unsigned char, lease_size>;
+
+Bytes bytes_of(const Lease& record) {
+    return std::bit_cast<Bytes>(record);
+}
+
+// The list after entering a reservation.
+std::vector<Lease> with_reservation(const std::vector<Lease>& before, std::string_view hostname,
+                                    const HardwareAddress& hardware, const Octets& address,
+                                    const Octets& own) {
+    Leases leases;
+    leases.count = before.size();
+    std::ranges::copy(before, leases.records.begin());
+    enter_reservation(leases, hostname, hardware, address, own);
+    const std::span<const Lease> after = leases.view();
+    return {after.begin(), after.end()};
 }
 
 std::string name_of(const Lease& record) {
@@ -25,30 +47,31 @@ std::string name_of(const Lease& record) {
 TEST(Leases, ARecordByteForByte) {
     Lease record = lease(pc1, at20, reservation_seconds);
     std::ranges::copy(std::string_view("pc1"), record.hostname.begin());
-    const std::array<unsigned char, lease_size> expected = {
+    const Bytes expected = {
         0x00, 0x11, 0x22, 0xaa, 0xbb, 0xcc, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // hardware
         192,  168,  1,    20,                                              // address
         0x01, 0xe1, 0x33, 0x80,                                            // seconds
         'p',  'c',  '1',  0,    0,    0,    0, 0, 0, 0, 0, 0, 0, 0, 0, 0,  // name
     };
-    EXPECT_EQ(encode_lease(record), expected);
-    EXPECT_EQ(encode_lease(decode_lease(expected)), expected);
-    EXPECT_EQ(decode_lease(expected).seconds, 31536000u);
+    EXPECT_EQ(bytes_of(record), expected);
+    EXPECT_EQ(std::bit_cast<Lease>(expected).seconds(), 31536000u);
 }
 
 TEST(Leases, TimesAreBigEndian) {
-    const auto bytes = encode_lease(lease(pc1, at20, 0xfedcba98));
+    const Bytes bytes = bytes_of(lease(pc1, at20, 0xfedcba98));
     EXPECT_EQ(bytes[20], 0xfe);
     EXPECT_EQ(bytes[21], 0xdc);
     EXPECT_EQ(bytes[22], 0xba);
     EXPECT_EQ(bytes[23], 0x98);
-    EXPECT_EQ(decode_lease(bytes).seconds, 0xfedcba98);
+    EXPECT_EQ(std::bit_cast<Lease>(bytes).seconds(), 0xfedcba98);
 }
 
 TEST(Leases, ADamagedNameIsKeptUnchanged) {
-    std::array<unsigned char, lease_size> bytes;
+    Bytes bytes;
     bytes.fill(0xff);
-    EXPECT_EQ(encode_lease(decode_lease(bytes)), bytes);
+    const auto after = with_reservation({std::bit_cast<Lease>(bytes)}, "pc1", pc1, at20, lan);
+    ASSERT_EQ(after.size(), 2u);
+    EXPECT_EQ(bytes_of(after[0]), bytes);
 }
 
 TEST(Leases, ValidReservations) {
@@ -86,52 +109,52 @@ TEST(Leases, InvalidReservations) {
 
 TEST(Leases, ANewClientIsAppended) {
     const std::vector<Lease> before = {lease(pc2, at21, 100)};
-    const auto after = enter_reservation(before, "pc1", pc1, at20, lan);
+    const auto after = with_reservation(before, "pc1", pc1, at20, lan);
     ASSERT_EQ(after.size(), 2u);
-    EXPECT_EQ(after[0].seconds, 100u);
+    EXPECT_EQ(after[0].seconds(), 100u);
     EXPECT_EQ(after[1].hardware, pc1);
     EXPECT_EQ(after[1].address, at20);
-    EXPECT_EQ(after[1].seconds, reservation_seconds);
+    EXPECT_EQ(after[1].seconds(), reservation_seconds);
     EXPECT_EQ(name_of(after[1]), "pc1");
 }
 
 TEST(Leases, AKnownClientIsChangedInPlaceAndKeepsItsName) {
     std::vector<Lease> before = {lease(pc1, at21, 5), lease(pc2, {192, 168, 1, 30}, 7)};
     std::ranges::copy(std::string_view("old"), before[0].hostname.begin());
-    const auto after = enter_reservation(before, "new", pc1, at20, lan);
+    const auto after = with_reservation(before, "new", pc1, at20, lan);
     ASSERT_EQ(after.size(), 2u);
     EXPECT_EQ(after[0].address, at20);
-    EXPECT_EQ(after[0].seconds, reservation_seconds);
+    EXPECT_EQ(after[0].seconds(), reservation_seconds);
     EXPECT_EQ(name_of(after[0]), "old");
-    EXPECT_EQ(after[1].seconds, 7u);
+    EXPECT_EQ(after[1].seconds(), 7u);
 }
 
 TEST(Leases, AnotherLeaseOfTheAddressExpires) {
     const std::vector<Lease> before = {lease(pc2, at20, 100), lease({1}, lan, 100)};
-    const auto after = enter_reservation(before, "pc1", pc1, at20, lan);
+    const auto after = with_reservation(before, "pc1", pc1, at20, lan);
     ASSERT_EQ(after.size(), 3u);
-    EXPECT_EQ(after[0].seconds, 0u);
+    EXPECT_EQ(after[0].seconds(), 0u);
     EXPECT_EQ(after[0].address, at20);
-    EXPECT_EQ(after[1].seconds, 0u);
+    EXPECT_EQ(after[1].seconds(), 0u);
 }
 
 TEST(Leases, TheClientThatHoldsItsOwnAddressKeepsIt) {
-    const auto after = enter_reservation(std::vector{lease(pc1, at20, 3)}, "pc1", pc1, at20, lan);
+    const auto after = with_reservation({lease(pc1, at20, 3)}, "pc1", pc1, at20, lan);
     ASSERT_EQ(after.size(), 1u);
-    EXPECT_EQ(after[0].seconds, reservation_seconds);
+    EXPECT_EQ(after[0].seconds(), reservation_seconds);
 }
 
 TEST(Leases, AZeroAddressEndsTheList) {
     const std::vector<Lease> before = {lease(pc2, at21, 9), lease(pc1, {}, 9), lease(pc1, at20, 9)};
-    const auto after = enter_reservation(before, "pc1", pc1, at20, lan);
+    const auto after = with_reservation(before, "pc1", pc1, at20, lan);
     ASSERT_EQ(after.size(), 2u);
     EXPECT_EQ(after[0].hardware, pc2);
     EXPECT_EQ(after[1].hardware, pc1);
-    EXPECT_EQ(after[1].seconds, reservation_seconds);
+    EXPECT_EQ(after[1].seconds(), reservation_seconds);
 }
 
 TEST(Leases, NamesAreCutAtFifteenCharacters) {
-    const auto after = enter_reservation({}, "a-host-name-that-is-long", pc1, at20, lan);
+    const auto after = with_reservation({}, "a-host-name-that-is-long", pc1, at20, lan);
     ASSERT_EQ(after.size(), 1u);
     EXPECT_EQ(name_of(after[0]), "a-host-name-tha");
     EXPECT_EQ(after[0].hostname[15], '\0');
