@@ -170,15 +170,22 @@ void append_escaped_byte(std::string& out, char c) {
 }
 
 void append_escaped(std::string& out, std::string_view value) {
-    for (const char c : value) {
+    const auto is_plain = [](char c) {
         const auto byte = static_cast<unsigned char>(c);
-        if (byte == '\\') {
+        return byte >= 0x20 && byte != 0x7f && byte != '\\';
+    };
+    while (!value.empty()) {
+        // Most characters are plain; a whole run is copied at once.
+        std::size_t run = 0;
+        while (run < value.size() && is_plain(value[run])) ++run;
+        out += value.substr(0, run);
+        value.remove_prefix(run);
+        if (value.empty()) break;
+        if (value[0] == '\\')
             out += "\\\\";
-        } else if (byte < 0x20 || byte == 0x7f) {
-            append_escaped_byte(out, c);
-        } else {
-            out += c;
-        }
+        else
+            append_escaped_byte(out, value[0]);
+        value.remove_prefix(1);
     }
 }
 

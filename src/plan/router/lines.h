@@ -46,4 +46,27 @@ std::vector<LineChange> compare_lines(std::span<const std::string> lines,
 std::vector<LineChange> compare_lines(std::span<const TranscriptLine> lines,
                                       std::span<const TranscriptLine> others);
 
+// A transcript that many others are compared with, most of which are nearly the same.
+class LineBase {
+  public:
+    // The transcript must stay.
+    explicit LineBase(const Transcript& transcript);
+    const std::vector<TranscriptLine>& lines() const { return lines_; }
+
+    // A line that the other transcript lacks, by its place in lines(), and whether a line of the
+    // same kind stands in its place.
+    struct Missing {
+        size_t line = 0;
+        bool replaced = false;
+    };
+    // As compare_lines finds them; but only the events that differ are made lines.
+    std::vector<Missing> missing_in(const Transcript& other) const;
+
+  private:
+    const Transcript& transcript_;
+    std::vector<TranscriptLine> lines_;
+    // The first line of each event, and the number of all lines.
+    std::vector<size_t> starts_;
+};
+
 #endif

@@ -16,12 +16,13 @@ namespace {
 // The text returned by nvram_zel_get and __nvram_get_fun; it lives until the next call.
 std::string lent;
 
-// An image, parsed. The last one is cached, because rc reads many settings of one.
-const nvram::Image& parsed_image(const std::string& text) {
-    static std::string known_text;
+// An image, parsed. The last one is cached, because rc reads many settings of one. Only put() and
+// apply_file_effect() change an image, and both make a new text.
+const nvram::Image& parsed_image(const std::shared_ptr<std::string>& text) {
+    static std::shared_ptr<const std::string> known_text;
     static nvram::Image known;
     if (text != known_text) {
-        known = nvram::Image(text);
+        known = nvram::Image(*text);
         known_text = text;
     }
     return known;
@@ -34,11 +35,11 @@ void note_asked(const char* key) {
 }
 
 std::optional<std::string> find(const char* key, const std::string& path) {
-    const std::string* text = recording().world.get(path);
-    if (!key || !text) return std::nullopt;
+    const auto text = recording().world.files.find(path);
+    if (!key || text == recording().world.files.end()) return std::nullopt;
     note_asked(key);
     if (call_fails(Fallible::SettingGet, EIO)) return std::nullopt;
-    const std::optional<std::string_view> value = parsed_image(*text).get(key);
+    const std::optional<std::string_view> value = parsed_image(text->second).get(key);
     if (!value) return std::nullopt;
     return std::string(*value);
 }

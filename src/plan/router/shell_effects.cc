@@ -124,9 +124,10 @@ std::vector<FileEffect> file_effects(const World& world, const std::string& line
 
 void apply_file_effect(World& world, const FileEffect& effect) {
     const auto found = world.files.find(effect.path);
+    const bool is_image = effect.path == working_copy || effect.path == flash_image;
     if (!effect.content)
         world.files.erase(effect.path);
-    else if (found == world.files.end())
+    else if (found == world.files.end() || is_image)
         world.put(effect.path, *effect.content);
     else
         // Overwrites the existing file as programs do, because rc may have it open.

@@ -155,7 +155,7 @@ std::vector<Change> changes_of(const World& world, const Input& input) {
 // Collects the lines that differ in a changed world, and for each whether it is missing there.
 class Comparison {
   public:
-    explicit Comparison(const Plan& plan) : plan_(plan), lines_(lines_of(plan.after.transcript)) {}
+    explicit Comparison(const Plan& plan) : plan_(plan), base_(plan.after.transcript) {}
 
     void try_change(const Change& change) {
         World world = copy_of(plan_.before);
@@ -163,7 +163,11 @@ class Comparison {
         Recording other;
         other.world = std::move(world);
         play(other, plan_.words);
-        note(lines_of(other.transcript));
+        for (const auto& [line, replaced] : base_.missing_in(other.transcript)) {
+            const auto [slot, is_new] = touched_.try_emplace({line, entry_}, !replaced);
+            // That a line contains the value is the stronger statement.
+            if (!is_new && replaced) slot->second = false;
+        }
     }
 
     // The changes tried up to the next call are those of this entry of a list; 0 for all others.
@@ -184,7 +188,7 @@ class Comparison {
             Influence one = influence;
             one.decides = place.second;
             one.entries = entries;
-            provenance.add(lines_[place.first].origin, one);
+            provenance.add(base_.lines()[place.first].origin, one);
         }
         touched_.clear();
         entry_ = 0;
@@ -192,7 +196,7 @@ class Comparison {
 
   private:
     const Plan& plan_;
-    std::vector<TranscriptLine> lines_;
+    LineBase base_;
     unsigned entry_ = 0;
     // By line and entry: whether the line is missing in a changed world.
     std::map<std::pair<size_t, unsigned>, bool> touched_;
@@ -201,21 +205,6 @@ class Comparison {
     bool touches_entry(size_t line) const {
         const auto next = touched_.lower_bound({line, 1});
         return next != touched_.end() && next->first.first == line;
-    }
-
-    void note(const std::vector<TranscriptLine>& others) {
-        for (const LineChange& change : compare_lines(lines_, others)) {
-            for (size_t line = change.from; line < change.to; line++) {
-                // A line with only its text changed has a counterpart at the same position.
-                const size_t peer = change.other_from + (line - change.from);
-                const bool same_kind =
-                    change.to - change.from == change.other_to - change.other_from &&
-                    lines_[line].kind == others[peer].kind;
-                const auto [slot, is_new] = touched_.try_emplace({line, entry_}, !same_kind);
-                // That a line contains the value is the stronger statement.
-                if (!is_new && same_kind) slot->second = false;
-            }
-        }
     }
 };
 
