@@ -8,6 +8,9 @@
 #include "plan/netfilter/packet_values.h"
 
 enum class ConnectionState { New, Established, Related, Invalid };
+inline constexpr ConnectionState connection_states[] = {
+    ConnectionState::New, ConnectionState::Established, ConnectionState::Related,
+    ConnectionState::Invalid};
 
 constexpr unsigned protocol_icmp = 1;
 constexpr unsigned protocol_tcp = 6;

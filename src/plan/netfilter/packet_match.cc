@@ -1,4 +1,4 @@
-// Compares packets with the matches of rules.
+// Reads the matches of rules, and compares packets with them.
 
 #include "plan/netfilter/packet_match.h"
 
@@ -16,142 +16,201 @@ MatchAnswer unknown(const char* missing) {
     return {.answer = Answer::Unknown, .remark = missing};
 }
 
-// "ppp+" matches every interface whose name begins with "ppp".
-bool is_interface(std::string_view wanted, std::string_view name) {
-    if (wanted.ends_with('+')) return name.starts_with(wanted.substr(0, wanted.size() - 1));
-    return wanted == name;
+// The test asks for nothing if no bit counts.
+MatchAnswer compare_number(const FieldTest& test, std::optional<unsigned> number,
+                           const char* missing) {
+    if (test.mask == 0) return yes_or_no(test.holds(0));
+    if (!number) return unknown(missing);
+    return yes_or_no(test.holds(*number));
 }
 
-MatchAnswer match_network(const std::string& wanted, std::optional<Ipv4> address,
-                          const char* missing) {
-    const std::optional<Net> network = read_network(wanted);
-    if (network && network->mask == 0) return yes_or_no(true);
-    if (!address) return unknown(missing);
-    return yes_or_no(network && network->holds(*address));
-}
-
-MatchAnswer match_range(const std::string& wanted, std::optional<Ipv4> address,
-                        const char* missing) {
-    if (!address) return unknown(missing);
-    const std::optional<AddressRange> range = read_address_range(wanted);
-    return yes_or_no(range && range->first <= *address && *address <= range->last);
-}
-
-MatchAnswer match_port(const std::string& wanted, std::optional<unsigned> port,
-                       const char* missing) {
-    if (!port) return unknown(missing);
-    const std::optional<NumberRange> range = read_number_range(wanted);
-    return yes_or_no(range && range->holds(*port));
-}
-
-MatchAnswer match_flags(const Packet& packet, unsigned mask, unsigned wanted) {
+// Only a SYN announces an MSS.
+MatchAnswer compare_mss(const FieldTest& test, const Packet& packet) {
     if (!packet.tcp_flags) return unknown("the TCP flags (--flags)");
-    return yes_or_no((*packet.tcp_flags & mask) == wanted);
+    if ((*packet.tcp_flags & Syn) == 0) return yes_or_no(false);
+    return yes_or_no(test.holds(packet.mss.value_or(ethernet_mss)),
+                     packet.mss ? "" : "the SYN announces an MSS of 1460 (--mss)");
+}
+
+MatchAnswer compare_text(const FieldTest& test, const std::optional<std::string>& text,
+                         const char* otherwise) {
+    if (!text) return yes_or_no(false, otherwise);
+    return yes_or_no(text == test.text);
+}
+
+FieldTest number_test(Field field, unsigned number, unsigned mask = 0xffffffff) {
+    return {.field = field, .mask = mask, .first = number, .last = number};
+}
+
+FieldTest every_value_of(Field field) {
+    return {.field = field, .mask = 0};
+}
+
+FieldTest network_test(Field field, const std::string& text) {
+    const Net network = read_network(text).value_or(Net{});
+    return number_test(field, network.address & network.mask, network.mask);
+}
+
+FieldTest range_test(Field field, const std::string& text) {
+    const AddressRange range = read_address_range(text).value_or(AddressRange{});
+    return {.field = field, .first = range.first, .last = range.last};
+}
+
+FieldTest number_range_test(Field field, const std::string& text) {
+    const NumberRange range = read_number_range(text).value_or(NumberRange{});
+    return {.field = field, .first = range.first, .last = range.last};
+}
+
+FieldTest text_test(Field field, std::string text) {
+    return {.field = field, .text = std::move(text)};
 }
 
 }  // namespace
 
-MatchAnswer match_in(OptionWords words, const Packet& packet) {
-    return yes_or_no(is_interface(words[0], packet.in));
+// "ppp+" matches every interface whose name begins with "ppp".
+bool FieldTest::holds_interface(std::string_view name) const {
+    if (text.ends_with('+'))
+        return name.starts_with(std::string_view(text).substr(0, text.size() - 1));
+    return text == name;
 }
 
-MatchAnswer match_out(OptionWords words, const Packet& packet) {
-    return yes_or_no(is_interface(words[0], packet.out));
+MatchAnswer compare(const FieldTest& test, const Packet& packet) {
+    switch (test.field) {
+        case Field::In:
+            return yes_or_no(test.holds_interface(packet.in));
+        case Field::Out:
+            return yes_or_no(test.holds_interface(packet.out));
+        case Field::Protocol:
+            return yes_or_no(test.holds(packet.protocol));
+        case Field::Source:
+            return compare_number(test, packet.source, "the source address (--src)");
+        case Field::Destination:
+            return compare_number(test, packet.destination, "the destination address (--dst)");
+        case Field::SourcePort:
+            return compare_number(test, packet.source_port, "the source port (--sport)");
+        case Field::DestinationPort:
+            return compare_number(test, packet.destination_port, "the destination port (--dport)");
+        case Field::TcpFlags:
+            return compare_number(test, packet.tcp_flags, "the TCP flags (--flags)");
+        case Field::IcmpType:
+            return compare_number(test, packet.icmp_type, "the ICMP type (--icmp-type)");
+        case Field::Mss:
+            return compare_mss(test, packet);
+        case Field::State:
+            return yes_or_no(test.holds(state_bit(packet.state)));
+        case Field::Mark:
+            return yes_or_no(test.holds(packet.mark));
+        case Field::MacSource:
+            return compare_text(test, packet.mac_source,
+                                "its source MAC address is in no rule (--mac-source)");
+        case Field::MacDest:
+            return compare_text(test, packet.mac_dest,
+                                "it is sent to the router's own MAC address (--mac-dest)");
+        case Field::Payload:
+            if (!packet.payload)
+                return yes_or_no(false, "it carries no text that a rule looks for (--string)");
+            return yes_or_no(contains(*packet.payload, test.text));
+        case Field::WithinLimit:
+            if (packet.over_limit) return yes_or_no(false, "it exceeds every limit (--over-limit)");
+            return yes_or_no(true, "it is within every limit (otherwise: --over-limit)");
+        case Field::Drawn:
+            break;
+    }
+    if (packet.not_drawn) return yes_or_no(false, "no random choice matches it (--not-drawn)");
+    return yes_or_no(true, "every random choice matches it (otherwise: --not-drawn)");
 }
 
-MatchAnswer match_protocol(OptionWords words, const Packet& packet) {
+FieldTest test_in(OptionWords words) {
+    return text_test(Field::In, words[0]);
+}
+
+FieldTest test_out(OptionWords words) {
+    return text_test(Field::Out, words[0]);
+}
+
+// 0 is every protocol.
+FieldTest test_protocol(OptionWords words) {
     const unsigned wanted = read_protocol(words[0]).value_or(0);
-    return yes_or_no(wanted == 0 || wanted == packet.protocol);
+    return wanted == 0 ? every_value_of(Field::Protocol) : number_test(Field::Protocol, wanted);
 }
 
-MatchAnswer match_source(OptionWords words, const Packet& packet) {
-    return match_network(words[0], packet.source, "the source address (--src)");
+FieldTest test_source(OptionWords words) {
+    return network_test(Field::Source, words[0]);
 }
 
-MatchAnswer match_destination(OptionWords words, const Packet& packet) {
-    return match_network(words[0], packet.destination, "the destination address (--dst)");
+FieldTest test_destination(OptionWords words) {
+    return network_test(Field::Destination, words[0]);
 }
 
-MatchAnswer match_source_range(OptionWords words, const Packet& packet) {
-    return match_range(words[0], packet.source, "the source address (--src)");
+FieldTest test_source_range(OptionWords words) {
+    return range_test(Field::Source, words[0]);
 }
 
-MatchAnswer match_destination_range(OptionWords words, const Packet& packet) {
-    return match_range(words[0], packet.destination, "the destination address (--dst)");
+FieldTest test_destination_range(OptionWords words) {
+    return range_test(Field::Destination, words[0]);
 }
 
-MatchAnswer match_source_port(OptionWords words, const Packet& packet) {
-    return match_port(words[0], packet.source_port, "the source port (--sport)");
+FieldTest test_source_port(OptionWords words) {
+    return number_range_test(Field::SourcePort, words[0]);
 }
 
-MatchAnswer match_destination_port(OptionWords words, const Packet& packet) {
-    return match_port(words[0], packet.destination_port, "the destination port (--dport)");
+FieldTest test_destination_port(OptionWords words) {
+    return number_range_test(Field::DestinationPort, words[0]);
 }
 
-MatchAnswer match_syn(OptionWords, const Packet& packet) {
-    return match_flags(packet, Syn | Rst | Ack | Fin, Syn);
+FieldTest test_syn(OptionWords) {
+    return number_test(Field::TcpFlags, Syn, Syn | Rst | Ack | Fin);
 }
 
-MatchAnswer match_tcp_flags(OptionWords words, const Packet& packet) {
-    return match_flags(packet, read_tcp_flags(words[0]).value_or(0),
-                       read_tcp_flags(words[1]).value_or(0));
+FieldTest test_tcp_flags(OptionWords words) {
+    return number_test(Field::TcpFlags, read_tcp_flags(words[1]).value_or(0),
+                       read_tcp_flags(words[0]).value_or(0));
 }
 
-// Only a SYN announces an MSS.
-MatchAnswer match_mss(OptionWords words, const Packet& packet) {
-    if (!packet.tcp_flags) return unknown("the TCP flags (--flags)");
-    if ((*packet.tcp_flags & Syn) == 0) return yes_or_no(false);
-    const std::optional<NumberRange> range = read_number_range(words[0]);
-    const bool matches = range && range->holds(packet.mss.value_or(ethernet_mss));
-    return yes_or_no(matches, packet.mss ? "" : "the SYN announces an MSS of 1460 (--mss)");
+FieldTest test_mss(OptionWords words) {
+    return number_range_test(Field::Mss, words[0]);
 }
 
-MatchAnswer match_icmp_type(OptionWords words, const Packet& packet) {
+FieldTest test_icmp_type(OptionWords words) {
     constexpr unsigned any = 255;
     const unsigned wanted = read_icmp_type(words[0]).value_or(any);
-    if (wanted == any) return yes_or_no(true);
-    if (!packet.icmp_type) return unknown("the ICMP type (--icmp-type)");
-    return yes_or_no(wanted == *packet.icmp_type);
+    return wanted == any ? every_value_of(Field::IcmpType) : number_test(Field::IcmpType, wanted);
 }
 
-MatchAnswer match_state(OptionWords words, const Packet& packet) {
+FieldTest test_state(OptionWords words) {
+    FieldTest test = {.field = Field::State, .mask = 0, .first = 1};
     std::string_view wanted = words[0];
-    while (!wanted.empty())
-        if (take_field(wanted, ',') == state_name(packet.state)) return yes_or_no(true);
-    return yes_or_no(false);
+    while (!wanted.empty()) {
+        const std::string_view name = take_field(wanted, ',');
+        for (const ConnectionState state : connection_states)
+            if (name == state_name(state)) test.mask |= state_bit(state);
+    }
+    return test;
 }
 
-MatchAnswer match_mark(OptionWords words, const Packet& packet) {
+FieldTest test_mark(OptionWords words) {
     std::string_view wanted = words[0];
     const unsigned mark = read_number(take_field(wanted, '/'), 0, 0xffffffff).value_or(0);
     const unsigned mask = read_number(wanted, 0, 0xffffffff).value_or(0xffffffff);
-    return yes_or_no((packet.mark & mask) == mark);
+    return number_test(Field::Mark, mark, mask);
 }
 
-MatchAnswer match_mac_source(OptionWords words, const Packet& packet) {
-    if (!packet.mac_source)
-        return yes_or_no(false, "its source MAC address is in no rule (--mac-source)");
-    return yes_or_no(read_mac(words[0]) == packet.mac_source);
+FieldTest test_mac_source(OptionWords words) {
+    return text_test(Field::MacSource, read_mac(words[0]).value_or(""));
 }
 
-MatchAnswer match_mac_dest(OptionWords words, const Packet& packet) {
-    if (!packet.mac_dest)
-        return yes_or_no(false, "it is sent to the router's own MAC address (--mac-dest)");
-    return yes_or_no(read_mac(words[0]) == packet.mac_dest);
+FieldTest test_mac_dest(OptionWords words) {
+    return text_test(Field::MacDest, read_mac(words[0]).value_or(""));
 }
 
-MatchAnswer match_string(OptionWords words, const Packet& packet) {
-    if (!packet.payload)
-        return yes_or_no(false, "it carries no text that a rule looks for (--string)");
-    return yes_or_no(contains(*packet.payload, words[0]));
+FieldTest test_string(OptionWords words) {
+    return text_test(Field::Payload, words[0]);
 }
 
-MatchAnswer match_limit(OptionWords, const Packet& packet) {
-    if (packet.over_limit) return yes_or_no(false, "it exceeds every limit (--over-limit)");
-    return yes_or_no(true, "it is within every limit (otherwise: --over-limit)");
+FieldTest test_limit(OptionWords) {
+    return {.field = Field::WithinLimit};
 }
 
-MatchAnswer match_random(OptionWords, const Packet& packet) {
-    if (packet.not_drawn) return yes_or_no(false, "no random choice matches it (--not-drawn)");
-    return yes_or_no(true, "every random choice matches it (otherwise: --not-drawn)");
+FieldTest test_random(OptionWords) {
+    return {.field = Field::Drawn};
 }

@@ -8,13 +8,11 @@
 #include <string>
 #include <string_view>
 
-#include "plan/netfilter/packet.h"
+#include "plan/netfilter/packet_match.h"
 
 // Whether iptables accepts an option's arguments. Unread: not understood here, iptables may accept
 // them.
 enum class Validity { Fine, Refused, Unread };
-
-using OptionWords = std::span<const std::string>;
 
 struct RuleOption {
     std::array<std::string_view, 3> names;
@@ -26,13 +24,13 @@ struct RuleOption {
     bool invertible = false;
     Validity (*check)(OptionWords words) = nullptr;
     // Null if the option is not a match.
-    MatchAnswer (*match)(OptionWords words, const Packet& packet) = nullptr;
+    FieldTest (*test)(OptionWords words) = nullptr;
 };
 
 // A module of -m, its own match, and the option that it requires.
 struct RuleModule {
     std::string_view name;
-    MatchAnswer (*match)(OptionWords words, const Packet& packet) = nullptr;
+    FieldTest (*test)(OptionWords words) = nullptr;
     std::string_view needed = {};
 };
 

@@ -116,15 +116,15 @@ void RuleReader::load(const std::string& name) {
         return;
     }
     modules_.push_back(module);
-    if (module->match) reading_.conditions.push_back({.match = module->match});
+    if (module->test) reading_.conditions.push_back({.test = module->test({})});
 }
 
 void RuleReader::use(const RuleOption& option, bool inverted, OptionWords words) {
     seen_.push_back(option.names[0]);
     if (option.names[0] == "-m") return load(words[0]);
     if (option.names[0] == "-p" && !inverted) protocol_ = read_protocol(words[0]);
-    if (option.match)
-        reading_.conditions.push_back({.match = option.match,
+    if (option.test)
+        reading_.conditions.push_back({.test = option.test(words),
                                        .inverted = inverted,
                                        .words = std::vector(words.begin(), words.end())});
 }
@@ -155,7 +155,7 @@ void RuleReader::check_completeness() {
 }  // namespace
 
 MatchAnswer Condition::compare(const Packet& packet) const {
-    MatchAnswer answer = match(words, packet);
+    MatchAnswer answer = ::compare(test, packet);
     if (inverted && answer.answer != Answer::Unknown)
         answer.answer = answer.answer == Answer::Yes ? Answer::No : Answer::Yes;
     return answer;

@@ -9,7 +9,7 @@
 #include "plan/netfilter/rule_options.h"
 
 struct Condition {
-    MatchAnswer (*match)(OptionWords words, const Packet& packet) = nullptr;
+    FieldTest test;
     bool inverted = false;
     std::vector<std::string> words = {};
 
