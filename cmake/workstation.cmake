@@ -44,8 +44,9 @@ if(NOT CMAKE_CROSSCOMPILING)
         # Graphviz brings no configuration for CMake.
         find_library(GRAPHVIZ_GVC gvc)
         find_library(GRAPHVIZ_CGRAPH cgraph)
+        find_library(BDD_LIBRARY bdd)
         missing_packages(workstation_packages CLI11_FOUND:libcli11-dev fmt_FOUND:libfmt-dev nlohmann_json_FOUND:nlohmann-json3-dev
-                DTL_HEADERS:libdtl-dev GRAPHVIZ_GVC:libgraphviz-dev)
+                DTL_HEADERS:libdtl-dev GRAPHVIZ_GVC:libgraphviz-dev BDD_LIBRARY:libbdd-dev)
     endif()
     decide(WORKSTATION "rcplan" ${workstation_packages})
     if(RC_TESTS)

@@ -177,6 +177,36 @@ void add_packet(CLI::App& app, int& status) {
     command->callback([options, &status] { status = packet_verb(*options); });
 }
 
+void add_exposure(CLI::App& app, int& status) {
+    CLI::App* command = app.add_subcommand(
+        "exposure",
+        "shows what the firewall lets in, what is never used, and what gets past blocks");
+    const auto options = std::make_shared<ExposureOptions>();
+    add_router_options(*command, options->router);
+    command
+        ->add_option("--wan-address", options->wan_address,
+                     "the WAN interface's address, if the world file states none")
+        ->type_name("ADDRESS");
+    command
+        ->add_option("--from", options->from,
+                     "where connections start: wan, lan or an interface (default: wan)")
+        ->type_name("IF");
+    command
+        ->add_option("--expect", options->expect,
+                     "checks the statements of a file instead, one a line (rcplan(1))")
+        ->type_name("FILE");
+    command->add_flag("--json", options->json, "one JSON object a line");
+    command
+        ->add_option("WORDS", options->words,
+                     "arguments of the rc run that sets up the firewall (default: firewall start)")
+        ->type_name("");
+    command->positionals_at_end();
+    command->footer(
+        "Exit status: 0 done, or all statements hold; 1 a statement does not; 2 usage error, or a"
+        " rule that is not understood.");
+    command->callback([options, &status] { status = exposure_verb(*options); });
+}
+
 void add_check(CLI::App& app, int& status) {
     CLI::App* command =
         app.add_subcommand("check", "plays case files and compares the transcripts");
@@ -224,6 +254,7 @@ std::unique_ptr<CLI::App> command_line(int& status) {
     add_sinks(*app, status);
     add_report(*app, status);
     add_packet(*app, status);
+    add_exposure(*app, status);
     add_check(*app, status);
     return app;
 }

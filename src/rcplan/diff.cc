@@ -8,6 +8,7 @@
 #include "libnvram/secret.h"
 #include "plan/router/plan.h"
 #include "plan/trace/redaction.h"
+#include "rcplan/diff_exposure.h"
 #include "rcplan/diff_json.h"
 #include "rcplan/diff_text.h"
 #include "rcplan/files.h"
@@ -127,13 +128,14 @@ int diff_verb(const DiffOptions& options) {
     Advice advice = needed_restarts(files->a, files->b, files->world, progress_line());
     clear_progress_line();
     if (!options.show_secrets) mask_secrets(advice, *files);
+    const ExposureChange exposure = exposure_change(files->a, files->b, files->world);
     if (options.json)
-        std::cout << settings << advice_json(advice);
+        std::cout << settings << exposure_change_json(exposure) << advice_json(advice);
     else
-        print(settings + advice_text(advice));
+        print(settings + advice_text(advice) + exposure_change_text(exposure));
     if (!options.json && !files->world)
         print(
             "\nassumed about the router (override with --world):\n"
             "       it runs with A, and its Internet side is up\n");
-    return differs(advice) ? status_differs : status_done;
+    return differs(advice) || exposure.differs() ? status_differs : status_done;
 }

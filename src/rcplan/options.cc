@@ -8,6 +8,8 @@
 #include <algorithm>
 
 #include "libnvram/image.h"
+#include "plan/netfilter/networks.h"
+#include "plan/netfilter/packet_values.h"
 #include "plan/router/actions.h"
 #include "plan/router/case.h"
 #include "plan/router/plan.h"
@@ -95,4 +97,22 @@ bool is_output_name(const std::string& name, const char* usage) {
         return false;
     }
     return true;
+}
+
+std::optional<World> router_before(const RouterOptions& options, const std::string& wan_address,
+                                   const std::vector<std::string>& words) {
+    const std::optional<StatedRouter> stated = read_router(options);
+    if (!stated) return std::nullopt;
+    std::optional<World> router = stated->before(words);
+    if (wan_address.empty()) return router;
+    const std::string wan_if = networks_of(*router).wan_if;
+    if (!read_address(wan_address) || wan_if.empty()) {
+        complain("--wan-address " + wan_address + ": " +
+                 (wan_if.empty()
+                      ? "the settings name no WAN interface; set wan_ifname"
+                      : "not an IPv4 address; expected four numbers, such as 203.0.113.7"));
+        return std::nullopt;
+    }
+    router->interfaces[wan_if].address = wan_address;
+    return router;
 }

@@ -28,6 +28,11 @@ struct StatedRouter {
 // nullopt after a message with the reason. Warns of settings that rc does not know.
 std::optional<StatedRouter> read_router(const RouterOptions& options);
 
+// The router before a run with these words (argv[0] first), its WAN interface with this address
+// unless that is empty; nullopt after a message with the reason.
+std::optional<World> router_before(const RouterOptions& options, const std::string& wan_address,
+                                   const std::vector<std::string>& words);
+
 // A world file; nullopt after a message with the reason.
 std::optional<World> read_world(const std::string& path);
 

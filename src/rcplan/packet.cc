@@ -15,31 +15,12 @@ namespace {
 constexpr int status_accepted = 0;
 constexpr int status_dropped = 1;
 
-// The router whose rules are used.
-std::optional<World> router_of(const PacketVerbOptions& options,
-                               const std::vector<std::string>& words) {
-    const std::optional<StatedRouter> stated = read_router(options.router);
-    if (!stated) return std::nullopt;
-    std::optional<World> router = stated->before(words);
-    if (options.wan_address.empty()) return router;
-    const std::string wan_if = networks_of(*router).wan_if;
-    if (!read_address(options.wan_address) || wan_if.empty()) {
-        complain("--wan-address " + options.wan_address + ": " +
-                 (wan_if.empty()
-                      ? "the settings name no WAN interface; set wan_ifname"
-                      : "not an IPv4 address; expected four numbers, such as 203.0.113.7"));
-        return std::nullopt;
-    }
-    router->interfaces[wan_if].address = options.wan_address;
-    return router;
-}
-
 }  // namespace
 
 int packet_verb(const PacketVerbOptions& options) {
     const std::vector<std::string> words = rc_words(
         options.words.empty() ? std::vector<std::string>{"firewall", "start"} : options.words);
-    const std::optional<World> router = router_of(options, words);
+    const std::optional<World> router = router_before(options.router, options.wan_address, words);
     if (!router) return status_wrong_use;
     const Plan plan = make_plan(*router, words);
     const Networks networks = networks_of(plan.after.world);

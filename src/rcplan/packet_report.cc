@@ -99,14 +99,6 @@ bool is_notable(const Netfilter::Refused& line) {
 
 }  // namespace
 
-Place place_of(const Plan& plan, const Origin& origin) {
-    const Event& event = plan.after.transcript.events().at(origin.event);
-    if (origin.line == 0) return {.file = "", .line = 0, .text = event.text};
-    const std::vector<std::string_view> lines = body_lines(event.body);
-    return {
-        .file = event.text, .line = origin.line, .text = std::string(lines.at(origin.line - 1))};
-}
-
 std::vector<std::string> all_assumptions(const PacketReport& report) {
     std::vector<std::string> all = report.assumptions;
     all.insert(all.end(), report.walk.assumptions.begin(), report.walk.assumptions.end());

@@ -8,15 +8,6 @@
 #include "plan/router/plan.h"
 #include "plan/trace/influence.h"
 
-// A line of the transcript: its file and line number there.
-struct Place {
-    std::string file;  // empty: a command that rc ran directly
-    size_t line = 0;
-    std::string text;
-};
-
-Place place_of(const Plan& plan, const Origin& origin);
-
 struct PacketReport {
     const Plan& plan;
     const Netfilter& tables;

@@ -61,6 +61,16 @@ struct PacketVerbOptions {
 };
 int packet_verb(const PacketVerbOptions& options);
 
+struct ExposureOptions {
+    RouterOptions router;
+    std::string wan_address;
+    std::string from = "wan";
+    std::string expect;
+    std::vector<std::string> words;
+    bool json = false;
+};
+int exposure_verb(const ExposureOptions& options);
+
 struct CheckOptions {
     bool update = false;
     bool whole = false;

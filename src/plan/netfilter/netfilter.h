@@ -28,6 +28,9 @@ struct Rule {
     std::string text() const;
 };
 
+// The kernel refuses loops of chains; rc's chains are three deep.
+inline constexpr int deepest_chain = 64;
+
 struct Chain {
     std::string table;  // "filter", "nat", "mangle"
     std::string name;

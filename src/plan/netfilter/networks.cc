@@ -7,12 +7,6 @@
 #include "plan/netfilter/packet_values.h"
 #include "plan/router/settings.h"
 
-namespace {
-
-constexpr Net loopback = {.address = 0x7f000000, .mask = 0xff000000};
-
-}  // namespace
-
 bool Networks::is_own(Ipv4 address) const {
     if (address == limited_broadcast || loopback.holds(address) || multicasts.holds(address))
         return true;

@@ -10,6 +10,7 @@
 #include "plan/router/world.h"
 
 inline constexpr Ipv4 limited_broadcast = 0xffffffff;
+inline constexpr Net loopback = {.address = 0x7f000000, .mask = 0xff000000};
 inline constexpr Net multicasts = {.address = 0xe0000000, .mask = 0xf0000000};
 
 struct Networks {

@@ -55,8 +55,6 @@ constexpr Named icmp_types[] = {{"echo-reply", 0},
                                 {"address-mask-reply", 18},
                                 {"any", 255}};
 
-constexpr unsigned last_port = 65535;
-
 std::string lower_case(std::string_view text) {
     std::string lower;
     for (const char c : text) lower += static_cast<char>(tolower(static_cast<unsigned char>(c)));

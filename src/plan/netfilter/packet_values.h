@@ -9,6 +9,8 @@
 
 #include "core/ipv4.h"
 
+inline constexpr unsigned last_port = 65535;
+
 struct AddressRange {
     Ipv4 first = 0;
     Ipv4 last = 0;

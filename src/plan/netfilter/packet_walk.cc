@@ -9,9 +9,6 @@
 
 namespace {
 
-// The kernel refuses loops of chains; rc's chains are three deep.
-constexpr int deepest_chain = 64;
-
 constexpr std::string_view hooks[] = {"PREROUTING", "INPUT", "FORWARD", "OUTPUT", "POSTROUTING"};
 
 // The result of a rule or a chain. Return ends a user's chain, and a built-in one with its policy.

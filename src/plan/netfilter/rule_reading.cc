@@ -165,6 +165,13 @@ RuleReading read_rule(const Rule& rule) {
     return RuleReader(rule).read();
 }
 
+const std::string* option_of(const Rule& rule, std::string_view name) {
+    const std::vector<std::string>& words = rule.rule_words;
+    for (size_t i = 0; i + 1 < words.size(); i++)
+        if (words[i] == name) return &words[i + 1];
+    return nullptr;
+}
+
 const std::string* target_option(const Rule& rule, std::string_view name) {
     const std::vector<std::string>& words = rule.target_options;
     for (size_t i = 0; i + 1 < words.size(); i++)

@@ -27,6 +27,9 @@ struct RuleReading {
 
 RuleReading read_rule(const Rule& rule);
 
+// The argument of any option of the rule, or null.
+const std::string* option_of(const Rule& rule, std::string_view name);
+
 // The argument of an option of the rule's target, or null.
 const std::string* target_option(const Rule& rule, std::string_view name);
 

@@ -34,3 +34,12 @@ std::vector<std::string> produced_files(const Plan& plan) {
     }
     return paths;
 }
+
+Place place_of(const Plan& plan, const Origin& origin) {
+    const Event& event = plan.after.transcript.events().at(origin.event);
+    if (origin.line == 0) return {.file = "", .line = 0, .text = event.text};
+    const std::vector<std::string_view> lines = body_lines(event.body);
+    return {
+        .file = event.text, .line = origin.line, .text = std::string(lines.at(origin.line - 1))};
+}
+

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "plan/router/lines.h"
 #include "plan/router/recording.h"
 #include "plan/router/settings.h"
 
@@ -30,5 +31,14 @@ Plan make_plan(const World& router, const std::vector<std::string>& words);
 
 // The files that the run created or changed, by path, without /proc and /dev.
 std::vector<std::string> produced_files(const Plan& plan);
+
+// A line of the transcript: its file and line number there.
+struct Place {
+    std::string file;  // empty: a command that rc ran directly
+    size_t line = 0;
+    std::string text;
+};
+
+Place place_of(const Plan& plan, const Origin& origin);
 
 #endif

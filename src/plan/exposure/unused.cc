@@ -1,0 +1,93 @@
+// Rules that no packet reaches, and forwards that lead nowhere.
+
+#include <algorithm>
+#include <set>
+
+#include "plan/exposure/exposure.h"
+#include "plan/exposure/opening_words.h"
+
+namespace {
+
+// All ways by which packets enter: the router's interfaces and those that rules name, and the
+// router itself.
+std::vector<Entry> entries_of(const Firewall& firewall) {
+    std::set<std::string> names = {"", "lo", firewall.networks.lan_if, firewall.networks.wan_if};
+    for (const auto& [name, address] : firewall.networks.addresses) names.insert(name);
+    std::vector<Entry> entries;
+    for (const std::string& name : names)
+        for (const ConnectionState state : connection_states)
+            entries.push_back({.in = name, .state = state});
+    return entries;
+}
+
+std::string settings_text(const std::vector<SettingUse>& uses) {
+    std::string text;
+    for (const SettingUse& use : uses)
+        if (!use.entries.empty() || uses.size() == 1)
+            text += (text.empty() ? "" : ", ") + use.text();
+    return text;
+}
+
+std::string taker_text(const RuleSettings& settings, const RulePlace& by) {
+    const std::string behind = settings_text(settings.of(by));
+    return behind.empty() ? rule_name(by) : behind + " (" + rule_name(by) + ")";
+}
+
+}  // namespace
+
+std::vector<ExposureRow> unused_rows(const Firewall& firewall, const PacketSpace& space,
+                                     const RuleSettings& settings) {
+    RuleUse use;
+    // Per forward: whether some of its packets are accepted, and what drops the others.
+    std::set<RulePlace> arrive;
+    std::map<RulePlace, std::set<RulePlace>> dropped;
+    const auto walk_all = [&](RuleUse& all, bool notes_fates) {
+        for (const Entry& entry : entries_of(firewall))
+            for (const Fate& fate : walk_flows(firewall.rules, firewall.networks, space, entry,
+                                               PacketSet::everything(), all)) {
+                if (!notes_fates || !fate.flow.translated_by) continue;
+                if (fate.accepted)
+                    arrive.insert(*fate.flow.translated_by);
+                else
+                    dropped[*fate.flow.translated_by].insert(fate.by);
+            }
+    };
+    walk_all(use, true);
+    RuleUse second;
+    for (const Chain& chain : firewall.tables.chains)
+        for (size_t number = 1; number <= chain.rules.size(); number++) {
+            const RulePlace place = {.chain = &chain, .number = number};
+            if (!use.met.contains(place)) second.watched[place] = place;
+        }
+    walk_all(second, false);
+
+    std::vector<ExposureRow> rows;
+    const auto add = [&](const RulePlace& place, std::string why) {
+        ExposureRow row;
+        row.kind = ExposureRow::Kind::Unused;
+        row.settings = settings.of(place);
+        row.own = !is_of_a_list(row.settings);
+        row.rule = place_of(firewall, place);
+        row.why = std::move(why);
+        rows.push_back(std::move(row));
+    };
+    for (const auto& [place, leader] : second.watched) {
+        std::string takers;
+        for (const RuleUse::Taking& taking : second.taken[place])
+            takers += (takers.empty() ? "" : ", ") + taker_text(settings, taking.by);
+        if (takers.empty())
+            add(place, "no packet that it asks for comes to " + place.chain->name);
+        else
+            add(place,
+                "its packets are taken before by " + takers + "; remove it, or move it in front");
+    }
+    for (const auto& [place, by] : dropped) {
+        if (arrive.contains(place)) continue;
+        std::string droppers;
+        for (const RulePlace& each : by)
+            droppers += (droppers.empty() ? "" : ", ") + taker_text(settings, each);
+        add(place, "every packet that it forwards is dropped by " + droppers);
+    }
+    std::ranges::stable_sort(rows, {}, &ExposureRow::own);
+    return rows;
+}

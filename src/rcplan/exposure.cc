@@ -1,0 +1,96 @@
+// rcplan exposure: what the firewall lets in, which rules are never used, and what gets past
+// blocks.
+
+#include <iostream>
+
+#include "core/text.h"
+#include "plan/exposure/expectations.h"
+#include "plan/exposure/exposure.h"
+#include "plan/trace/redaction.h"
+#include "rcplan/exposure_json.h"
+#include "rcplan/exposure_text.h"
+#include "rcplan/files.h"
+#include "rcplan/verbs.h"
+
+namespace {
+
+// The same router for `rcplan packet`.
+std::string packet_call(const ExposureOptions& options, const std::string& wan_address) {
+    std::string call = "rcplan packet";
+    if (!options.router.settings_file.empty())
+        call += " --settings " + options.router.settings_file;
+    for (const std::string& set : options.router.sets) call += " --set '" + set + "'";
+    if (!options.router.world_file.empty()) call += " --world " + options.router.world_file;
+    if (!wan_address.empty()) call += " --wan-address " + wan_address;
+    return call;
+}
+
+int check_expectations(const Firewall& firewall, const PacketSpace& space, const std::string& path,
+                       const std::string& call) {
+    const std::optional<std::string> text = read_file(path);
+    if (!text) return status_wrong_use;
+    const auto read = read_expectations(*text);
+    if (const auto* error = std::get_if<ExpectationError>(&read)) {
+        complain(path + ":" + std::to_string(error->line) + ": " + error->message);
+        return status_wrong_use;
+    }
+    int status = status_done;
+    for (const Expectation& expected : std::get<std::vector<Expectation>>(read)) {
+        const std::string packet = contradiction(firewall, space, expected);
+        if (packet.empty()) continue;
+        status = status_differs;
+        print(path + ":" + std::to_string(expected.line) + ": does not hold: " +
+              escape_line(expected.text) + "\n    " + call + " " + packet + "\n");
+    }
+    return status;
+}
+
+}  // namespace
+
+int exposure_verb(const ExposureOptions& options) {
+    const std::vector<std::string> words = rc_words(
+        options.words.empty() ? std::vector<std::string>{"firewall", "start"} : options.words);
+    std::optional<World> router = router_before(options.router, options.wan_address, words);
+    if (!router) return status_wrong_use;
+    const std::string assumed = assume_wan_address(*router);
+    const std::string& wan_address = assumed.empty() ? options.wan_address : assumed;
+    const Plan plan = make_plan(*router, words);
+    const Firewall firewall(plan);
+    const std::string unread = not_followed(firewall.tables);
+    if (!unread.empty()) {
+        complain(unread);
+        return status_wrong_use;
+    }
+    const std::string in = interface_named(firewall.networks, options.from);
+    if (in.empty()) {
+        complain("the settings name no WAN interface; set wan_ifname");
+        return status_wrong_use;
+    }
+    const Networks& networks = firewall.networks;
+    if (in != networks.lan_if && in != networks.wan_if && !networks.addresses.contains(in)) {
+        complain("--from " + options.from + ": this router has no such interface; give wan (" +
+                 networks.wan_if + "), lan (" + networks.lan_if + ") or one of the world file");
+        return status_wrong_use;
+    }
+    const Netfilter* const tables[] = {&firewall.tables};
+    const PacketSpace space(tables);
+    const std::string call = packet_call(options, wan_address);
+    if (!options.expect.empty()) return check_expectations(firewall, space, options.expect, call);
+
+    const Provenance traced = trace(plan);
+    const Provenance provenance = Redaction(plan, traced).provenance(traced);
+    const RuleSettings settings(firewall, provenance);
+    std::vector<ExposureRow> rows = open_rows(firewall, space, settings, in);
+    for (auto* more : {&escape_rows, &unused_rows})
+        for (ExposureRow& row : more(firewall, space, settings)) rows.push_back(std::move(row));
+    if (options.json) {
+        for (const ExposureRow& row : rows) std::cout << exposure_json(row);
+        return status_done;
+    }
+    print("Packets arrive with mark 0, in frames to the router's own MAC address.\n");
+    if (!assumed.empty())
+        print("assumed " + firewall.networks.wan_if + " has the address " + wan_address +
+              " (--wan-address, --world)\n");
+    print("\n" + exposure_text(rows, in, call));
+    return status_done;
+}
