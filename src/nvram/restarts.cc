@@ -90,8 +90,9 @@ Applications with_followers(Applications changed) {
         bit("wan_basic") | bit("firewall") | bit("igmp") | bit("schedule") | bit("ddns");
     // The Internet side stops its services and, once it has an address, starts them.
     if ((changed & (wan | bit("wan_basic"))) != 0) changed = (changed & ~services) | wan;
-    // A new address of the bridge removes the routes behind it.
-    if ((changed & bit("lan")) != 0) changed |= bit("route");
+    // A new address of the bridge removes the routes behind it: the user's own, that of UPnP, and
+    // that of WPS, which the radio's start sets.
+    if ((changed & bit("lan")) != 0) changed |= bit("route") | bit("upnp") | bit("wlan");
     return changed;
 }
 

@@ -78,7 +78,8 @@ TEST(Restarts, OnlyWhatHasAStopHalfIsStopped) {
 TEST(Restarts, ANewLanAddressBringsTheRoutesBack) {
     const nvram::Applications lan = nvram::with_followers(nvram::users_of("ap_gateway"));
     EXPECT_THAT(nvram::names_of(lan, Half::Start),
-                ElementsAre(testing::StrEq("lan"), testing::StrEq("route")));
+                ElementsAre(testing::StrEq("lan"), testing::StrEq("wlan"), testing::StrEq("route"),
+                            testing::StrEq("upnp")));
 }
 
 }  // namespace
