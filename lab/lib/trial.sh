@@ -85,11 +85,12 @@ state() {
     in_net router ip -4 route show table main | sed -E 's/ linkdown//; s/ +$//' | sort
     bridge_ports
     if [ -e "$root/usr/lab/iptables" ]; then
-        for table in filter nat mangle; do router /usr/lab/iptables -w -t "$table" -S; done
+        # rc adds some rules again with each start of the WAN or of QoS, without taking away the former ones.
+        for table in filter nat mangle; do router /usr/lab/iptables -w -t "$table" -S | awk '!seen[$0]++'; done
     fi
     # shellcheck disable=SC2016  # The inner shell's own words.
     router sh -c 'for process in /proc/[0-9]*; do
-            [ "$process" = /proc/$$ ] || tr "\0" " " < "$process/cmdline" 2>/dev/null && echo
+            [ "$process" = /proc/$$ ] || cat "$process/cmdline" 2>/dev/null | tr "\0" " " && echo
         done' | sed -E '/^$/d; /^(tr|sh -c for|sleep) /d; s/-p [0-9]+ *$//' | sort
     (cd "$root" && find tmp etc var -type f ! -path 'var/lab/*' ! -path 'tmp/nvram*' ! -path 'tmp/hold.*' \
         ! -path 'var/run/*.pid' ! -name calls ! -name actions ! -name change ! -name wan_uptime ! -name qostest \

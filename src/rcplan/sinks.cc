@@ -133,7 +133,7 @@ struct Play {
     std::vector<std::string> words;
 };
 
-bool add_case(const std::string& path, std::vector<Play>& plays) {
+bool add_case(const std::string& path, bool for_restarts, std::vector<Play>& plays) {
     const auto loaded = load_case(path);
     if (const auto* error = std::get_if<CaseError>(&loaded)) {
         complain(error->message);
@@ -151,6 +151,10 @@ bool add_case(const std::string& path, std::vector<Play>& plays) {
     // it depends whether other settings choose.
     const Input mode = {.kind = Input::Kind::Setting, .name = "ap_mode"};
     if (!value_of_input(router, mode)) change_setting(router, "ap_mode", "0");
+    // No start of the schedule writes the crontab that its "create" writes: the firewall's does.
+    const std::vector<std::string> crontab = {"rc", "schedule", "create"};
+    if (for_restarts && words == crontab)
+        plays.push_back({.router = copy_of(router), .words = {"rc", "firewall", "start"}});
     plays.push_back({.router = std::move(router), .words = std::move(words)});
     return true;
 }
@@ -160,8 +164,9 @@ bool collect(const SinksOptions& options, std::vector<Play>& plays) {
     if (!router) return false;
     for (const std::vector<std::string>& words : all_actions())
         plays.push_back({.router = router->before(words), .words = words});
-    return std::ranges::all_of(options.cases,
-                               [&](const std::string& path) { return add_case(path, plays); });
+    return std::ranges::all_of(options.cases, [&](const std::string& path) {
+        return add_case(path, options.table == "restarts", plays);
+    });
 }
 
 }  // namespace

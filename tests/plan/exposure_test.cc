@@ -379,13 +379,7 @@ TEST(Exposure, AgreesWithSinglePacketsForAFullHouse) {
 
 TEST(Exposure, AgreesWithSinglePacketsForRandomSettings) {
     RandomSettings random(3);
-    // Sanitizers make each some twenty times slower.
-#ifdef __SANITIZE_ADDRESS__
-    constexpr unsigned count = 10;
-#else
-    constexpr unsigned count = 200;
-#endif
-    for (unsigned i = 0; i < count; i++) {
+    for (unsigned i = 0; i < ROUTERS; i++) {
         const Settings settings = random.draw();
         SCOPED_TRACE("settings " + std::to_string(i));
         compare_with_walks(Walked(settings), random, 60);
@@ -397,7 +391,7 @@ TEST(Exposure, AgreesWithSinglePacketsForRandomSettings) {
 // only if B accepts it to a place to which A does not.
 TEST(Exposure, DifferencesAgreeWithSinglePackets) {
     RandomSettings random(4);
-    for (unsigned i = 0; i < 30; i++) {
+    for (unsigned i = 0; i < ROUTERS / 4; i++) {
         const Compared both(random.draw(), random.draw());
         const std::vector<Opening> opened = both.opened();
         for (unsigned k = 0; k < 60; k++) {

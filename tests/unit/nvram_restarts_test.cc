@@ -75,6 +75,14 @@ TEST(Restarts, OnlyWhatHasAStopHalfIsStopped) {
     EXPECT_THAT(nvram::names_of(users, Half::Start), testing::Contains(testing::StrEq("lan")));
 }
 
+// The start of the schedule does not write the crontab; that of the firewall does.
+TEST(Restarts, TheCrontabIsTheFirewalls) {
+    for (const char* const key : {"mail_sendlog", "mail_sh_hour", "mail_sh_day", "fw_schedule"})
+        EXPECT_THAT(nvram::names_of(nvram::users_of(key), Half::Start),
+                    testing::Contains(testing::StrEq("firewall")))
+            << key;
+}
+
 TEST(Restarts, ANewLanAddressBringsTheRoutesBack) {
     const nvram::Applications lan = nvram::with_followers(nvram::users_of("ap_gateway"));
     EXPECT_THAT(nvram::names_of(lan, Half::Start),

@@ -49,7 +49,7 @@ Place place_of(const Firewall& firewall, const RulePlace& by) {
 }
 
 RuleSettings::RuleSettings(const Firewall& firewall, const Provenance& provenance)
-    : firewall_(firewall), provenance_(provenance) {
+    : provenance_(provenance) {
     std::map<std::string, size_t> counts;
     size_t rules = 0;
     for (const Chain& chain : firewall.tables.chains)

@@ -58,7 +58,6 @@ class RuleSettings {
     std::vector<SettingUse> of(const RulePlace& place) const;
 
   private:
-    const Firewall& firewall_;
     const Provenance& provenance_;
     std::vector<std::string> common_;
 

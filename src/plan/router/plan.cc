@@ -42,4 +42,3 @@ Place place_of(const Plan& plan, const Origin& origin) {
     return {
         .file = event.text, .line = origin.line, .text = std::string(lines.at(origin.line - 1))};
 }
-
