@@ -8,12 +8,6 @@
 
 namespace {
 
-std::string joined(const std::vector<std::string>& list) {
-    std::string text;
-    for (const std::string& each : list) text += (text.empty() ? "" : "; ") + each;
-    return text;
-}
-
 std::string because(const ExposureRow& row) {
     std::string text;
     for (const SettingUse& use : row.settings) text += (text.empty() ? "" : ", ") + use.text();
@@ -24,15 +18,6 @@ std::string rule_text(const ExposureRow& row) {
     if (row.rule.text.empty()) return "a policy that no line sets";
     if (row.rule.file.empty()) return row.rule.text;
     return fmt::format("{}:{}  {}", row.rule.file, row.rule.line, row.rule.text);
-}
-
-std::string open_text(const ExposureRow& row) {
-    std::string text = row.proto;
-    if (!row.ports.empty() && row.ports != "all") text += " " + row.ports;
-    if (row.ports == "all") text += ", every port,";
-    text += " from " + row.src + " to " + row.to;
-    if (!row.to_ports.empty() && row.to_ports != row.ports) text += " port " + row.to_ports;
-    return text + (row.when.empty() ? ", always" : ", only " + joined(row.when));
 }
 
 const char* title_of(const ExposureRow& row) {

@@ -247,6 +247,14 @@ TEST(Exposure, OrderAndSpellingOpenNothing) {
     EXPECT_THAT(both.closed(), IsEmpty());
 }
 
+// A range keeps the port, a single forward names it: both lead to the same place.
+TEST(Exposure, TwoWaysToTheSamePlaceOpenNothing) {
+    const Compared both(factory_with({{"fw_in_rules", "web:1:x:8000:8000:tcp:9"}}),
+                        factory_with({{"fw_out_rules", "web:1:x:8000:8000:tcp:9"}}));
+    EXPECT_THAT(both.opened(), IsEmpty());
+    EXPECT_THAT(both.closed(), IsEmpty());
+}
+
 // Settings of the firewall drawn at random, with few ports and hosts, so that entries collide.
 class RandomSettings {
   public:

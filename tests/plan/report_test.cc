@@ -198,11 +198,48 @@ TEST(Report, ALineWithItsReasonsAndTheLinksBack) {
     expect_shows(page, "<td><code>5</code></td><td class=\"help\">");
 }
 
+// The rules of a router with one forward.
+std::string report_of_forward(const World& world) {
+    return report_of(world,
+                     {{"ap_mode", "0"},
+                      {"fw_in_rules", "web:1:x:8000:80:tcp:9"},
+                      {"fw_nat", "1"},
+                      {"lan_if", "br0"},
+                      {"lan_ipaddr", "192.168.1.1"},
+                      {"lan_netmask", "255.255.255.0"},
+                      {"wan_ifname", "eth2.2"},
+                      {"wan_mode", "ip"},
+                      {"wan_mtu", "1500"}},
+                     {"rc", "firewall", "start"});
+}
+
+TEST(Report, TellsWhatIsOpenFromTheWan) {
+    World world;
+    world.interfaces["eth2.2"].address = "203.0.113.7";
+    const std::string page = report_of_forward(world);
+    expect_sound(page);
+    expect_shows(page, "href=\"#open\"");
+    expect_shows(page,
+                 "<span>tcp 8000 from anyone to 192.168.1.9 port 80, always</span>"
+                 " <span class=\"help\"><a href=\"#setting-fw_in_rules.1\">"
+                 "<code>fw_in_rules entry 1</code></a>");
+    // On the map, its chain is marked, and one to which only the LAN's packets come is not.
+    expect_shows(page, "aria-label=\"chain PF, 1 rule, WAN\"");
+    expect_shows(page, "aria-label=\"chain BLOCK, 3 rules\"");
+}
+
+TEST(Report, WithoutAnAddressItIsNotKnownWhatIsOpen) {
+    const std::string page = report_of_forward({});
+    expect_sound(page);
+    expect_shows(page, "What is open is not known: the WAN has no address in this run;");
+}
+
 TEST(Report, WithoutAFirewallThereIsNoMap) {
     const std::string page = report_of({}, {}, {"rc", "httpd", "stop"});
     expect_sound(page);
     expect_lacks(page, "id=\"firewall\"");
     expect_lacks(page, "href=\"#firewall\"");
+    expect_lacks(page, "id=\"open\"");
 }
 
 TEST(Report, ANestedRunUnfoldsBelowItsCommand) {

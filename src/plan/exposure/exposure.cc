@@ -41,10 +41,17 @@ std::string rule_name(const RulePlace& place) {
     return "rule " + std::to_string(place.number) + " of " + place.chain->name;
 }
 
+namespace {
+
+std::optional<Origin> origin_of(const RulePlace& by) {
+    if (by.chain == nullptr) return std::nullopt;
+    return by.rule() != nullptr ? by.rule()->origin : by.chain->policy_origin;
+}
+
+}  // namespace
+
 Place place_of(const Firewall& firewall, const RulePlace& by) {
-    if (by.chain == nullptr) return {};
-    const std::optional<Origin> origin =
-        by.rule() != nullptr ? by.rule()->origin : by.chain->policy_origin;
+    const std::optional<Origin> origin = origin_of(by);
     return origin ? ::place_of(firewall.plan, *origin) : Place{};
 }
 
@@ -144,6 +151,7 @@ std::vector<ExposureRow> rows_of(std::vector<Opening> openings, const Firewall& 
         std::ranges::stable_sort(row.settings, {},
                                  [](const SettingUse& use) { return use.entries.empty(); });
         row.rule = place_of(firewall, by);
+        row.origin = origin_of(by);
         row.packets = opening.packets;
         row.state = opening.state;
         rows.push_back(std::move(row));
@@ -164,4 +172,30 @@ std::vector<ExposureRow> opened_rows(const Firewall& firewall, const Firewall& o
                                      const std::string& in) {
     // Rules of the other firewall have no settings here, so each stands for itself.
     return rows_of(openings_beyond(firewall, other, space, in), firewall, space, settings, in);
+}
+
+std::string open_text(const ExposureRow& row) {
+    std::string text = row.proto;
+    if (!row.ports.empty()) text += row.ports == "all" ? ", every port," : " " + row.ports;
+    text += " from " + row.src + " to " + row.to;
+    if (!row.to_ports.empty() && row.to_ports != row.ports) text += " port " + row.to_ports;
+    std::string when;
+    for (const std::string& condition : row.when) when += (when.empty() ? "" : "; ") + condition;
+    return text + (when.empty() ? ", always" : ", only " + when);
+}
+
+std::set<std::pair<std::string, std::string>> chains_entered(const Firewall& firewall,
+                                                             const PacketSpace& space,
+                                                             const std::string& in) {
+    RuleUse use;
+    const ConnectionState state = ConnectionState::New;
+    walk_flows(firewall.rules, firewall.networks, space, {.in = in, .state = state},
+               entering(space, state), use);
+    std::set<std::pair<std::string, std::string>> entered;
+    for (const RulePlace& place : use.met) {
+        entered.insert({place.chain->table, place.chain->name});
+        if (firewall.tables.find(place.chain->table, place.rule()->target) != nullptr)
+            entered.insert({place.chain->table, place.rule()->target});
+    }
+    return entered;
 }

@@ -3,6 +3,7 @@
 #ifndef RC_PLAN_EXPOSURE_EXPOSURE_H
 #define RC_PLAN_EXPOSURE_EXPOSURE_H
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -29,8 +30,9 @@ struct ExposureRow {
     std::string to_ports = {};
     std::vector<std::string> when = {};  // empty: always
     std::vector<SettingUse> settings = {};
-    // The line that adds the rule that decides.
+    // The line that adds the rule that decides, and its place in the transcript.
     Place rule = {};
+    std::optional<Origin> origin = {};
     // The words of `rcplan packet` for a packet that shows it; empty if there is none.
     std::string packet = {};
     // What takes the rule's packets, or why they get past, and what to do.
@@ -80,7 +82,15 @@ std::vector<ExposureRow> escape_rows(const Firewall& firewall, const PacketSpace
 // The line that adds a rule or sets a policy; empty for a policy that no line has set.
 Place place_of(const Firewall& firewall, const RulePlace& by);
 
-// "PF rule 3"
+// "rule 3 of PF"
 std::string rule_name(const RulePlace& place);
+
+// A row of Open as a sentence: "tcp 8000 from anyone to 192.168.1.9 port 80, always".
+std::string open_text(const ExposureRow& row);
+
+// The chains, each by its table and name, that packets enter which may begin a connection.
+std::set<std::pair<std::string, std::string>> chains_entered(const Firewall& firewall,
+                                                             const PacketSpace& space,
+                                                             const std::string& in);
 
 #endif

@@ -220,6 +220,19 @@ std::vector<Group> groups_of(const Firewall& firewall, const PacketSpace& space,
     return groups;
 }
 
+// The packets that two openings lead to the same place. A translation may lead to the address and
+// port that a packet has anyway.
+PacketSet led_alike(const PacketSpace& space, const Opening& one, const Opening& other) {
+    if (one.out != other.out) return {};
+    const auto same = [&](Field field, const auto& to, const auto& other_to) {
+        if (to == other_to) return PacketSet::everything();
+        if (to && other_to) return PacketSet();
+        return space.with(field, to ? *to : *other_to);
+    };
+    return same(Field::Destination, one.to, other.to) &
+           same(Field::DestinationPort, one.to_port, other.to_port);
+}
+
 void add_openings(std::vector<Opening>& all, const PacketSpace& space, const Group& group) {
     std::vector<Opening> parts = Splitter(space, group.common).split(group.packets);
     join_whole_protocols(parts);
@@ -244,12 +257,9 @@ std::vector<Opening> openings_beyond(const Firewall& firewall, const Firewall& o
     const std::vector<Group> others = groups_of(other, space, in, ConnectionState::New, cause);
     std::vector<Opening> all;
     for (Group group : groups_of(firewall, space, in, ConnectionState::New, cause)) {
-        // The same place, translated or not: an address and port, the router, or those behind an
-        // interface.
         for (const Group& known : others)
-            if (known.common.out == group.common.out && known.common.to == group.common.to &&
-                known.common.to_port == group.common.to_port)
-                group.packets = group.packets - known.packets;
+            group.packets =
+                group.packets - (known.packets & led_alike(space, group.common, known.common));
         if (!group.packets.is_empty()) add_openings(all, space, group);
     }
     return all;

@@ -62,13 +62,14 @@ std::vector<ExposureRow> unused_rows(const Firewall& firewall, const PacketSpace
     walk_all(second, false);
 
     std::vector<ExposureRow> rows;
-    const auto add = [&](const RulePlace& place, std::string why) {
+    const auto add = [&](const RulePlace& place, const std::string& why, const char* fix) {
         ExposureRow row;
         row.kind = ExposureRow::Kind::Unused;
         row.settings = settings.of(place);
         row.own = !is_of_a_list(row.settings);
         row.rule = place_of(firewall, place);
-        row.why = std::move(why);
+        // rc's own rules are what they are.
+        row.why = row.own ? why : why + fix;
         rows.push_back(std::move(row));
     };
     for (const auto& [place, leader] : second.watched) {
@@ -76,17 +77,19 @@ std::vector<ExposureRow> unused_rows(const Firewall& firewall, const PacketSpace
         for (const RuleUse::Taking& taking : second.taken[place])
             takers += (takers.empty() ? "" : ", ") + taker_text(settings, taking.by);
         if (takers.empty())
-            add(place, "no packet that it asks for comes to " + place.chain->name);
+            add(place, "no packet that it asks for comes to " + place.chain->name,
+                "; take the entry out");
         else
-            add(place,
-                "its packets are taken before by " + takers + "; remove it, or move it in front");
+            add(place, "its packets are taken before by " + takers,
+                "; take the entry out, or put it first");
     }
     for (const auto& [place, by] : dropped) {
         if (arrive.contains(place)) continue;
         std::string droppers;
         for (const RulePlace& each : by)
             droppers += (droppers.empty() ? "" : ", ") + taker_text(settings, each);
-        add(place, "every packet that it forwards is dropped by " + droppers);
+        add(place, "every packet that it forwards is dropped by " + droppers,
+            "; allow what it forwards, or take the entry out");
     }
     std::ranges::stable_sort(rows, {}, &ExposureRow::own);
     return rows;

@@ -11,6 +11,7 @@
 #include "plan/report/report_files.h"
 #include "plan/report/report_findings.h"
 #include "plan/report/report_firewall.h"
+#include "plan/report/report_open.h"
 #include "plan/report/report_page.h"
 #include "plan/report/report_parts.h"
 #include "plan/report/report_subjects.h"
@@ -81,8 +82,9 @@ struct Part {
 };
 constexpr Part parts[] = {
     {"findings", "Check", put_findings},    {"timeline", "Timeline", put_timeline},
-    {"files", "Files", put_files},          {"firewall", "Firewall", put_firewall},
-    {"settings", "Settings", put_settings}, {"assumed", "Assumed", put_facts},
+    {"files", "Files", put_files},          {"open", "Open", put_open},
+    {"firewall", "Firewall", put_firewall}, {"settings", "Settings", put_settings},
+    {"assumed", "Assumed", put_facts},
 };
 
 }  // namespace

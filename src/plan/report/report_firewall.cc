@@ -30,22 +30,6 @@ bool is_used(const Netfilter& tables, std::string_view table) {
     });
 }
 
-// A link to the line that adds a rule: in a produced file, otherwise in the timeline.
-std::string place_html(const Report& report, const Origin& origin) {
-    const auto place = report.places.find(origin);
-    if (place != report.places.end()) {
-        const auto& [file, line] = place->second;
-        return fmt::format(R"(<a class="place" href="#{}">{}:{}</a>)", file_line_id(file, line),
-                           shown_line(report.redaction.path(report.files[file].path)), line + 1);
-    }
-    const Event& event = report.event(origin.event);
-    const bool is_file = event.verb == "write" || event.verb == "append";
-    const std::string name =
-        is_file ? report.redaction.line({origin.event, 0}, event.text) : event.verb;
-    return fmt::format(R"(<a class="place" href="#{}">{}{}</a>)", line_id(origin), shown_line(name),
-                       origin.line > 0 ? fmt::format(":{}", origin.line) : "");
-}
-
 // The colour of a rule depends on its verdict.
 const char* fate(const Rule& rule) {
     if (rule.target == "ACCEPT") return " accept";
@@ -108,7 +92,8 @@ void put_chain(std::string& out, const Report& report, const Chain& chain) {
 }
 
 void put_table(std::string& out, const Report& report, const Table& table) {
-    const std::string map = chain_map(report.tables, table.name);
+    const ChainNames entered = report.open ? report.open->chains_entered : ChainNames();
+    const std::string map = chain_map(report.tables, table.name, entered);
     out += fmt::format(
         R"(<div class="table group"><h3><code>{}</code> <span class="note">{}</span></h3>)"
         R"(<div class="sides"><div class="map" role="region" aria-label="map of the table {}")"
@@ -156,7 +141,10 @@ void put_firewall(std::string& out, const Report& report) {
     if (!has_firewall(report)) return;
     out += R"(<section id="firewall" class="group"><h2>Firewall</h2>)"
            R"(<p class="note">The rules in place after the run. Each chain in a map links to its)"
-           R"( rules; the number at an arrow is the rule that jumps.</p>)";
+           R"( rules; the number at an arrow is the rule that jumps.)";
+    if (report.open && report.open->unknown.empty())
+        out += R"( New connections from the WAN come to the chains marked so.)";
+    out += "</p>";
     for (const Table& table : shown_tables)
         if (is_used(report.tables, table.name)) put_table(out, report, table);
     put_refused(out, report, false);

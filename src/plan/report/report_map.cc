@@ -31,6 +31,8 @@ struct Point {
 
 struct Node {
     const Chain* chain;
+    // Packets from the WAN that may begin a connection enter it.
+    bool from_wan;
     Point centre;
 };
 
@@ -57,11 +59,12 @@ std::string node_name(const Chain& chain) {
     return chain.name.substr(0, shown_letters - 1) + "~";
 }
 
-std::string node_note(const Chain& chain) {
+std::string node_note(const Node& node) {
+    const Chain& chain = *node.chain;
     const std::string rules = chain.rules.empty() ? "no rules"
                                                   : fmt::format("{} rule{}", chain.rules.size(),
                                                                 chain.rules.size() == 1 ? "" : "s");
-    return chain.policy ? *chain.policy + ", " + rules : rules;
+    return (chain.policy ? *chain.policy + ", " : "") + rules + (node.from_wan ? ", WAN" : "");
 }
 
 void add_jumps(Graph& graph, size_t from) {
@@ -81,13 +84,16 @@ void add_jumps(Graph& graph, size_t from) {
     }
 }
 
-Graph graph_of(const Netfilter& tables, std::string_view table) {
+Graph graph_of(const Netfilter& tables, std::string_view table, const ChainNames& from_wan) {
     Graph graph;
     size_t letters = 0;
     for (const Chain& chain : tables.chains) {
         if (chain.table != table) continue;
-        graph.nodes.push_back({.chain = &chain, .centre = {}});
-        letters = std::max({letters, node_name(chain).size(), node_note(chain).size()});
+        graph.nodes.push_back({.chain = &chain,
+                               .from_wan = from_wan.contains({chain.table, chain.name}),
+                               .centre = {}});
+        letters =
+            std::max({letters, node_name(chain).size(), node_note(graph.nodes.back()).size()});
     }
     graph.node_width = static_cast<double>(letters) * letter_width + 20;
     for (size_t from = 0; from < graph.nodes.size(); from++) add_jumps(graph, from);
@@ -217,9 +223,10 @@ void draw_node(std::string& out, const Graph& graph, const Node& node) {
     std::string kind = chain.policy ? "built-in" : "own";
     if (chain.rules.empty()) kind += " bare";
     if (chain.policy == "DROP") kind += " drop";
+    if (node.from_wan) kind += " from-wan";
     const double left = node.centre.x - graph.node_width / 2;
     const double top = node.centre.y - node_height / 2;
-    const std::string note = node_note(chain);
+    const std::string note = node_note(node);
     out += fmt::format(
         R"(<a href="#{}" class="node {}" aria-label="chain {}, {}"><rect x="{:.1f}" y="{:.1f}")"
         R"( width="{:.1f}" height="{:.1f}" rx="5"/>)",
@@ -238,8 +245,8 @@ std::string chain_id(std::string_view table, std::string_view name) {
     return "chain-" + anchor(table) + "-" + anchor(name);
 }
 
-std::string chain_map(const Netfilter& tables, std::string_view table) {
-    Graph graph = graph_of(tables, table);
+std::string chain_map(const Netfilter& tables, std::string_view table, const ChainNames& from_wan) {
+    Graph graph = graph_of(tables, table, from_wan);
     if (graph.nodes.empty() || !read_layout(plain_layout(dot_text(graph)), graph)) return "";
     // The root's column is cut off.
     double left = graph.width;

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "plan/report/html.h"
+#include "plan/report/report_open.h"
 
 namespace {
 
@@ -30,6 +31,7 @@ Report::Report(const Plan& shown, const Provenance& traced)
       redaction(shown, traced),
       provenance(redaction.provenance(traced)),
       tables(netfilter_of(shown.after.transcript, shown.before)),
+      open(open_from_wan(shown, tables, provenance)),
       files(produced_lines(shown)) {
     for (size_t file = 0; file < files.size(); file++)
         for (size_t line = 0; line < files[file].lines.size(); line++)
@@ -125,6 +127,21 @@ std::string text_html(const Report& report, const Origin& origin, const std::str
 
 bool is_binary(const Event& event) {
     return event.body.find('\0') != std::string::npos;
+}
+
+std::string place_html(const Report& report, const Origin& origin) {
+    const auto place = report.places.find(origin);
+    if (place != report.places.end()) {
+        const auto& [file, line] = place->second;
+        return fmt::format(R"(<a class="place" href="#{}">{}:{}</a>)", file_line_id(file, line),
+                           shown_line(report.redaction.path(report.files[file].path)), line + 1);
+    }
+    const Event& event = report.event(origin.event);
+    const bool is_file = event.verb == "write" || event.verb == "append";
+    const std::string name =
+        is_file ? report.redaction.line({origin.event, 0}, event.text) : event.verb;
+    return fmt::format(R"(<a class="place" href="#{}">{}{}</a>)", line_id(origin), shown_line(name),
+                       origin.line > 0 ? fmt::format(":{}", origin.line) : "");
 }
 
 std::string counted(size_t count, const char* one) {

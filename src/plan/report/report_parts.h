@@ -5,9 +5,11 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "plan/exposure/exposure.h"
 #include "plan/netfilter/netfilter.h"
 #include "plan/router/plan.h"
 #include "plan/trace/influence.h"
@@ -20,6 +22,16 @@ struct Subject {
     std::vector<Origin> lines;
 };
 
+// What the run leaves open for connections from the WAN.
+struct OpenFromWan {
+    std::string in;
+    std::vector<ExposureRow> rows;
+    // By table and name.
+    std::set<std::pair<std::string, std::string>> chains_entered;
+    // Why it is not known; empty if it is, or if the run has no firewall.
+    std::string unknown;
+};
+
 struct Report {
     Report(const Plan& plan, const Provenance& provenance);
 
@@ -28,6 +40,7 @@ struct Report {
     // Without the values of secrets.
     Provenance provenance;
     Netfilter tables;
+    std::optional<OpenFromWan> open;
     std::vector<FollowedFile> files;
     // The place of a transcript's line in the produced files: index of the file, index of the line.
     std::map<Origin, std::pair<size_t, size_t>> places;
@@ -58,6 +71,9 @@ std::string reasons_html(const Report& report, const std::vector<Influence>& rea
 
 // The text redacted, as a line of HTML.
 std::string text_html(const Report& report, const Origin& origin, const std::string& text);
+
+// A link to the line that adds a rule: in a produced file, otherwise in the timeline.
+std::string place_html(const Report& report, const Origin& origin);
 
 // Whether an event's body is shown in hexadecimal, so that its lines have no ids.
 bool is_binary(const Event& event);
