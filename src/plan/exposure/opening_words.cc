@@ -77,6 +77,11 @@ std::string protocol_names(const std::vector<NumberRange>& ranges) {
     return text;
 }
 
+std::string icmp_name(unsigned type) {
+    const std::string name = icmp_type_text(type);
+    return name == std::to_string(type) ? "type " + name : name;
+}
+
 PacketSet any_of(const PacketSpace& space, Field field, const std::vector<NumberRange>& ranges) {
     PacketSet set;
     for (const NumberRange& range : ranges) set = set | space.with(field, range.first, range.last);
@@ -116,7 +121,7 @@ std::string protocols_text(const Opening& opening) {
     std::string types;
     for (const NumberRange& range : opening.icmp_types)
         for (unsigned type = range.first; type <= range.last; type++)
-            types += (types.empty() ? "" : ", ") + icmp_type_text(type);
+            types += (types.empty() ? "" : ", ") + icmp_name(type);
     return text + " " + types;
 }
 
@@ -214,21 +219,20 @@ std::vector<std::string> conditions_of(const Firewall& firewall, const PacketSpa
                        " \"" + text + "\"");
     }
     if (space.depends_on(rest, Field::Drawn)) list.emplace_back("by a random choice");
-    if (space.depends_on(rest, Field::MacSource)) {
-        const std::vector<NumberRange> places = space.values(rest, Field::MacSource);
-        constexpr size_t shown = 3;
-        const std::vector<std::string>& texts = space.texts(Field::MacSource);
-        std::string macs;
-        size_t count = 0;
-        for (const NumberRange& range : places)
-            for (unsigned place = std::max(range.first, 1U); place <= range.last; place++)
-                if (place <= texts.size() && ++count <= shown)
-                    macs += (macs.empty() ? "" : ", ") + texts[place - 1];
-        if (count > shown) macs += " or " + std::to_string(count - shown) + " others";
-        const bool others_too = !places.empty() && places[0].first == 0;
-        list.push_back(others_too ? "not from some MAC addresses of the lists"
-                                  : "from the MAC address " + macs);
-    }
+    // The places of the addresses that the rules name; 0 stands for all others.
+    const std::vector<std::string>& texts = space.texts(Field::MacSource);
+    constexpr size_t shown = 3;
+    std::string macs;
+    size_t count = 0;
+    for (const NumberRange& range : opening.mac_sources)
+        for (unsigned place = std::max(range.first, 1U); place <= range.last; place++)
+            if (place <= texts.size() && ++count <= shown)
+                macs += (macs.empty() ? "" : ", ") + texts[place - 1];
+    if (count > shown) macs += " or " + std::to_string(count - shown) + " others";
+    const bool others_too = !opening.mac_sources.empty() && opening.mac_sources[0].first == 0;
+    if (!others_too && count > 0) list.push_back("from the MAC address " + macs);
+    if (others_too && count < texts.size())
+        list.emplace_back("not from some MAC addresses of the lists");
     return list;
 }
 

@@ -46,10 +46,12 @@ class Splitter {
               Field::IcmpType)) {}
 
     std::vector<Opening> split(const PacketSet& packets) {
-        for (const PacketPart& by_protocol : space_.parts(packets, Field::Protocol))
-            for (const PacketPart& by_port : space_.parts(by_protocol.rest, Field::DestinationPort))
-                for (const PacketPart& by_type : space_.parts(by_port.rest, Field::IcmpType))
-                    split_by_hosts(by_protocol.values, by_port.values, by_type);
+        for (const PacketPart& by_mac : space_.parts(packets, Field::MacSource))
+            // They are all sent to the router's own address.
+            for (const PacketPart& by_frame : space_.parts(by_mac.rest, Field::MacDest)) {
+                macs_ = by_mac.values;
+                split_by_ports(by_frame.rest);
+            }
         for (Opening& opening : found_) opening.packets = packets & product_of(opening);
         return std::move(found_);
     }
@@ -59,7 +61,15 @@ class Splitter {
     const Opening& common_;
     // Of icmp in this state.
     std::vector<NumberRange> all_types_;
+    std::vector<NumberRange> macs_;
     std::vector<Opening> found_;
+
+    void split_by_ports(const PacketSet& packets) {
+        for (const PacketPart& by_protocol : space_.parts(packets, Field::Protocol))
+            for (const PacketPart& by_port : space_.parts(by_protocol.rest, Field::DestinationPort))
+                for (const PacketPart& by_type : space_.parts(by_port.rest, Field::IcmpType))
+                    split_by_hosts(by_protocol.values, by_port.values, by_type);
+    }
 
     void split_by_hosts(const std::vector<NumberRange>& protocols,
                         const std::vector<NumberRange>& ports, const PacketPart& by_type) {
@@ -71,6 +81,7 @@ class Splitter {
                     // The flags are those of the protocol.
                     for (const PacketPart& by_flags : space_.parts(by_port.rest, Field::TcpFlags)) {
                         Opening opening = common_;
+                        opening.mac_sources = macs_;
                         opening.protocols = protocols;
                         if (has_ports(protocols[0].first)) {
                             opening.ports = ports;
@@ -91,7 +102,8 @@ class Splitter {
         const auto alike = std::ranges::find_if(found_, [&](const Opening& other) {
             const bool same_ports =
                 same(other.ports, opening.ports) && same(other.source_ports, opening.source_ports);
-            return same_ports && opening.icmp_types.empty() && other.icmp_types.empty() &&
+            return same_ports && same(other.mac_sources, opening.mac_sources) &&
+                   opening.icmp_types.empty() && other.icmp_types.empty() &&
                    same(other.sources, opening.sources) &&
                    same(other.destinations, opening.destinations) && other.rest == opening.rest;
         });
@@ -109,7 +121,8 @@ class Splitter {
     }
 
     PacketSet product_of(const Opening& opening) const {
-        PacketSet set = any_of(Field::Protocol, opening.protocols) &
+        PacketSet set = any_of(Field::MacSource, opening.mac_sources) &
+                        any_of(Field::Protocol, opening.protocols) &
                         any_of(Field::Source, opening.sources) &
                         any_of(Field::Destination, opening.destinations) & opening.rest;
         if (!opening.ports.empty())
@@ -154,6 +167,7 @@ void join_whole_protocols(std::vector<Opening>& openings) {
         for (size_t k = 0; k < openings.size(); k++) {
             const Opening& other = openings[k];
             const bool joins = k != i && other.ports.empty() && other.icmp_types.empty() &&
+                               same(other.mac_sources, openings[i].mac_sources) &&
                                same(other.sources, openings[i].sources) &&
                                same(other.destinations, openings[i].destinations) &&
                                other.rest == openings[i].rest;

@@ -32,6 +32,8 @@ std::string assume_wan_address(World& router);
 struct Opening {
     std::string in;
     ConnectionState state = ConnectionState::New;
+    // Places in the rules' list of addresses, as PacketSpace has them.
+    std::vector<NumberRange> mac_sources;
     std::vector<NumberRange> protocols;
     // Of tcp and udp; empty if there is neither.
     std::vector<NumberRange> ports;

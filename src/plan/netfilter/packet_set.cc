@@ -16,10 +16,12 @@ constexpr unsigned icmp_requests[] = {8, 13, 15, 17};
 constexpr int port_bits = 16;
 constexpr int address_bits = 32;
 
+// Lists of MAC addresses are long, and a rule for one then only looks at the first levels.
 constexpr Field in_order[] = {
-    Field::Protocol,   Field::DestinationPort, Field::IcmpType,  Field::Source,  Field::Destination,
-    Field::SourcePort, Field::TcpFlags,        Field::MacSource, Field::MacDest, Field::WithinLimit,
-    Field::Drawn,      Field::Payload,         Field::Mss};
+    Field::MacSource, Field::MacDest,     Field::Protocol,    Field::DestinationPort,
+    Field::IcmpType,  Field::Source,      Field::Destination, Field::SourcePort,
+    Field::TcpFlags,  Field::WithinLimit, Field::Drawn,       Field::Payload,
+    Field::Mss};
 
 int width_of(Field field) {
     switch (field) {

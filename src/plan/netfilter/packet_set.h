@@ -54,8 +54,8 @@ class PacketSpace {
     // payload that contains a text also contains that text's parts.
     PacketSet possible(ConnectionState state) const;
 
-    // The set by the values of one field. Of its fields, in the order Protocol, DestinationPort,
-    // IcmpType, Source, Destination, SourcePort, TcpFlags, MacSource, MacDest, WithinLimit, Drawn,
+    // The set by the values of one field. Of its fields, in the order MacSource, MacDest, Protocol,
+    // DestinationPort, IcmpType, Source, Destination, SourcePort, TcpFlags, WithinLimit, Drawn,
     // Payload, Mss, the set may depend only on this one and those after it.
     std::vector<PacketPart> parts(const PacketSet& set, Field field) const;
     // The values of one field that packets of the set have.
