@@ -265,21 +265,36 @@ std::vector<std::string> PacketSpace::payloads_that_matter(const PacketSet& set)
     return all;
 }
 
+namespace {
+
+// A value for each variable.
+class Bits {
+  public:
+    bool get(int variable) const { return values_[place_of(variable)]; }
+    void set(int variable, bool value) { values_[place_of(variable)] = value; }
+
+  private:
+    static size_t place_of(int variable) { return static_cast<size_t>(variable); }
+    std::vector<bool> values_ = std::vector<bool>(place_of(bdd_varnum()));
+};
+
+}  // namespace
+
 // In each field, in their order, the least value: the path that takes the lower branch where it
 // can.
 Packet PacketSpace::one_of(const PacketSet& set) const {
-    std::vector<bool> bits(static_cast<size_t>(bdd_varnum()));
+    Bits bits;
     for (bdd node = set.set_; node != bddtrue && node != bddfalse;) {
         const bdd low = bdd_low(node);
         const bool one = low == bddfalse;
-        bits[static_cast<size_t>(bdd_var(node))] = one;
+        bits.set(bdd_var(node), one);
         node = one ? bdd_high(node) : low;
     }
     const auto value_of = [&](Field field) {
         const Variables place = variables(field);
         unsigned value = 0;
         for (int i = 0; i < place.count; i++)
-            value = value << 1 | (bits[static_cast<size_t>(place.first + i)] ? 1U : 0U);
+            value = value << 1 | (bits.get(place.first + i) ? 1U : 0U);
         return value;
     };
     const auto text_at = [&](Field field) -> std::optional<std::string> {
@@ -288,10 +303,10 @@ Packet PacketSpace::one_of(const PacketSet& set) const {
         return texts(field)[place - 1];
     };
     std::string payload;
-    const size_t first = static_cast<size_t>(variables(Field::Payload).first);
-    for (size_t i = 0; i < payloads_.size(); i++)
-        if (bits[first + i] && !contains(payload, payloads_[i]))
-            payload += (payload.empty() ? "" : " ") + payloads_[i];
+    int place = variables(Field::Payload).first;
+    for (const std::string& text : payloads_)
+        if (bits.get(place++) && !contains(payload, text))
+            payload += (payload.empty() ? "" : " ") + text;
     Packet packet;
     packet.protocol = value_of(Field::Protocol);
     packet.source = value_of(Field::Source);
@@ -315,11 +330,11 @@ Packet PacketSpace::one_of(const PacketSet& set) const {
 }
 
 bool PacketSpace::holds(const PacketSet& set, const Packet& packet) const {
-    std::vector<bool> bits(static_cast<size_t>(bdd_varnum()));
+    Bits bits;
     const auto put = [&](Field field, unsigned value) {
         const Variables place = variables(field);
         for (int i = 0; i < place.count; i++)
-            bits[static_cast<size_t>(place.first + i)] = (value >> (place.count - 1 - i) & 1U) != 0;
+            bits.set(place.first + i, (value >> (place.count - 1 - i) & 1U) != 0);
     };
     const auto put_text = [&](Field field, const std::optional<std::string>& text) {
         const std::vector<std::string>& all = texts(field);
@@ -338,11 +353,11 @@ bool PacketSpace::holds(const PacketSet& set, const Packet& packet) const {
     put(Field::Mss, packet.mss.value_or(0));
     put_text(Field::MacSource, packet.mac_source);
     put_text(Field::MacDest, packet.mac_dest);
-    const auto first = static_cast<size_t>(variables(Field::Payload).first);
-    for (size_t i = 0; i < payloads_.size(); i++)
-        bits[first + i] = packet.payload && contains(*packet.payload, payloads_[i]);
+    int place = variables(Field::Payload).first;
+    for (const std::string& text : payloads_)
+        bits.set(place++, packet.payload && contains(*packet.payload, text));
     bdd node = set.set_;
     while (node != bddtrue && node != bddfalse)
-        node = bits[static_cast<size_t>(bdd_var(node))] ? bdd_high(node) : bdd_low(node);
+        node = bits.get(bdd_var(node)) ? bdd_high(node) : bdd_low(node);
     return node == bddtrue;
 }

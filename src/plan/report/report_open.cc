@@ -14,7 +14,7 @@ namespace {
 // A setting behind a row; a link if the page lists it.
 std::string use_html(const Report& report, const SettingUse& use) {
     const Input input = {.kind = Input::Kind::Setting, .name = use.key};
-    const std::string text = "<code>" + html_escaped(use.text()) + "</code>";
+    std::string text = "<code>" + html_escaped(use.text()) + "</code>";
     if (!report.subjects.contains(input)) return text;
     const std::string id =
         use.entries.size() == 1 ? entry_id(input, use.entries[0]) : subject_id(input);
