@@ -175,10 +175,7 @@ void FlowWalker::meet(RulePlace where, Flow part, int depth, std::vector<Flow>& 
         return;
     }
     if (const Chain* chain = tables_.find(where.chain->table, rule.target)) {
-        std::vector<Flow> parts;
-        parts.push_back(std::move(part));
-        for (Flow& back : traverse(*chain, std::move(parts), depth + 1))
-            next.push_back(std::move(back));
+        for (Flow& back : traverse(*chain, {part}, depth + 1)) next.push_back(std::move(back));
         return;
     }
     if (rule.target == "MARK")
@@ -206,7 +203,8 @@ std::vector<Flow> FlowWalker::traverse(const Chain& chain, std::vector<Flow> flo
             meet(where, with_packets(flow, hit), depth, next, returned);
             if (!rest.is_empty()) next.push_back(with_packets(flow, std::move(rest)));
         }
-        flows = changed ? merged(std::move(next)) : std::move(next);
+        flows = std::move(next);
+        if (changed) flows = merged(std::move(flows));
     }
     flows.insert(flows.end(), returned.begin(), returned.end());
     return merged(std::move(flows));
