@@ -59,9 +59,10 @@ void put_open(std::string& out, const Report& report) {
     if (!report.open) return;
     out += R"(<section id="open" class="group"><h2>Open</h2>)";
     if (!report.open->unknown.empty()) {
-        out += fmt::format(R"(<p class="note">What is open is not known: {}.</p></section>)"
-                           "\n",
-                           html_escaped(report.open->unknown));
+        out +=
+            fmt::format(R"(<ul><li class="line">What is open is not known: {}.</li></ul></section>)"
+                        "\n",
+                        html_escaped(report.open->unknown));
         return;
     }
     out += fmt::format(
