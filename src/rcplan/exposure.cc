@@ -25,6 +25,15 @@ std::string packet_call(const ExposureOptions& options, const std::string& wan_a
     return call;
 }
 
+bool has_interface(const Networks& networks, const std::string& name) {
+    return name == networks.lan_if || name == networks.wan_if || networks.addresses.contains(name);
+}
+
+std::string no_such_interface(const Networks& networks) {
+    return ": this router has no such interface; give wan (" + networks.wan_if + "), lan (" +
+           networks.lan_if + ") or one of the world file";
+}
+
 int check_expectations(const Firewall& firewall, const PacketSpace& space, const std::string& path,
                        const std::string& call) {
     const std::optional<std::string> text = read_file(path);
@@ -36,6 +45,12 @@ int check_expectations(const Firewall& firewall, const PacketSpace& space, const
     }
     int status = status_done;
     for (const Expectation& expected : std::get<std::vector<Expectation>>(read)) {
+        // From an interface that is not there nothing comes, and every "never" would hold.
+        if (!has_interface(firewall.networks, interface_named(firewall.networks, expected.from))) {
+            complain(path + ":" + std::to_string(expected.line) + ": " + expected.from +
+                     no_such_interface(firewall.networks));
+            return status_wrong_use;
+        }
         const std::string packet = contradiction(firewall, space, expected);
         if (packet.empty()) continue;
         status = status_differs;
@@ -66,10 +81,8 @@ int exposure_verb(const ExposureOptions& options) {
         complain("the settings name no WAN interface; set wan_ifname");
         return status_wrong_use;
     }
-    const Networks& networks = firewall.networks;
-    if (in != networks.lan_if && in != networks.wan_if && !networks.addresses.contains(in)) {
-        complain("--from " + options.from + ": this router has no such interface; give wan (" +
-                 networks.wan_if + "), lan (" + networks.lan_if + ") or one of the world file");
+    if (!has_interface(firewall.networks, in)) {
+        complain("--from " + options.from + no_such_interface(firewall.networks));
         return status_wrong_use;
     }
     const Netfilter* const tables[] = {&firewall.tables};

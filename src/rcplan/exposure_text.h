@@ -9,7 +9,7 @@
 
 // One row; `call` is the beginning of the `rcplan packet` call that shows it.
 std::string row_text(const ExposureRow& row, const std::string& call);
-// All rows under their titles; what there is none of is said, too.
+// All rows under their titles; "Nothing." if there is no opening.
 std::string exposure_text(const std::vector<ExposureRow>& rows, const std::string& from,
                           const std::string& call);
 

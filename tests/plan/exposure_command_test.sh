@@ -79,6 +79,9 @@ said out "statements:2: does not hold: never tcp from wan"
 printf 'never tcp 22\n' > statements
 expect 2 --expect statements
 said err "rcplan: statements:1: 'from IF' is missing"
+printf 'never tcp 22 from eth2.3\n' > statements
+expect 2 --expect statements
+said err "rcplan: statements:1: eth2.3: this router has no such interface; give wan (eth2.2), lan (br0) or one of the world file"
 expect 2 --expect nosuch
 expect 2 --from mars
 said err "rcplan: --from mars: this router has no such interface; give wan (eth2.2), lan (br0) or one of the world file"

@@ -35,7 +35,7 @@ class StatementReader {
   public:
     explicit StatementReader(std::vector<std::string> words) : words_(std::move(words)) {}
 
-    // A message if it is none.
+    // Returns what is wrong with it; empty if it is a statement.
     std::string read(Expectation& expected) {
         if (words_[0] == "never" || words_[0] == "only") {
             expected.kind =

@@ -223,8 +223,9 @@ std::vector<Group> groups_of(const Firewall& firewall, const PacketSpace& space,
         common.to_port = fate.flow.port;
         common.by = {fate.by};
         common.translated_by = fate.flow.translated_by;
-        // What is translated is let in by its forward, and by the rules for its target. Packets of
-        // no new connection that leave again by the same interface reach nobody.
+        // Translated packets are one opening for each forward, whichever rule accepts them. Packets
+        // of no new connection that leave by the interface they came from reach nobody, so they are
+        // left out.
         if (state != ConnectionState::New && fate.out == in) continue;
         std::string why;
         if (state == ConnectionState::New && !common.translated_by)

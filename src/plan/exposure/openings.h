@@ -57,8 +57,8 @@ struct Opening {
     std::optional<RulePlace> translated_by;
 };
 
-// A word for what a rule is there for: rules with the same word are not told apart. By default
-// each rule stands for itself.
+// The purpose of a rule, as a key: packets that rules of the same purpose accept are one opening.
+// By default each rule is a purpose of its own.
 using Cause = std::function<std::string(const RulePlace& place)>;
 
 // Those by which a connection can be started from an interface, and those for packets related to a
