@@ -206,9 +206,14 @@ int prepare(Store& store, const Call& call, const std::string& rc, int& status) 
 // In the worker of apply.
 [[noreturn]] void apply_in_worker(Store& store, const Call& call, const Change& change,
                                   Worker& worker) {
-    if (!carry_out(store, change, worker)) {
-        worker.say(std::string("the settings could not be stored: ") + std::strerror(errno) +
+    const Outcome outcome = carry_out(store, change, worker);
+    if (outcome == Outcome::NotChanged) {
+        worker.say(std::string("the settings could not be changed: ") + std::strerror(errno) +
                    "; all is as it was");
+        leave(worker, status_error);
+    }
+    if (outcome == Outcome::NotStarted) {
+        worker.say("the settings are changed, but not in use: run the rc actions again");
         leave(worker, status_error);
     }
     if (call.commit && !store.commit()) {
@@ -229,10 +234,13 @@ int prepare(Store& store, const Call& call, const std::string& rc, int& status) 
         worker.say(restored ? "undone: " + reason : "the old settings could not be restored yet");
         worker.release(restored ? status_no : status_error);
     };
-    if (!carry_out(store, change, worker)) {
-        undone(std::string("the settings could not be stored: ") + std::strerror(errno));
-    } else {
-        unlock_file(lock);
+    const Outcome outcome = carry_out(store, change, worker);
+    if (outcome == Outcome::NotChanged)
+        undone(std::string("the settings could not be changed: ") + std::strerror(errno));
+    if (outcome == Outcome::NotStarted) undone("rc could not be started");
+    // The guard takes it again if the trial goes on.
+    unlock_file(lock);
+    if (outcome == Outcome::Done) {
         const std::string probe = failing(store, probes, trial);
         const int again = lock_changes(store, true);
         const std::optional<Trial> still = current_trial(store);

@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "libnvram/store_io.h"
@@ -48,6 +49,16 @@ void keep_when_memory_runs_out() {
     if (old >= 0) ::close(old);
 }
 
+// Memory and process numbers come back when others end.
+pid_t fork_patiently() {
+    constexpr int attempts = 50;
+    for (int i = 1;; ++i) {
+        const pid_t child = ::fork();
+        if (child >= 0 || i == attempts) return child;
+        wait_milliseconds(100);
+    }
+}
+
 // rc and its daemons are like others.
 void leave_to_the_kernel() {
     const int score = ::open("/proc/self/oom_score_adj", O_WRONLY | O_CLOEXEC);
@@ -70,15 +81,15 @@ void wait_milliseconds(unsigned milliseconds) {
 }
 
 int run_program(const char* const* words, unsigned limit) {
-    const pid_t child = ::fork();
-    if (child < 0) return 127;
+    const pid_t child = fork_patiently();
+    if (child < 0) return not_started;
     if (child == 0) {
         ::setpgid(0, 0);
         handle_signals(SIG_DFL);
         discard_standard_streams();
         leave_to_the_kernel();
         ::execv(words[0], const_cast<char* const*>(words));
-        ::_exit(127);
+        ::_exit(not_started);
     }
     constexpr unsigned step = 20;
     int status = 0;
@@ -115,13 +126,15 @@ void unlock_file(int file) {
 std::optional<int> Worker::detach() {
     int ends[2];
     if (::pipe(ends) != 0) {
-        std::perror("nvram: pipe");
+        std::fprintf(stderr, "nvram: no pipe can be opened: %s; nothing was changed\n",
+                     std::strerror(errno));
         return status_error;
     }
     std::fflush(stdout);
-    const pid_t worker = ::fork();
+    const pid_t worker = fork_patiently();
     if (worker < 0) {
-        std::perror("nvram: fork");
+        std::fprintf(stderr, "nvram: no process can be started: %s; nothing was changed\n",
+                     std::strerror(errno));
         ::close(ends[0]);
         ::close(ends[1]);
         return status_error;

@@ -13,9 +13,12 @@ long now();
 
 void wait_milliseconds(unsigned milliseconds);
 
+// run_program: the program could not be started. Shells say so with this number, too.
+inline constexpr int not_started = 127;
+
 // Runs a program to its end, without input, its output discarded, all signals as a new process has
 // them. Returns its exit status; -1 if it was killed, which happens after limit milliseconds unless
-// limit is 0; 127 if it could not be started.
+// limit is 0; not_started, if there was no process for it for five seconds, or no such program.
 int run_program(const char* const* words, unsigned limit);
 
 // A file opened and locked for this process and its children, while it lives. -1 with errno set;

@@ -55,14 +55,21 @@ std::string new_token() {
     return token;
 }
 
-void run_half(Applications applications, Half half, const Worker& worker) {
+// False if rc could not be started for one of them.
+bool run_half(Applications applications, Half half, const Worker& worker) {
+    bool started = true;
     const char* const action = half == Half::Stop ? "stop" : "start";
     for (const char* const name : names_of(applications, half)) {
         worker.say(std::string("rc ") + name + " " + action);
         const char* const words[] = {worker.rc().c_str(), name, action, nullptr};
         const int status = run_program(words, 0);
-        if (status != 0) worker.say("    ended with status " + std::to_string(status));
+        if (status == not_started)
+            worker.say("    could not be started");
+        else if (status != 0)
+            worker.say("    ended with status " + std::to_string(status));
+        started &= status != not_started;
     }
+    return started;
 }
 
 // The trial's settings as they were before it.
@@ -113,13 +120,15 @@ Change change_to(const Image& working, const std::vector<Entry>& wanted) {
     return change;
 }
 
-bool carry_out(Store& store, const Change& change, const Worker& worker) {
-    run_half(change.applications, Half::Stop, worker);
-    const bool stored = store.change(change.entries);
+Outcome carry_out(Store& store, const Change& change, const Worker& worker) {
+    const bool stopped = run_half(change.applications, Half::Stop, worker);
+    if (!stopped) errno = EAGAIN;
+    const bool changed = stopped && store.change(change.entries);
     const int reason = errno;
-    run_half(change.applications, Half::Start, worker);
+    const bool started = run_half(change.applications, Half::Start, worker);
     errno = reason;
-    return stored;
+    if (!changed) return Outcome::NotChanged;
+    return started ? Outcome::Done : Outcome::NotStarted;
 }
 
 std::optional<Trial> current_trial(Store& store) {
@@ -178,9 +187,9 @@ bool undo_trial(Store& store, const Worker& worker, const std::string& reason) {
     applications = with_followers(applications);
     run_half(applications, Half::Stop, worker);
     const bool restored = restore(store, entries);
-    run_half(applications, Half::Start, worker);
-    if (restored) end_trial(store, "undone: " + reason);
-    return restored;
+    const bool undone = run_half(applications, Half::Start, worker) && restored;
+    if (undone) end_trial(store, "undone: " + reason);
+    return undone;
 }
 
 void guard_trial(Store& store, const Trial& trial, const Worker& worker) {

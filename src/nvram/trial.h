@@ -26,9 +26,18 @@ struct Change {
 
 Change change_to(const Image& working, const std::vector<Entry>& wanted);
 
+enum class Outcome {
+    Done,
+    // Not all of the applications could be stopped, or the settings not stored: errno says why. All
+    // is as it was.
+    NotChanged,
+    // The settings are changed, but rc could not be started for all of the applications.
+    NotStarted,
+};
+
 // Stops the applications with the old settings, stores the new ones in one write, and starts them.
-// If they cannot be stored, the applications are started with the old ones: false with errno set.
-bool carry_out(Store& store, const Change& change, const Worker& worker);
+// If they cannot be stored, the applications are started with the old ones.
+Outcome carry_out(Store& store, const Change& change, const Worker& worker);
 
 // What is known of the change on trial. It lives in files beside the working copy, on the RAM disk,
 // so that a power cut undoes it.
@@ -57,7 +66,7 @@ bool begin_trial(Store& store, const Change& change, unsigned seconds, Trial& tr
 void end_trial(Store& store, const std::string& outcome);
 
 // Undoes the change on trial and compares the settings; lock_changes() must be held. False if they
-// could not be restored; the trial goes on then.
+// could not be restored, or rc not be started; the trial goes on then.
 bool undo_trial(Store& store, const Worker& worker, const std::string& reason);
 
 // The guard of a trial: returns when it is confirmed or undone.

@@ -173,11 +173,76 @@ TEST_F(Apply, KeepsAllAsItWasIfTheSettingsCannotBeStored) {
     play_rc("[ \"$2\" = start ] || echo nonsense >> " + (folder / "tmp/nvram") + "\n");
     const Result result = with_settings("apply", "wifi_ssid=new\n");
     EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(
-        result.output,
-        "rc wlan stop\nrc wlan start\nthe settings could not be stored: Bad message; all is as "
-        "it was\n");
+    EXPECT_EQ(result.output,
+              "rc wlan stop\nrc wlan start\nthe settings could not be changed: Bad message; all is "
+              "as it was\n");
     EXPECT_EQ(calls(), "wlan stop old\nwlan start old\n");
+}
+
+// There are processes for so many generations of nvram's children, and then no more. The sanitizers
+// want to be loaded first, and to start a process of their own at the end.
+class FewProcesses : public Apply {
+  protected:
+    void allow(int generations) {
+        command = "env ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0 FORKS=" +
+                  std::to_string(generations) + " " FEW_FORKS " " NVRAM_COMMAND;
+    }
+};
+
+TEST_F(FewProcesses, NoneForAWorker) {
+    allow(0);
+    for (const char* const verb : {"apply", "try"}) {
+        const Result result = with_settings(verb, "wifi_ssid=new\n");
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.errors,
+                  "nvram: no process can be started: Resource temporarily unavailable; nothing was "
+                  "changed\n");
+    }
+    EXPECT_EQ(calls(), "(none)");
+    EXPECT_EQ(changes(), "");
+    command = NVRAM_COMMAND;
+    EXPECT_EQ(run("trial"),
+              (Result{1, "", "nvram: trial: no change is on trial; the last one: not begun\n"}));
+}
+
+// Without a stop half, the settings stay; a trial ends.
+TEST_F(FewProcesses, NoneForRc) {
+    const std::string halves =
+        "rc wlan stop\n    could not be started\nrc wlan start\n    could not be started\n";
+    const std::string reason =
+        "the settings could not be changed: Resource temporarily unavailable";
+    allow(1);
+    EXPECT_EQ(with_settings("apply", "wifi_ssid=new\n"),
+              (Result{2, halves + reason + "; all is as it was\n", ""}));
+    EXPECT_EQ(changes(), "");
+    EXPECT_EQ(calls(), "(none)");
+}
+
+// A start half that finds no process: the settings are changed, and a trial is undone as soon as
+// there is one.
+TEST_F(Apply, RcThatCannotBeStartedAgain) {
+    play_rc("[ \"$2\" = start ] || mv \"$0\" \"$0.away\"\n");
+    EXPECT_EQ(with_settings("apply", "wifi_ssid=new\n"),
+              (Result{2,
+                      "rc wlan stop\nrc wlan start\n    could not be started\nthe settings are "
+                      "changed, but not in use: run the rc actions again\n",
+                      ""}));
+    EXPECT_EQ(changes(), "- wifi_ssid=old\n+ wifi_ssid=new\n");
+}
+
+TEST_F(Apply, ATrialIsUndoneAsSoonAsRcCanBeStarted) {
+    play_rc("[ \"$2\" = start ] || mv \"$0\" \"$0.away\"\n");
+    const Result tried = with_settings("try --seconds 10", "wifi_ssid=new\n");
+    EXPECT_EQ(tried.status, 2);
+    EXPECT_TRUE(tried.output.ends_with("the old settings could not be restored yet\n")) << tried;
+    EXPECT_EQ(run("trial").status, 0);
+    std::filesystem::rename(folder / "usr/sbin/rc.away", folder / "usr/sbin/rc");
+    play_rc("");
+    ASSERT_TRUE(has_ended());
+    EXPECT_EQ(run("trial").errors,
+              "nvram: trial: no change is on trial; the last one: undone: not confirmed in time\n");
+    EXPECT_EQ(changes(), "");
+    EXPECT_EQ(calls(), "wlan stop old\nwlan stop old\nwlan start old\n");
 }
 
 TEST_F(Apply, AConfirmedTrialIsInFlash) {

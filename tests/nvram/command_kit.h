@@ -28,7 +28,7 @@ class Nvram : public testing::Test {
   protected:
     // Runs "nvram --root FOLDER" and the words as a shell line.
     Result run(const std::string& words, const std::string& output = "") {
-        const std::string line = std::string(NVRAM_COMMAND) + " --root " + folder.path() + " " +
+        const std::string line = command + " --root " + folder.path() + " " +
                                  words + " >" + (output.empty() ? folder / "output" : output) +
                                  " 2>" + (folder / "errors");
         const int status = std::system(("bash -c '" + line + "'").c_str());
@@ -51,6 +51,7 @@ class Nvram : public testing::Test {
     std::string working() const { return folder.read("tmp/nvram"); }
 
     TemporaryFolder folder;
+    std::string command = NVRAM_COMMAND;
 };
 
 #endif
