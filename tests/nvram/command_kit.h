@@ -28,9 +28,9 @@ class Nvram : public testing::Test {
   protected:
     // Runs "nvram --root FOLDER" and the words as a shell line.
     Result run(const std::string& words, const std::string& output = "") {
-        const std::string line = command + " --root " + folder.path() + " " +
-                                 words + " >" + (output.empty() ? folder / "output" : output) +
-                                 " 2>" + (folder / "errors");
+        const std::string line = command + " --root " + folder.path() + " " + words + " >" +
+                                 (output.empty() ? folder / "output" : output) + " 2>" +
+                                 (folder / "errors");
         const int status = std::system(("bash -c '" + line + "'").c_str());
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, folder.read("output"),
                 plain(folder.read("errors"))};
