@@ -7,8 +7,6 @@
 
 #include "core/text.h"
 #include "plan/netfilter/rule_reading.h"
-#include "plan/router/file_history.h"
-#include "plan/router/shell_script.h"
 
 namespace {
 
@@ -279,53 +277,12 @@ bool Tables::is_used(const Chain& chain) const {
     });
 }
 
-// Follows a transcript: the content of its files at each moment, and the effects of its commands.
-class Follower {
-  public:
-    explicit Follower(const World& before) : files_(before) {}
-    void follow(size_t index, const Event& event);
-    Netfilter finish() { return std::move(tables_.result); }
-
-  private:
-    FileHistory files_;
-    Tables tables_;
-
-    void run(size_t index, const Event& event);
-    void run_script(size_t index, const std::string& path);
-    void carry_out(const ScriptCommand& command, Origin origin);
-};
-
-void Follower::follow(size_t index, const Event& event) {
-    files_.follow(index, event);
-    if (event.verb == "run" || event.verb == "pipe") run(index, event);
-}
-
-// Executes a line as the shell does: each of its commands, and the scripts that they run.
-void Follower::run(size_t index, const Event& event) {
-    for (const ScriptCommand& command : script_commands(event.text)) {
-        carry_out(command, {index, 0});
-        const std::string script = script_of(command);
-        if (!script.empty()) run_script(index, script);
-    }
-}
-
-void Follower::run_script(size_t index, const std::string& path) {
-    const FollowedFile* file = files_.find(path);
-    if (!file) return;
-    for (const ScriptCommand& command : script_commands(file->content())) {
-        const FileLine& line = file->lines[command.line - 1];
-        // A line that is in no event's body gets the place where the script runs.
-        const bool written = !line.origins.empty() && line.origins.front().line > 0;
-        carry_out(command, written ? line.origins.front() : Origin{index, 0});
-    }
-}
-
-void Follower::carry_out(const ScriptCommand& command, Origin origin) {
+void carry_out(Tables& tables, const ScriptCommand& command, Origin origin) {
     const auto refuse = [&](const Refusal& refusal) {
-        tables_.result.refused.push_back({.line = command.text,
-                                          .reason = refusal.reason,
-                                          .origin = origin,
-                                          .unread = refusal.unread});
+        tables.result.refused.push_back({.line = command.text,
+                                         .reason = refusal.reason,
+                                         .origin = origin,
+                                         .unread = refusal.unread});
     };
     const bool is_call = !command.words.empty() && is_program(command.words[0], "iptables");
     if (!is_call || !command.unread.empty()) {
@@ -342,7 +299,7 @@ void Follower::carry_out(const ScriptCommand& command, Origin origin) {
     std::optional<Refusal> refusal = CallReader(words).read(call);
     call.rule.origin = origin;
     call.rule.pattern = command.pattern;
-    if (!refusal) refusal = tables_.carry_out(call);
+    if (!refusal) refusal = tables.carry_out(call);
     if (refusal) refuse(*refusal);
 }
 
@@ -364,9 +321,13 @@ const Chain* Netfilter::find(std::string_view table, std::string_view name) cons
     return found == chains.end() ? nullptr : &*found;
 }
 
+Netfilter netfilter_after(const std::vector<ExecutedCommand>& commands) {
+    Tables tables;
+    for (const ExecutedCommand& executed : commands)
+        carry_out(tables, executed.command, executed.origin);
+    return std::move(tables.result);
+}
+
 Netfilter netfilter_of(const Transcript& transcript, const World& before) {
-    Follower follower(before);
-    for (size_t index = 0; index < transcript.events().size(); index++)
-        follower.follow(index, transcript.events()[index]);
-    return follower.finish();
+    return netfilter_after(executed_commands(transcript, before));
 }

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "plan/router/executed_commands.h"
 #include "plan/router/lines.h"
 #include "plan/router/world.h"
 
@@ -58,9 +59,10 @@ struct Netfilter {
     const Chain* find(std::string_view table, std::string_view name) const;
 };
 
-// Executes the iptables lines of a transcript, starting from empty tables: lines that run directly,
-// and those of scripts run as "/bin/sh [-x] FILE" or by their path, with the file's content at that
-// moment. The world gives the content of files before the run.
+// Executes the calls of iptables among these commands, starting from empty tables.
+Netfilter netfilter_after(const std::vector<ExecutedCommand>& commands);
+
+// The same for a transcript; the world gives the content of files before the run.
 Netfilter netfilter_of(const Transcript& transcript, const World& before = {});
 
 #endif
