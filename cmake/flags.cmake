@@ -42,7 +42,7 @@ endif()
 # On MIPS, the dynamic section is read-only anyway and the global offset table is not made so: relro would protect a few
 # bytes and fill up a page of the file.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^mips")
-    target_link_options(router_link INTERFACE -Wl,-z,norelro)
+    target_link_options(router_link INTERFACE -Wl,-z,norelro,-z,common-page-size=16)
 endif()
 
 # Link-time optimisation saves a tenth to a fifth of the size. The objects contain machine code too, with which rcplan and

@@ -31,6 +31,7 @@ done << 'END'
 sinks src/settings/sinks.inc
 uses src/settings/uses.inc
 restarts src/nvram/restarts.inc
+files src/bundle/files.inc
 END
 
 build rc_reference

@@ -69,6 +69,7 @@ make_root() {
     install_listed_programs || return 1
     install_program "$build/bin/rc" /usr/sbin/rc
     install_program "$build/bin/nvram" /usr/sbin/nvram
+    install -m 755 "$build/bin/rc-bundle" "$root/usr/sbin/rc-bundle"
     install -m 755 "$build/lib/libnvram.so" "$root/usr/lib/libnvram.so"
     install_libraries "$build/lib/libnvram.so"
     mount --bind "$world/flash" "$root/flash"

@@ -230,6 +230,11 @@ std::optional<std::string> Store::flash_image() {
     return std::nullopt;
 }
 
+char Store::newest_slot() {
+    Newest newest;
+    return newest_generation(newest) && newest.number != 0 ? newest.slot : '\0';
+}
+
 std::optional<std::string> Store::previous_image() {
     Newest newest;
     if (!newest_generation(newest)) return std::nullopt;

@@ -38,6 +38,9 @@ constexpr const char* usage =
     "  keys [--json] [PREFIX]       list the settings that rc knows, with a line of help\n"
 #endif
     "  previous [--json] [--show-secrets]   what the last commit changed; status 1 if anything\n"
+    "  generations [--json]         the generations in flash\n"
+    "  mask ...                     copy the input, secrets as ********; for bundle\n"
+    "  bundle [FILE|-]              write an archive of the router's state, without secrets\n"
 #if RC_NVRAM_TABLE
     "  apply [--commit] [FILE|-]    change settings and run the rc actions that they need\n"
     "  try [--seconds N] [--probe COMMAND]... [FILE|-]\n"
@@ -71,6 +74,9 @@ constexpr std::array verbs = {
     Verb{.name = "import", .fewest_words = 1, .most_words = 1, .run = nvram::import_verb},
     Verb{.name = "diff", .fewest_words = 2, .most_words = 2, .run = nvram::diff_verb},
     Verb{.name = "previous", .fewest_words = 0, .most_words = 0, .run = nvram::previous_verb},
+    Verb{.name = "generations", .fewest_words = 0, .most_words = 0, .run = nvram::generations_verb},
+    Verb{.name = "mask", .fewest_words = 0, .most_words = 1, .run = nvram::mask_verb},
+    Verb{.name = "bundle", .fewest_words = 0, .most_words = 1, .run = nvram::bundle_verb},
 #if RC_NVRAM_TABLE
     Verb{.name = "apply", .fewest_words = 0, .most_words = 1, .run = nvram::apply_verb},
     Verb{.name = "try", .fewest_words = 0, .most_words = 1, .run = nvram::try_verb},
@@ -94,12 +100,14 @@ constexpr std::array options = {
     Option{"--show-secrets", &nvram::Call::show_secrets, " show diff previous "},
     Option{"--replace", &nvram::Call::replace, " import "},
     Option{"--json", &nvram::Call::json,
-           " check show diff previous apply try trial describe keys "},
+           " check show diff previous generations apply try trial describe keys "},
     Option{"--check", &nvram::Call::check, " import commit "},
     Option{"--previous", &nvram::Call::previous, " load "},
     Option{"--dry-run", &nvram::Call::dry_run, " apply try "},
     Option{"--force", &nvram::Call::force, " apply try "},
     Option{"--commit", &nvram::Call::commit, " apply "},
+    Option{"--shapes", &nvram::Call::shapes, " mask "},
+    Option{"--end", &nvram::Call::end, " mask "},
 };
 
 // The verbs that need the table of all settings, or the one of what restarts.

@@ -29,6 +29,8 @@ struct Call {
     bool dry_run = false;
     bool force = false;
     bool commit = false;
+    bool shapes = false;
+    bool end = false;
     // --seconds or --probe was given.
     bool timed = false;
     unsigned seconds = 120;
@@ -48,6 +50,9 @@ int export_verb(Store& store, const Call& call);
 int import_verb(Store& store, const Call& call);
 int diff_verb(Store& store, const Call& call);
 int previous_verb(Store& store, const Call& call);
+int mask_verb(Store& store, const Call& call);
+int generations_verb(Store& store, const Call& call);
+int bundle_verb(Store& store, const Call& call);
 int apply_verb(Store& store, const Call& call);
 int try_verb(Store& store, const Call& call);
 int confirm_verb(Store& store, const Call& call);

@@ -103,9 +103,10 @@ void add_sinks(CLI::App& app, int& status) {
                      "case files to play in addition to every action with these settings")
         ->type_name("CASE");
     command
-        ->add_option("--table", options->table,
-                     "prints rows for nvram's tables: sinks, uses or restarts")
-        ->check(CLI::IsMember({"sinks", "uses", "restarts"}));
+        ->add_option(
+            "--table", options->table,
+            "prints rows for nvram's tables, sinks, uses or restarts, or rc-bundle's files")
+        ->check(CLI::IsMember({"sinks", "uses", "restarts", "files"}));
     command->add_option("KEY", options->keys, "only these settings")->type_name("");
     command->callback([options, &status] { status = sinks_verb(*options); });
 }

@@ -12,6 +12,7 @@
 #include "plan/router/case_file.h"
 #include "plan/router/input.h"
 #include "plan/trace/sink_search.h"
+#include "plan/trace/state_files.h"
 #include "rcplan/files.h"
 #include "rcplan/verbs.h"
 #include "settings/table.h"
@@ -133,6 +134,12 @@ struct Play {
     std::vector<std::string> words;
 };
 
+void print_file_table(const std::vector<Play>& plays) {
+    std::set<std::string> files;
+    for (const Play& play : plays) files.merge(state_files(make_plan(play.router, play.words)));
+    for (const std::string& file : files) std::cout << file << "\n";
+}
+
 bool add_case(const std::string& path, bool for_restarts, std::vector<Play>& plays) {
     const auto loaded = load_case(path);
     if (const auto* error = std::get_if<CaseError>(&loaded)) {
@@ -174,6 +181,10 @@ bool collect(const SinksOptions& options, std::vector<Play>& plays) {
 int sinks_verb(const SinksOptions& options) {
     std::vector<Play> plays;
     if (!collect(options, plays)) return status_wrong_use;
+    if (options.table == "files") {
+        print_file_table(plays);
+        return status_done;
+    }
     SinkSearch search;
     for (const Play& play : plays) search.play_plain(play.router, play.words);
     if (options.table == "uses") {

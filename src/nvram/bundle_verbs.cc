@@ -1,0 +1,163 @@
+// nvram mask, generations and bundle: what a router tells of itself without its secrets.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "libnvram/generation.h"
+#include "nvram/mask.h"
+#include "nvram/verbs.h"
+
+namespace nvram {
+
+namespace {
+
+// A tar archive consists of blocks (ustar, POSIX.1-1988).
+constexpr std::size_t block_size = 512;
+char zeros[2 * block_size];
+
+constexpr const char* cut_note = "\n(the rest, above 1048576 bytes, is left out)\n";
+
+int fail(const char* problem) {
+    std::fprintf(stderr, "nvram: mask: %s\n", problem);
+    return status_error;
+}
+
+void write_text(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+// Also those of a damaged generation, and from before a change on trial.
+bool add_secrets(Store& store) {
+    const Places& places = store.places();
+    bool fit = true;
+    for (const char* const ending : {"", ".before", ".a", ".b", ".factory"}) {
+        const bool in_flash = ending[0] != '\0' && ending[2] == '\0';
+        std::string path = (in_flash ? places.flash : places.working) + ending;
+        if (ending[1] == 'f') path = places.factory;
+        std::string text;
+        if (!store.read_file(path, header_limit + image_limit, text)) continue;
+        const Image image(std::move(text));
+        for (const Entry& entry : image.entries())
+            if (is_hidden(entry)) fit &= add_secret(entry.value);
+    }
+    return fit;
+}
+
+// Letters, digits, . _ - + and single slashes; no part begins with a dot.
+bool is_member_name(const char* name) {
+    char before = '/';
+    const char* at = name;
+    for (; *at != '\0'; before = *at++)
+        if (*at == '/' || *at == '.' ? before == '/' : !valid_key({at, 1}) && *at != '+')
+            return false;
+    return before != '/' && at - name < 90;
+}
+
+// A member belongs to root, who alone may read it. Its time is that of the standard input; a pipe's
+// is now.
+void write_header(const char* name, std::size_t size) {
+    struct stat input = {};
+    ::fstat(STDIN_FILENO, &input);
+    char block[block_size] = {};
+    std::snprintf(block, 100, "rc-bundle/%s", name);
+    // Mode, owner, group, size, time, room for the checksum, type.
+    std::snprintf(block + 100, 58, "0000600%c0000000%c0000000%c%011zo%c%011llo%c%8s0", 0, 0, 0,
+                  size, 0, static_cast<unsigned long long>(input.st_mtime) & 077777777777, 0, "");
+    std::memcpy(block + 257,
+                "ustar\0"
+                "00",
+                8);
+    unsigned sum = 0;
+    for (const char c : block) sum += static_cast<unsigned char>(c);
+    std::snprintf(block + 148, 8, "%06o", sum);
+    write_text({block, sizeof block});
+}
+
+// Each run of marked bytes becomes hidden_value. Returns the size of the result.
+std::size_t replace(std::string_view text, std::string_view marks, bool write) {
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t from = i;
+        while (i < text.size() && marks[i] == marks[from]) ++i;
+        const std::string_view piece =
+            marks[from] != '\0' ? hidden_value : text.substr(from, i - from);
+        size += piece.size();
+        if (write) write_text(piece);
+    }
+    return size;
+}
+
+}  // namespace
+
+// What a secret looks like, for something in its place.
+static int print_shapes(Store& store, const Call& call) {
+    const Image* const image = store.working();
+    if (image == nullptr) return store_error(store, call);
+    for (const Entry& entry : image->entries()) {
+        if (!is_hidden(entry)) continue;
+        const std::size_t size = entry.value.size();
+        const char* shape = "text";
+        if (std::strspn(entry.value.data(), "0123456789abcdefABCDEF") == size)
+            shape = "hexadecimal";
+        if (std::strspn(entry.value.data(), "0123456789") == size) shape = "digits";
+        std::printf("%.*s=%zu %s\n", static_cast<int>(entry.key.size()), entry.key.data(), size,
+                    shape);
+    }
+    return status_done;
+}
+
+int mask_verb(Store& store, const Call& call) {
+    if (call.shapes) return print_shapes(store, call);
+    if (call.end) {
+        write_text({zeros, sizeof zeros});
+        return status_done;
+    }
+    const char* const name = call.words.empty() ? nullptr : call.words[0];
+    if (name != nullptr && !is_member_name(name)) return fail("not a member's name");
+    std::string text;
+    const bool whole = io::read_all(STDIN_FILENO, image_limit, text);
+    if (!whole && errno != EFBIG) return fail(std::strerror(errno));
+    if (!whole) text.erase(image_limit) += cut_note;
+    if (!add_secrets(store)) return fail("the secrets are too long");
+    // The other members are ours, and have keys and numbers.
+    const bool parts = name != nullptr && std::strchr(name, '/') == nullptr;
+    const std::string marks = marks_of(text, parts);
+    const std::size_t size = replace(text, marks, false);
+    if (name != nullptr) write_header(name, size);
+    replace(text, marks, true);
+    if (name != nullptr) write_text({zeros, -size % block_size});
+    return status_done;
+}
+
+int generations_verb(Store& store, const Call& call) {
+    const char newest = store.newest_slot();
+    for (const char slot : {'a', 'b'}) {
+        std::string text;
+        const std::string path = store.places().flash + (slot == 'a' ? ".a" : ".b");
+        const bool read = store.read_file(path, header_limit + image_limit, text);
+        const char* state = read || errno == EFBIG ? "damaged"
+                            : errno == ENOENT      ? "missing"
+                                                   : "unreadable";
+        const unsigned number = decode(text).number;
+        if (number != 0) state = "whole";
+        std::printf(
+            call.json
+                ? "{\"slot\":\"%c\",\"state\":\"%s\",\"number\":%u,\"size\":%zu,\"load\":%s}\n"
+                : "%c: %s, number %u, %zu bytes, taken by load: %s\n",
+            slot, state, number, text.size(), slot == newest ? "true" : "false");
+    }
+    return status_done;
+}
+
+int bundle_verb(Store&, const Call& call) {
+    const std::string script = std::string(call.root) + "/usr/sbin/rc-bundle";
+    ::execl(script.c_str(), script.c_str(), call.words.empty() ? nullptr : call.words[0], nullptr);
+    std::fprintf(stderr, "nvram: bundle: %s: %s\n", script.c_str(), std::strerror(errno));
+    return status_error;
+}
+
+}  // namespace nvram
