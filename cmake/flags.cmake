@@ -42,7 +42,7 @@ endif()
 # On MIPS, the dynamic section is read-only anyway and the global offset table is not made so: relro would protect a few
 # bytes and fill up a page of the file.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^mips")
-    target_link_options(router_link INTERFACE -Wl,-z,norelro,-z,common-page-size=16)
+    target_link_options(router_link INTERFACE -Wl,-z,norelro)
 endif()
 
 # Link-time optimisation saves a tenth to a fifth of the size. The objects contain machine code too, with which rcplan and
@@ -60,7 +60,8 @@ endif()
 add_library(router_program INTERFACE)
 target_link_libraries(router_program INTERFACE router_link)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^mips")
-    target_link_options(router_program INTERFACE -no-pie -fno-pic -mno-shared -mplt)
+    # Its data follow the code without a gap that would fill up a page of the file.
+    target_link_options(router_program INTERFACE -no-pie -fno-pic -mno-shared -mplt -Wl,-z,common-page-size=16)
 endif()
 
 # Coverage is counted in what ships, not in the planner and the tests; each program adds to the counts at its end.

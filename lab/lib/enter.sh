@@ -43,7 +43,7 @@ give_up_rights() {
         mkdir "$copy/docs"
         cp -R "$lab" "$lab/../web" "$copy"
         cp "$lab/../docs/settings.schema.json" "$copy/docs/"
-        cp "$build/bin/rc" "$build/bin/nvram" "$copy/build/bin/"
+        cp "$build/bin/rc" "$build/bin/nvram" "$build/bin/rc-bundle" "$copy/build/bin/"
         cp "$build/lib/libnvram.so" "$copy/build/lib/"
         if [ -e "$build/bin/rcplan" ]; then
             cp "$build/bin/rcplan" "$copy/build/bin/"

@@ -19,7 +19,7 @@ namespace {
 constexpr std::size_t block_size = 512;
 char zeros[2 * block_size];
 
-constexpr const char* cut_note = "\n(the rest, above 1048576 bytes, is left out)\n";
+constexpr const char* cut_note = "\n(cut at 1048576 bytes)\n";
 
 int fail(const char* problem) {
     std::fprintf(stderr, "nvram: mask: %s\n", problem);
@@ -30,21 +30,24 @@ void write_text(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
+// A file that cannot be read has no secrets that we could find.
+bool add_secrets_of(Store& store, Mask& mask, const std::string& path, const char* ending) {
+    std::string text;
+    if (!store.read_file(path + ending, header_limit + image_limit, text)) return true;
+    const Image image(std::move(text));
+    for (const Entry& entry : image.entries())
+        if (is_hidden(entry) && !mask.add(entry.value)) return false;
+    return true;
+}
+
 // Also those of a damaged generation, and from before a change on trial.
-bool add_secrets(Store& store) {
+bool add_secrets(Store& store, Mask& mask) {
     const Places& places = store.places();
-    bool fit = true;
-    for (const char* const ending : {"", ".before", ".a", ".b", ".factory"}) {
-        const bool in_flash = ending[0] != '\0' && ending[2] == '\0';
-        std::string path = (in_flash ? places.flash : places.working) + ending;
-        if (ending[1] == 'f') path = places.factory;
-        std::string text;
-        if (!store.read_file(path, header_limit + image_limit, text)) continue;
-        const Image image(std::move(text));
-        for (const Entry& entry : image.entries())
-            if (is_hidden(entry)) fit &= add_secret(entry.value);
-    }
-    return fit;
+    return add_secrets_of(store, mask, places.working, "") &&
+           add_secrets_of(store, mask, places.working, ".before") &&
+           add_secrets_of(store, mask, places.factory, "") &&
+           add_secrets_of(store, mask, places.flash, ".a") &&
+           add_secrets_of(store, mask, places.flash, ".b");
 }
 
 // Letters, digits, . _ - + and single slashes; no part begins with a dot.
@@ -62,15 +65,13 @@ bool is_member_name(const char* name) {
 void write_header(const char* name, std::size_t size) {
     struct stat input = {};
     ::fstat(STDIN_FILENO, &input);
-    char block[block_size] = {};
+    static char block[block_size];
     std::snprintf(block, 100, "rc-bundle/%s", name);
     // Mode, owner, group, size, time, room for the checksum, type.
     std::snprintf(block + 100, 58, "0000600%c0000000%c0000000%c%011zo%c%011llo%c%8s0", 0, 0, 0,
                   size, 0, static_cast<unsigned long long>(input.st_mtime) & 077777777777, 0, "");
-    std::memcpy(block + 257,
-                "ustar\0"
-                "00",
-                8);
+    constexpr char format[] = {'u', 's', 't', 'a', 'r', 0, '0', '0'};
+    std::memcpy(block + 257, format, sizeof format);
     unsigned sum = 0;
     for (const char c : block) sum += static_cast<unsigned char>(c);
     std::snprintf(block + 148, 8, "%06o", sum);
@@ -122,10 +123,11 @@ int mask_verb(Store& store, const Call& call) {
     const bool whole = io::read_all(STDIN_FILENO, image_limit, text);
     if (!whole && errno != EFBIG) return fail(std::strerror(errno));
     if (!whole) text.erase(image_limit) += cut_note;
-    if (!add_secrets(store)) return fail("the secrets are too long");
+    static Mask mask;
+    if (!add_secrets(store, mask)) return fail("the secrets are too long");
     // The other members are ours, and have keys and numbers.
     const bool parts = name != nullptr && std::strchr(name, '/') == nullptr;
-    const std::string marks = marks_of(text, parts);
+    const std::string marks = mask.marks(text, parts);
     const std::size_t size = replace(text, marks, false);
     if (name != nullptr) write_header(name, size);
     replace(text, marks, true);
@@ -133,6 +135,7 @@ int mask_verb(Store& store, const Call& call) {
     return status_done;
 }
 
+#if RC_NVRAM_TABLE
 int generations_verb(Store& store, const Call& call) {
     const char newest = store.newest_slot();
     for (const char slot : {'a', 'b'}) {
@@ -152,6 +155,7 @@ int generations_verb(Store& store, const Call& call) {
     }
     return status_done;
 }
+#endif
 
 int bundle_verb(Store&, const Call& call) {
     const std::string script = std::string(call.root) + "/usr/sbin/rc-bundle";

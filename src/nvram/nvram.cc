@@ -38,7 +38,6 @@ constexpr const char* usage =
     "  keys [--json] [PREFIX]       list the settings that rc knows, with a line of help\n"
 #endif
     "  previous [--json] [--show-secrets]   what the last commit changed; status 1 if anything\n"
-    "  generations [--json]         the generations in flash\n"
     "  mask ...                     copy the input, secrets as ********; for bundle\n"
     "  bundle [FILE|-]              write an archive of the router's state, without secrets\n"
 #if RC_NVRAM_TABLE
@@ -49,6 +48,7 @@ constexpr const char* usage =
     "  confirm TOKEN                keep the change on trial, and write it to flash\n"
     "  undo                         undo the change on trial\n"
     "  trial [--json]               what is on trial; status 1 if nothing is\n"
+    "  generations [--json]         the generations in flash\n"
 #endif
     "  --help, --version\n"
     "Exit status: 0 done, 1 no, 2 usage error or failure.\n";
@@ -74,7 +74,6 @@ constexpr std::array verbs = {
     Verb{.name = "import", .fewest_words = 1, .most_words = 1, .run = nvram::import_verb},
     Verb{.name = "diff", .fewest_words = 2, .most_words = 2, .run = nvram::diff_verb},
     Verb{.name = "previous", .fewest_words = 0, .most_words = 0, .run = nvram::previous_verb},
-    Verb{.name = "generations", .fewest_words = 0, .most_words = 0, .run = nvram::generations_verb},
     Verb{.name = "mask", .fewest_words = 0, .most_words = 1, .run = nvram::mask_verb},
     Verb{.name = "bundle", .fewest_words = 0, .most_words = 1, .run = nvram::bundle_verb},
 #if RC_NVRAM_TABLE
@@ -83,6 +82,7 @@ constexpr std::array verbs = {
     Verb{.name = "confirm", .fewest_words = 1, .most_words = 1, .run = nvram::confirm_verb},
     Verb{.name = "undo", .fewest_words = 0, .most_words = 0, .run = nvram::undo_verb},
     Verb{.name = "trial", .fewest_words = 0, .most_words = 0, .run = nvram::trial_verb},
+    Verb{.name = "generations", .fewest_words = 0, .most_words = 0, .run = nvram::generations_verb},
     Verb{.name = "check", .fewest_words = 0, .most_words = 1, .run = nvram::check_verb},
     Verb{.name = "describe", .fewest_words = 1, .most_words = 1, .run = nvram::describe_verb},
     Verb{.name = "keys", .fewest_words = 0, .most_words = 1, .run = nvram::keys_verb},
@@ -111,8 +111,8 @@ constexpr std::array options = {
 };
 
 // The verbs that need the table of all settings, or the one of what restarts.
-constexpr std::string_view table_verbs[] = {"check", "describe", "keys", "apply",
-                                            "try",   "confirm",  "undo", "trial"};
+constexpr std::string_view table_verbs[] = {"check",   "describe", "keys",  "apply",      "try",
+                                            "confirm", "undo",     "trial", "generations"};
 
 int usage_error(const char* word, const char* problem) {
     std::fprintf(stderr, "nvram: %s: %s (try 'nvram --help')\n", nvram::printable(word).c_str(),

@@ -49,7 +49,8 @@ case $component in
 router)
     expect 'content' '-rw-r--r-- root/root usr/lib/libnvram.so
 -rwxr-xr-x root/root usr/sbin/nvram
--rwxr-xr-x root/root usr/sbin/rc' "$(grep ^- in_package)"
+-rwxr-xr-x root/root usr/sbin/rc
+-rwxr-xr-x root/root usr/sbin/rc-bundle' "$(grep ^- in_package)"
     # The newest interface of the C library that is needed determines the required version.
     # shellcheck disable=SC2046 # the lines are words on purpose
     newest=$(readelf -V $(find package -type f) | grep -o 'GLIBC_[0-9.]*' | sort -uV | tail -n 1 | sed 's/.*_//')
