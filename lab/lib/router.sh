@@ -66,6 +66,7 @@ make_root() {
     cp -R "$lab/root/." "$root/"
     cp "$lab"/../web/settings.* "$lab/../docs/settings.schema.json" "$root/usr/www/"
     install -D -m 644 "$lab/lib/wait.sh" "$root/usr/lab/wait.sh"
+    install -m 644 "$lab/lib/words.sh" "$root/usr/lab/words.sh"
     install_listed_programs || return 1
     install_program "$build/bin/rc" /usr/sbin/rc
     install_program "$build/bin/nvram" /usr/sbin/nvram

@@ -208,6 +208,22 @@ void add_exposure(CLI::App& app, int& status) {
     command->callback([options, &status] { status = exposure_verb(*options); });
 }
 
+void add_inspect(CLI::App& app, int& status) {
+    CLI::App* command = app.add_subcommand(
+        "inspect", "shows what is not as rc would have made it on a router, from its archive");
+    const auto options = std::make_shared<InspectOptions>();
+    command
+        ->add_option("BUNDLE", options->bundle,
+                     "the archive that 'nvram bundle' wrote on the router; - for standard input")
+        ->type_name("")
+        ->required();
+    command->add_flag("--json", options->json, "one JSON object a line");
+    command->footer(
+        "Exit status: 0 nothing deviates; 1 something does; 2 usage error, or an archive that cannot"
+        " be read.");
+    command->callback([options, &status] { status = inspect_verb(*options); });
+}
+
 void add_check(CLI::App& app, int& status) {
     CLI::App* command =
         app.add_subcommand("check", "plays case files and compares the transcripts");
@@ -256,6 +272,7 @@ std::unique_ptr<CLI::App> command_line(int& status) {
     add_report(*app, status);
     add_packet(*app, status);
     add_exposure(*app, status);
+    add_inspect(*app, status);
     add_check(*app, status);
     return app;
 }

@@ -71,6 +71,12 @@ struct ExposureOptions {
 };
 int exposure_verb(const ExposureOptions& options);
 
+struct InspectOptions {
+    std::string bundle;
+    bool json = false;
+};
+int inspect_verb(const InspectOptions& options);
+
 struct CheckOptions {
     bool update = false;
     bool whole = false;

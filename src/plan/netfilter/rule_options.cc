@@ -258,6 +258,8 @@ constexpr RuleOption options[] = {
     {.names = {"--to-destination"}, .owner = "DNAT", .check = check_endpoint},
     {.names = {"--to-source"}, .owner = "SNAT", .check = check_endpoint},
     {.names = {"--set-mark"}, .owner = "MARK", .check = check_set_mark},
+    // As iptables-save prints it.
+    {.names = {"--set-xmark"}, .owner = "MARK", .check = check_mark},
     {.names = {"--ttl-set"}, .owner = "TTL", .check = check_ttl},
     {.names = {"--ttl-inc"}, .owner = "TTL", .check = check_ttl},
     {.names = {"--set-mss"}, .owner = "TCPMSS", .check = check_mss},

@@ -140,7 +140,7 @@ void RuleReader::check_completeness() {
     };
     needs_one("DNAT", "--to", "--to-destination");
     needs_one("SNAT", "--to", "--to-source");
-    needs_one("MARK", "--set-mark", "--set-mark");
+    needs_one("MARK", "--set-mark", "--set-xmark");
     needs_one("TTL", "--ttl-set", "--ttl-inc");
     needs_one("TCPMSS", "--set-mss", "--clamp-mss-to-pmtu");
 

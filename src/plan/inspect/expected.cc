@@ -1,0 +1,110 @@
+// Plays the starts in the boot's order.
+
+#include "plan/inspect/expected.h"
+
+#include <algorithm>
+
+#include "core/text.h"
+#include "plan/netfilter/packet_values.h"
+#include "rc/apps.h"
+
+namespace {
+
+constexpr const char* link_marker = "/tmp/wan_uptime";
+// The flash partition with the board's addresses; what is in it does not matter.
+constexpr const char* board_data = "/dev/mtd0";
+constexpr size_t board_data_size = 0x30000;
+
+// The effect of `ifconfig IF ADDRESS` and of `ifconfig IF mtu N` on what rc reads later.
+void apply_ifconfig(World& world, const std::vector<std::string>& words) {
+    if (words.size() < 3 || !world.interfaces.contains(words[1])) return;
+    World::Interface& interface = world.interfaces[words[1]];
+    if (read_address(words[2]).value_or(0) != 0) interface.address = words[2];
+    for (size_t i = 2; i + 1 < words.size(); i++)
+        if (words[i] == "mtu")
+            interface.mtu = static_cast<int>(scan_number(words[i + 1].c_str()).value_or(0));
+}
+
+Step step_on(const World& router, const std::vector<std::string>& words) {
+    Step step = {.plan = make_plan(router, words), .commands = {}};
+    step.commands = executed_commands(step.plan.after.transcript, step.plan.before);
+    return step;
+}
+
+}  // namespace
+
+std::string Step::again() const {
+    if (plan.words[1] == "init") return "switch the router off and on";
+    return "rc " + plan.words[1] + " restart";
+}
+
+bool StepCommand::runs(std::string_view program) const {
+    return !words().empty() && is_program(words()[0], program);
+}
+
+ExpectedRouter::ExpectedRouter(const FoundRouter& found)
+    : after_(router_with(found.world(), found.settings, {"rc", "start"})),
+      has_services_(found.has_file(link_marker) || found.has_file("/tmp/rules")) {
+    // A lost marker is a deviation of its own.
+    if (has_services_ && !found.has_file(link_marker)) after_.put(link_marker, "1.00 1.00\n");
+    play_boot(found);
+    for (const rc_app* app = rc_apps; app->name; app++) play({"rc", app->name, "start"});
+    play({"rc", "wan", "start"});
+    // What depends on the link; before the first one, nobody has started it.
+    if (has_services_)
+        for (const rc_app* app = rc_services; app->name; app++) play({"rc", app->name, "start"});
+}
+
+// Its files are about the hardware, of which an archive says nothing.
+void ExpectedRouter::play_boot(const FoundRouter& found) {
+    World router = found.world();
+    router.files.erase(working_copy);
+    router.put(board_data, std::string(board_data_size, '1'));
+    const std::vector<std::string> words = {"rc", "init"};
+    steps_.push_back(step_on(router_with(router, found.flash_settings(), words), words));
+}
+
+void ExpectedRouter::play(const std::vector<std::string>& words) {
+    steps_.push_back(step_on(after_, words));
+    const Step& step = steps_.back();
+    World before = std::move(after_);
+    after_ = copy_of(step.plan.after.world);
+    // Pauses of one step are not seen by the next.
+    after_.uptime_microseconds = before.uptime_microseconds;
+    after_.clock_microseconds = before.clock_microseconds;
+    after_.environment = before.environment;
+    for (const ExecutedCommand& executed : step.commands)
+        if (!executed.command.words.empty() && is_program(executed.command.words[0], "ifconfig"))
+            apply_ifconfig(after_, executed.command.words);
+}
+
+std::vector<StepCommand> ExpectedRouter::commands() const {
+    std::vector<StepCommand> all;
+    for (const Step& step : steps_)
+        for (const ExecutedCommand& executed : step.commands) all.push_back({&step, &executed});
+    return all;
+}
+
+const Step* ExpectedRouter::writer_of(const std::string& path) const {
+    const Step* writer = nullptr;
+    for (const Step& step : steps_)
+        for (const Event& event : step.plan.after.transcript.events())
+            if ((event.verb == "write" || event.verb == "append" || event.verb == "run") &&
+                (event.text == path || event.text.ends_with("> " + path) ||
+                 event.text.ends_with(" " + path)))
+                writer = &step;
+    return writer;
+}
+
+Netfilter ExpectedRouter::rules() const {
+    std::vector<ExecutedCommand> commands;
+    for (const Step& step : steps_)
+        commands.insert(commands.end(), step.commands.begin(), step.commands.end());
+    return netfilter_after(commands);
+}
+
+const Step* ExpectedRouter::firewall() const {
+    const auto found = std::ranges::find_if(
+        steps_, [](const Step& step) { return step.plan.words[1] == "firewall"; });
+    return found == steps_.end() ? nullptr : &*found;
+}

@@ -1,0 +1,254 @@
+// Reads the outputs of busybox's and the net-tools' programs. Lines that look otherwise are
+// skipped.
+
+#include "plan/inspect/found.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <sstream>
+
+#include "core/text.h"
+
+namespace {
+
+constexpr long long second = 1'000'000;
+
+std::vector<std::string> lines_in(std::string_view text) {
+    std::vector<std::string> lines;
+    std::istringstream in{std::string(text)};
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+std::vector<std::string> words_in(const std::string& line) {
+    std::istringstream in(line);
+    std::vector<std::string> words;
+    for (std::string word; in >> word;) words.push_back(word);
+    return words;
+}
+
+std::string joined(const std::vector<std::string>& words, size_t first = 0) {
+    std::string text;
+    for (size_t i = first; i < words.size(); i++) text += (i > first ? " " : "") + words[i];
+    return text;
+}
+
+long long number_in(std::string_view text) {
+    return scan_number(std::string(text).c_str()).value_or(0);
+}
+
+// "about": a name and a value on each line.
+std::string fact(const Bundle& bundle, std::string_view name) {
+    for (const std::string& line : lines_in(*bundle.get("about")))
+        if (line.starts_with(name) && line.size() > name.size() && line[name.size()] == ' ')
+            return line.substr(name.size() + 1);
+    return "";
+}
+
+// A text like the secret: as long, and of the same characters.
+std::string stand_in(const std::string& key, size_t length, const std::string& kind) {
+    constexpr size_t longest = 4096;
+    const std::string_view digits = "3141592653589793";
+    const std::string_view hexadecimal = "c0ffee1234567890";
+    const std::string source = kind == "digits"        ? std::string(digits)
+                               : kind == "hexadecimal" ? std::string(hexadecimal)
+                                                       : "secret-of-" + key + "-";
+    std::string text;
+    while (text.size() < std::min(length, longest)) text += source;
+    text.resize(std::min(length, longest));
+    return text;
+}
+
+// "shapes": KEY=LENGTH KIND for each secret that is set.
+void put_stand_ins(FoundRouter& router, const std::string& shapes) {
+    Settings& settings = router.settings;
+    for (const std::string& line : lines_in(shapes)) {
+        const size_t end = line.find('=');
+        if (end == std::string::npos || !settings.contains(line.substr(0, end))) continue;
+        const std::string key = line.substr(0, end);
+        const std::vector<std::string> words = words_in(line.substr(end + 1));
+        if (words.size() != 2) continue;
+        settings[key] =
+            stand_in(key, static_cast<size_t>(std::max(0LL, number_in(words[0]))), words[1]);
+        router.stand_ins.push_back(settings[key]);
+    }
+}
+
+// A line of `ps`: the process id is the first word, the command the last column, below its heading.
+void read_ps(std::string_view output, std::map<int, FoundProcess>& processes) {
+    size_t command = std::string::npos;
+    for (const std::string& line : lines_in(output)) {
+        if (command == std::string::npos) {
+            for (const char* const heading : {"COMMAND", "Command", "CMD"})
+                command = std::min(command, line.find(heading));
+            continue;
+        }
+        const std::vector<std::string> words = words_in(line);
+        if (words.empty()) continue;
+        const int pid = static_cast<int>(number_in(words[0]));
+        // A wide column pushes the command to the right: it begins with the next word then.
+        size_t start = std::min(command, line.size());
+        while (start > 0 && start < line.size() && line[start - 1] != ' ') start++;
+        const std::string text = joined(words_in(line.substr(start)));
+        // A kernel thread has its name in brackets.
+        if (pid > 0 && !text.empty() && text[0] != '[')
+            processes[pid] = {.pid = pid, .command = text};
+    }
+}
+
+// The whole command lines, for those that ps has cut: PID, start and words, separated by
+// tabulators, the words by 0x1f.
+void complete(std::string_view output, std::map<int, FoundProcess>& processes) {
+    for (std::string& line : lines_in(output)) {
+        const size_t first = line.find('\t');
+        const size_t last = line.find('\t', first + 1);
+        if (first == std::string::npos || last == std::string::npos) continue;
+        const int pid = static_cast<int>(number_in(line.substr(0, first)));
+        std::string text = line.substr(last + 1);
+        std::ranges::replace(text, '\x1f', ' ');
+        text = joined(words_in(text));
+        if (text.empty()) continue;
+        FoundProcess& process = processes[pid];
+        if (process.pid == 0 || text.starts_with(process.command))
+            process = {.pid = pid, .command = text};
+    }
+}
+
+std::string after(const std::string& line, std::string_view label) {
+    const size_t at = line.find(label);
+    if (at == std::string::npos) return "";
+    const std::string rest = line.substr(at + label.size());
+    return rest.substr(0, rest.find(' '));
+}
+
+void read_ifconfig(std::string_view output, FoundRouter& router) {
+    FoundInterface* current = nullptr;
+    for (const std::string& line : lines_in(output)) {
+        if (line.empty()) continue;
+        if (line[0] != ' ') {
+            current = &router.interfaces[line.substr(0, line.find(' '))];
+            unsigned byte[6] = {};
+            if (std::sscanf(after(line, "HWaddr ").c_str(), "%2x:%2x:%2x:%2x:%2x:%2x", &byte[0],
+                            &byte[1], &byte[2], &byte[3], &byte[4], &byte[5]) == 6)
+                std::ranges::transform(byte, current->mac.begin(), [](unsigned value) {
+                    return static_cast<unsigned char>(value);
+                });
+            continue;
+        }
+        if (!current) continue;
+        if (const std::string address = after(line, "inet addr:"); !address.empty()) {
+            current->address = address;
+            current->mask = after(line, "Mask:");
+        }
+        if (const std::string mtu = after(line, "MTU:"); !mtu.empty()) {
+            current->mtu = static_cast<int>(number_in(mtu));
+            current->up = std::ranges::count(words_in(line), "UP") > 0;
+        }
+    }
+}
+
+void read_routes(std::string_view output, FoundRouter& router) {
+    constexpr size_t columns = 8;
+    for (const std::string& line : lines_in(output)) {
+        const std::vector<std::string> words = words_in(line);
+        if (words.size() != columns || !isdigit(static_cast<unsigned char>(words[0][0]))) continue;
+        router.routes.push_back({words[0], words[1], words[2], words[7]});
+    }
+}
+
+// A bridge's first interface is on its own line, the others on lines of their own.
+void read_bridges(std::string_view output, FoundRouter& router) {
+    std::string bridge;
+    for (const std::string& line : lines_in(output)) {
+        const std::vector<std::string> words = words_in(line);
+        if (words.empty() || line.starts_with("bridge name")) continue;
+        const bool more = isspace(static_cast<unsigned char>(line[0])) != 0;
+        if (!more) router.bridges[bridge = words[0]];
+        if (!bridge.empty() && (more || words.size() == 4))
+            router.bridges[bridge].insert(words.back());
+    }
+}
+
+void read_mounts(std::string_view output, FoundRouter& router) {
+    for (const std::string& line : lines_in(output)) {
+        const std::vector<std::string> words = words_in(line);
+        if (words.size() < 5 || !words[words.size() - 2].ends_with('%')) continue;
+        router.mounts.push_back(
+            {words.back(), static_cast<int>(number_in(words[words.size() - 2]))});
+    }
+}
+
+}  // namespace
+
+std::string FoundProcess::name() const {
+    const std::string program = command.substr(0, command.find(' '));
+    return program.substr(program.rfind('/') + 1);
+}
+
+Settings FoundRouter::flash_settings() const {
+    Settings flash = settings;
+    for (const std::string& line : uncommitted)
+        if (line.starts_with("+ ")) flash.erase(line.substr(2, line.find('=') - 2));
+    for (const std::string& line : uncommitted)
+        if (line.starts_with("- "))
+            for (const auto& [key, value] : read_settings(line.substr(2) + "\n"))
+                flash[key] = value;
+    return flash;
+}
+
+bool FoundRouter::has_process(int pid) const {
+    return std::ranges::count(processes, pid, &FoundProcess::pid) > 0;
+}
+
+bool FoundRouter::has_program(std::string_view name) const {
+    return std::ranges::any_of(processes,
+                               [&](const FoundProcess& process) { return process.name() == name; });
+}
+
+std::string FoundRouter::hide(std::string text) const {
+    constexpr size_t shortest = 4;
+    for (const std::string& secret : stand_ins)
+        for (size_t at = 0;
+             secret.size() >= shortest && (at = text.find(secret, at)) != std::string::npos;
+             at += hidden_text.size())
+            text.replace(at, secret.size(), hidden_text);
+    return text;
+}
+
+World FoundRouter::world() const {
+    World world;
+    for (const auto& [path, content] : files) world.put(path, content);
+    for (const auto& [name, interface] : interfaces)
+        world.interfaces[name] = {
+            .address = interface.address, .mac = interface.mac, .mtu = interface.mtu};
+    std::string list;
+    for (const FoundProcess& process : processes)
+        list += std::to_string(process.pid) + " root " + process.command + "\n";
+    world.outputs["/bin/ps -ax"] = list;
+    world.clock_microseconds = clock * second;
+    world.uptime_microseconds = uptime * second;
+    return world;
+}
+
+FoundRouter found_router(const Bundle& bundle) {
+    FoundRouter router;
+    router.settings = read_settings(*bundle.get("settings"));
+    if (const std::string* const shapes = bundle.get("shapes")) put_stand_ins(router, *shapes);
+    router.clock = number_in(fact(bundle, "date"));
+    router.uptime = number_in(fact(bundle, "uptime"));
+    for (const auto& [name, content] : bundle.members)
+        if (name.starts_with("files/")) router.files[name.substr(5)] = content;
+    std::map<int, FoundProcess> processes;
+    read_ps(bundle.output("ps"), processes);
+    complete(bundle.output("cmdlines"), processes);
+    for (const auto& [pid, process] : processes) router.processes.push_back(process);
+    read_ifconfig(bundle.output("ifconfig"), router);
+    read_routes(bundle.output("route"), router);
+    read_bridges(bundle.output("brctl"), router);
+    read_mounts(bundle.output("df"), router);
+    if (const std::string* const text = bundle.get("uncommitted"))
+        for (const std::string& line : lines_in(*text))
+            if (!line.empty()) router.uncommitted.push_back(line);
+    return router;
+}

@@ -1,0 +1,120 @@
+// The daemons that rc starts: running, once, and with the words that rc gave.
+
+#include <algorithm>
+#include <map>
+
+#include "plan/inspect/hidden.h"
+#include "plan/inspect/inspect.h"
+
+namespace {
+
+struct Daemon {
+    std::string_view name;
+    // It never forks, so that a second process is a second daemon.
+    bool alone = false;
+};
+// Those that stay; ez-ipupdate ends when it has told the address.
+constexpr Daemon daemons[] = {
+    {"IGMPProxy", true},
+    {"bpalogin"},
+    {"bpamonitor"},
+    {"l2tpd"},
+    {"mini_httpd"},
+    {"ntp"},
+    {"pppd"},
+    {"pppoe-relay"},
+    {"ras"},
+    {"rasmonitor"},
+    {"routed"},
+    {"rt2860apd"},
+    {"udhcpc", true},
+    {"udhcpd", true},
+    {"upnpd"},
+    {"wscd"},
+};
+
+struct Running {
+    const Step* step = nullptr;
+    // Its words, separated by single spaces.
+    std::string command;
+};
+// By name.
+using RunningDaemons = std::multimap<std::string_view, Running>;
+
+const Daemon* daemon_in(std::string_view word) {
+    const auto found = std::ranges::find_if(
+        daemons, [&](const Daemon& daemon) { return is_program(word, daemon.name); });
+    return found == std::end(daemons) ? nullptr : found;
+}
+
+std::string joined_words(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        if (word == "&") continue;
+        if (!word.empty() && !text.empty()) text += ' ';
+        text += word;
+    }
+    return text;
+}
+
+// killall ends a program, unless its signal is one that the daemon handles.
+void follow_kill(const std::vector<std::string>& words, RunningDaemons& running) {
+    bool ends = true;
+    for (size_t i = 1; i < words.size(); i++) {
+        if (words[i].starts_with("-SIGUSR") || words[i] == "-HUP" || words[i] == "-SIGHUP")
+            ends = false;
+        else if (const Daemon* const daemon = daemon_in(words[i]); daemon && ends)
+            running.erase(daemon->name);
+    }
+}
+
+RunningDaemons expected_daemons(const ExpectedRouter& expected) {
+    RunningDaemons running;
+    for (const StepCommand& command : expected.commands()) {
+        if (command.words().empty()) continue;
+        if (command.runs("killall"))
+            follow_kill(command.words(), running);
+        else if (const Daemon* const daemon = daemon_in(command.words()[0]))
+            running.emplace(daemon->name, Running{command.step, joined_words(command.words())});
+    }
+    return running;
+}
+
+}  // namespace
+
+void inspect_processes(const FoundRouter& found, const ExpectedRouter& expected, Deviations& list) {
+    if (found.processes.empty()) return;
+    const RunningDaemons running = expected_daemons(expected);
+    const auto put = [&](std::string_view name, const std::string& wanted, const std::string& is,
+                         const std::string& fix) {
+        list.push_back({.kind = Deviation::Kind::Process,
+                        .what = std::string(name),
+                        .expected = wanted,
+                        .found = is,
+                        .fix = fix});
+    };
+    for (const Daemon& daemon : daemons) {
+        std::vector<std::string> there;
+        for (const FoundProcess& process : found.processes)
+            if (process.name() == daemon.name) there.push_back(process.command);
+        const auto [first, last] = running.equal_range(daemon.name);
+        for (auto one = first; one != last; ++one) {
+            const Running& wanted = one->second;
+            const auto same = std::ranges::find_if(
+                there, [&](const std::string& command) { return fits(wanted.command, command); });
+            if (same != there.end()) {
+                there.erase(same);
+            } else if (there.empty()) {
+                put(daemon.name, wanted.command, "", wanted.step->again());
+            } else {
+                put(daemon.name, wanted.command, there.front(), wanted.step->again());
+                there.erase(there.begin());
+            }
+        }
+        if (first == last && !there.empty())
+            put(daemon.name, "", there.front(), "killall " + std::string(daemon.name));
+        else if (daemon.alone && !there.empty())
+            put(daemon.name, first->second.command + ", once", there.front() + ", once more",
+                first->second.step->again());
+    }
+}

@@ -1,0 +1,27 @@
+// The packet filter as a router prints it, and its rules in a form in which they can be compared.
+#ifndef RC_PLAN_NETFILTER_SAVED_RULES_H
+#define RC_PLAN_NETFILTER_SAVED_RULES_H
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "plan/netfilter/netfilter.h"
+
+struct SavedRules {
+    Netfilter tables;
+    // The packets that each of a chain's rules has counted, by table and chain; empty if they were
+    // not printed.
+    std::map<std::pair<std::string, std::string>, std::vector<unsigned long long>> packets;
+};
+
+// What iptables-save(8) prints, with counters (-c) or without.
+SavedRules read_saved_rules(std::string_view text);
+
+// Equal for rules that do the same and were written with other words: by rc, by iptables-save, by
+// `iptables -L`.
+std::string canonical_text(const Rule& rule);
+
+#endif
