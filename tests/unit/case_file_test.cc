@@ -117,7 +117,7 @@ TEST(CaseDifference, WhatIsWrittenReadsBack) {
     const std::vector<std::string> entries = {"run    a\n", "write  /x\n     | 1\n     | 2\n",
                                               "pause  1 s\n"};
     std::vector<std::string> transcripts = {""};
-    for (size_t at = 0; at < transcripts.size() && transcripts.size() < 40; at++)
+    for (size_t at = 0; at < transcripts.size() && transcripts.size() < SHORT_TRANSCRIPTS; at++)
         for (const std::string& entry : entries) transcripts.push_back(transcripts[at] + entry);
     transcripts.emplace_back("write  /x\n     | 2\n     | 1\n     | 2\nrun    a\n");
     transcripts.emplace_back("write  /x\n     | 2\n     | 2\nwrite  /x\n     | 1\n     | 1\n");

@@ -78,10 +78,14 @@ void check_applications(const std::string& file, const Case& stated) {
         for (; list->name; list++) check_application(file, stated, *list);
 }
 
-// Calls use with the name ("lan/upnp_off") and content of every case.
-void for_each_case(const std::function<void(const std::string&, const Case&)>& look) {
+// Calls look with the name ("lan/upnp_off") and content of every case, or of one of so many.
+void for_each_case(const std::function<void(const std::string&, const Case&)>& look,
+                   int every = 1) {
     const std::filesystem::path folder = CASES_FOLDER;
+    int left = 0;
     for (const std::filesystem::path path : case_paths(folder)) {
+        if (left-- > 0) continue;
+        left = every - 1;
         const auto loaded = load_case(path);
         const auto* error = std::get_if<CaseError>(&loaded);
         ASSERT_EQ(error, nullptr) << error->message;
@@ -91,22 +95,26 @@ void for_each_case(const std::function<void(const std::string&, const Case&)>& l
 
 TEST(Results, HandlersReturnZeroOrThatAFileCannotBeMade) {
     int cases = 0;
-    for_each_case([&cases](const std::string& file, const Case& stated) {
-        cases++;
-        check_applications(file, stated);
-    });
-    EXPECT_GT(cases, 1000);
+    for_each_case(
+        [&cases](const std::string& file, const Case& stated) {
+            cases++;
+            check_applications(file, stated);
+        },
+        CASES_EVERY);
+    EXPECT_GT(cases, 1000 / CASES_EVERY);
 }
 
 TEST(Results, ThePartsOfTheInternetSideReturnZero) {
     int cases = 0;
-    for_each_case([&cases](const std::string& file, const Case& stated) {
-        if (!file.starts_with("wan/")) return;
-        cases++;
-        for (const Part& part : wan_parts)
-            EXPECT_EQ(result_on(stated, part.run), 0) << part.name << " in " << file;
-    });
-    EXPECT_GT(cases, 250);
+    for_each_case(
+        [&cases](const std::string& file, const Case& stated) {
+            if (!file.starts_with("wan/")) return;
+            cases++;
+            for (const Part& part : wan_parts)
+                EXPECT_EQ(result_on(stated, part.run), 0) << part.name << " in " << file;
+        },
+        CASES_EVERY);
+    EXPECT_GT(cases, 250 / CASES_EVERY);
 }
 
 bool denied(const Case& stated, const char* path) {
