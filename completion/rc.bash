@@ -170,8 +170,8 @@ declare -gA _rc_values=(
 
 # Verbs by program; options by program, and by program and verb.
 declare -gA _rc_verbs=(
-    ['nvram']='get set unset show commit load default export import diff previous apply try confirm undo trial check describe keys'
-    ['rcplan']='run diff sinks report packet exposure check'
+    ['nvram']='get set unset show commit load default export import diff previous apply try confirm undo trial generations bundle mask check describe keys'
+    ['rcplan']='run diff sinks report packet exposure inspect check'
 )
 declare -gA _rc_options=(
     ['nvram']='--root --help --version'
@@ -179,8 +179,10 @@ declare -gA _rc_options=(
     ['nvram check']='--json'
     ['nvram commit']='--check'
     ['nvram diff']='--json --show-secrets'
+    ['nvram generations']='--json'
     ['nvram import']='--check --replace'
     ['nvram load']='--previous'
+    ['nvram mask']='--shapes --end'
     ['nvram previous']='--json --show-secrets'
     ['nvram show']='--json --show-secrets'
     ['nvram trial']='--json'
@@ -189,6 +191,7 @@ declare -gA _rc_options=(
     ['rcplan check']='--help --update --whole'
     ['rcplan diff']='--help --world --json --show-secrets --color'
     ['rcplan exposure']='--help --settings --set --world --wan-address --from --expect --json'
+    ['rcplan inspect']='--help --live --report --settings --json'
     ['rcplan packet']='--help --settings --set --world --wan-address --proto --src --dst --sport --dport --in --out --state --flags --mss --icmp-type --mac-source --mac-dest --mark --string --syn --from-router --over-limit --not-drawn --json --no-why'
     ['rcplan report']='--help --settings --set --world'
     ['rcplan run']='--help --settings --set --world --why --json --case --files --show-secrets --color'
@@ -199,6 +202,7 @@ declare -gA _rc_options=(
 declare -gA _rc_kinds=(
     ['nvram --root']='folder'
     ['nvram apply']='file'
+    ['nvram bundle']='file'
     ['nvram check']='place'
     ['nvram describe']='key'
     ['nvram diff']='place'
@@ -223,6 +227,10 @@ declare -gA _rc_kinds=(
     ['rcplan exposure --settings']='file'
     ['rcplan exposure --wan-address']=''
     ['rcplan exposure --world']='file'
+    ['rcplan inspect']='other'
+    ['rcplan inspect --live']=''
+    ['rcplan inspect --report']='file'
+    ['rcplan inspect --settings']='file'
     ['rcplan packet']='action'
     ['rcplan packet --dport']=''
     ['rcplan packet --dst']=''
@@ -257,7 +265,7 @@ declare -gA _rc_kinds=(
     ['rcplan sinks --case']='file'
     ['rcplan sinks --set']='assignment'
     ['rcplan sinks --settings']='file'
-    ['rcplan sinks --table']='words sinks uses restarts'
+    ['rcplan sinks --table']='words sinks uses restarts files'
     ['rcplan sinks --world']='file'
 )
 

@@ -155,6 +155,7 @@ def wrong_use():
         (["--exec", "mars", "true"], "no host mars"),
         (["--exec", "router"], "--exec needs a host and a command"),
         (["--settings", "/nowhere"], "/nowhere cannot be read"),
+        (["--settings", "/dev/null", "--bundle", "/dev/null"], "--settings and --bundle exclude each other"),
     ]:
         run = router(*options)
         check(f"{' '.join(options)}: status 2", run.returncode == 2, run)

@@ -71,7 +71,6 @@ console nvram commit
 power_off
 all_on
 says_nothing "a router after its boot"
-cp "$world/bundle" /tmp/w/bundle2.tar
 
 step "After each application's restart"
 for application in lan wlan syslogd httpd dhcpd ntp route ripd upnp wan_basic firewall igmp schedule ddns; do

@@ -66,8 +66,8 @@ class Store {
     // The image in the newest undamaged generation; nullopt with errno set, errors as of load().
     std::optional<std::string> flash_image();
 
-    // The slot of the newest undamaged generation, which load() takes: 'a' or 'b'; 0 if there is none
-    // or one cannot be read.
+    // The slot of the newest undamaged generation, which load() takes: 'a' or 'b'; 0 if there is
+    // none or one cannot be read.
     char newest_slot();
 
     // The image in the generation before the newest one. nullopt with errno set: ENOENT if there is

@@ -212,11 +212,24 @@ void add_inspect(CLI::App& app, int& status) {
     CLI::App* command = app.add_subcommand(
         "inspect", "shows what is not as rc would have made it on a router, from its archive");
     const auto options = std::make_shared<InspectOptions>();
+    CLI::Option* const bundle =
+        command
+            ->add_option(
+                "BUNDLE", options->bundle,
+                "the archive that 'nvram bundle' wrote on the router; - for standard input")
+            ->type_name("");
     command
-        ->add_option("BUNDLE", options->bundle,
-                     "the archive that 'nvram bundle' wrote on the router; - for standard input")
-        ->type_name("")
-        ->required();
+        ->add_option(
+            "--live", options->live,
+            "a command that writes the archive instead: 'ssh root@192.168.1.1 nvram bundle'")
+        ->type_name("COMMAND")
+        ->excludes(bundle);
+    command->add_option("--report", options->page, "writes the same as an HTML page too")
+        ->type_name("FILE");
+    command
+        ->add_option("--settings", options->settings,
+                     "writes the router's settings too, with stand-ins for secrets")
+        ->type_name("FILE");
     command->add_flag("--json", options->json, "one JSON object a line");
     command->footer(
         "Exit status: 0 nothing deviates; 1 something does; 2 usage error, or an archive that cannot"

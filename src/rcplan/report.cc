@@ -2,29 +2,9 @@
 
 #include "plan/report/report.h"
 
-#include <stdlib.h>
-#include <time.h>
-
-#include "core/text.h"
 #include "rcplan/files.h"
+#include "rcplan/page_date.h"
 #include "rcplan/verbs.h"
-
-namespace {
-
-// The time in UTC. SOURCE_DATE_EPOCH, if it is set, replaces the clock, so that a page can be made
-// again byte for byte.
-std::string date_text() {
-    const char* stated = getenv("SOURCE_DATE_EPOCH");
-    const std::optional<long long> seconds = stated ? scan_number(stated) : std::nullopt;
-    const time_t now = seconds ? static_cast<time_t>(*seconds) : time(nullptr);
-    tm utc = {};
-    gmtime_r(&now, &utc);
-    char text[64];
-    strftime(text, sizeof text, "%Y-%m-%d %H:%M UTC", &utc);
-    return text;
-}
-
-}  // namespace
 
 int report_verb(const ReportOptions& options) {
     if (!is_output_name(options.page, "rcplan report FILE WORDS")) return status_wrong_use;
@@ -35,7 +15,7 @@ int report_verb(const ReportOptions& options) {
     const ReportSource source = {.settings_file = options.router.settings_file,
                                  .sets = options.router.sets,
                                  .world_file = options.router.world_file,
-                                 .date = date_text(),
+                                 .date = page_date(),
                                  .version = "rcplan " RC_VERSION};
     return write_file(options.page, report_html(plan, trace(plan), source)) ? status_done
                                                                             : status_wrong_use;

@@ -73,6 +73,11 @@ int exposure_verb(const ExposureOptions& options);
 
 struct InspectOptions {
     std::string bundle;
+    // A command that writes the archive to its standard output; empty: none.
+    std::string live;
+    std::string page;
+    // Where to write the router's settings; empty: nowhere.
+    std::string settings;
     bool json = false;
 };
 int inspect_verb(const InspectOptions& options);

@@ -7,18 +7,27 @@
 
 #include <algorithm>
 #include <memory>
-#include <optional>
+#include <new>
 
 #include "plan/router/transcript.h"
 
 namespace {
 
 constexpr std::string_view folder = "rc-bundle/";
+constexpr size_t block_size = 16384;
 
 struct Closer {
     void operator()(archive* reader) const { archive_read_free(reader); }
 };
 using Reader = std::unique_ptr<archive, Closer>;
+
+Reader new_reader() {
+    Reader reader(archive_read_new());
+    if (!reader) throw std::bad_alloc();
+    archive_read_support_format_tar(reader.get());
+    archive_read_support_filter_gzip(reader.get());
+    return reader;
+}
 
 // A path's parts, none of which leads elsewhere.
 bool is_plain_path(std::string_view path) {
@@ -54,7 +63,7 @@ std::string refusal(const std::string& name, archive_entry* entry, const Bundle&
 
 // False if there is more than the limit.
 bool read_content(archive* reader, size_t limit, std::string& content) {
-    char block[16384];
+    char block[block_size];
     for (la_ssize_t count = 0; (count = archive_read_data(reader, block, sizeof block)) > 0;) {
         if (content.size() + static_cast<size_t>(count) > limit) return false;
         content.append(block, static_cast<size_t>(count));
@@ -80,6 +89,21 @@ std::string read_members(archive* reader, Bundle& bundle) {
     }
 }
 
+// After opening an archive with this result.
+std::variant<Bundle, BundleError> read_opened(const Reader& reader, int result) {
+    if (result != ARCHIVE_OK) {
+        const char* const reason = archive_error_string(reader.get());
+        return BundleError{reason ? reason : "cannot be read"};
+    }
+    Bundle bundle;
+    const std::string reason = read_members(reader.get(), bundle);
+    if (!reason.empty()) return BundleError{reason};
+    if (!bundle.get("about") || !bundle.get("settings"))
+        return BundleError{"not an archive of rc-bundle: it has no " + std::string(folder) +
+                           (bundle.get("about") ? "settings" : "about")};
+    return bundle;
+}
+
 }  // namespace
 
 const std::string* Bundle::get(const std::string& name) const {
@@ -93,20 +117,12 @@ std::string_view Bundle::output(const std::string& name) const {
 }
 
 std::variant<Bundle, BundleError> read_bundle(const std::string& path) {
-    const Reader reader(archive_read_new());
-    if (!reader) return BundleError{"no memory"};
-    archive_read_support_format_tar(reader.get());
-    archive_read_support_filter_gzip(reader.get());
+    const Reader reader = new_reader();
     const char* const name = path == "-" ? nullptr : path.c_str();
-    if (archive_read_open_filename(reader.get(), name, 16384) != ARCHIVE_OK) {
-        const char* const reason = archive_error_string(reader.get());
-        return BundleError{reason ? reason : "cannot be read"};
-    }
-    Bundle bundle;
-    const std::string reason = read_members(reader.get(), bundle);
-    if (!reason.empty()) return BundleError{reason};
-    if (!bundle.get("about") || !bundle.get("settings"))
-        return BundleError{"not an archive of rc-bundle: it has no " + std::string(folder) +
-                           (bundle.get("about") ? "settings" : "about")};
-    return bundle;
+    return read_opened(reader, archive_read_open_filename(reader.get(), name, block_size));
+}
+
+std::variant<Bundle, BundleError> read_bundle(int file) {
+    const Reader reader = new_reader();
+    return read_opened(reader, archive_read_open_fd(reader.get(), file, block_size));
 }

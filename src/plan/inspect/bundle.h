@@ -36,4 +36,7 @@ struct BundleError {
 // Reads a tar archive, plain or with gzip; "-" is standard input.
 std::variant<Bundle, BundleError> read_bundle(const std::string& path);
 
+// The same from an open file.
+std::variant<Bundle, BundleError> read_bundle(int file);
+
 #endif
