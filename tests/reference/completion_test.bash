@@ -75,7 +75,7 @@ expect 'rc dhcpd start ' ''
 expect 'rc dhcpd start x' ''
 
 # nvram: verbs, options, keys.
-expect 'nvram ' 'get set unset show commit load default export import diff previous apply try confirm undo trial check describe keys'
+expect 'nvram ' 'get set unset show commit load default export import diff previous apply try confirm undo trial generations bundle mask check describe keys'
 expect 'nvram d' 'default diff describe'
 expect 'nvram --' '--root --help --version'
 expect 'nvram get wan_mo' 'wan_mode'
