@@ -33,8 +33,8 @@ std::variant<Bundle, BundleError> read_live(const std::string& command) {
 }
 
 // What connections from the Internet meet; none if the firewall has not been started, or if its
-// rules are not understood here.
-std::vector<ExposureRow> open_now(const ExpectedRouter& expected) {
+// rules are not understood here. With the settings behind it, it takes several times as long.
+std::vector<ExposureRow> open_now(const ExpectedRouter& expected, bool with_settings) {
     const Step* const start = expected.firewall();
     if (!start) return {};
     const Firewall firewall(start->plan);
@@ -43,8 +43,9 @@ std::vector<ExposureRow> open_now(const ExpectedRouter& expected) {
         return {};
     const Netfilter* const tables[] = {&firewall.tables};
     const PacketSpace space(tables);
+    const Provenance provenance = with_settings ? trace(start->plan) : Provenance();
     std::vector<ExposureRow> rows =
-        open_rows(firewall, space, RuleSettings(firewall, trace(start->plan)), wan);
+        open_rows(firewall, space, RuleSettings(firewall, provenance), wan);
     // The sets end with their space.
     for (ExposureRow& row : rows) row.packets = PacketSet();
     return rows;
@@ -75,7 +76,7 @@ int inspect_verb(const InspectOptions& options) {
     const FoundRouter found = found_router(bundle);
     const ExpectedRouter expected(found);
     const std::vector<Deviation> list = deviations(bundle, found, expected);
-    const std::vector<ExposureRow> open = open_now(expected);
+    const std::vector<ExposureRow> open = open_now(expected, options.json || !options.page.empty());
     const auto count = static_cast<size_t>(std::ranges::count(list, false, &Deviation::note));
     if (options.json) {
         for (const Deviation& deviation : list) std::cout << deviation_json(deviation);
