@@ -16,7 +16,7 @@ skip() {
 # needs NAME: checks that the build and the programs that the box uses are there.
 needs() {
     local file program
-    for file in bin/rc bin/nvram lib/libnvram.so; do
+    for file in bin/rc bin/nvram bin/rc-bundle lib/libnvram.so; do
         if [ ! -e "$build/$file" ]; then
             echo "$1: $build/$file is missing: build the project first" >&2
             exit 2
