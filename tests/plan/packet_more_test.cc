@@ -247,6 +247,32 @@ TEST(Packet, TheKernelDropsSpoofedSources) {
               "DROP by rule 1 of PRE_BASIC");
 }
 
+TEST(Packet, TheKernelDropsPacketsToAddressesThatAreOnNoLink) {
+    const Router router;
+    for (const char* destination : {"127.0.0.1", "127.255.255.255", "0.0.0.0"})
+        EXPECT_EQ(
+            router.verdict(std::string("proto=gre in=br0 src=192.168.1.9 dst=") + destination),
+            std::string("DROP by the kernel's routing: nothing to ") + destination +
+                " can arrive on br0");
+    // It drops them after NAT.
+    const Netfilter tables = tables_after(
+        "iptables -t nat -A PREROUTING -i eth2.2 -d 198.51.100.1 -j DNAT --to 127.0.0.1\n");
+    EXPECT_EQ(walk_of(tables, {.wan_if = "eth2.2"}, "proto=gre in=eth2.2 dst=198.51.100.1").verdict,
+              Verdict::Drop);
+}
+
+TEST(Packet, HostsWithoutAnAddressMayAskEveryone) {
+    const Router router;
+    const std::string from = "proto=udp sport=68 dport=67 in=br0 src=0.0.0.0 dst=";
+    for (const char* destination : {"255.255.255.255", "0.0.0.0", "224.0.0.251"})
+        EXPECT_EQ(router.verdict(from + destination), "ACCEPT by rule 1 of INPUT");
+    for (const char* destination : {"192.168.1.1", "198.51.100.80", "239.1.1.1"})
+        EXPECT_EQ(router.verdict(from + destination),
+                  "DROP by the kernel's routing: 0.0.0.0 cannot arrive on br0");
+    EXPECT_EQ(router.verdict("proto=2 in=br0 src=0.0.0.0 dst=239.1.1.1"),
+              "ACCEPT by rule 1 of INPUT");
+}
+
 TEST(Packet, RulesThatOnlyCountAndReturn) {
     const Netfilter tables = tables_after(
         "iptables -N A\niptables -A A -p gre\niptables -A A -j RETURN\niptables -A A -j DROP\n"

@@ -138,7 +138,8 @@ PacketSet sent_packets(const Firewall& firewall, const PacketSpace& space, const
                        const Expectation& expected) {
     const Networks& networks = firewall.networks;
     PacketSet set = entering(space, ConnectionState::New) & space.with(Field::WithinLimit, 1) &
-                    (space.with(Field::Drawn, 1) - own_addresses(space, networks, Field::Source));
+                    (space.with(Field::Drawn, 1) - unroutable(space, networks, Field::Source) -
+                     unroutable(space, networks, Field::Destination));
     if (in == networks.lan_if && networks.lan) {
         const unsigned first = networks.lan->address & networks.lan->mask;
         set = set & space.with(Field::Source, first + 1, (first | ~networks.lan->mask) - 1);

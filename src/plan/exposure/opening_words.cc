@@ -132,8 +132,8 @@ std::string addresses_text(const std::vector<NumberRange>& addresses) {
 std::string sources_text(const PacketSpace& space, const Networks& networks,
                          const Opening& opening) {
     const PacketSet sources = any_of(space, Field::Source, opening.sources);
-    const PacketSet own = own_addresses(space, networks, Field::Source);
-    const PacketSet missing = PacketSet::everything() - sources - own;
+    const PacketSet missing =
+        PacketSet::everything() - sources - unroutable(space, networks, Field::Source);
     if (missing.is_empty()) return "anyone";
     const std::vector<NumberRange> others_of = space.values(missing, Field::Source);
     if (others_of.size() < opening.sources.size()) return "anyone but " + addresses_text(others_of);
@@ -157,7 +157,8 @@ std::string target_text(const PacketSpace& space, const Networks& networks,
                 list += (list.empty() ? "router at " : ", ") + quad_text(address);
         return list.empty() ? "router at " + addresses_text(opening.destinations) : list;
     }
-    const PacketSet own = own_addresses(space, networks, Field::Destination);
+    const PacketSet own = own_addresses(space, networks, Field::Destination) |
+                          unroutable(space, networks, Field::Destination);
     PacketSet lan;
     if (networks.lan) {
         const unsigned first = networks.lan->address & networks.lan->mask;

@@ -13,7 +13,7 @@ std::string ports_text(const std::vector<NumberRange>& ports);
 std::string protocols_text(const Opening& opening);
 // "198.51.100.9", "198.51.100.0/24", "198.51.100.10-198.51.100.20".
 std::string addresses_text(const std::vector<NumberRange>& addresses);
-// "anyone", if only the router's own addresses are missing, which nobody else can have.
+// "anyone", if only addresses are missing that nobody else can have.
 std::string sources_text(const PacketSpace& space, const Networks& networks,
                          const Opening& opening);
 // "router", "router at 192.168.1.1", "192.168.1.9", "LAN", "anywhere".

@@ -14,6 +14,19 @@ bool Networks::is_own(Ipv4 address) const {
     return std::ranges::any_of(addresses, [&](const auto& own) { return own.second == address; });
 }
 
+bool Networks::is_no_source(Ipv4 source, Ipv4 destination, unsigned protocol) const {
+    if (is_own(source)) return true;
+    // Hosts without an address may ask everyone, the groups of their link, or about groups.
+    if (source != no_address || destination == limited_broadcast) return false;
+    constexpr unsigned igmp = 2;
+    return !link_multicasts.holds(destination) &&
+           !(multicasts.holds(destination) && protocol == igmp);
+}
+
+bool Networks::is_no_destination(Ipv4 destination) {
+    return loopback.holds(destination) || destination == no_address;
+}
+
 const std::string& Networks::interface_to(Ipv4 address) const {
     return lan && lan->holds(address) ? lan_if : wan_if;
 }

@@ -288,8 +288,13 @@ std::vector<Fate> FlowWalker::walk(const PacketSet& packets) {
         flows = translate("PREROUTING", pass_on("mangle", "PREROUTING", flows));
         // The kernel drops packets that come from an address of its own.
         if (entry_.in != "lo") {
-            const PacketSet own = own_addresses(space_, networks_, Field::Source);
-            for (Flow& flow : flows) flow.packets = flow.packets - own;
+            const PacketSet no_source = unroutable(space_, networks_, Field::Source);
+            const PacketSet no_destination = unroutable(space_, networks_, Field::Destination);
+            for (Flow& flow : flows)
+                flow.packets = flow.packets - no_source -
+                               (!flow.destination
+                                    ? no_destination
+                                    : all_or_none(Networks::is_no_destination(*flow.destination)));
         }
     }
     std::vector<Flow> own;
@@ -324,12 +329,24 @@ std::vector<Fate> FlowWalker::walk(const PacketSet& packets) {
 
 }  // namespace
 
+namespace {
+
+PacketSet addresses_of(const PacketSpace& space, const Net& net, Field field) {
+    return space.passing(
+        {.field = field, .mask = net.mask, .first = net.first(), .last = net.first()});
+}
+
+}  // namespace
+
+PacketSet unroutable(const PacketSpace& space, const Networks& networks, Field field) {
+    const PacketSet none = space.with(field, no_address);
+    return none | (field == Field::Source ? own_addresses(space, networks, field)
+                                          : addresses_of(space, loopback, field));
+}
+
 PacketSet own_addresses(const PacketSpace& space, const Networks& networks, Field field) {
-    const auto net = [&](const Net& of) {
-        const unsigned first = of.address & of.mask;
-        return space.passing({.field = field, .mask = of.mask, .first = first, .last = first});
-    };
-    PacketSet set = space.with(field, limited_broadcast) | net(loopback) | net(multicasts);
+    PacketSet set = space.with(field, limited_broadcast) | addresses_of(space, loopback, field) |
+                    addresses_of(space, multicasts, field);
     if (networks.lan)
         set = set |
               space.with(field, (networks.lan->address & networks.lan->mask) | ~networks.lan->mask);

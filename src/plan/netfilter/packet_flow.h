@@ -97,4 +97,8 @@ std::vector<Fate> walk_flows(const FlowRules& rules, const Networks& networks,
 // The packets with one of the router's own addresses, as Networks::is_own.
 PacketSet own_addresses(const PacketSpace& space, const Networks& networks, Field field);
 
+// Those with an address that the kernel's routing does not accept from a link in this field. The
+// sources are those of frames to the router's own MAC address: hosts without an address broadcast.
+PacketSet unroutable(const PacketSpace& space, const Networks& networks, Field field);
+
 #endif

@@ -34,6 +34,10 @@ class Walker {
     // Each returns false if the packet goes no further.
     bool arrive();
     bool is_routed();
+    // From no address, no address means everyone.
+    bool asks_everyone() {
+        return packet().source == no_address && packet().destination == no_address;
+    }
     bool filter(const char* chain);
     bool leave();
     bool pass(const char* table, const char* chain, bool decides = false);
@@ -77,7 +81,7 @@ void Walker::walk_tables() {
     if (!arrive() || !is_routed()) return;
     const Ipv4 destination = packet().destination.value_or(0);
     const bool routed_multicast = multicasts.holds(destination) && !packet().out.empty();
-    if (networks_.is_own(destination) && !routed_multicast) {
+    if ((networks_.is_own(destination) || asks_everyone()) && !routed_multicast) {
         packet().out.clear();
         note("for the router itself");
         if (multicasts.holds(destination))
@@ -95,12 +99,22 @@ bool Walker::arrive() {
 }
 
 // The kernel drops packets whose source is one of the router's own addresses, a broadcast or a
-// multicast address.
+// multicast address, and those to or from addresses that are never on a link.
 bool Walker::is_routed() {
-    const bool own = packet().source && networks_.is_own(*packet().source);
-    if (!own || packet().in == "lo") return true;
+    if (packet().in == "lo" || asks_everyone()) return true;
+    const std::optional<Ipv4> source = packet().source;
+    const std::optional<Ipv4> destination = packet().destination;
+    // An unknown destination stands for a usual one.
+    constexpr Ipv4 usual = 0x01000000;
+    if (destination && Networks::is_no_destination(*destination))
+        walk_.misrouted = "nothing to " + quad_text(*destination) + " can arrive";
+    else if (source &&
+             networks_.is_no_source(*source, destination.value_or(usual), packet().protocol))
+        walk_.misrouted = quad_text(*source) + " cannot arrive";
+    else
+        return true;
     walk_.verdict = Verdict::Drop;
-    walk_.misrouted = quad_text(*packet().source) + " cannot arrive on " + packet().in;
+    walk_.misrouted += " on " + packet().in;
     note(walk_.misrouted);
     return false;
 }
