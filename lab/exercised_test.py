@@ -12,7 +12,7 @@ import re
 import sys
 
 document, logs = sys.argv[1:]
-SCENARIOS = ["boot_lan", "boot_ap", "wan", "ppp", "firewall", "packet", "services", "trial", "inspect", "mips"]
+SCENARIOS = ["boot_lan", "boot_ap", "wan", "ppp", "firewall", "packet", "exposure", "services", "trial", "inspect", "mips"]
 # What the lab calls by another word than the name of a row.
 ROWS = {"kernel_log": "the same, granted", "cron_start": "cron"}
 

@@ -6,13 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <random>
 #include <sstream>
 
 #include "plan/exposure/expectations.h"
 #include "plan/exposure/opening_words.h"
 #include "plan/netfilter/packet_walk.h"
-#include "plan/router/settings.h"
+#include "random_settings.h"
 
 namespace {
 
@@ -21,10 +20,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-const std::vector<std::string> firewall_start = {"rc", "firewall", "start"};
-
-constexpr const char* wan_address = "203.0.113.7";
 
 Settings settings_in(const std::string& path) {
     std::ifstream file(std::string(SOURCE_DIR) + "/" + path);
@@ -37,12 +32,6 @@ Settings factory_with(const Settings& changes) {
     Settings settings = settings_in("lab/root/etc/default");
     for (const auto& [key, value] : changes) settings[key] = value;
     return settings;
-}
-
-Plan plan_of(const Settings& settings) {
-    World world;
-    world.interfaces["eth2.2"].address = wan_address;
-    return make_plan(router_with(world, settings, firewall_start), firewall_start);
 }
 
 // A router with these settings.
@@ -255,60 +244,6 @@ TEST(Exposure, TwoWaysToTheSamePlaceOpenNothing) {
     EXPECT_THAT(both.closed(), IsEmpty());
 }
 
-// Settings of the firewall drawn at random, with few ports and hosts, so that entries collide.
-class RandomSettings {
-  public:
-    explicit RandomSettings(unsigned seed) : random_(seed) {}
-
-    Settings draw() {
-        Settings changes = {{"fw_in_rules", entries(3, [&] { return forward("tcp", "udp"); })},
-                            {"fw_out_rules", entries(3, [&] { return forward("tcp", "both"); })},
-                            {"access_group", entries(2, [&] { return mac(); })},
-                            {"fw_block_keyword", entries(3, [&] { return word(); })},
-                            {"fw_services", "GAME:udp:" + port() + "-8002"},
-                            {"access_control", "0000GAME"},
-                            {"fw_remote_type", one_of({"1", "2", "3"})},
-                            {"fw_remote_single", "198.51.100.9"},
-                            {"fw_remote_range_start", "198.51.100.8"},
-                            {"fw_remote_range_end", "198.51.100.11"},
-                            {"fw_remote_port", port()},
-                            {"fw_dmz", "192.168.1." + host()},
-                            {"fw_block_trust", "192.168.1." + host()},
-                            {"fw_block", one_of({"0", "1"})},
-                            {"ac_control", one_of({"0", "1", "2"})}};
-        for (const char* key : {"fw_dmz_enable", "fw_remote", "fw_response_ping", "fw_trustenable",
-                                "fw_block_trust_enable", "log_outgoing", "log_access", "fw_nat"})
-            changes[key] = one_of({"0", "1"});
-        return factory_with(changes);
-    }
-
-    unsigned number(unsigned least, unsigned most) {
-        return std::uniform_int_distribution<unsigned>(least, most)(random_);
-    }
-    std::string one_of(const std::vector<std::string>& list) {
-        return list[number(0, static_cast<unsigned>(list.size()) - 1)];
-    }
-    std::string mac() { return "02:00:00:00:00:3" + std::to_string(number(1, 3)); }
-    std::string word() { return one_of({"casino", "sin", "lottery"}); }
-
-  private:
-    std::mt19937 random_;
-
-    std::string port() { return std::to_string(number(7999, 8003)); }
-    std::string host() { return std::to_string(number(8, 11)); }
-    std::string forward(const char* one, const char* other) {
-        return "x:1:x:" + port() + ":" + std::to_string(number(8003, 8005)) + ":" +
-               one_of({one, other}) + ":" + host();
-    }
-    template <typename Make>
-    std::string entries(unsigned most, Make make) {
-        std::string list;
-        for (unsigned i = number(0, most); i > 0; i--)
-            list += (list.empty() ? "" : "\x01") + make();
-        return list;
-    }
-};
-
 Packet random_packet(RandomSettings& random) {
     Packet packet;
     packet.state = ConnectionState::New;
@@ -320,7 +255,7 @@ Packet random_packet(RandomSettings& random) {
         random.one_of({"198.51.100.7", "198.51.100.9", "198.51.100.12", "192.168.1.9", "8.8.8.8"}));
     packet.destination = read_address(random.one_of(
         {wan_address, wan_address, wan_address, "192.168.1.1", "192.168.1.9", "192.168.1.255",
-         "198.51.100.80", "255.255.255.255", "224.0.0.9", "245.1.1.1"}));
+         "198.51.100.80", "255.255.255.255", "224.0.0.9", "245.1.1.1", "127.0.0.1", "0.0.0.0"}));
     const bool ports = packet.protocol == protocol_tcp || packet.protocol == protocol_udp;
     if (ports) {
         packet.source_port = random.number(1024, 65535);
@@ -388,7 +323,7 @@ TEST(Exposure, AgreesWithSinglePacketsForAFullHouse) {
 TEST(Exposure, AgreesWithSinglePacketsForRandomSettings) {
     RandomSettings random(3);
     for (unsigned i = 0; i < ROUTERS; i++) {
-        const Settings settings = random.draw();
+        const Settings settings = factory_with(random.draw());
         SCOPED_TRACE("settings " + std::to_string(i));
         compare_with_walks(Walked(settings), random, 60);
         if (testing::Test::HasFailure()) break;
@@ -400,7 +335,7 @@ TEST(Exposure, AgreesWithSinglePacketsForRandomSettings) {
 TEST(Exposure, DifferencesAgreeWithSinglePackets) {
     RandomSettings random(4);
     for (unsigned i = 0; i < ROUTERS / 4; i++) {
-        const Compared both(random.draw(), random.draw());
+        const Compared both(factory_with(random.draw()), factory_with(random.draw()));
         const std::vector<Opening> opened = both.opened();
         for (unsigned k = 0; k < 60; k++) {
             Packet packet = random_packet(random);

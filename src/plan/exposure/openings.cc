@@ -191,11 +191,10 @@ std::string assume_wan_address(World& router) {
     return example;
 }
 
-Firewall::Firewall(const Plan& of)
-    : plan(of),
-      tables(netfilter_of(of.after.transcript, of.before)),
-      networks(networks_of(of.after.world)),
-      rules(tables) {}
+Firewall::Firewall(const Plan& of) : Firewall(of, netfilter_of(of.after.transcript, of.before)) {}
+
+Firewall::Firewall(const Plan& of, Netfilter other)
+    : plan(of), tables(std::move(other)), networks(networks_of(of.after.world)), rules(tables) {}
 
 PacketSet entering(const PacketSpace& space, ConnectionState state) {
     PacketSet set = space.possible(state) & space.with(Field::MacDest, 0);

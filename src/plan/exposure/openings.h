@@ -14,6 +14,8 @@
 // The rules that a run of rc leaves, and the router's networks then. The plan must stay.
 struct Firewall {
     explicit Firewall(const Plan& plan);
+    // With other rules than the run leaves.
+    Firewall(const Plan& plan, Netfilter rules);
     Firewall(const Firewall&) = delete;
     Firewall& operator=(const Firewall&) = delete;
 
