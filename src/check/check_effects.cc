@@ -1,4 +1,6 @@
 // The effect of a value that does not have the form of its setting.
+#include <algorithm>
+
 #include "check/check_parts.h"
 #include "core/text.h"
 #include "lan/leases.h"
@@ -53,32 +55,37 @@ std::string effect_of_long_flag(const Check& check, const KnownSetting& known,
     for (const Sink& sink : check.sinks)
         if (sink.key == std::string_view(known.key) &&
             sink.place == std::string_view("/tmp/syslog.conf") &&
-            written(check, sink, known, whole) == Written::Yes)
+            writing_of(check, sink, known, whole).now == Written::Yes)
             return line_effect(check, sink, known, whole);
     return std::string("reads only the first character, ") + value[0];
 }
 
 // A line that rc writes is better than another, and of those one in which the text is a word.
-std::string effect_of_wrong(const Check& check, const KnownSetting& known, const Piece& piece) {
-    std::string in_entry = effect_in_entry(check, known, piece);
+std::string effect_of_wrong(const Check& check, const KnownSetting& known, const Piece& whole) {
+    std::string in_entry = effect_in_entry(check, known, whole);
     if (!in_entry.empty()) return in_entry;
     if (known.when_wrong != nullptr) return known.when_wrong;
+    const Piece piece = taken_piece(known, whole, text_of(check, known.key)).value_or(whole);
     const Sink* example = nullptr;
-    int best = -1;
+    int best = 0;
+    std::size_t least = 0;
     for (const Sink& sink : check.sinks) {
         if (sink.key != std::string_view(known.key)) continue;
         if (piece.field != nullptr && sink.field != std::string_view(piece.field)) continue;
-        const int rank =
-            static_cast<int>(written(check, sink, known, piece)) * 2 + (stands_alone(sink) ? 1 : 0);
-        if (rank <= best) continue;
+        const Writing writing = writing_of(check, sink, known, piece);
+        const int rank = rank_of(sink, writing);
+        least = std::max(least, least_length(sink));
+        if (writing.now == Written::Never || rank <= best) continue;
         best = rank;
         example = &sink;
     }
+    if (example == nullptr && piece.text.size() < least)
+        return "does not use a text of fewer than " + std::to_string(least) + " characters";
     if (example == nullptr) return effect_by_form(known, piece.text);
     std::string text = line_effect(check, *example, known, piece);
-    const bool now = written(check, *example, known, piece) == Written::Yes;
+    const bool now = writing_of(check, *example, known, piece).now == Written::Yes;
     if (now && runs_iptables(*example) &&
-        is_rejected(form_of(known, piece), std::string(piece.text)))
+        is_rejected(form_of(known, piece), std::string(text_in(*example, piece.text))))
         text += "; iptables rejects it";
     return text;
 }

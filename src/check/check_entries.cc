@@ -3,12 +3,14 @@
 
 #include "check/check_parts.h"
 #include "core/text.h"
+#include "firewall/block_lists.h"
 #include "firewall/forward_lists.h"
 #include "firewall/services.h"
 #include "firewall/trigger_lists.h"
 #include "lan/leases.h"
 #include "lan/routes.h"
 #include "sched/periods.h"
+#include "wireless/access_list.h"
 
 namespace nvram {
 
@@ -129,10 +131,29 @@ std::string effect_in_reservation(const Check& check, const KnownSetting& known,
     return "reads the address as " + quad_text(address);
 }
 
-std::string effect_in_addresses(const Piece& piece) {
-    return piece.record.size() < limits::mac_length
-               ? "takes 17 characters, so it reads on into the next entry, or ends the list here"
-               : "takes the first 17 characters of the entry as they are";
+// The addresses that rc takes from a list of 17 characters each, from wherever one ends; views into
+// the list.
+std::vector<std::string_view> addresses_in(const KnownSetting& known, std::string_view list) {
+    if (known.key == std::string_view("access_group")) return parse_trusted_macs(list);
+    std::vector<std::string_view> addresses;
+    while (list.size() >= limits::mac_length && addresses.size() < limits::access_list_addresses)
+        addresses.push_back(take_address(list));
+    return addresses;
+}
+
+bool is_of_addresses(const KnownSetting& known, const Piece& piece) {
+    const std::string_view key = known.key;
+    return piece.entry > 0 && (key == "access_group" || key == "wifi_access_list");
+}
+
+// "" if rc takes an address there.
+std::string effect_in_addresses(const Check& check, const KnownSetting& known, const Piece& piece) {
+    if (taken_piece(known, piece, text_of(check, known.key))) return "";
+    for (const std::string_view address : addresses_in(known, text_of(check, known.key)))
+        if (address.data() < piece.text.data() &&
+            piece.text.data() < address.data() + address.size())
+            return "reads it as a part of the entry before it";
+    return skips_entry;
 }
 
 std::string effect_in_wmm(const Piece& piece) {
@@ -158,6 +179,19 @@ bool is_not_given(const KnownSetting& known, const Piece& piece) {
     return false;
 }
 
+std::optional<Piece> taken_piece(const KnownSetting& known, const Piece& piece,
+                                 std::string_view value) {
+    Piece taken = piece;
+    if (!is_of_addresses(known, piece))
+        return is_used(known, piece, value) ? std::optional(taken) : std::nullopt;
+    for (const std::string_view address : addresses_in(known, value)) {
+        if (address.data() != piece.text.data()) continue;
+        taken.text = address;
+        return taken;
+    }
+    return std::nullopt;
+}
+
 std::string lower_case(std::string_view text) {
     std::string lower(text);
     for (char& c : lower)
@@ -176,7 +210,7 @@ std::string effect_in_entry(const Check& check, const KnownSetting& known, const
         return effect_in_period(check, known, piece);
     if (key == "rt_static_route") return effect_in_route(check, known, piece);
     if (key == "pcdb_list") return effect_in_reservation(check, known, piece);
-    if (key == "access_group" || key == "wifi_access_list") return effect_in_addresses(piece);
+    if (is_of_addresses(known, piece)) return effect_in_addresses(check, known, piece);
     if (key == "wifi_wmm_ap" || key == "wifi_wmm_sta") return effect_in_wmm(piece);
     if (key == "qos") return effect_in_qos(check, known, piece);
     return "";

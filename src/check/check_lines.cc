@@ -30,10 +30,33 @@ std::string with_backslashes(std::string_view text, std::string_view before) {
     return whole;
 }
 
-// The text as rc writes it: cut, with the row's escapes. A % is doubled for the formatting of a
-// command, which files do not get.
+// The number behind one of the signs that tell of the text itself, '>' and '<'; 0 if there is none.
+std::size_t length_in(const Sink& sink, char sign) {
+    std::string_view rest = sink.when;
+    while (!rest.empty()) {
+        const std::string_view term = rest.substr(0, rest.find(';'));
+        if (term[0] == sign) return static_cast<std::size_t>(leading_int(term.substr(1)));
+        rest.remove_prefix(std::min(rest.size(), term.size() + 1));
+    }
+    return 0;
+}
+
+// Of another setting's value, or another field, as much as rc writes at the sink's place.
+std::string_view cut_at_place(const Check& check, const Sink& sink, std::string_view name,
+                              std::string_view text) {
+    const bool is_field = name.starts_with(':');
+    for (const Sink& other : check.sinks) {
+        if (is_field ? sink.key != std::string_view(other.key) || name.substr(1) != other.field
+                     : name != other.key)
+            continue;
+        if (std::string_view(other.place) == sink.place) return text_in(other, text);
+    }
+    return text;
+}
+
+// The text as rc writes it, with the row's escapes. A % is doubled for the formatting of a command,
+// which files do not get.
 std::string written_text(const KnownSetting& known, const Sink& sink, std::string_view text) {
-    if (known.cut) text = text.substr(0, static_cast<std::size_t>(known.high));
     std::string whole = with_backslashes(text, escaped_characters(known.escapes));
     const bool file = std::string_view(sink.place) != "command";
     if (known.escapes != Escapes::Account || !file) return whole;
@@ -42,14 +65,24 @@ std::string written_text(const KnownSetting& known, const Sink& sink, std::strin
     return whole;
 }
 
+const std::string* changed(const std::vector<OtherValue>& changes, std::string_view name) {
+    for (const OtherValue& change : changes)
+        if (change.name == name) return &change.value;
+    return nullptr;
+}
+
 std::string other_text(const Check& check, const Sink& sink, const KnownSetting& known,
-                       const Piece& piece, std::string_view name) {
-    if (name.starts_with(':')) return field_of(known, piece, name.substr(1));
-    const std::optional<std::string_view> value = check.image.get(name);
+                       const Piece& piece, const std::vector<OtherValue>& changes,
+                       std::string_view name) {
+    if (name.starts_with(':'))
+        return std::string(cut_at_place(check, sink, name, field_of(known, piece, name.substr(1))));
+    const std::string* const instead = changed(changes, name);
+    const std::optional<std::string_view> value =
+        instead != nullptr ? std::string_view(*instead) : check.image.get(name);
     const KnownSetting* const other = find_known(name);
     if (!value || other == nullptr) return std::string(unknown);
     if (other->secret && !value->empty()) return std::string(asterisks);
-    return written_text(*other, sink, *value);
+    return written_text(*other, sink, cut_at_place(check, sink, name, *value));
 }
 
 // A backslash is not doubled: the line is shown as a shell reads it.
@@ -71,52 +104,52 @@ bool is_one_of(std::string_view text, std::string_view words) {
     }
 }
 
-// One term of a sink's conditions, from the character that tells the kind.
-Written term_holds(std::string_view term, std::string_view value) {
+// One term of a sink's conditions, from the character that tells the kind; nullopt if the table
+// does not say which values hold.
+std::optional<bool> term_holds(std::string_view term, std::string_view value) {
     const std::string_view set = term.substr(1);
     const bool begins = !value.empty() && set.find(value[0]) != std::string_view::npos;
-    bool result = false;
     switch (term[0]) {
         case '=':
-            result = is_one_of(value, set);
-            break;
+            return is_one_of(value, set);
         case '^':
-            result = begins;
-            break;
+            return begins;
         case '!':
-            result = !begins;
-            break;
+            return !begins;
         case '+':
-            result = !value.empty();
-            break;
+            return !value.empty();
         case '-':
-            result = value.empty();
-            break;
+            return value.empty();
         case '#':
-            result = leading_int(value) != 0;
-            break;
+            return leading_int(value) != 0;
         default:
-            return Written::Maybe;
+            return std::nullopt;
     }
-    return result ? Written::Yes : Written::No;
+}
+
+// A valid value of another setting with which the term holds.
+std::optional<std::string> value_for(std::string_view term, const KnownSetting& other) {
+    const Limits limits = limits_of(other);
+    const bool example = *other.factory == '\0' && other.example != nullptr;
+    std::vector<std::string> values = {example ? other.example : other.factory, "0", "1"};
+    for (const std::string_view word : words_of(limits.choices)) values.emplace_back(word);
+    for (std::string_view rest = term.substr(1); !rest.empty();) {
+        const std::string_view word = rest.substr(0, rest.find(','));
+        values.emplace_back(word);
+        rest.remove_prefix(std::min(rest.size(), word.size() + 1));
+    }
+    values.emplace_back();
+    for (const std::string& value : values)
+        if (term_holds(term, value) == true &&
+            (value.empty() || form_problem(limits, value).empty()))
+            return value;
+    return std::nullopt;
 }
 
 // The station is in use only while ap_mode begins with 0.
 std::string value_of(const Check& check, std::string_view key) {
     if (key == "wifi_ap_mode" && !begins_with(check, "ap_mode", '0')) return "0";
     return std::string(text_of(check, key));
-}
-
-// Conditions were found with sound values; they may not hold of others.
-bool is_of_form(const KnownSetting& known, std::string_view key, std::string_view value) {
-    if (value.empty()) return true;
-    if (!key.starts_with(':')) {
-        const KnownSetting* const other = find_known(key);
-        return other == nullptr || form_problem(limits_of(*other), value).empty();
-    }
-    const std::size_t place = field_place(*known.record, key.substr(1));
-    return place >= known.record->fields.size() ||
-           form_problem(limits_of(known.record->fields[place]), value).empty();
 }
 
 // Whether rc passes all of the text: the table lists only special characters.
@@ -133,42 +166,55 @@ bool passes(const KnownSetting& known, const Sink& sink, std::string_view text) 
 
 }  // namespace
 
-Written written(const Check& check, const Sink& sink, const KnownSetting& known,
-                const Piece& piece) {
-    // rc leaves a WDS peer out that is shorter than an address.
-    const bool driver = std::string_view(sink.place) == "/var/RT2860AP.dat";
-    if (driver && known.form == Form::Mac && piece.text.size() < limits::mac_length)
-        return Written::No;
-    // And a fixed name server that is shorter than the shortest address.
-    constexpr std::size_t shortest_address = 7;
-    const bool fixed = std::string_view(sink.when).find("wan_fix_dns^1") != std::string_view::npos;
-    if (fixed && std::string_view(known.key).starts_with("wan_dns") &&
-        piece.text.size() < shortest_address)
-        return Written::No;
-    if (is_not_given(known, piece)) return Written::No;
-    Written result = passes(known, sink, piece.text) ? Written::Yes : Written::No;
+std::size_t least_length(const Sink& sink) {
+    return length_in(sink, '>');
+}
+
+std::string_view text_in(const Sink& sink, std::string_view text) {
+    const std::size_t width = length_in(sink, '<');
+    return width == 0 ? text : text.substr(0, width);
+}
+
+Writing writing_of(const Check& check, const Sink& sink, const KnownSetting& known,
+                   const Piece& piece) {
+    Writing writing;
+    if (piece.text.size() < least_length(sink) || !passes(known, sink, text_in(sink, piece.text))) {
+        writing.now = Written::Never;
+        return writing;
+    }
     for (std::string_view rest = sink.when; !rest.empty();) {
         const std::string_view term = rest.substr(0, rest.find(';'));
         rest.remove_prefix(std::min(rest.size(), term.size() + 1));
-        const std::size_t sign = std::min(term.find_first_of("=^!+-#?>"), term.size());
-        if (sign == term.size()) return Written::Maybe;
-        if (term[sign] == '>') {
-            const auto least = static_cast<std::size_t>(leading_int(term.substr(sign + 1)));
-            if (piece.text.size() < least) return Written::No;
-            continue;
+        const std::size_t sign = std::min(term.find_first_of("=^!+-#?><"), term.size());
+        if (term[0] == '!' && term_holds(term, piece.text) == false) {
+            writing.now = Written::Never;
+            return writing;
         }
-        const std::string_view key = term.substr(0, sign);
+        if (sign == 0) continue;
+        const std::string_view name = term.substr(0, sign);
         const std::string value =
-            key.starts_with(':') ? field_of(known, piece, key.substr(1)) : value_of(check, key);
-        Written holds = term_holds(term.substr(sign), value);
-        if (holds == Written::No && !is_of_form(known, key, value)) holds = Written::Maybe;
-        result = std::min(result, holds);
+            name.starts_with(':') ? field_of(known, piece, name.substr(1)) : value_of(check, name);
+        const std::string_view condition = sign < term.size() ? term.substr(sign) : "?";
+        if (term_holds(condition, value) == true) continue;
+        // Conditions were found with sound values; they may not hold of others. Other fields may
+        // choose another form of the line.
+        const KnownSetting* const other = find_known(name);
+        const bool sound =
+            other != nullptr && (value.empty() || form_problem(limits_of(*other), value).empty());
+        const std::optional<std::string> better =
+            sound ? value_for(condition, *other) : std::nullopt;
+        if (better)
+            writing.changes.push_back({.name = std::string(name), .value = *better});
+        else
+            writing.unclear.emplace_back(name);
     }
-    return result;
+    if (!writing.unclear.empty()) writing.now = Written::Maybe;
+    if (!writing.changes.empty()) writing.now = Written::No;
+    return writing;
 }
 
-std::string line_with(const Check& check, const Sink& sink, const KnownSetting& known,
-                      const Piece& piece) {
+static std::string line_with(const Check& check, const Sink& sink, const KnownSetting& known,
+                             const Piece& piece, const std::vector<OtherValue>& changes) {
     std::string_view line = sink.line;
     while (line.ends_with('\n')) line.remove_suffix(1);
     std::string whole;
@@ -178,11 +224,11 @@ std::string line_with(const Check& check, const Sink& sink, const KnownSetting& 
             if (whole.ends_with(',')) whole.pop_back();
             whole += unknown;
         } else if (kind == sink_other)
-            append_visible(whole, other_text(check, sink, known, piece, name));
+            append_visible(whole, other_text(check, sink, known, piece, changes, name));
         else if (known.secret)
             whole += asterisks;
         else
-            append_visible(whole, written_text(known, sink, piece.text));
+            append_visible(whole, written_text(known, sink, text_in(sink, piece.text)));
     });
     // Unknown words in a row are one gap, because some of them may not be there.
     constexpr std::string_view gap = "... ...";
@@ -192,15 +238,41 @@ std::string line_with(const Check& check, const Sink& sink, const KnownSetting& 
     return whole;
 }
 
+// "fw_remote=1 and wan_dns1 empty"
+static std::string joined(const std::vector<std::string>& parts) {
+    std::string text;
+    for (const std::string& part : parts) text += (text.empty() ? "" : " and ") + part;
+    return text;
+}
+
+static std::string name_of(std::string_view name) {
+    return name.starts_with(':') ? "field " + std::string(name.substr(1)) : std::string(name);
+}
+
 std::string line_effect(const Check& check, const Sink& sink, const KnownSetting& known,
                         const Piece& piece) {
     const bool command = std::string_view(sink.place) == "command";
-    const Written now = written(check, sink, known, piece);
+    const Writing writing = writing_of(check, sink, known, piece);
+    std::vector<std::string> changes;
+    for (const OtherValue& change : writing.changes)
+        changes.push_back(change.value.empty() ? change.name + " empty"
+                                               : assignment(change.name, change.value));
+    std::vector<std::string> unclear;
+    for (const std::string& name : writing.unclear) unclear.push_back(name_of(name));
     std::string text;
-    if (now == Written::No) text = "with other settings, ";
-    if (now == Written::Maybe) text = "depending on other settings, ";
+    if (!changes.empty()) text += "with " + joined(changes) + ", ";
+    if (!unclear.empty()) text += "depending on " + joined(unclear) + ", ";
     text += command ? "runs: " : "writes into " + std::string(sink.place) + ": ";
-    return text + line_with(check, sink, known, piece);
+    return text + line_with(check, sink, known, piece, writing.changes);
+}
+
+int rank_of(const Sink& sink, const Writing& writing) {
+    // Of several lines, the one for which the fewest settings would have to change; before it none
+    // that another field may change.
+    int rank = static_cast<int>(writing.now) * 1000 - 2 * static_cast<int>(writing.changes.size());
+    for (const std::string& name : writing.unclear)
+        if (name.starts_with(':')) rank = std::min(rank, 500);
+    return rank + (stands_alone(sink) ? 1 : 0);
 }
 
 bool stands_alone(const Sink& sink) {

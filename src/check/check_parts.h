@@ -59,23 +59,44 @@ bool holds(const Check& check, const Condition& condition);
 
 // check_lines.cc: what rc does with a sink's line under these settings.
 enum class Written : std::uint8_t {
+    Never,  // not this text, whatever the other settings are
     No,
     Maybe,  // it depends on more than the conditions say
     Yes,
 };
-Written written(const Check& check, const Sink& sink, const KnownSetting& known,
-                const Piece& piece);
-// The line as rc writes it, escaped so that it stays one line; "..." for what no setting says,
-// asterisks for secrets.
-std::string line_with(const Check& check, const Sink& sink, const KnownSetting& known,
-                      const Piece& piece);
-// "runs: LINE", "writes into FILE: LINE"; if rc does not write it now, that comes first.
+// Another value of a setting.
+struct OtherValue {
+    std::string name;
+    std::string value;
+};
+struct Writing {
+    Written now = Written::Yes;
+    // With these rc would write it.
+    std::vector<OtherValue> changes = {};
+    // The settings of which the table does not say with which values, and fields of the same
+    // record, whose names begin with ':'.
+    std::vector<std::string> unclear = {};
+};
+Writing writing_of(const Check& check, const Sink& sink, const KnownSetting& known,
+                   const Piece& piece);
+// The higher, the better an example the line is.
+int rank_of(const Sink& sink, const Writing& writing);
+// The number of characters from which on rc writes a text into the line.
+std::size_t least_length(const Sink& sink);
+// As much of the text as rc writes into the line.
+std::string_view text_in(const Sink& sink, std::string_view text);
+// "runs: LINE", "writes into FILE: LINE", with the line as rc writes it, escaped so that it stays
+// one line; "..." for what no setting says, asterisks for secrets. If rc does not write it now, the
+// settings with which it would come first.
 std::string line_effect(const Check& check, const Sink& sink, const KnownSetting& known,
                         const Piece& piece);
 // Whether the text is a word of its own in the line.
 bool stands_alone(const Sink& sink);
 // Whether rc uses the entry of a list that this piece is a part of.
 bool is_used(const KnownSetting& known, const Piece& piece, std::string_view value);
+// check_entries.cc: the piece with the text that rc takes there, nullopt if it takes none.
+std::optional<Piece> taken_piece(const KnownSetting& known, const Piece& piece,
+                                 std::string_view value);
 
 // check_effects.cc: what rc does with a value that is not of its setting's form, or with such a
 // piece of it.

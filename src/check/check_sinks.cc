@@ -122,7 +122,7 @@ void find_in_crontab(Dangers& dangers, std::string_view text, const Place& place
 }
 
 Dangers dangers_in(const KnownSetting& known, const Sink& sink, std::string_view whole) {
-    const std::string text = passing(whole, sink.passes);
+    const std::string text = passing(text_in(sink, whole), sink.passes);
     const std::string_view line = sink.line;
     const std::size_t at = std::min(line.find('\x01'), line.size());
     const Place place = {.before = line.substr(0, at),
@@ -138,7 +138,7 @@ Dangers dangers_in(const KnownSetting& known, const Sink& sink, std::string_view
         find_in_shell(dangers, ShellQuotes::Single, text, place);
     // Inside double quotes a backslash does not escape a single quote, and stays.
     if (sink.quoting == Quoting::DoubleQuoted && holds(escaped_characters(known.escapes), '\''))
-        add_danger(dangers, Level::Warning, found_in(whole, "'"),
+        add_danger(dangers, Level::Warning, found_in(text_in(sink, whole), "'"),
                    "the backslash that rc adds stays inside double quotes");
     return dangers;
 }
@@ -165,24 +165,26 @@ struct Harm {
     Danger danger;
     const Sink* first;
     Written now;
+    int rank;
     unsigned more;
 };
 
 // A line that rc writes with these settings comes before one that it does not.
-void note_harm(std::vector<Harm>& harms, const Danger& danger, const Sink& sink, Written now) {
+void note_harm(std::vector<Harm>& harms, const Danger& danger, const Sink& sink, Written now,
+               int rank) {
     for (Harm& harm : harms) {
         if (harm.danger.reason != danger.reason || harm.danger.characters != danger.characters)
             continue;
         if (now == harm.now) ++harm.more;
         if (now > harm.now) harm.more = 0;
-        if (now > harm.now ||
-            (now == harm.now && stands_alone(sink) && !stands_alone(*harm.first))) {
+        if (rank > harm.rank) {
             harm.first = &sink;
             harm.now = now;
+            harm.rank = rank;
         }
         return;
     }
-    harms.push_back({.danger = danger, .first = &sink, .now = now, .more = 0});
+    harms.push_back({.danger = danger, .first = &sink, .now = now, .rank = rank, .more = 0});
 }
 
 std::string problem_of(const Danger& danger, bool secret) {
@@ -220,15 +222,18 @@ bool stands_in(const Sink& sink, const Piece& piece) {
            sink.field == std::string_view(piece.field);
 }
 
-void check_piece(Check& check, const KnownSetting& known, const Piece& piece) {
-    if (!is_used(known, piece, text_of(check, known.key))) return;
+void check_piece(Check& check, const KnownSetting& known, const Piece& whole) {
+    const std::optional<Piece> piece = taken_piece(known, whole, text_of(check, known.key));
+    if (!piece) return;
     std::vector<Harm> harms;
     for (const Sink& sink : check.sinks) {
-        if (sink.key != std::string_view(known.key) || !stands_in(sink, piece)) continue;
-        for (const Danger& danger : dangers_in(known, sink, piece.text))
-            note_harm(harms, danger, sink, written(check, sink, known, piece));
+        if (sink.key != std::string_view(known.key) || !stands_in(sink, *piece)) continue;
+        const Writing writing = writing_of(check, sink, known, *piece);
+        if (writing.now == Written::Never) continue;
+        for (const Danger& danger : dangers_in(known, sink, piece->text))
+            note_harm(harms, danger, sink, writing.now, rank_of(sink, writing));
     }
-    for (const Harm& harm : harms) add_harm(check, known, piece, harm);
+    for (const Harm& harm : harms) add_harm(check, known, *piece, harm);
 }
 
 }  // namespace

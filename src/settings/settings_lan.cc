@@ -170,6 +170,9 @@ static constexpr KnownSetting route_rows[] = {
      .choices = "1 2 2B",
      .factory = "2",
      .when_empty = "routed reads its next option as the version",
+     .when_wrong =
+         "treats a value that starts with 2B as 2B, any other that starts with 2 as 2, and"
+         " passes the rest to routed unchanged",
      .help = "version of RIP: 1, 2, or 2 with broadcasts (2B)"},
 };
 constexpr std::span<const KnownSetting> route_settings = route_rows;

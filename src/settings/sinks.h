@@ -38,7 +38,8 @@ struct Sink {
     // "=a,b" (its value is one of these words), "^ab" (its value begins with one of these
     // characters), "!ab" (with none of them), "+" (is not empty), "-" (is empty), "#" (is a number
     // other than 0).
-    // ">7" alone: the text has at least 7 characters.
+    // Of the text itself, ">7": it has at least 7 characters; "<10": rc writes the first 10; "!02":
+    // it begins with none of these characters.
     const char* when = "";
 };
 

@@ -7,6 +7,7 @@
 #include "core/limits.h"
 #include "core/run_state.h"
 #include "core/text.h"
+#include "wireless/access_list.h"
 #include "wireless/wireless.h"
 
 namespace {
@@ -25,11 +26,8 @@ bool append_entry(std::string& list, std::string_view entry, size_t limit) {
 
 std::string joined_access_list(std::string_view records) {
     std::string list;
-    while (records.size() >= limits::mac_length) {
-        if (!append_entry(list, records.substr(0, limits::mac_length), limits::access_list)) break;
-        records.remove_prefix(limits::mac_length);
-        take_field(records, '\x01');
-    }
+    while (records.size() >= limits::mac_length)
+        if (!append_entry(list, take_address(records), limits::access_list)) break;
     return list;
 }
 

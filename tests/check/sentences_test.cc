@@ -18,6 +18,7 @@
 #include "plan/router/recording.h"
 #include "settings/records.h"
 #include "settings/uses.h"
+#include "traps.h"
 #include "wrong_settings.h"
 
 namespace {
@@ -36,7 +37,7 @@ World busy_router() {
     world.interfaces["ppp0"].address = "10.64.0.3";
     world.put("/tmp/wan_uptime", "100.00 90.00\n");
     world.put("/tmp/wan_uptime1", "100.00 90.00\n");
-    world.put("/tmp/gw_route", "0.0.0.0 10.64.0.1 0.0.0.0 UG 0 0 0 eth2.2\n");
+    world.outputs["/sbin/route -n"] = "0.0.0.0 10.64.0.1 0.0.0.0 UG 0 0 0 eth2.2\n";
     world.put("/etc/resolv.conf", "nameserver 10.64.0.53\n");
     world.put("/dev/mtd0", std::string(0x30000, '\x12'));
     world.outputs["/bin/ps -ax"] = "  12 root  udhcpc\n";
@@ -133,11 +134,40 @@ bool has_line(const Lines& lines, const std::string& place, const std::string& s
         if (line.starts_with(place + "\n")) return matches(line.substr(place.size() + 1), shown);
         // A line that the value's own newlines break.
         return contains(shown, "\\x0a") && line.starts_with(place + " whole\n") &&
-               contains(line, shown.substr(0, shown.find("\\x0a")));
+               matches(line.substr(place.size() + 7), "..." + shown + "...");
     });
 }
 
-constexpr std::string_view not_now = "with other settings, ";
+// The beginning of a sentence about a line that rc does not write with these settings: what they
+// would have to be, "with fw_remote=1 and fw_block empty, ".
+struct Otherwise {
+    Settings settings;
+    bool known = true;  // false if it depends on more than the sentence says
+};
+
+std::optional<Otherwise> take_otherwise(std::string& effect, const Settings& settings) {
+    const size_t line = std::min(effect.find(", runs: "), effect.find(", writes into "));
+    if (line == std::string::npos) return std::nullopt;
+    if (!effect.starts_with("with ") && !effect.starts_with("depending on ")) return std::nullopt;
+    Otherwise otherwise = {.settings = settings};
+    std::string start = effect.substr(0, line);
+    effect = effect.substr(line + 2);
+    const size_t depending = start.find("depending on ");
+    if (depending != std::string::npos) {
+        otherwise.known = false;
+        start = start.substr(0, depending);
+    }
+    if (start.starts_with("with ")) start = start.substr(5);
+    while (!start.empty()) {
+        const std::string part = start.substr(0, start.find(" and "));
+        start = start.substr(std::min(start.size(), part.size() + 5));
+        if (part.ends_with(" empty"))
+            otherwise.settings[part.substr(0, part.size() - 6)] = "";
+        else
+            otherwise.settings[part.substr(0, part.find('='))] = part.substr(part.find('=') + 1);
+    }
+    return otherwise;
+}
 
 // The value, or its entry, makes no difference to what rc does.
 bool makes_no_difference(Runs& runs, const Settings& settings, const nvram::Finding& finding) {
@@ -166,6 +196,7 @@ std::optional<std::string> taken_instead(const std::string& effect) {
                                            "reads the address as "};
     if (effect.starts_with("treats it as off: only a value that starts with 1 ")) return "0";
     if (effect.starts_with("treats it as on: only a value that starts with 0 ")) return "1";
+    if (effect.starts_with("does not use a text of fewer than ")) return "";
     for (const std::string_view start : starts) {
         if (!effect.starts_with(start)) continue;
         const std::string value = effect.substr(start.size());
@@ -190,6 +221,7 @@ bool does_the_same_with(Runs& runs, const Settings& settings, const nvram::Findi
 struct Verdicts {
     unsigned lines = 0;
     unsigned not_now = 0;
+    unsigned otherwise = 0;
     unsigned no_differences = 0;
     unsigned instead = 0;
     unsigned unclear = 0;
@@ -238,7 +270,7 @@ void judge(Verdicts& verdicts, Runs& runs, const WrongSettings& wrong,
         verdicts.untrue.insert(wrong.base + ": " + finding.key + "=" + finding.value + "\n    " +
                                finding.problem + "\n    rc: " + finding.effect + "\n    " + what);
     };
-    if (effect.starts_with("depending on other settings, ")) {
+    if (effect.starts_with("depending on ")) {
         verdicts.unclear++;
         return;
     }
@@ -256,8 +288,8 @@ void judge(Verdicts& verdicts, Runs& runs, const WrongSettings& wrong,
             untrue("it does something else with that value");
         return;
     }
-    const bool now = !effect.starts_with(not_now);
-    if (!now) effect = effect.substr(not_now.size());
+    const std::optional<Otherwise> otherwise = take_otherwise(effect, wrong.settings);
+    const bool now = !otherwise;
     for (size_t at = effect.find("\\x09"); at != std::string::npos; at = effect.find("\\x09"))
         effect.replace(at, 4, "\t");
     effect = without_end(effect, " (and ");
@@ -287,6 +319,11 @@ void judge(Verdicts& verdicts, Runs& runs, const WrongSettings& wrong,
     const bool there = has_line(runs.of_key(finding.key), place, effect);
     if (now && !there) untrue("no such line");
     if (!now && there) untrue("the line is there with these settings");
+    if (now || !otherwise->known) return;
+    verdicts.otherwise++;
+    Runs others(otherwise->settings);
+    if (!has_line(others.of_key(finding.key), place, effect))
+        untrue("no such line with the settings that it names");
 }
 
 size_t from_environment(const char* name, size_t otherwise) {
@@ -299,8 +336,9 @@ TEST(Sentences, AreTrueOfEveryWrongSettingsFile) {
     Verdicts verdicts;
     size_t files = 0;
     const size_t stride = from_environment("SENTENCES_STRIDE", 23);
-    for (const WrongSettings& wrong :
-         wrong_settings(stride, from_environment("SENTENCES_FIRST", 0))) {
+    std::vector<WrongSettings> all = wrong_settings(stride, from_environment("SENTENCES_FIRST", 0));
+    for (const Trap& trap : traps()) all.push_back(wrong_setting(trap.base, trap.key, trap.value));
+    for (const WrongSettings& wrong : all) {
         files++;
         const nvram::Image image(settings_image(wrong.settings));
         Runs runs(wrong.settings);
@@ -322,11 +360,26 @@ TEST(Sentences, AreTrueOfEveryWrongSettingsFile) {
     EXPECT_GT(verdicts.not_now, 1000U / stride);
     EXPECT_GT(verdicts.instead, 1000U / stride);
     std::cout << files << " files, " << verdicts.lines << " lines, " << verdicts.not_now
-              << " lines of other settings, " << verdicts.no_differences << " skipped entries, "
-              << verdicts.instead << " other values, " << verdicts.unclear << " unclear\n";
+              << " lines of other settings, " << verdicts.otherwise << " of them played, "
+              << verdicts.no_differences << " skipped entries, " << verdicts.instead
+              << " other values, " << verdicts.unclear << " unclear\n";
     if (getenv("SENTENCES") != nullptr)
         for (const auto& [sentence, count] : verdicts.others)
             std::cout << count << "  " << sentence << "\n";
 }
+
+class TrapTest : public testing::TestWithParam<Trap> {};
+
+TEST_P(TrapTest, ShowsWhatRcWrites) {
+    const WrongSettings wrong = wrong_setting(GetParam().base, GetParam().key, GetParam().value);
+    const nvram::Image image(settings_image(wrong.settings));
+    std::vector<std::string> effects;
+    for (const nvram::Finding& finding : nvram::check_settings(image))
+        if (finding.key == wrong.key) effects.push_back(finding.effect);
+    EXPECT_EQ(effects, GetParam().effects);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sentences, TrapTest, testing::ValuesIn(traps()),
+                         [](const auto& trap) { return std::string(trap.param.name); });
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 
 #include "settings/records.h"
 #include "settings/table.h"
@@ -162,6 +163,17 @@ std::string value_in(const Settings& settings, const nvram::KnownSetting& known)
 }
 
 }  // namespace
+
+WrongSettings wrong_setting(const std::string& base, const std::string& key,
+                            const std::string& value) {
+    for (const Base& known : bases()) {
+        if (known.name != base) continue;
+        WrongSettings wrong = {.base = base, .key = key, .settings = known.settings};
+        wrong.settings[key] = value;
+        return wrong;
+    }
+    throw std::out_of_range("no settings with the name " + base);
+}
 
 std::vector<WrongSettings> wrong_settings(size_t stride, size_t first) {
     // Every base takes its own share of the texts, so that all of them come to every key.

@@ -17,4 +17,8 @@ struct WrongSettings {
 // stride-th of all, from the first on.
 std::vector<WrongSettings> wrong_settings(size_t stride, size_t first);
 
+// One of the settings that wrong_settings() changes, by its name, with another value of a key.
+WrongSettings wrong_setting(const std::string& base, const std::string& key,
+                            const std::string& value);
+
 #endif

@@ -181,9 +181,11 @@ TEST(CheckSinks, FindsSpecialCharactersInCrontabs) {
 }
 
 TEST(CheckSinks, IgnoresCharactersThatRcEscapesOrDrops) {
-    EXPECT_EQ(found_in(Quoting::Bare, "prog \x01", "a;b c", " "),
+    EXPECT_EQ(found_in(Quoting::Bare, "prog \x01", "a b c", " "),
               std::vector<std::string>({splits("a space")}));
     EXPECT_EQ(found_in(Quoting::Bare, "prog \x01", "a;b c", ""), std::vector<std::string>());
+    // With a character that does not pass, the line does not hold the text.
+    EXPECT_EQ(found_in(Quoting::Bare, "prog \x01", "a;b c", " "), std::vector<std::string>());
 }
 
 // Escaped for a shell without quotes, and put between double quotes.
@@ -301,32 +303,35 @@ TEST(CheckSinks, ShowsOtherSettingsInTheLine) {
               "writes into /tmp/qos.conf: tc udp $x");
 }
 
-// A line that rc does not write with the other settings is not shown as written, and what would
-// break it is no error yet.
+// A line that rc does not write with the other settings is not shown as written, but with the
+// settings with which it would be; what would break it is no error yet.
 TEST(CheckSinks, ReportsConditionsOfALine) {
     struct Row {
         const char* when;
         std::string change;
-        bool written;
+        std::string start;  // empty if rc writes the line
     };
     const Row rows[] = {
-        {"wan_mode=dhcpc,ip", "wan_mode=ip", true},
-        {"wan_mode=dhcpc,ip", "wan_mode=ras", false},
-        {"fw_ttl^12", "fw_ttl=2", true},
-        {"fw_ttl^12", "fw_ttl=3", false},
-        {"fw_ttl^12", "fw_ttl=", false},
-        {"fw_ttl!12", "fw_ttl=3", true},
-        {"fw_ttl!12", "fw_ttl=", true},
-        {"fw_ttl!12", "fw_ttl=1", false},
-        {"wan_dns1+", "wan_dns1=192.0.2.1", true},
-        {"wan_dns1+", "wan_dns1=", false},
-        {"wan_dns1-", "wan_dns1=192.0.2.1", false},
-        {"wan_dns1-", "wan_dns1=", true},
-        {"pppoe_idle#", "pppoe_idle=5", true},
-        {"pppoe_idle#", "pppoe_idle=0", false},
-        {"fw_ttl^1;pppoe_idle#", "fw_ttl=1", true},
-        {"fw_ttl^1;pppoe_idle#", "fw_ttl=0", false},
-        {"wifi_ap_mode!1", "wifi_ap_mode=0", true},
+        {"wan_mode=dhcpc,ip", "wan_mode=ip", ""},
+        {"wan_mode=l2tp,pppoe", "wan_mode=ras", "with wan_mode=pppoe, "},
+        {"fw_ttl^12", "fw_ttl=2", ""},
+        {"fw_ttl^12", "fw_ttl=3", "with fw_ttl=1, "},
+        {"fw_ttl^12", "fw_ttl=", "with fw_ttl=1, "},
+        {"fw_ttl!12", "fw_ttl=3", ""},
+        {"fw_ttl!12", "fw_ttl=", ""},
+        {"fw_ttl!12", "fw_ttl=1", "with fw_ttl=0, "},
+        {"qos_type^p", "qos_type=bandwidth", "with qos_type=priority, "},
+        {"wan_dns1+", "wan_dns1=192.0.2.1", ""},
+        {"wan_dns1+", "wan_dns1=", "with wan_dns1=203.0.113.53, "},
+        {"wan_dns1-", "wan_dns1=192.0.2.1", "with wan_dns1 empty, "},
+        {"wan_dns1-", "wan_dns1=", ""},
+        {"pppoe_idle#", "pppoe_idle=5", ""},
+        {"pppoe_idle#", "pppoe_idle=0", "with pppoe_idle=5, "},
+        {"fw_ttl^1;pppoe_idle#", "fw_ttl=1", ""},
+        {"fw_ttl^1;fw_nat^1", "fw_nat=0", "with fw_ttl=1 and fw_nat=1, "},
+        {"wifi_ap_mode!1", "wifi_ap_mode=0", ""},
+        {"qos?", "fw_ttl=1", "depending on qos, "},
+        {"fw_ttl^1;qos?", "fw_ttl=0", "with fw_ttl=1, depending on qos, "},
     };
     for (const Row& row : rows) {
         const Sink sinks[] = {
@@ -335,13 +340,38 @@ TEST(CheckSinks, ReportsConditionsOfALine) {
         for (const Finding& finding : findings({"device_name=a$b", row.change}, sinks)) {
             if (finding.key != "device_name") continue;
             seen = true;
-            EXPECT_EQ(finding.level, row.written ? Level::Error : Level::Warning) << row.when;
-            EXPECT_EQ(finding.effect, std::string(row.written ? "" : "with other settings, ") +
-                                          "runs: prog \"a$b\"")
+            const bool never = row.start.starts_with("with ");
+            EXPECT_EQ(finding.level, never ? Level::Warning : Level::Error) << row.when;
+            EXPECT_EQ(finding.effect, row.start + "runs: prog \"a$b\"")
                 << row.when << "  " << row.change;
         }
         EXPECT_TRUE(seen) << row.when;
     }
+}
+
+// The line is shown with the settings with which rc would write it.
+TEST(CheckSinks, ShowsTheLineOfOtherSettings) {
+    const Sink sinks[] = {{"device_name", Quoting::DoubleQuoted, "command",
+                           "prog -d \x02wan_dns1\x02 \"\x01\"", all, "", "wan_dns1+"}};
+    EXPECT_EQ(finding_of({"device_name=a$b"}, sinks).effect,
+              "with wan_dns1=203.0.113.53, runs: prog -d 203.0.113.53 \"a$b\"");
+}
+
+// Of a text that rc cuts, the rest is neither shown nor found fault with; one that is too short is
+// not in the line at all.
+TEST(CheckSinks, KnowsTheLengthsOfTexts) {
+    const Sink sinks[] = {
+        {"device_name", Quoting::DoubleQuoted, "command", "prog \"\x01\"", all, "", "<4"},
+        {"http_realm", Quoting::DoubleQuoted, "command",
+         "prog \"\x01\" \x02"
+         "device_name\x02",
+         all, "", ">3;!0"}};
+    EXPECT_EQ(finding_of({"device_name=a$bcdef"}, sinks).effect, "runs: prog \"a$bc\"");
+    EXPECT_EQ(found({"device_name=abcd$"}, sinks), std::vector<std::string>());
+    EXPECT_EQ(found({"http_realm=$a"}, sinks), std::vector<std::string>());
+    EXPECT_EQ(found({"http_realm=0$ab"}, sinks), std::vector<std::string>());
+    EXPECT_EQ(finding_of({"http_realm=$ab", "device_name=abcdef"}, sinks).effect,
+              "runs: prog \"$ab\" abcd");
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 #include "core/platform.h"
 #include "core/shell_line.h"
 #include "core/text.h"
-#include "plan/trace/sink_context.h"
+#include "plan/trace/sink_lines.h"
 #include "rc/rc.h"
 
 namespace {
@@ -47,11 +47,19 @@ int rc_main(int, char**) {
     SYSTEM("/bin/prog \"y\" '%s'", nvram_text("in_single_quotes").text());
     SYSTEM("/bin/prog \"%s\"", escaped(nvram_text("escaped")).c_str());
     SYSTEM("echo server %s > /etc/resolv.conf", nvram_text("by_echo").text());
+    SYSTEM("/bin/prog -c %.5s", nvram_text("is_cut").text());
+    const Setting long_enough = nvram_text("long_enough");
+    if (long_enough.view().size() >= 4) SYSTEM("/bin/prog -l %s", long_enough.text());
+    const Setting given = nvram_text("given");
+    if (!given.view().starts_with('0')) SYSTEM("/bin/prog -g %s", given.text());
     write_files();
     // Settings of the table, in one line.
     if (nvram_text("log_dos").on())
         SYSTEM("/bin/known -i %s -n %d %s", nvram_text("wan_ifname").text(),
                nvram_text("wan_mtu").number(), nvram_text("wan_account").text());
+    // The address may be fixed, or leased later.
+    if (nvram_text("l2tp_type").on() || getIPAddress(nvram_text("wan_phy_ifname").text()))
+        SYSTEM("/bin/known -s %s", nvram_text("l2tp_server").text());
     // Compared and counted, but nowhere written.
     if (nvram_text("compared").is("yes")) print_line("yes");
     // The second field of a record, after a check of the first.
@@ -77,8 +85,12 @@ std::string without(std::string text, char gone) {
 
 TEST(Sinks, OneOfEachKindIsFoundAndNothingElse) {
     const std::vector<std::string> words = {"rc", "planted", "start"};
-    const World router =
-        router_with({}, {{"record", "on:value:7"}, {"compared", "yes"}, {"as_number", "5"}}, words);
+    const World router = router_with({},
+                                     {{"record", "on:value:7"},
+                                      {"compared", "yes"},
+                                      {"as_number", "5"},
+                                      {"long_enough", "12:34"}},
+                                     words);
     SinkSearch search;
     search.play_plain(router, words);
     search.play_marked(router, words);
@@ -91,31 +103,35 @@ TEST(Sinks, OneOfEachKindIsFoundAndNothingElse) {
     EXPECT_EQ(echo->quoting, nvram::Quoting::File);
     EXPECT_EQ(echo->line, "server \x01");
     found.erase(echo);
-    EXPECT_THAT(found,
-                UnorderedElementsAre(
-                    FoundSink{"bare", bare, "command", "/bin/prog -a \x01 -b", everything, ""},
-                    FoundSink{"in_double_quotes", nvram::Quoting::DoubleQuoted, "command",
-                              "/bin/prog \"\x01\" 'x'", everything, ""},
-                    FoundSink{"in_single_quotes", nvram::Quoting::SingleQuoted, "command",
-                              "/bin/prog \"y\" '\x01'", everything, ""},
-                    FoundSink{"escaped", nvram::Quoting::DoubleQuoted, "command",
-                              "/bin/prog \"\x01\"", without(everything, '"'), ""},
-                    FoundSink{"by_echo", bare, "command", "echo server \x01 > /etc/resolv.conf",
-                              everything, ""},
-                    FoundSink{"in_script", bare, "/tmp/rules", "iptables -A IN -s \x01 -j DROP",
-                              everything, ""},
-                    FoundSink{"in_crontab", nvram::Quoting::Crontab, "/var/crontab",
-                              "5 * * * root echo \x01", everything, ""},
-                    FoundSink{"in_file", nvram::Quoting::File, "/etc/daemon.conf", "name=\x01",
-                              everything, ""},
-                    FoundSink{"record", bare, "command", "/bin/prog -r \x01", everything, ""}));
+    EXPECT_THAT(
+        found,
+        UnorderedElementsAre(
+            FoundSink{"bare", bare, "command", "/bin/prog -a \x01 -b", everything, ""},
+            FoundSink{"in_double_quotes", nvram::Quoting::DoubleQuoted, "command",
+                      "/bin/prog \"\x01\" 'x'", everything, ""},
+            FoundSink{"in_single_quotes", nvram::Quoting::SingleQuoted, "command",
+                      "/bin/prog \"y\" '\x01'", everything, ""},
+            FoundSink{"escaped", nvram::Quoting::DoubleQuoted, "command", "/bin/prog \"\x01\"",
+                      without(everything, '"'), ""},
+            FoundSink{"by_echo", bare, "command", "echo server \x01 > /etc/resolv.conf", everything,
+                      ""},
+            FoundSink{"in_script", bare, "/tmp/rules", "iptables -A IN -s \x01 -j DROP", everything,
+                      ""},
+            FoundSink{"in_crontab", nvram::Quoting::Crontab, "/var/crontab",
+                      "5 * * * root echo \x01", everything, ""},
+            FoundSink{"in_file", nvram::Quoting::File, "/etc/daemon.conf", "name=\x01", everything,
+                      ""},
+            FoundSink{"is_cut", bare, "command", "/bin/prog -c \x01", everything, "", "<5"},
+            FoundSink{"long_enough", bare, "command", "/bin/prog -l \x01", everything, "", ">4"},
+            FoundSink{"given", bare, "command", "/bin/prog -g \x01", everything, "", "!0"},
+            FoundSink{"record", bare, "command", "/bin/prog -r \x01", everything, ""}));
 }
 
 TEST(Sinks, UsesAreTheSettingsThatWereRead) {
     const std::vector<std::string> words = {"rc", "planted", "start"};
     SinkSearch search;
     search.play_plain(router_with({}, {}, words), words);
-    EXPECT_EQ(search.uses().size(), 12U);
+    EXPECT_EQ(search.uses().size(), 17U);
     EXPECT_THAT(search.uses().at("compared"), UnorderedElementsAre("planted"));
 }
 
@@ -147,6 +163,19 @@ TEST(Sinks, LinesNameOtherSettings) {
                                                everything, "", "log_dos^1"}));
 }
 
+// What another state of the router can bring about is no condition on the settings.
+TEST(Sinks, LinesOfALaterStateCount) {
+    const std::vector<std::string> words = {"rc", "planted", "start"};
+    const World router = router_with(
+        {}, {{"l2tp_type", "1"}, {"wan_phy_ifname", "eth2.2"}, {"l2tp_server", "lns"}}, words);
+    SinkSearch search;
+    search.play_marked(router, words);
+    std::vector<FoundSink> found = search.found();
+    std::erase_if(found, [](const FoundSink& sink) { return sink.key != "l2tp_server"; });
+    EXPECT_THAT(found, UnorderedElementsAre(FoundSink{"l2tp_server", bare, "command",
+                                                      "/bin/known -s \x01", everything, ""}));
+}
+
 struct GeneralRow {
     const char* line;
     const char* other;
@@ -170,6 +199,23 @@ INSTANTIATE_TEST_SUITE_P(Rows, GeneralTest,
                                          GeneralRow{"a b \x01", "a \x01", "a \x03 \x01"},
                                          // What is open already stays so.
                                          GeneralRow{"a \x03 \x01", "a 2 \x01", "a \x03 \x01"}));
+
+// A text that stands in a line twice, once up to its last dot.
+TEST(Lines, MayHoldAPartOfTheText) {
+    EXPECT_EQ(generalised_words("p -r \x01-\x01.9 -x \x01", "p -r \x01-a.9 -x \x01"),
+              "p -r \x01-\x03.9 -x \x01");
+    EXPECT_EQ(generalised_words("p \x01 \x01", "p \x01 a"), "p \x01 \x03");
+    EXPECT_EQ(generalised_words("p \x01", "p \x01 more"), "p \x01");
+}
+
+TEST(Lines, AreOfASink) {
+    EXPECT_TRUE(is_line_of("p -a \x01 -b", "x", "p -a x -b"));
+    EXPECT_FALSE(is_line_of("p -a \x01 -b", "x", "p -a xy -b"));
+    EXPECT_FALSE(is_line_of("p -a \x01 -b", "x", "p -a x -b c"));
+    EXPECT_TRUE(is_line_of("p \x03 \x01", "x", "p 1 2 x"));
+    EXPECT_TRUE(is_line_of("p \x02lan_if\x02:\x01", "x", "p br0:x"));
+    EXPECT_FALSE(is_line_of("p \x02lan_if\x02:\x01", "x", "p br0.x"));
+}
 
 struct QuotingRow {
     const char* line;  // with @ at the place

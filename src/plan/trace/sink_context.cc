@@ -10,6 +10,7 @@
 
 #include "core/text.h"
 #include "plan/router/lines.h"
+#include "plan/trace/sink_lines.h"
 #include "settings/records.h"
 #include "settings/sinks.h"
 #include "settings/table.h"
@@ -23,6 +24,9 @@ using nvram::sink_unknown;
 // A choice with more words is tried with these many.
 constexpr size_t most_words = 14;
 
+// Some lines hold only texts of a MAC address's length.
+constexpr const char* other_mac = "02:11:22:33:44:77";
+
 // Letters that no line of rc's holds; short, since some fields of records are. In an address's
 // place with dots, so that a part of it is not taken for the whole.
 std::string token_of(size_t number, nvram::Form form) {
@@ -30,87 +34,6 @@ std::string token_of(size_t number, nvram::Form form) {
                                static_cast<char>('a' + number % 26)};
     const bool address = form == nvram::Form::Address || form == nvram::Form::Quad;
     return address ? token + ".1.2.3" : token;
-}
-
-bool is_name_character(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.';
-}
-
-std::vector<std::string_view> split_words(std::string_view text) {
-    std::vector<std::string_view> words;
-    while (true) {
-        const size_t end = text.find(' ');
-        words.push_back(text.substr(0, end));
-        if (end == std::string_view::npos) return words;
-        text.remove_prefix(end + 1);
-    }
-}
-
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (size_t i = 0; i < words.size(); i++) text += (i > 0 ? " " : "") + words[i];
-    return text;
-}
-
-// Whether a word stands for the other, \x03 standing for anything.
-bool stands_for(std::string_view word, std::string_view other) {
-    const size_t place = word.find(sink_unknown);
-    if (place == std::string_view::npos) return word == other;
-    const std::string_view begin = word.substr(0, place);
-    const std::string_view end = word.substr(word.rfind(sink_unknown) + 1);
-    return other.size() >= begin.size() + end.size() && other.starts_with(begin) &&
-           other.ends_with(end);
-}
-
-// What both words begin and end with, never half a number or name.
-std::string merged_word(std::string_view word, std::string_view other) {
-    const size_t shorter = std::min(word.size(), other.size());
-    size_t begin = 0;
-    while (begin < shorter && word[begin] == other[begin]) begin++;
-    size_t end = 0;
-    while (end < shorter - begin && word[word.size() - 1 - end] == other[other.size() - 1 - end])
-        end++;
-    while (begin > 0 && is_name_character(word[begin - 1])) begin--;
-    while (end > 0 && is_name_character(word[word.size() - end])) end--;
-    return std::string(word.substr(0, begin)) + sink_unknown +
-           std::string(word.substr(word.size() - end));
-}
-
-std::string generalised_part(std::string_view part, std::string_view other) {
-    const std::vector<std::string_view> words = split_words(part);
-    const std::vector<std::string_view> others = split_words(other);
-    std::vector<std::string> result;
-    if (words.size() == others.size()) {
-        for (size_t i = 0; i < words.size(); i++)
-            result.push_back(stands_for(words[i], others[i]) ? std::string(words[i])
-                                                             : merged_word(words[i], others[i]));
-        return joined(result);
-    }
-    const size_t shorter = std::min(words.size(), others.size());
-    size_t begin = 0;
-    while (begin < shorter && stands_for(words[begin], others[begin])) begin++;
-    size_t end = 0;
-    while (end < shorter - begin &&
-           stands_for(words[words.size() - 1 - end], others[others.size() - 1 - end]))
-        end++;
-    for (size_t i = 0; i < begin; i++) result.emplace_back(words[i]);
-    const auto middle = [&](const std::vector<std::string_view>& all) {
-        return joined({all.begin() + static_cast<long>(begin), all.end() - static_cast<long>(end)});
-    };
-    result.push_back(merged_word(middle(words), middle(others)));
-    for (size_t i = words.size() - end; i < words.size(); i++) result.emplace_back(words[i]);
-    return joined(result);
-}
-
-// The longer the beginning and the end that two texts share, the more alike they are.
-size_t likeness(std::string_view one, std::string_view other) {
-    const size_t shorter = std::min(one.size(), other.size());
-    size_t begin = 0;
-    while (begin < shorter && one[begin] == other[begin]) begin++;
-    size_t end = 0;
-    while (end < shorter - begin && one[one.size() - 1 - end] == other[other.size() - 1 - end])
-        end++;
-    return begin + end;
 }
 
 // Values, and whether rc still writes the line with each.
@@ -192,8 +115,8 @@ class Search {
         for (const std::string& key : relevant) try_setting(key);
         try_addresses();
         try_files();
-        try_lengths();
         for (const std::string& variant : variants_) line_ = generalised(line_, variant);
+        try_part();
         // A part of the text itself.
         const std::string own_part = witness_.carried.substr(0, witness_.carried.rfind('.'));
         if (own_part.size() > 3 && own_part != witness_.carried)
@@ -204,6 +127,7 @@ class Search {
             const std::string part = token.substr(0, token.rfind('.'));
             if (part != token) replace_all(part, std::string(1, sink_unknown));
         }
+        try_lengths();
         return {.line = line_, .when = when_};
     }
 
@@ -216,6 +140,7 @@ class Search {
     // Other settings' values, or other fields', that stand in the line.
     std::map<std::string, std::string> others_;
     std::set<std::string> variants_;
+    bool only_last_option_ = false;
     std::string when_;
     // Of the value, what the line holds.
     std::string carried_ = witness_.carried;
@@ -228,9 +153,36 @@ class Search {
             line_.replace(at, text.size(), by);
     }
 
-    // The line that takes this one's place in a changed world.
+    // The line that takes this one's place in a changed world: in the state in which the run found
+    // it, or else once the WAN is up, since a condition says that rc can write the line.
     std::optional<std::string> line_in(const World& world) const {
-        std::optional<std::string> best;
+        std::optional<std::string> line = best_of(lines_in(world));
+        if (line) return line;
+        // The lines that are there beside this one take no other's place.
+        std::set<std::string> beside = lines_in(with_wan_up(world_));
+        if (const std::optional<std::string> own = best_of(beside)) beside.erase(*own);
+        std::set<std::string> lines = lines_in(with_wan_up(world));
+        for (const std::string& other : beside) lines.erase(other);
+        return best_of(lines);
+    }
+
+    // With a DHCP client that runs, a default route, and an address on each interface that the
+    // settings name.
+    static World with_wan_up(const World& world) {
+        World up = copy_of(world);
+        up.outputs["/bin/ps -ax"] = "  12 root  udhcpc\n";
+        up.outputs["/sbin/route -n"] = "0.0.0.0 198.51.100.1 0.0.0.0 UG 0 0 0 eth2.2\n";
+        for (const char* key : {"wan_phy_ifname", "wan_ifname"}) {
+            const std::string name =
+                value_of_input(world, {.kind = Input::Kind::Setting, .name = key}).value_or("");
+            if (!name.empty()) up.interfaces[name].address = "198.51.100.77";
+        }
+        return up;
+    }
+
+    // The lines of the same use that hold the carried text.
+    std::set<std::string> lines_in(const World& world) const {
+        std::set<std::string> lines;
         for_each_output(make_plan(world, witness_.words),
                         [&](const std::string& place, std::string_view text) {
                             if (place != witness_.place || !contains(text, carried_)) return;
@@ -240,10 +192,15 @@ class Search {
                             for (size_t at = line.find(carried_); at != std::string::npos;
                                  at = line.find(carried_, at))
                                 line.replace(at, carried_.size(), 1, sink_text);
-                            if (!same_use(line)) return;
-                            if (!best || likeness(line, line_) > likeness(*best, line_))
-                                best = line;
+                            if (same_use(line)) lines.insert(line);
                         });
+        return lines;
+    }
+
+    std::optional<std::string> best_of(const std::set<std::string>& lines) const {
+        std::optional<std::string> best;
+        for (const std::string& line : lines)
+            if (!best || likeness(line, line_) > likeness(*best, line_)) best = line;
         return best;
     }
 
@@ -267,7 +224,7 @@ class Search {
     std::vector<std::string> relevant_of(std::span<const std::string> keys) const {
         if (keys.empty()) return {};
         bool same = true;
-        for (const char* text : {"Qzz", "", "0", "1"}) {
+        for (const char* text : {"Qzz", "", "0", "1", other_mac}) {
             SettingChanges changes;
             for (const std::string& key : keys) changes[key] = text;
             same = same && line_after(changes) == line_;
@@ -292,8 +249,16 @@ class Search {
     // In a shell's line the same program, with the same options and chains in front of the text; in
     // a file the same name.
     bool same_use(const std::string& line) const {
+        if (witness_.shell && only_last_option_)
+            return ends_of(signature(line)) == ends_of(signature(line_));
         if (witness_.shell) return signature(line) == signature(line_);
         return name_of(line) == name_of(line_);
+    }
+
+    // The program, and the option before the text.
+    static std::pair<std::string, std::string> ends_of(const std::string& signature) {
+        const std::string words = signature.substr(0, signature.size() - 1);
+        return {words.substr(0, words.find(' ')), words.substr(words.rfind(' ') + 1)};
     }
 
     static std::string_view name_of(std::string_view line) {
@@ -303,7 +268,7 @@ class Search {
 
     static std::string signature(std::string_view line) {
         std::string result;
-        for (const std::string_view word : split_words(line.substr(0, line.find(sink_text)))) {
+        for (const std::string_view word : words_of_line(line.substr(0, line.find(sink_text)))) {
             const bool chain =
                 word.size() > 1 && word[0] != 'Q' &&
                 word.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ_") == std::string_view::npos;
@@ -329,7 +294,11 @@ class Search {
     void add_condition(const std::string& name, const Samples& samples, nvram::Form form) {
         const std::optional<std::string> condition = condition_of(samples, form);
         if (condition && condition->empty()) return;
-        when_ += (when_.empty() ? "" : ";") + name + condition.value_or("?");
+        add_term(name, condition.value_or("?"));
+    }
+
+    void add_term(const std::string& name, const std::string& condition) {
+        when_ += (when_.empty() ? "" : ";") + name + condition;
     }
 
     template <class Row>
@@ -345,7 +314,7 @@ class Search {
             for (const char* text : {"0x", "1x"}) add(text);
         if (row.form == nvram::Form::Address || row.form == nvram::Form::Quad)
             for (const char* text : {"0.0.0.0", "10.20.30.40"}) add(text);
-        if (row.form == nvram::Form::Mac) add("02:11:22:33:44:77");
+        if (row.form == nvram::Form::Mac) add(other_mac);
         const std::vector<std::string_view> words = nvram::words_of(row.choices);
         for (size_t i = 0; i < std::min(words.size(), most_words); i++) {
             add(std::string(words[i]));
@@ -365,6 +334,15 @@ class Search {
         others_[token] = key;
     }
 
+    // The line with another text in place of a mark.
+    std::string line_with_text(const std::string& mark, const std::string& text) const {
+        std::string line = line_;
+        for (size_t at = line.find(mark); at != std::string::npos;
+             at = line.find(mark, at + text.size()))
+            line.replace(at, mark.size(), text);
+        return line;
+    }
+
     bool is_marked(const std::string& name) const {
         return std::ranges::any_of(others_, [&](const auto& o) { return o.second == name; });
     }
@@ -380,11 +358,7 @@ class Search {
             // With some values more changes than the place where the value stands.
             for (const std::string& text : {std::string(), std::string(known->factory)}) {
                 const std::optional<std::string> found = line_with(key, text);
-                std::string expected = line_;
-                for (size_t at = expected.find(own); at != std::string::npos;
-                     at = expected.find(own, at + text.size()))
-                    expected.replace(at, own.size(), text);
-                if (found && *found != expected) variants_.insert(*found);
+                if (found && *found != line_with_text(own, text)) variants_.insert(*found);
             }
             return add_condition(key, {{own, true}, {"", empty.has_value()}}, nvram::Form::Text);
         }
@@ -402,12 +376,10 @@ class Search {
                 if (found) variants_.insert(*found);
                 all_kept = all_kept && found;
             }
-            if (!all_kept && known->record != nullptr) return add_unknown(key);
+            if (!all_kept && known->record != nullptr) return add_term(key, "?");
         }
         add_condition(key, samples, known->form);
     }
-
-    void add_unknown(const std::string& key) { when_ += (when_.empty() ? "" : ";") + key + "?"; }
 
     // The record that holds the mark.
     struct Entry {
@@ -486,6 +458,12 @@ class Search {
             samples[text] = found.has_value();
             if (found && !is_marked(name)) variants_.insert(*found);
         }
+        // With 0, which some lists have for none, words in front of the text may be missing.
+        only_last_option_ = true;
+        const std::optional<std::string> none = line_with_field(span, "0");
+        only_last_option_ = false;
+        if (none && is_marked(name) && *none != line_with_text(own, "0")) variants_.insert(*none);
+        if (!none && is_marked(name) && samples.at("")) return add_term(name, "!0");
         // Words that rc writes as others.
         for (const std::string_view word : nvram::words_of(field.choices)) {
             const std::optional<std::string> found = line_with_field(span, std::string(word));
@@ -517,18 +495,53 @@ class Search {
         }
     }
 
-    // Texts that rc takes only from some length on.
-    void try_lengths() {
-        constexpr size_t longest = 18;
-        if (witness_.carried != value() || !before_.empty() || !behind_.empty()) return;
-        for (size_t length = 1; length < longest; length++) {
-            carried_ = "Z" + std::string(length - 1, 'q');
-            const bool kept = line_with(witness_.key, carried_).has_value();
-            carried_ = witness_.carried;
-            if (!kept) continue;
-            if (length > 1) when_ += (when_.empty() ? ">" : ";>") + std::to_string(length);
-            return;
+    // A line may hold the text twice, once up to its last dot.
+    void try_part() {
+        if (line_.find(sink_text) == line_.rfind(sink_text) || contains(carried_, ".")) return;
+        std::string whole = value();
+        carried_ = witness_.carried + ".Qzz";
+        whole.replace(whole.find(witness_.carried), witness_.carried.size(), carried_);
+        const std::optional<std::string> found = line_with(witness_.key, whole);
+        carried_ = witness_.carried;
+        if (found) line_ = generalised_words(line_, *found);
+    }
+
+    // How many characters of another text in place of the carried one rc writes into the line; 0 if
+    // it does not write it.
+    size_t kept_of(const std::string& text) const {
+        std::string whole = value();
+        whole.replace(whole.find(witness_.carried), witness_.carried.size(), text);
+        World world = copy_of(world_);
+        change_setting(world, witness_.key, whole);
+        size_t kept = 0;
+        for (const World& state : {world, with_wan_up(world)}) {
+            for_each_output(make_plan(state, witness_.words),
+                            [&](const std::string& place, std::string_view line) {
+                                if (place != witness_.place) return;
+                                for (size_t size = text.size(); size > kept; size--)
+                                    if (is_line_of(line_, text.substr(0, size), line)) kept = size;
+                            });
         }
+        return kept;
+    }
+
+    // Texts that rc takes only from some length on, cuts, or takes for something else if they start
+    // with a digit.
+    void try_lengths() {
+        constexpr size_t shortest = 18;
+        constexpr size_t longest = 200;
+        if (!witness_.whole || !contains(value(), witness_.carried)) return;
+        const auto text = [](size_t length) { return "Z" + std::string(length - 1, 'q'); };
+        size_t least = 1;
+        while (least < shortest && kept_of(text(least)) != least) least++;
+        if (least == shortest) return;
+        if (least > 1) add_term(">", std::to_string(least));
+        const size_t kept = kept_of(text(longest));
+        if (kept > 0 && kept < longest) add_term("<", std::to_string(kept));
+        std::string starts;
+        for (const char digit : std::string_view("0123456789"))
+            if (kept_of(digit + text(least)) < std::min(least + 1, kept)) starts += digit;
+        if (!starts.empty()) add_term("!", starts);
     }
 
     // Files that are there or not.
@@ -562,18 +575,6 @@ class Search {
 };
 
 }  // namespace
-
-std::string generalised(std::string_view line, std::string_view other) {
-    const size_t place = line.find(sink_text);
-    const size_t place_of_other = other.find(sink_text);
-    if (place == std::string_view::npos || place_of_other == std::string_view::npos)
-        return std::string(line);
-    const size_t end = line.rfind(sink_text) + 1;
-    const size_t end_of_other = other.rfind(sink_text) + 1;
-    return generalised_part(line.substr(0, place), other.substr(0, place_of_other)) +
-           std::string(line.substr(place, end - place)) +
-           generalised_part(line.substr(end), other.substr(end_of_other));
-}
 
 void for_each_output(
     const Plan& plan,

@@ -22,6 +22,8 @@ struct SinkWitness {
     std::string behind;
     // Of the marked value, what the line holds.
     std::string carried;
+    // That is all of the value, or of the record's field.
+    bool whole = false;
     // "command", or the path of a file; a shell reads the line.
     std::string place;
     bool shell = true;
@@ -46,9 +48,5 @@ void for_each_output(
 // The run with one setting's value changed.
 Plan play_with(const World& router, const std::vector<std::string>& words, const std::string& key,
                const std::string& value);
-
-// A line that differs from another in some words, with \x03 in their places; either may have such
-// places already.
-std::string generalised(std::string_view line, std::string_view other);
 
 #endif

@@ -258,7 +258,7 @@ std::map<std::string, std::string> terms_of(const std::string& when) {
     for (std::string_view rest = when; !rest.empty();) {
         const std::string_view term = rest.substr(0, rest.find(';'));
         rest.remove_prefix(std::min(rest.size(), term.size() + 1));
-        const size_t sign = term.find_first_of("=^!+-#?>");
+        const size_t sign = std::max<size_t>(term.find_first_of("=^!+-#?><"), 1);
         terms[std::string(term.substr(0, sign))] = term.substr(sign);
     }
     return terms;
@@ -289,14 +289,28 @@ std::optional<std::string> either(const std::string& one, const std::string& oth
     return all;
 }
 
-// Whether one sink can say what both say; then it is made to: if they differ in one condition at
-// most. A condition that one of them does without is none.
+bool has_all(const std::map<std::string, std::string>& terms,
+             const std::map<std::string, std::string>& others) {
+    return std::ranges::includes(terms, others);
+}
+
+// Whether one sink can say what both say; then it is made to: if one has all conditions of the
+// other, or if they differ in one at most. A condition that one of them does without is none.
 bool merge(FoundSink& sink, const FoundSink& other) {
     FoundSink same = other;
     same.when = sink.when;
     if (same != sink) return false;
     const std::map<std::string, std::string> terms = terms_of(sink.when);
-    std::map<std::string, std::string> others = terms_of(other.when);
+    const std::map<std::string, std::string> others = terms_of(other.when);
+    // What is said of the text itself must be the same.
+    for (const char* sign : {">", "<", "!"})
+        if (terms.contains(sign) != others.contains(sign) ||
+            (terms.contains(sign) && terms.at(sign) != others.at(sign)))
+            return false;
+    if (has_all(terms, others) || has_all(others, terms)) {
+        sink.when = when_of(terms.size() < others.size() ? terms : others);
+        return true;
+    }
     std::map<std::string, std::string> both;
     size_t different = 0;
     for (const auto& [name, term] : terms) {
@@ -342,6 +356,7 @@ std::vector<FoundSink> SinkSearch::found() const {
                                                 .text = place.mark.text,
                                                 .behind = place.mark.behind,
                                                 .carried = place.carried,
+                                                .whole = is_whole(place),
                                                 .place = place.sink.place,
                                                 .shell = sink.quoting != nvram::Quoting::File,
                                                 .line = place.sink.line});
