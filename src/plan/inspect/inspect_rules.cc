@@ -1,12 +1,12 @@
 // The kernel's packet filter, compared with the rules that rc makes.
 
 #include <algorithm>
-#include <set>
 
+#include "core/text.h"
 #include "plan/exposure/exposure.h"
 #include "plan/inspect/hidden.h"
 #include "plan/inspect/inspect.h"
-#include "plan/netfilter/saved_rules.h"
+#include "plan/netfilter/listed_rules.h"
 
 namespace {
 
@@ -111,12 +111,35 @@ void inspect_counters(const SavedRules& saved, Deviations& list) {
     }
 }
 
+// The router's packet filter; nullopt if the archive does not have it.
+std::optional<SavedRules> rules_in(const Bundle& bundle) {
+    const std::string_view output = bundle.output("iptables-save");
+    if (contains(output, "COMMIT")) return read_saved_rules(output);
+    std::vector<std::pair<std::string, std::string_view>> listings;
+    for (const char* const table : {"filter", "nat", "mangle"})
+        if (const std::string_view listing = bundle.output(std::string("iptables.") + table);
+            contains(listing, "Chain "))
+            listings.emplace_back(table, listing);
+    if (listings.empty()) return std::nullopt;
+    return read_listed_rules(listings);
+}
+
+// rc makes no such rules, or it would know them.
+void inspect_unknown(const SavedRules& saved, Deviations& list) {
+    for (const Netfilter::Refused& refused : saved.tables.refused)
+        if (contains(refused.line, " -A "))
+            list.push_back({.kind = Deviation::Kind::Rule,
+                            .what = "a rule that rc does not make",
+                            .found = refused.line,
+                            .fix = "rc firewall restart"});
+}
+
 }  // namespace
 
 void inspect_rules(const Bundle& bundle, const ExpectedRouter& expected, Deviations& list) {
-    const std::string_view output = bundle.output("iptables-save");
-    if (output.empty()) return;
-    const SavedRules saved = read_saved_rules(output);
+    const std::optional<SavedRules> found_rules = rules_in(bundle);
+    if (!found_rules) return;
+    const SavedRules& saved = *found_rules;
     const Netfilter wanted = expected.rules();
     RuleComparison comparison(expected, list);
     for (const Chain& chain : wanted.chains) {
@@ -129,5 +152,6 @@ void inspect_rules(const Bundle& bundle, const ExpectedRouter& expected, Deviati
     for (const Chain& chain : saved.tables.chains)
         if (!wanted.find(chain.table, chain.name))
             comparison.put(chain, "", "a chain that rc does not make");
+    inspect_unknown(saved, list);
     inspect_counters(saved, list);
 }

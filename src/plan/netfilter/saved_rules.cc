@@ -11,52 +11,51 @@
 
 namespace {
 
-using Place = std::pair<std::string, std::string>;
-
-// The calls of iptables that make a saved table again.
-class SavedTable {
-  public:
-    void read(std::string line);
-    const std::vector<ExecutedCommand>& calls() const { return calls_; }
-    // The counter of each call that adds a rule.
-    const std::vector<std::pair<Place, unsigned long long>>& packets() const { return packets_; }
-
-  private:
-    std::string table_;
-    std::vector<ExecutedCommand> calls_;
-    std::vector<std::pair<Place, unsigned long long>> packets_;
-
-    void call(const std::string& words);
-};
-
-void SavedTable::call(const std::string& words) {
-    for (ScriptCommand& command : script_commands("iptables -t " + table_ + " " + words + "\n"))
-        calls_.push_back({std::move(command), {}});
+// The words of a saved line. Quotes are iptables' own: a backslash in them makes any character a
+// plain one, and nothing else is special.
+std::vector<std::string> saved_words(std::string_view line) {
+    std::vector<std::string> words;
+    bool quoted = false;
+    bool in_word = false;
+    for (size_t i = 0; i < line.size(); i++) {
+        if (line[i] == ' ' && !quoted) {
+            in_word = false;
+            continue;
+        }
+        if (!in_word) words.emplace_back();
+        in_word = true;
+        if (line[i] == '"')
+            quoted = !quoted;
+        else if (line[i] == '\\' && quoted && i + 1 < line.size())
+            words.back() += line[++i];
+        else
+            words.back() += line[i];
+    }
+    return words;
 }
 
 // "*nat", ":PF - [0:0]", ":FORWARD ACCEPT [0:0]", "[12:720] -A FORWARD ...", "COMMIT"
-void SavedTable::read(std::string line) {
-    if (line.starts_with('*')) table_ = line.substr(1);
-    if (table_.empty() || line.size() < 2) return;
+void read_saved_line(SavedCalls& calls, std::string_view line) {
+    if (line.starts_with('*')) calls.begin_table(std::string(line.substr(1)));
+    if (!calls.has_table() || line.size() < 2) return;
+    std::vector<std::string> words = saved_words(line);
     if (line.starts_with(':')) {
-        const size_t blank = line.find(' ');
-        if (blank == std::string::npos) return;
-        const std::string chain = line.substr(1, blank - 1);
-        const std::string policy = line.substr(blank + 1, line.find(' ', blank + 1) - blank - 1);
-        call(policy == "-" ? "-N " + chain : "-P " + chain + " " + policy);
+        if (words.size() < 2) return;
+        const std::string chain = words[0].substr(1);
+        if (words[1] == "-")
+            calls.add({"-N", chain});
+        else
+            calls.add({"-P", chain, words[1]});
         return;
     }
-    unsigned long long count = 0;
-    const bool counted = line.starts_with('[');
-    if (counted) {
-        count = static_cast<unsigned long long>(
-            std::max(0LL, scan_number(line.c_str() + 1).value_or(0)));
-        line.erase(0, std::min(line.size(), line.find(' ') + 1));
+    std::optional<unsigned long long> packets;
+    if (line.starts_with('[')) {
+        packets = static_cast<unsigned long long>(
+            std::max(0LL, scan_number(words[0].c_str() + 1).value_or(0)));
+        words.erase(words.begin());
     }
-    if (!line.starts_with("-A ")) return;
-    const std::string chain = line.substr(3, line.find(' ', 3) - 3);
-    if (counted) packets_.push_back({{table_, chain}, count});
-    call(line);
+    if (words.size() < 2 || words[0] != "-A") return;
+    calls.add_rule(words[1], {words.begin() + 2, words.end()}, packets);
 }
 
 std::string hexadecimal(unsigned number) {
@@ -73,6 +72,14 @@ std::string rate_text(std::string_view rate) {
     return std::to_string(count * (86400 / seconds));
 }
 
+// "0x20" and "0x20/0xffffffff" are the same.
+std::string mark_text(std::string_view mark) {
+    const std::optional<unsigned> number = read_number(take_field(mark, '/'), 0, 0xffffffff);
+    const unsigned mask = read_number(mark, 0, 0xffffffff).value_or(0xffffffff);
+    return "MARK " + hexadecimal(number.value_or(0)) +
+           (mask == 0xffffffff ? "" : "/" + hexadecimal(mask));
+}
+
 std::string target_text(const Rule& rule) {
     const std::string* const to = target_option(rule, "--to");
     if ((rule.target == "DNAT" || rule.target == "SNAT") && to)
@@ -80,24 +87,25 @@ std::string target_text(const Rule& rule) {
             return rule.target + " " + endpoint_text(end->address, end->port);
     if (rule.target == "MARK")
         for (const char* const name : {"--set-mark", "--set-xmark"})
-            if (const std::string* const mark = target_option(rule, name))
-                return "MARK " +
-                       hexadecimal(read_number(mark->substr(0, mark->find('/')), 0, 0xffffffff)
-                                       .value_or(0));
+            if (const std::string* const mark = target_option(rule, name)) return mark_text(*mark);
     // What iptables does without the option.
     if (rule.target == "REJECT" && !target_option(rule, "--reject-with"))
         return "REJECT --reject-with icmp-port-unreachable";
-    std::string text = rule.target;
+    std::vector<std::string> options;
     for (size_t i = 0; i < rule.target_options.size(); i++) {
         const std::string& word = rule.target_options[i];
-        const bool usual =
-            word == "--log-level" && i + 1 < rule.target_options.size() &&
-            (rule.target_options[i + 1] == "4" || rule.target_options[i + 1] == "warning");
-        if (usual)
-            i++;
-        else
-            text += " " + word;
+        const bool more = i + 1 < rule.target_options.size();
+        if (word == "--clamp-mss-to-pmtu" || !more) {
+            options.push_back(word);
+            continue;
+        }
+        const std::string& argument = rule.target_options[++i];
+        const bool usual = word == "--log-level" && (argument == "4" || argument == "warning");
+        if (!usual) options.push_back(word + " " + argument);
     }
+    std::ranges::sort(options);
+    std::string text = rule.target;
+    for (const std::string& option : options) text += " " + option;
     return text;
 }
 
@@ -118,12 +126,32 @@ bool is_empty(const Condition& condition) {
 
 }  // namespace
 
-SavedRules read_saved_rules(std::string_view text) {
-    SavedTable table;
-    for (const std::string_view line : body_lines(text)) table.read(std::string(line));
-    SavedRules saved = {.tables = netfilter_after(table.calls()), .packets = {}};
-    for (const auto& [place, count] : table.packets()) saved.packets[place].push_back(count);
+void SavedCalls::add(const std::vector<std::string>& words) {
+    ScriptCommand call;
+    call.words = {"iptables", "-t", table_};
+    call.words.insert(call.words.end(), words.begin(), words.end());
+    for (const std::string& word : call.words) call.text += (call.text.empty() ? "" : " ") + word;
+    calls_.push_back({std::move(call), {}});
+}
+
+void SavedCalls::add_rule(const std::string& chain, const std::vector<std::string>& words,
+                          std::optional<unsigned long long> packets) {
+    std::vector<std::string> all = {"-A", chain};
+    all.insert(all.end(), words.begin(), words.end());
+    add(all);
+    if (packets) packets_.push_back({{table_, chain}, *packets});
+}
+
+SavedRules SavedCalls::carry_out() const {
+    SavedRules saved = {.tables = netfilter_after(calls_), .packets = {}};
+    for (const auto& [place, count] : packets_) saved.packets[place].push_back(count);
     return saved;
+}
+
+SavedRules read_saved_rules(std::string_view text) {
+    SavedCalls calls;
+    for (const std::string_view line : body_lines(text)) read_saved_line(calls, line);
+    return calls.carry_out();
 }
 
 std::string canonical_text(const Rule& rule) {

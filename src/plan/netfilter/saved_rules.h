@@ -3,6 +3,7 @@
 #define RC_PLAN_NETFILTER_SAVED_RULES_H
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,6 +16,24 @@ struct SavedRules {
     // The packets that each of a chain's rules has counted, by table and chain; empty if they were
     // not printed.
     std::map<std::pair<std::string, std::string>, std::vector<unsigned long long>> packets;
+};
+
+// The calls of iptables that make tables again.
+class SavedCalls {
+  public:
+    void begin_table(const std::string& table) { table_ = table; }
+    bool has_table() const { return !table_.empty(); }
+    // A call's words, without the table.
+    void add(const std::vector<std::string>& words);
+    // The packets are nullopt if they were not printed.
+    void add_rule(const std::string& chain, const std::vector<std::string>& words,
+                  std::optional<unsigned long long> packets);
+    SavedRules carry_out() const;
+
+  private:
+    std::string table_;
+    std::vector<ExecutedCommand> calls_;
+    std::vector<std::pair<std::pair<std::string, std::string>, unsigned long long>> packets_;
 };
 
 // What iptables-save(8) prints, with counters (-c) or without.
