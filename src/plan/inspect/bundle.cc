@@ -4,6 +4,7 @@
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <errno.h>
 
 #include <algorithm>
 #include <memory>
@@ -15,6 +16,7 @@ namespace {
 
 constexpr std::string_view folder = "rc-bundle/";
 constexpr size_t block_size = 16384;
+constexpr const char* no_archive = "damaged, or no tar archive";
 
 struct Closer {
     void operator()(archive* reader) const { archive_read_free(reader); }
@@ -76,7 +78,7 @@ std::string read_members(archive* reader, Bundle& bundle) {
     for (archive_entry* entry = nullptr;;) {
         const int result = archive_read_next_header(reader, &entry);
         if (result == ARCHIVE_EOF) return "";
-        if (result != ARCHIVE_OK) return "damaged, or no tar archive";
+        if (result != ARCHIVE_OK) return no_archive;
         const std::string name = name_of(entry);
         const std::string reason = refusal(name, entry, bundle);
         if (!reason.empty()) return escape_line(name.substr(0, 80)) + ": " + reason;
@@ -92,6 +94,8 @@ std::string read_members(archive* reader, Bundle& bundle) {
 // After opening an archive with this result.
 std::variant<Bundle, BundleError> read_opened(const Reader& reader, int result) {
     if (result != ARCHIVE_OK) {
+        // libarchive says so of every format that it was not asked for.
+        if (archive_errno(reader.get()) == EILSEQ) return BundleError{no_archive};
         const char* const reason = archive_error_string(reader.get());
         return BundleError{reason ? reason : "cannot be read"};
     }

@@ -75,22 +75,38 @@ void put_stand_ins(FoundRouter& router, const std::string& shapes) {
     }
 }
 
-// A line of `ps`: the process id is the first word, the command the last column, below its heading.
+// 0 if the text is no process id.
+int process_id(std::string_view text) {
+    constexpr long long most = 1 << 22;
+    const long long number = number_in(text);
+    return number > 0 && number <= most ? static_cast<int>(number) : 0;
+}
+
+// A line from its word with this number, from 0; but old busybox prints a state of two words ("S
+// <") and begins a command one place left of its heading.
+std::string command_in(const std::string& line, size_t word, size_t heading) {
+    size_t at = line.find_first_not_of(' ');
+    for (size_t i = 0; at != std::string::npos && (i < word || at + 2 < heading); i++)
+        at = line.find_first_not_of(' ', std::min(line.find(' ', at), line.size()));
+    if (at == std::string::npos) return "";
+    // "{name} /bin/sh /etc/script": busybox adds the name of a script.
+    const size_t end = line[at] == '{' ? line.find("} ", at) : std::string::npos;
+    return joined(words_in(line.substr(end == std::string::npos ? at : end + 2)));
+}
+
+// A line of `ps`: the process id is the first word, the command the last column.
 void read_ps(std::string_view output, std::map<int, FoundProcess>& processes) {
-    size_t command = std::string::npos;
+    size_t heading = std::string::npos;
+    size_t columns = 0;
     for (const std::string& line : lines_in(output)) {
-        if (command == std::string::npos) {
-            for (const char* const heading : {"COMMAND", "Command", "CMD"})
-                command = std::min(command, line.find(heading));
+        if (heading == std::string::npos) {
+            for (const char* const name : {"COMMAND", "Command", "CMD"})
+                heading = std::min(heading, line.find(name));
+            if (heading != std::string::npos) columns = words_in(line.substr(0, heading)).size();
             continue;
         }
-        const std::vector<std::string> words = words_in(line);
-        if (words.empty()) continue;
-        const int pid = static_cast<int>(number_in(words[0]));
-        // A wide column pushes the command to the right: it begins with the next word then.
-        size_t start = std::min(command, line.size());
-        while (start > 0 && start < line.size() && line[start - 1] != ' ') start++;
-        const std::string text = joined(words_in(line.substr(start)));
+        const int pid = process_id(line);
+        const std::string text = command_in(line, columns, heading);
         // A kernel thread has its name in brackets.
         if (pid > 0 && !text.empty() && text[0] != '[')
             processes[pid] = {.pid = pid, .command = text};
@@ -104,11 +120,11 @@ void complete(std::string_view output, std::map<int, FoundProcess>& processes) {
         const size_t first = line.find('\t');
         const size_t last = line.find('\t', first + 1);
         if (first == std::string::npos || last == std::string::npos) continue;
-        const int pid = static_cast<int>(number_in(line.substr(0, first)));
+        const int pid = process_id(line.substr(0, first));
         std::string text = line.substr(last + 1);
         std::ranges::replace(text, '\x1f', ' ');
         text = joined(words_in(text));
-        if (text.empty()) continue;
+        if (pid == 0 || text.empty()) continue;
         FoundProcess& process = processes[pid];
         if (process.pid == 0 || text.starts_with(process.command))
             process = {.pid = pid, .command = text};
