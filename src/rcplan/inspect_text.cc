@@ -2,17 +2,21 @@
 
 #include "rcplan/inspect_text.h"
 
+#include "libnvram/printable.h"
 #include "plan/router/lines.h"
 #include "rcplan/json.h"
 
 namespace {
 
-// A text of several lines is put below its label.
+// The archive's texts may be anything, even sequences that control a terminal. A text of several
+// lines is put below its label.
 std::string labelled(const char* label, const std::string& text) {
     const std::vector<std::string_view> lines = body_lines(text);
-    if (lines.size() <= 1) return std::string("    ") + label + " " + text + "\n";
+    if (lines.size() <= 1)
+        return std::string("    ") + label + " " +
+               nvram::printable(lines.empty() ? text : std::string(lines[0])) + "\n";
     std::string shown = std::string("    ") + label + "\n";
-    for (const std::string_view line : lines) shown += "        " + std::string(line) + "\n";
+    for (const std::string_view line : lines) shown += "        " + nvram::printable(line) + "\n";
     return shown;
 }
 
@@ -20,12 +24,12 @@ std::string labelled(const char* label, const std::string& text) {
 
 std::string deviation_text(const Deviation& deviation) {
     std::string text = std::string(deviation.note ? "note: " : "") + kind_name(deviation.kind) +
-                       " " + deviation.what + "\n";
+                       " " + nvram::printable(deviation.what) + "\n";
     text += labelled("expected:", deviation.expected.empty() ? "nothing" : deviation.expected);
     text += labelled("found:   ", deviation.found.empty() ? "nothing" : deviation.found);
     if (!deviation.settings.empty()) {
         text += "    settings:";
-        for (const std::string& key : deviation.settings) text += " " + key;
+        for (const std::string& key : deviation.settings) text += " " + nvram::printable(key);
         text += "\n";
     }
     return text + labelled("to do:   ", deviation.fix);

@@ -11,6 +11,8 @@
 namespace {
 
 constexpr const char* link_marker = "/tmp/wan_uptime";
+// What rc lets route(8) print, to see whether there is a gateway.
+constexpr const char* gateway_file = "/tmp/gw_route";
 // The flash partition with the board's addresses; what is in it does not matter.
 constexpr const char* board_data = "/dev/mtd0";
 constexpr size_t board_data_size = 0x30000;
@@ -49,7 +51,7 @@ ExpectedRouter::ExpectedRouter(const FoundRouter& found)
     if (has_services_ && !found.has_file(link_marker)) after_.put(link_marker, "1.00 1.00\n");
     play_boot(found);
     for (const rc_app* app = rc_apps; app->name; app++) play({"rc", app->name, "start"});
-    play({"rc", "wan", "start"});
+    play_wan(found);
     // What depends on the link; before the first one, nobody has started it.
     if (has_services_)
         for (const rc_app* app = rc_services; app->name; app++) play({"rc", app->name, "start"});
@@ -62,6 +64,32 @@ void ExpectedRouter::play_boot(const FoundRouter& found) {
     router.put(board_data, std::string(board_data_size, '1'));
     const std::vector<std::string> words = {"rc", "init"};
     steps_.push_back(step_on(router_with(router, found.flash_settings(), words), words));
+}
+
+// PPTP and L2TP over a leased address start in two steps: rc starts the DHCP client, whose script
+// starts rc again when there is an address and a gateway. The tunnel then takes the gateway's
+// place.
+void ExpectedRouter::play_wan(const FoundRouter& found) {
+    const std::vector<std::string> words = {"rc", "wan", "start"};
+    const auto mode = found.settings.find("wan_mode");
+    const bool in_steps = mode != found.settings.end() &&
+                          (mode->second == "pptp" || mode->second == "l2tp") &&
+                          found.has_program("udhcpc");
+    if (!in_steps) return play(words);
+    FoundRouter before = found;
+    std::erase_if(before.processes,
+                  [](const FoundProcess& process) { return process.name() == "udhcpc"; });
+    after_.outputs = before.world().outputs;
+    play(words);
+    const bool fixed =
+        std::ranges::none_of(steps_.back().commands, [](const ExecutedCommand& executed) {
+            const std::vector<std::string>& command = executed.command.words;
+            return !command.empty() && is_program(command[0], "udhcpc");
+        });
+    after_.outputs = found.world().outputs;
+    if (fixed) return;
+    after_.put(gateway_file, "0.0.0.0 0.0.0.0 0.0.0.0 UG\n");
+    play(words);
 }
 
 void ExpectedRouter::play(const std::vector<std::string>& words) {

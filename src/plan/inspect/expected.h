@@ -52,6 +52,7 @@ class ExpectedRouter {
     bool has_services_ = false;
 
     void play_boot(const FoundRouter& found);
+    void play_wan(const FoundRouter& found);
     void play(const std::vector<std::string>& words);
 };
 
