@@ -16,6 +16,7 @@
 #include "plan/router/case.h"
 #include "plan/router/case_file.h"
 #include "rc/apps.h"
+#include "router_outputs.h"
 #include "settings/forms.h"
 #include "settings/table.h"
 
@@ -116,13 +117,16 @@ bool plays_alike(const Case& stated) {
 }
 
 struct AllSeeds {
-    Seeds rc, image, check, lists, store;
+    Seeds rc, image, check, lists, store, found;
     explicit AllSeeds(const fs::path& out)
         : rc(out / "rc_fuzz"),
           image(out / "image_fuzz"),
           check(out / "check_fuzz"),
           lists(out / "lists_fuzz"),
-          store(out / "store_fuzz") {}
+          store(out / "store_fuzz"),
+          found(out / "found_fuzz") {
+        for (const std::string_view text : router_outputs()) found.add(std::string(text));
+    }
 
     void add(const Case& stated) {
         rc.add(case_text(stated));
