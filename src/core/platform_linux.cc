@@ -18,6 +18,16 @@
 
 namespace platform {
 
+namespace {
+
+// A plain cast would be a useless one where the C library has the same type.
+template <class To, class From>
+To converted(From value) {
+    return static_cast<To>(value);
+}
+
+}  // namespace
+
 void prepare_process() {
     open_standard_descriptors();
     umask(umask(0) | 022);
@@ -103,7 +113,7 @@ long long current_time() {
 }
 
 tm local_time(long long seconds) {
-    const auto when = static_cast<time_t>(seconds);
+    const auto when = converted<time_t>(seconds);
     tm local = {};
     // localtime_r need not read TZ again.
     tzset();
@@ -117,6 +127,14 @@ long long time_of_local(tm local) {
 
 namespace {
 
+// A request has 32 bits. POSIX takes it as an int, glibc as an unsigned long.
+template <class Request>
+Request type_of_request(int (*)(int, Request, ...));
+
+int control(int device, unsigned long request, const void* argument) {
+    return ioctl(device, converted<decltype(type_of_request(ioctl))>(request), argument);
+}
+
 // One request about an interface, on a new socket that sends and receives nothing.
 InterfaceQuery ask_interface(int socket_type, int protocol, unsigned long what, const char* name,
                              ifreq& request) {
@@ -127,7 +145,7 @@ InterfaceQuery ask_interface(int socket_type, int protocol, unsigned long what, 
     const bool fits = strlen(name) < sizeof request.ifr_name;
     if (fits) strcpy(request.ifr_name, name);
     request.ifr_addr.sa_family = AF_INET;
-    const bool found = fits && ioctl(device, what, &request) == 0;
+    const bool found = fits && control(device, what, &request) == 0;
     close(device);
     return found ? InterfaceQuery::Found : InterfaceQuery::NotThere;
 }
@@ -177,7 +195,7 @@ int open_device(const char* path) {
 }
 
 int device_request(int device, unsigned long request, const void* argument, size_t) {
-    return ioctl(device, request, argument);
+    return control(device, request, argument);
 }
 
 void close_device(int device) {

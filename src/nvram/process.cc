@@ -73,7 +73,9 @@ void leave_to_the_kernel() {
 long now() {
     struct timespec time = {};
     ::clock_gettime(CLOCK_MONOTONIC, &time);
-    return time.tv_sec;
+    // On 32 bits, some C libraries count in 64.
+    const long long seconds = time.tv_sec;
+    return static_cast<long>(seconds);
 }
 
 void wait_milliseconds(unsigned milliseconds) {

@@ -25,13 +25,13 @@ constexpr std::string_view program_names =
     "iwpriv kill killall l2tpd ln mini_httpd mkdir mv ntp pppd pppoe-relay pptp ps ras rasmonitor rm rmdir rmmod route "
     "routed rt2860apd sed sh sleep syslogd tail tc test touch udhcpc udhcpd upnpd wscd";
 
-// The dynamic loader that a program names; empty for a static one.
-std::string loader_of(const std::string& program) {
-    ElfW(Ehdr) header;
+template <class Header, class Part>
+std::string loader_in(const std::string& program) {
+    Header header;
     if (program.size() < sizeof header) return "";
     memcpy(&header, program.data(), sizeof header);
     for (size_t i = 0; i < header.e_phnum; i++) {
-        ElfW(Phdr) part;
+        Part part;
         const size_t at = header.e_phoff + i * sizeof part;
         if (at + sizeof part > program.size()) return "";
         memcpy(&part, program.data() + at, sizeof part);
@@ -39,6 +39,13 @@ std::string loader_of(const std::string& program) {
         return program.substr(part.p_offset, part.p_filesz - 1);
     }
     return "";
+}
+
+// The dynamic loader that a program names; empty for a static one.
+std::string loader_of(const std::string& program) {
+    if (program.size() > EI_CLASS && program[EI_CLASS] == ELFCLASS32)
+        return loader_in<Elf32_Ehdr, Elf32_Phdr>(program);
+    return loader_in<Elf64_Ehdr, Elf64_Phdr>(program);
 }
 
 // The shared libraries that the loader would load, from its listing "name => path (address)".
@@ -65,6 +72,8 @@ class Gathering {
     Kit kit;
     std::string missing;
 
+    explicit Gathering(std::string sysroot) : sysroot_(std::move(sysroot)) {}
+
     void take(const std::string& from, const std::vector<std::string>& to) {
         std::string content = sealed::read_file(from.c_str());
         if (content.empty()) missing = from + " cannot be read";
@@ -75,7 +84,8 @@ class Gathering {
         take(from, {to});
         const std::string loader = loader_of(kit.back().content);
         if (loader.empty()) return;
-        if (taken_.insert(loader).second) take(loader, {loader});
+        if (taken_.insert(loader).second) take(sysroot_ + loader, {loader});
+        if (!sysroot_.empty()) return;
         for (const std::string& path : libraries_of(from)) {
             const std::string name = path.substr(path.rfind('/') + 1);
             // The settings library is the one given by the caller.
@@ -85,6 +95,7 @@ class Gathering {
     }
 
   private:
+    std::string sysroot_;
     std::set<std::string> taken_;
 };
 
@@ -114,9 +125,15 @@ std::variant<Kit, std::string> gather_kit(const Programs& programs) {
     for (std::string_view names = program_names; !names.empty();)
         stub_paths.push_back("/bin/" + std::string(take_field(names, ' ')));
 
-    Gathering gathering;
-    gathering.take_program(programs.rc, "/bin/rc");
-    gathering.take_program(programs.nvram, "/bin/nvram");
+    std::string folder = "/bin/";
+    Gathering gathering(programs.sysroot);
+    if (!programs.emulator.empty()) {
+        folder = sealed::emulated_folder;
+        gathering.take(programs.emulator, {sealed::emulator});
+        stub_paths.insert(stub_paths.end(), {"/bin/rc", "/bin/nvram"});
+    }
+    gathering.take_program(programs.rc, folder + "rc");
+    gathering.take_program(programs.nvram, folder + "nvram");
     gathering.take(programs.library, {std::string(library_folder) + "/libnvram.so"});
     gathering.take(programs.preloaded, {recorder_library});
     gathering.take(*busybox, {sealed::real_shell});

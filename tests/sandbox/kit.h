@@ -24,6 +24,11 @@ struct Programs {
     std::string library;
     // Loaded into rc before its libraries; for sealed_play, the recorder.
     std::string preloaded;
+    // Its folders contain the loader that rc names, which is its C library too: musl's. Empty for
+    // this machine's C library.
+    std::string sysroot = "";
+    // Runs rc and nvram if they are programs of another processor; a static program, or empty.
+    std::string emulator = "";
     // Used as every program that a shell line may call, and as the shell.
     std::string stub;
 };

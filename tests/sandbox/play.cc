@@ -27,7 +27,7 @@ constexpr int skipped = 77;
 
 constexpr const char* usage =
     "Usage: sealed_play --rc FILE --nvram FILE --lib FILE [--deadline SECONDS] [--share FOLDER] "
-    "CASE_OR_FOLDER...\n";
+    "[--recorder FILE --sysroot FOLDER [--emulator FILE]] CASE_OR_FOLDER...\n";
 
 const std::string root = std::string(private_folder) + "/root";
 const std::string kit_folder = std::string(private_folder) + "/kit";
@@ -198,6 +198,12 @@ int main(int argc, char** argv) {
             programs.nvram = value;
         } else if (arguments[at] == "--lib") {
             programs.library = value;
+        } else if (arguments[at] == "--recorder") {
+            programs.preloaded = value;
+        } else if (arguments[at] == "--sysroot") {
+            programs.sysroot = value;
+        } else if (arguments[at] == "--emulator") {
+            programs.emulator = value;
         } else if (arguments[at] == "--deadline") {
             options.deadline = atoi(value.c_str());
         } else if (arguments[at] == "--share") {

@@ -19,10 +19,18 @@
 
 #include <linux/mii.h>
 
-#include <map>
+#include <algorithm>
 
 #include "trace.h"
 
+// glibc declares that its functions throw nothing, and that a request is an unsigned long.
+#ifdef __GLIBC__
+#define DECLARED noexcept
+using Request = unsigned long;
+#else
+#define DECLARED
+using Request = int;
+#endif
 #define INTERPOSED extern "C" __attribute__((visibility("default")))
 
 namespace {
@@ -36,11 +44,16 @@ struct OpenFile {
     int content;  // reads the same file, also after its removal
 };
 
+struct OpenDevice {
+    int file;
+    std::string path;
+};
+
 struct Recorder {
     int depth = 0;
     int pid = 0;
     std::vector<OpenFile> open_files;
-    std::map<int, std::string> devices;
+    std::vector<OpenDevice> devices;
     // Set during system calls of the settings library, which are not rc's.
     bool in_library = false;
 };
@@ -155,7 +168,7 @@ Result call_library(const char* name, Arguments... arguments) {
     return result;
 }
 
-void end_run(int status, void*) {
+void end_run(int status) {
     // The kernel passes on only the low eight bits.
     record("exit", std::to_string(status & 0xff));
 }
@@ -197,10 +210,28 @@ __attribute__((constructor)) void begin_run() {
     recorder->pid = atoi(sealed::read_file(sealed::pid_file).c_str());
     if (!sealed::write_file(sealed::pid_file, std::to_string(recorder->pid + 1))) abort();
     connect_output();
-    on_exit(end_run, nullptr);
+}
+
+int (*main_of_program)(int, char**, char**) = nullptr;
+
+int recorded_main(int argc, char** argv, char** environment) {
+    const int status = main_of_program(argc, argv, environment);
+    if (recorder) end_run(status);
+    return status;
 }
 
 }  // namespace
+
+// The start: the run ends when main returns. on_exit, which would tell the status too, is in glibc
+// only.
+
+INTERPOSED int __libc_start_main(int (*main)(int, char**, char**), int argc, char** argv,
+                                 void (*init)(), void (*fini)(), void (*loader_fini)(),
+                                 void* stack_end) {
+    main_of_program = main;
+    return real<decltype(__libc_start_main)>("__libc_start_main")(
+        recorded_main, argc, argv, init, fini, loader_fini, stack_end);
+}
 
 // Files.
 
@@ -208,9 +239,11 @@ INTERPOSED FILE* fopen(const char* path, const char* mode) {
     return open_listened("fopen", path, mode);
 }
 
+#ifdef __GLIBC__
 INTERPOSED FILE* fopen64(const char* path, const char* mode) {
     return open_listened("fopen64", path, mode);
 }
+#endif
 
 INTERPOSED int fclose(FILE* stream) {
     const int result = real<int(FILE*)>("fclose")(stream);
@@ -226,15 +259,15 @@ INTERPOSED int fclose(FILE* stream) {
     return result;
 }
 
-INTERPOSED int unlink(const char* path) noexcept {
+INTERPOSED int unlink(const char* path) DECLARED {
     return remove_listened("unlink", path);
 }
 
-INTERPOSED int remove(const char* path) noexcept {
+INTERPOSED int remove(const char* path) DECLARED {
     return remove_listened("remove", path);
 }
 
-INTERPOSED int chmod(const char* path, mode_t mode) noexcept {
+INTERPOSED int chmod(const char* path, mode_t mode) DECLARED {
     if (listening()) {
         char text[16];
         snprintf(text, sizeof text, "%04o ", mode);
@@ -250,17 +283,17 @@ INTERPOSED void perror(const char* what) {
 // Processes.
 
 // A case's process ids do not exist here, so a signal is never sent.
-INTERPOSED int kill(pid_t pid, int signal) noexcept {
+INTERPOSED int kill(pid_t pid, int signal) DECLARED {
     if (!recorder) return real<int(pid_t, int)>("kill")(pid, signal);
     record("signal", std::to_string(signal) + " to " + std::to_string(pid));
     return 0;
 }
 
-INTERPOSED pid_t getpid() noexcept {
+INTERPOSED pid_t getpid() DECLARED {
     return recorder ? recorder->pid : real<pid_t()>("getpid")();
 }
 
-INTERPOSED int setenv(const char* name, const char* value, int replace) noexcept {
+INTERPOSED int setenv(const char* name, const char* value, int replace) DECLARED {
     const char* kept = getenv(name);
     const std::optional<std::string> before =
         kept ? std::optional<std::string>(kept) : std::nullopt;
@@ -286,7 +319,7 @@ INTERPOSED FILE* popen(const char* line, const char* mode) {
 
 // The clock, and pauses.
 
-INTERPOSED time_t time(time_t* result) noexcept {
+INTERPOSED time_t time(time_t* result) DECLARED {
     if (!recorder) return real<time_t(time_t*)>("time")(result);
     const auto now = static_cast<time_t>(stated_clock() / 1'000'000);
     if (result) *result = now;
@@ -311,7 +344,7 @@ INTERPOSED int usleep(useconds_t microseconds) {
 // Devices and sockets.
 
 // The kernel's log is this machine's, so the call is only recorded.
-INTERPOSED int klogctl(int action, char* buffer, int length) noexcept {
+INTERPOSED int klogctl(int action, char* buffer, int length) DECLARED {
     if (!recorder) return real<int(int, char*, int)>("klogctl")(action, buffer, length);
     record("kernel-log", std::to_string(action));
     return 0;
@@ -327,32 +360,35 @@ INTERPOSED int open(const char* path, int flags, ...) {
     if (flags & O_CREAT) mode = va_arg(arguments, mode_t);
     va_end(arguments);
     const int file = real<int(const char*, int, ...)>("open")(path, flags, mode);
-    if (listening() && file >= 0 && std::string_view(path).starts_with("/dev/"))
-        recorder->devices[file] = path;
+    if (listening() && file >= 0 && std::string_view(path).starts_with("/dev/")) {
+        std::erase_if(recorder->devices, [&](const OpenDevice& old) { return old.file == file; });
+        recorder->devices.push_back({.file = file, .path = path});
+    }
     return file;
 }
 
 // A case's device is only a file, so every request to it succeeds. An interface's address comes
 // from the sealed root's network.
-INTERPOSED int ioctl(int file, unsigned long request, ...) noexcept {
+INTERPOSED int ioctl(int file, Request request, ...) DECLARED {
     va_list arguments;
     va_start(arguments, request);
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
-    const auto ioctl_real = real<int(int, unsigned long, ...)>("ioctl");
+    const auto ioctl_real = real<int(int, Request, ...)>("ioctl");
     if (!listening()) return ioctl_real(file, request, argument);
-    const auto device = recorder->devices.find(file);
+    const auto device = std::find_if(recorder->devices.begin(), recorder->devices.end(),
+                                     [&](const OpenDevice& open) { return open.file == file; });
     if (device == recorder->devices.end()) return ioctl_real(file, request, argument);
     mii_ioctl_data registers;
     memcpy(&registers, argument, sizeof registers);
     record("device",
-           device->second + " " + std::to_string(request) + " " + std::to_string(registers.phy_id) +
+           device->path + " " + std::to_string(request) + " " + std::to_string(registers.phy_id) +
                " " + std::to_string(registers.reg_num) + " " + std::to_string(registers.val_in));
     return 0;
 }
 
 // A case denies the socket for one interface, which is not known here yet: all sockets fail.
-INTERPOSED int socket(int family, int type, int protocol) noexcept {
+INTERPOSED int socket(int family, int type, int protocol) DECLARED {
     if (listening() && denied("", "socket")) {
         errno = EPERM;
         return -1;

@@ -138,12 +138,25 @@ int shell(int argc, char** argv) {
     return status;
 }
 
+// rc or nvram of another processor, under this name.
+int run_emulated(std::string_view name, char** argv) {
+    std::string emulator = sealed::emulator;
+    std::string option = "-0";
+    std::string program = sealed::emulated_folder + std::string(name);
+    std::vector<char*> words = {emulator.data(), option.data(), argv[0], program.data()};
+    for (char** word = argv + 1; *word; word++) words.push_back(*word);
+    words.push_back(nullptr);
+    execv(sealed::emulator, words.data());
+    return 127;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     const std::string_view path = argc > 0 ? argv[0] : "";
     const std::string_view name = path.substr(path.rfind('/') + 1);
     if (name == "sh") return shell(argc, argv);
+    if (name == "rc" || name == "nvram") return run_emulated(name, argv);
     if (name == "busybox" && argc > 1) return run_program(argv + 1);
     return argc > 0 ? run_program(argv) : 0;
 }

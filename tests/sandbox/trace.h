@@ -26,6 +26,9 @@ inline constexpr const char* outputs_file = "/.sealed/outputs";
 // Shell line, key and value of each setting that another program saves during the run.
 inline constexpr const char* changes_file = "/.sealed/changes";
 inline constexpr const char* real_shell = "/.sealed/busybox";
+// Programs of another processor, and what runs them.
+inline constexpr const char* emulated_folder = "/.sealed/emulated/";
+inline constexpr const char* emulator = "/.sealed/emulator";
 
 // Environment: the nesting depth of the next rc; set if a shell was started by popen or by a shell
 // line.
