@@ -44,5 +44,6 @@ string(APPEND cxx_flags " -include ${CMAKE_CURRENT_LIST_DIR}/include/without_gli
 set(CMAKE_C_FLAGS_INIT "${c_flags}")
 set(CMAKE_CXX_FLAGS_INIT "${c_flags} ${cxx_flags}")
 
-# For the tests: where the programs' loader is.
+# For the tests: the folder with the programs' loader, and the name in theirs.
 set(RC_SYSROOT ${musl_root})
+set(RC_C_LIBRARY musl)
