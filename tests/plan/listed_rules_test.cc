@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "plan/netfilter/rule_listing.h"
 #include "plan/router/shell_script.h"
 #include "walked.h"

@@ -11,8 +11,8 @@
 #include <variant>
 
 // A router has a few hundred files and a log of 64 KiB.
-inline constexpr size_t longest_member = 4 * 1024 * 1024;
-inline constexpr size_t longest_bundle = 32 * 1024 * 1024;
+inline constexpr size_t longest_member = size_t{4} * 1024 * 1024;
+inline constexpr size_t longest_bundle = size_t{32} * 1024 * 1024;
 inline constexpr size_t most_members = 4096;
 
 struct Bundle {
