@@ -229,8 +229,8 @@ INTERPOSED int __libc_start_main(int (*main)(int, char**, char**), int argc, cha
                                  void (*init)(), void (*fini)(), void (*loader_fini)(),
                                  void* stack_end) {
     main_of_program = main;
-    return real<decltype(__libc_start_main)>("__libc_start_main")(
-        recorded_main, argc, argv, init, fini, loader_fini, stack_end);
+    return real<decltype(__libc_start_main)>("__libc_start_main")(recorded_main, argc, argv, init,
+                                                                  fini, loader_fini, stack_end);
 }
 
 // Files.
