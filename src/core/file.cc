@@ -5,6 +5,7 @@
 #include <stdarg.h>
 
 #include "core/platform.h"
+#include "core/text.h"
 
 File open_file(const char* path, const char* mode) {
     return File(platform::open_file(path, mode));
@@ -43,7 +44,8 @@ bool File::seek(long offset) {
 }
 
 std::optional<long long> File::read_number() {
-    long long number = 0;
-    if (fscanf(stream_.get(), "%lld", &number) != 1) return std::nullopt;
-    return number;
+    // Of a number beyond the range, scanf's "%lld" makes something else in each C library.
+    char digits[64];
+    if (fscanf(stream_.get(), " %63[-+0123456789]", digits) != 1) return std::nullopt;
+    return scan_number(digits);
 }

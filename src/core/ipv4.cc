@@ -1,6 +1,9 @@
 // IPv4 addresses and networks as numbers.
 #include "core/ipv4.h"
 
+#include <arpa/inet.h>
+#include <string.h>
+
 static std::optional<std::uint32_t> parse_octet(std::string_view text) {
     const bool leading_zero = text.size() > 1 && text[0] == '0';
     if (text.empty() || text.size() > 3 || leading_zero) return std::nullopt;
@@ -15,6 +18,14 @@ static std::optional<std::uint32_t> parse_octet(std::string_view text) {
 
 std::optional<Ipv4> parse_quad(std::string_view text) {
     return parse_quad_of(text, parse_octet);
+}
+
+std::optional<in_addr> scan_address(const char* text) {
+    // glibc's inet_aton ends at a blank, others refuse it.
+    const std::string first(text, strcspn(text, " \t\n\v\f\r"));
+    in_addr address = {};
+    if (inet_aton(first.c_str(), &address) == 0) return std::nullopt;
+    return address;
 }
 
 std::string quad_text(Ipv4 address) {

@@ -1,7 +1,9 @@
 // IPv4 addresses and networks as numbers. The handlers pass addresses on as texts; if they need the
-// number, they use inet_aton(3), which also accepts forms that are invalid here.
+// number, they use scan_address, which also accepts forms that are invalid here.
 #ifndef RC_CORE_IPV4_H
 #define RC_CORE_IPV4_H
+
+#include <netinet/in.h>
 
 #include <cstdint>
 #include <optional>
@@ -29,6 +31,9 @@ std::optional<Ipv4> parse_quad_of(std::string_view text, Read read) {
 // Four decimal numbers without leading zeros: the programs that rc passes addresses to read numbers
 // with a leading zero as octal.
 std::optional<Ipv4> parse_quad(std::string_view text);
+
+// As inet_aton(3) reads it, the bits in network byte order; what follows a blank is ignored.
+std::optional<in_addr> scan_address(const char* text);
 
 std::string quad_text(Ipv4 address);
 

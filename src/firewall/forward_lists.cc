@@ -4,6 +4,7 @@
 
 #include <arpa/inet.h>
 
+#include "core/ipv4.h"
 #include "core/text.h"
 
 namespace {
@@ -52,9 +53,9 @@ std::string lan_prefix(std::string_view address) {
 }
 
 int prefix_length(const char* netmask) {
-    in_addr mask = {};
-    if (inet_aton(netmask, &mask) == 0) return 0;
+    const std::optional<in_addr> mask = scan_address(netmask);
+    if (!mask) return 0;
     int bits = 0;
-    for (uint32_t rest = ntohl(mask.s_addr); rest & 0x80000000u; rest <<= 1) bits++;
+    for (uint32_t rest = ntohl(mask->s_addr); rest & 0x80000000u; rest <<= 1) bits++;
     return bits;
 }

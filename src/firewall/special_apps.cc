@@ -1,8 +1,7 @@
 // Special applications: port triggering by a kernel module. Writes /tmp/pnat.
 
-#include <arpa/inet.h>
-
 #include "core/file.h"
+#include "core/ipv4.h"
 #include "core/nvram.h"
 #include "firewall/firewall.h"
 #include "firewall/trigger_lists.h"
@@ -11,9 +10,7 @@ namespace {
 
 // The number as the module expects it: network byte order, read in the processor's own.
 unsigned address_number(const Setting& text) {
-    in_addr address = {};
-    inet_aton(text.text(), &address);
-    return address.s_addr;
+    return scan_address(text.text()).value_or(in_addr{}).s_addr;
 }
 
 }  // namespace

@@ -2,13 +2,13 @@
 
 #include "lan/leases.h"
 
-#include <arpa/inet.h>
 #include <ctype.h>
 #include <string.h>
 
 #include <algorithm>
 #include <bit>
 
+#include "core/ipv4.h"
 #include "core/text.h"
 
 namespace {
@@ -50,10 +50,10 @@ void Lease::set_seconds(uint32_t seconds) {
 }
 
 std::optional<Octets> parse_address(const char* text) {
-    in_addr address = {};
-    if (inet_aton(text, &address) == 0) return std::nullopt;
+    const std::optional<in_addr> address = scan_address(text);
+    if (!address) return std::nullopt;
     Octets octets;
-    memcpy(octets.data(), &address.s_addr, octets.size());
+    memcpy(octets.data(), &address->s_addr, octets.size());
     return octets;
 }
 

@@ -4,6 +4,7 @@
 
 #include "core/command.h"
 #include "core/file.h"
+#include "core/ipv4.h"
 #include "core/limits.h"
 #include "core/nvram.h"
 #include "core/platform.h"
@@ -13,9 +14,7 @@
 namespace {
 
 in_addr_t address_bits(const char* text) {
-    in_addr address = {};
-    inet_aton(text, &address);
-    return address.s_addr;
+    return scan_address(text).value_or(in_addr{}).s_addr;
 }
 
 // The LAN's broadcast address.
