@@ -80,9 +80,9 @@ expect 0 --version
 says out "rcplan $2"
 
 expect 2 nosuch lan start
-says err "rcplan: 'nosuch' is not a command; the commands are run, diff, sinks, report, packet, exposure, check"
+says err "rcplan: 'nosuch' is not a command; the commands are run, diff, sinks, report, packet, exposure, inspect, check"
 expect 2
-says err 'rcplan: a command is missing; the commands are run, diff, sinks, report, packet, exposure, check'
+says err 'rcplan: a command is missing; the commands are run, diff, sinks, report, packet, exposure, inspect, check'
 # The words may begin with rc, as on the router.
 expect 0 run rc httpd stop
 mv out typed

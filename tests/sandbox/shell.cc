@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/auxv.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -156,7 +157,11 @@ int main(int argc, char** argv) {
     const std::string_view path = argc > 0 ? argv[0] : "";
     const std::string_view name = path.substr(path.rfind('/') + 1);
     if (name == "sh") return shell(argc, argv);
-    if (name == "rc" || name == "nvram") return run_emulated(name, argv);
+    // By the file that was executed: a case may call rc by any name.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    const std::string_view executed = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+    for (const std::string_view emulated : {"/rc", "/nvram"})
+        if (executed.ends_with(emulated)) return run_emulated(emulated.substr(1), argv);
     if (name == "busybox" && argc > 1) return run_program(argv + 1);
     return argc > 0 ? run_program(argv) : 0;
 }
