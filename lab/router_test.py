@@ -200,6 +200,26 @@ def commands(how):
     nothing_left(words, box, before)
 
 
+def from_bundle(folder):
+    """A router that boots with the settings of another one's archive."""
+    archive = os.path.join(folder, "router.tar.gz")
+    with open(archive, "wb") as file:
+        made = subprocess.run([ROUTER, "--build-dir", build, "--set", "device_name=Loft", "--set", "http_password=57914",
+                               "--exec", "router", "nvram bundle -"], stdin=subprocess.DEVNULL, stdout=file,
+                              stderr=subprocess.PIPE, timeout=PROGRAM_LIMIT, check=False)
+    check("nvram bundle on a router", made.returncode == 0 and os.path.getsize(archive) > 0, made)
+    run = router("--bundle", archive, "--set", "wan_domain=barn",
+                 "--exec", "router", "nvram get device_name; nvram get wan_domain; nvram get http_password")
+    lines = run.stdout.splitlines()
+    check("--bundle: the archive's setting, and the one on top", lines[:2] == ["Loft", "barn"], run)
+    password = lines[2] if len(lines) == 3 else ""
+    check("--bundle: for a password of five digits another one", len(password) == 5 and password.isdigit() and
+          password != "57914", run)
+    run = router("--bundle", image, "--exec", "router", "echo booted")
+    check("--bundle with a file that is no archive: status 2", (run.returncode, run.stdout) == (2, ""), run)
+    check("--bundle with a file that is no archive: says so", image in run.stderr, run)
+
+
 def shell():
     before = outside()
     terminal = Terminal()
@@ -280,6 +300,7 @@ with tempfile.TemporaryDirectory() as scratch:
     os.chmod(scratch, 0o755)
     commands(["--mode", "ip"])
     commands(["--as-user", "--settings", image, "--force", "--mode", "dhcpc"])
+    from_bundle(scratch)
 shell()
 page([])
 page(["--as-user"])
