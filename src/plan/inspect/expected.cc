@@ -5,11 +5,13 @@
 #include <algorithm>
 
 #include "core/text.h"
+#include "plan/inspect/daemons.h"
 #include "plan/netfilter/packet_values.h"
 #include "rc/apps.h"
 
 namespace {
 
+constexpr const char* resolver_file = "/etc/resolv.conf";
 constexpr const char* link_marker = "/tmp/wan_uptime";
 // What rc lets route(8) print, to see whether there is a gateway.
 constexpr const char* gateway_file = "/tmp/gw_route";
@@ -25,6 +27,18 @@ void apply_ifconfig(World& world, const std::vector<std::string>& words) {
     for (size_t i = 2; i + 1 < words.size(); i++)
         if (words[i] == "mtu")
             interface.mtu = static_cast<int>(scan_number(words[i + 1].c_str()).value_or(0));
+}
+
+bool has_traces(const Step& step, const FoundRouter& found) {
+    return std::ranges::any_of(step.plan.after.transcript.events(),
+                               [&](const Event& event) {
+                                   return event.verb == "write" && found.has_file(event.text);
+                               }) ||
+           std::ranges::any_of(step.commands, [&](const ExecutedCommand& executed) {
+               const std::vector<std::string>& words = executed.command.words;
+               const Daemon* const daemon = words.empty() ? nullptr : daemon_in(words[0]);
+               return daemon && found.has_program(daemon->name);
+           });
 }
 
 Step step_on(const World& router, const std::vector<std::string>& words) {
@@ -50,8 +64,18 @@ ExpectedRouter::ExpectedRouter(const FoundRouter& found)
     // A lost marker is a deviation of its own.
     if (has_services_ && !found.has_file(link_marker)) after_.put(link_marker, "1.00 1.00\n");
     play_boot(found);
-    for (const rc_app* app = rc_apps; app->name; app++) play({"rc", app->name, "start"});
+    if (found.is_access_point()) {
+        play_access_point(found);
+        return;
+    }
+    for (const rc_app* app = rc_apps; app->name; app++) {
+        keep_unlinked_files({"rc", app->name, "start"});
+        play({"rc", app->name, "start"});
+    }
     play_wan(found);
+    // The link's script writes it after the start, and the services read it.
+    if (const auto servers = found.files.find(resolver_file); servers != found.files.end())
+        after_.put(resolver_file, servers->second);
     // What depends on the link; before the first one, nobody has started it.
     if (has_services_)
         for (const rc_app* app = rc_services; app->name; app++) play({"rc", app->name, "start"});
@@ -90,6 +114,32 @@ void ExpectedRouter::play_wan(const FoundRouter& found) {
     if (fixed) return;
     after_.put(gateway_file, "0.0.0.0 0.0.0.0 0.0.0.0 UG\n");
     play(words);
+}
+
+// The boot script of an access point leaves out what its LAN has from the router, and an archive
+// does not say what: an application counts as started if it has left a file or a daemon.
+void ExpectedRouter::play_access_point(const FoundRouter& found) {
+    play({"rc", "lan", "start"});
+    for (const rc_app* app = rc_apps; app->name; app++) {
+        const std::vector<std::string> words = {"rc", app->name, "start"};
+        if (has_traces(step_on(after_, words), found)) play(words);
+    }
+}
+
+// The boot starts an application before the link has told its name servers.
+void ExpectedRouter::keep_unlinked_files(const std::vector<std::string>& words) {
+    World before = copy_of(after_);
+    before.files.erase(resolver_file);
+    const Step step = step_on(before, words);
+    for (const Event& event : step.plan.after.transcript.events())
+        if (const std::string* const content = step.plan.after.world.get(event.text);
+            content && event.verb == "write")
+            unlinked_files_[event.text] = *content;
+}
+
+const std::string* ExpectedRouter::before_link(const std::string& path) const {
+    const auto file = unlinked_files_.find(path);
+    return file == unlinked_files_.end() ? nullptr : &file->second;
 }
 
 void ExpectedRouter::play(const std::vector<std::string>& words) {

@@ -40,6 +40,8 @@ class ExpectedRouter {
     const std::vector<Step>& steps() const { return steps_; }
     std::vector<StepCommand> commands() const;
     const World& after() const { return after_; }
+    // A file as the boot wrote it, before the link was up; null if it does not.
+    const std::string* before_link(const std::string& path) const;
     // The step that wrote a file last; null if none did.
     const Step* writer_of(const std::string& path) const;
     // The packet filter after all steps; a rule's origin belongs to the step of firewall().
@@ -51,8 +53,12 @@ class ExpectedRouter {
     World after_;
     bool has_services_ = false;
 
+    std::map<std::string, std::string> unlinked_files_;
+
     void play_boot(const FoundRouter& found);
     void play_wan(const FoundRouter& found);
+    void play_access_point(const FoundRouter& found);
+    void keep_unlinked_files(const std::vector<std::string>& words);
     void play(const std::vector<std::string>& words);
 };
 

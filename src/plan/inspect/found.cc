@@ -75,6 +75,13 @@ void put_stand_ins(FoundRouter& router, const std::string& shapes) {
     }
 }
 
+// pppd overwrites its password's characters with question marks.
+std::vector<std::string> with_hidden_words(std::vector<std::string> words) {
+    for (std::string& word : words)
+        if (word.find_first_not_of('?') == std::string::npos) word = hidden_text;
+    return words;
+}
+
 // 0 if the text is no process id.
 int process_id(std::string_view text) {
     constexpr long long most = 1 << 22;
@@ -91,7 +98,8 @@ std::string command_in(const std::string& line, size_t word, size_t heading) {
     if (at == std::string::npos) return "";
     // "{name} /bin/sh /etc/script": busybox adds the name of a script.
     const size_t end = line[at] == '{' ? line.find("} ", at) : std::string::npos;
-    return joined(words_in(line.substr(end == std::string::npos ? at : end + 2)));
+    return joined(
+        with_hidden_words(words_in(line.substr(end == std::string::npos ? at : end + 2))));
 }
 
 // A line of `ps`: the process id is the first word, the command the last column.
@@ -123,7 +131,7 @@ void complete(std::string_view output, std::map<int, FoundProcess>& processes) {
         const int pid = process_id(line.substr(0, first));
         std::string text = line.substr(last + 1);
         std::ranges::replace(text, '\x1f', ' ');
-        text = joined(words_in(text));
+        text = joined(with_hidden_words(words_in(text)));
         if (pid == 0 || text.empty()) continue;
         FoundProcess& process = processes[pid];
         if (process.pid == 0 || text.starts_with(process.command))
@@ -211,6 +219,21 @@ Settings FoundRouter::flash_settings() const {
             for (const auto& [key, value] : read_settings(line.substr(2) + "\n"))
                 flash[key] = value;
     return flash;
+}
+
+bool FoundRouter::is_access_point() const {
+    const auto mode = settings.find("ap_mode");
+    return mode != settings.end() && mode->second.starts_with('1');
+}
+
+std::string FoundRouter::wan_interface() const {
+    const auto name = settings.find("wan_ifname");
+    return name == settings.end() ? "" : name->second;
+}
+
+bool FoundRouter::lacks_wan_address() const {
+    const auto wan = interfaces.find(wan_interface());
+    return !interfaces.empty() && (wan == interfaces.end() || !wan->second.address);
 }
 
 bool FoundRouter::has_process(int pid) const {

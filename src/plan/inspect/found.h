@@ -67,6 +67,10 @@ struct FoundRouter {
 
     // The settings that the last boot began with.
     Settings flash_settings() const;
+    bool is_access_point() const;
+    std::string wan_interface() const;
+    // False if the archive does not say.
+    bool lacks_wan_address() const;
     bool has_file(const std::string& path) const { return files.contains(path); }
     // Whether a process has this id, or this program's name.
     bool has_process(int pid) const;

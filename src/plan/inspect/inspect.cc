@@ -33,7 +33,7 @@ std::vector<Deviation> deviations(const Bundle& bundle, const FoundRouter& found
     inspect_settings(found, expected, list);
     inspect_links(found, expected, list);
     inspect_processes(found, expected, list);
-    inspect_rules(bundle, expected, list);
+    inspect_rules(bundle, found, expected, list);
     inspect_files(found, expected, list);
     for (Deviation& deviation : list) deviation.expected = found.hide(deviation.expected);
     std::ranges::stable_sort(list, {}, [](const Deviation& deviation) {

@@ -18,7 +18,8 @@ void inspect_traps(const FoundRouter& found, Deviations& list);
 void inspect_settings(const FoundRouter& found, const ExpectedRouter& expected, Deviations& list);
 void inspect_links(const FoundRouter& found, const ExpectedRouter& expected, Deviations& list);
 void inspect_processes(const FoundRouter& found, const ExpectedRouter& expected, Deviations& list);
-void inspect_rules(const Bundle& bundle, const ExpectedRouter& expected, Deviations& list);
+void inspect_rules(const Bundle& bundle, const FoundRouter& found, const ExpectedRouter& expected,
+                   Deviations& list);
 void inspect_files(const FoundRouter& found, const ExpectedRouter& expected, Deviations& list);
 
 #endif

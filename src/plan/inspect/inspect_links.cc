@@ -54,6 +54,7 @@ struct ExpectedRoute {
                (gateway.empty() || gateway == route.gateway) &&
                (interface.empty() || interface == route.interface);
     }
+    bool is_default() const { return destination == "0.0.0.0" && mask == "0.0.0.0"; }
     std::string text() const {
         return destination + " netmask " + mask + (gateway.empty() ? "" : " gateway " + gateway) +
                (interface.empty() ? "" : " on " + interface);
@@ -127,16 +128,15 @@ std::string setting(const FoundRouter& found, const std::string& key) {
     return value == found.settings.end() ? "" : value->second;
 }
 
-// How far the Internet side's start has got.
-void inspect_wan(const FoundRouter& found, Deviations& list) {
-    const std::string name = setting(found, "wan_ifname");
-    const auto wan = found.interfaces.find(name);
-    const bool has_address = wan != found.interfaces.end() && wan->second.address.has_value();
+// How far the Internet side's start has got. A default route that rc itself sets is compared with
+// the others.
+void inspect_wan(const FoundRouter& found, bool sets_default_route, Deviations& list) {
+    const std::string name = found.wan_interface();
     const auto step = [&](const std::string& wanted, const std::string& is) {
         put(list, Deviation::Kind::Wan, "wan (" + setting(found, "wan_mode") + ")", wanted, is,
             nullptr);
     };
-    if (!found.interfaces.empty() && !has_address)
+    if (found.lacks_wan_address())
         return step(name + " with an address",
                     "the link is not up: " + name + " has no address yet");
     if (!found.has_file("/tmp/wan_uptime"))
@@ -145,7 +145,8 @@ void inspect_wan(const FoundRouter& found, Deviations& list) {
     const bool has_default = std::ranges::any_of(found.routes, [](const FoundRoute& route) {
         return route.destination == "0.0.0.0" && route.mask == "0.0.0.0";
     });
-    if (!found.routes.empty() && !has_default) step("a default route", "none");
+    if (!sets_default_route && !found.routes.empty() && !has_default)
+        step("a default route", "none");
     const auto servers = found.files.find("/etc/resolv.conf");
     if (servers == found.files.end() || servers->second.find("nameserver") == std::string::npos)
         step("name servers in /etc/resolv.conf", "none");
@@ -169,7 +170,9 @@ void inspect_links(const FoundRouter& found, const ExpectedRouter& expected, Dev
             if (words[1] == "delif") bridge_of.erase(words[3]);
         }
     }
-    inspect_wan(found, list);
+    const bool sets_default_route =
+        std::ranges::any_of(routes, [](const ExpectedRoute& route) { return route.is_default(); });
+    if (!found.is_access_point()) inspect_wan(found, sets_default_route, list);
     if (!found.interfaces.empty())
         for (const auto& [name, interface] : interfaces) {
             const auto there = found.interfaces.find(name);

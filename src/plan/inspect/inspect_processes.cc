@@ -3,35 +3,11 @@
 #include <algorithm>
 #include <map>
 
+#include "plan/inspect/daemons.h"
 #include "plan/inspect/hidden.h"
 #include "plan/inspect/inspect.h"
 
 namespace {
-
-struct Daemon {
-    std::string_view name;
-    // It never forks, so that a second process is a second daemon.
-    bool alone = false;
-};
-// Those that stay; ez-ipupdate ends when it has told the address.
-constexpr Daemon daemons[] = {
-    {"IGMPProxy", true},
-    {"bpalogin"},
-    {"bpamonitor"},
-    {"l2tpd"},
-    {"mini_httpd"},
-    {"ntp"},
-    {"pppd"},
-    {"pppoe-relay"},
-    {"ras"},
-    {"rasmonitor"},
-    {"routed"},
-    {"rt2860apd"},
-    {"udhcpc", true},
-    {"udhcpd", true},
-    {"upnpd"},
-    {"wscd"},
-};
 
 struct Running {
     const Step* step = nullptr;
@@ -41,20 +17,15 @@ struct Running {
 // By name.
 using RunningDaemons = std::multimap<std::string_view, Running>;
 
-const Daemon* daemon_in(std::string_view word) {
-    const auto found = std::ranges::find_if(
-        daemons, [&](const Daemon& daemon) { return is_program(word, daemon.name); });
-    return found == std::end(daemons) ? nullptr : found;
-}
-
+// As ps shows them, but with single spaces, also those within a quoted word.
 std::string joined_words(const std::vector<std::string>& words) {
     std::string text;
-    for (const std::string& word : words) {
-        if (word == "&") continue;
-        if (!word.empty() && !text.empty()) text += ' ';
-        text += word;
-    }
-    return text;
+    for (const std::string& word : words)
+        if (word != "&") text += word + " ";
+    const auto spaces =
+        std::ranges::unique(text, [](char a, char b) { return a == ' ' && b == ' '; });
+    text.erase(spaces.begin(), spaces.end());
+    return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
 // killall ends a program, unless its signal is one that the daemon handles.
@@ -68,6 +39,18 @@ void follow_kill(const std::vector<std::string>& words, RunningDaemons& running)
     }
 }
 
+// The start of the Internet side may start the services itself, and then their own starts are the
+// same ones.
+void start(RunningDaemons& running, const Daemon& daemon, const Running& fresh) {
+    const auto [first, last] = running.equal_range(daemon.name);
+    const auto same = std::find_if(
+        first, last, [&](const auto& other) { return other.second.command == fresh.command; });
+    if (same == last)
+        running.emplace(daemon.name, fresh);
+    else
+        same->second = fresh;
+}
+
 RunningDaemons expected_daemons(const ExpectedRouter& expected) {
     RunningDaemons running;
     for (const StepCommand& command : expected.commands()) {
@@ -75,12 +58,18 @@ RunningDaemons expected_daemons(const ExpectedRouter& expected) {
         if (command.runs("killall"))
             follow_kill(command.words(), running);
         else if (const Daemon* const daemon = daemon_in(command.words()[0]))
-            running.emplace(daemon->name, Running{command.step, joined_words(command.words())});
+            start(running, *daemon, {command.step, joined_words(command.words())});
     }
     return running;
 }
 
 }  // namespace
+
+const Daemon* daemon_in(std::string_view word) {
+    const auto found = std::ranges::find_if(
+        daemons, [&](const Daemon& daemon) { return is_program(word, daemon.name); });
+    return found == std::end(daemons) ? nullptr : found;
+}
 
 void inspect_processes(const FoundRouter& found, const ExpectedRouter& expected, Deviations& list) {
     if (found.processes.empty()) return;
@@ -97,6 +86,8 @@ void inspect_processes(const FoundRouter& found, const ExpectedRouter& expected,
         std::vector<std::string> there;
         for (const FoundProcess& process : found.processes)
             if (process.name() == daemon.name) there.push_back(process.command);
+        // l2tpd starts it, with words of its own.
+        if (daemon.name == "pppd" && running.contains("l2tpd")) continue;
         const auto [first, last] = running.equal_range(daemon.name);
         for (auto one = first; one != last; ++one) {
             const Running& wanted = one->second;

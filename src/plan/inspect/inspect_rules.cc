@@ -75,11 +75,17 @@ void RuleComparison::compare(const Chain& wanted, const Chain& found) {
         for (size_t i = change.from; i < change.to; i++) missing.push_back(i);
         for (size_t i = change.other_from; i < change.other_to; i++) extra.push_back(i);
     }
+    // Each start adds the rules of the table mangle once more.
+    const auto is_repeated = [&](const std::string& rule) {
+        return wanted.table == "mangle" && std::ranges::count(texts, rule) > 0 &&
+               std::ranges::count(there, rule) > 0;
+    };
     const bool lent = std::ranges::count(lent_chains, wanted.name) > 0;
     for (const size_t rule : missing) {
         const auto moved =
             std::ranges::find_if(extra, [&](size_t other) { return there[other] == texts[rule]; });
         const Rule& one = wanted.rules[rule];
+        if (is_repeated(texts[rule])) continue;
         if (moved == extra.end()) {
             put(wanted, one.text(), "", &one);
         } else {
@@ -89,9 +95,7 @@ void RuleComparison::compare(const Chain& wanted, const Chain& found) {
         }
     }
     for (const size_t rule : extra) {
-        // Each start adds the rules of the table mangle once more.
-        const bool again = wanted.table == "mangle" && std::ranges::count(texts, there[rule]) > 0;
-        if (!lent && !again) put(wanted, "", found.rules[rule].text());
+        if (!lent && !is_repeated(there[rule])) put(wanted, "", found.rules[rule].text());
     }
 }
 
@@ -136,22 +140,37 @@ void inspect_unknown(const SavedRules& saved, Deviations& list) {
 
 }  // namespace
 
-void inspect_rules(const Bundle& bundle, const ExpectedRouter& expected, Deviations& list) {
+void inspect_rules(const Bundle& bundle, const FoundRouter& found, const ExpectedRouter& expected,
+                   Deviations& list) {
     const std::optional<SavedRules> found_rules = rules_in(bundle);
     if (!found_rules) return;
+    // Rules are made for the link's address and MTU, which are gone with it.
+    if (expected.firewall() && found.lacks_wan_address()) {
+        list.push_back({.kind = Deviation::Kind::Rule,
+                        .what = "the packet filter",
+                        .expected = "the rules of a link that is up",
+                        .found = "not compared: " + found.wan_interface() + " has no address",
+                        .fix = "make another archive when the link is up",
+                        .note = true});
+        return;
+    }
     const SavedRules& saved = *found_rules;
     const Netfilter wanted = expected.rules();
     RuleComparison comparison(expected, list);
     for (const Chain& chain : wanted.chains) {
-        const Chain* const found = saved.tables.find(chain.table, chain.name);
-        if (found)
-            comparison.compare(chain, *found);
+        const Chain* const there = saved.tables.find(chain.table, chain.name);
+        if (there)
+            comparison.compare(chain, *there);
         else if (!chain.policy)
             comparison.put(chain, "the chain", "");
     }
-    for (const Chain& chain : saved.tables.chains)
-        if (!wanted.find(chain.table, chain.name))
-            comparison.put(chain, "", "a chain that rc does not make");
+    for (const Chain& chain : saved.tables.chains) {
+        if (wanted.find(chain.table, chain.name)) continue;
+        // A table that rc does not use has the kernel's own chains, which have policies.
+        if (!chain.policy) comparison.put(chain, "", "a chain that rc does not make");
+        for (const Rule& rule : chain.rules)
+            if (chain.policy) comparison.put(chain, "", rule.text());
+    }
     inspect_unknown(saved, list);
     inspect_counters(saved, list);
 }
