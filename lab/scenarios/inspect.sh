@@ -3,6 +3,8 @@
 
 # shellcheck source=lib/firewall.sh
 . "$lab/lib/firewall.sh"
+# shellcheck source=lib/inspect.sh
+. "$lab/lib/inspect.sh"
 
 if [ ! -x "$build/bin/rcplan" ]; then
     echo "this build has no rcplan (RC_WORKSTATION is off)"
@@ -20,16 +22,10 @@ all_on() {
     install_firewall
     install -m 755 "$lab/adapters/iptables-save" "$root/usr/sbin/"
     install -m 755 "$lab/adapters/daemon" "$root/usr/sbin/pppoe-relay"
-    sed -i -e '/rc httpd start/d; /rc dhcpd start/d' -e "s,^/usr/sbin/rc lan start,/usr/sbin/syslogd \&\n\
-for app in lan wlan syslogd httpd dhcpd ntp route ripd upnp; do /usr/sbin/rc \$app start; done," "$root/etc/rcS_router"
+    boot_starts_all
     console rc init
     comes "the WAN is up: /tmp/wan_uptime" on_router /tmp/wan_uptime
     services_started
-}
-
-# No run of rc is under way.
-at_rest() {
-    event_script_ended && ! router pidof rc > /dev/null && gone /var/run/my_pid_service
 }
 
 # report: leaves in $report what inspect says of the router now.
@@ -154,3 +150,23 @@ plant "a full file system" "trap file system /mnt" \
 plant "a log that keeps the DDNS client from starting" "trap /tmp/ddns_update.log" "echo 14 > /tmp/ddns_update.log" \
     "rm /tmp/ddns_update.log"
 says_nothing "after all repairs"
+
+step "With a fixed address"
+console nvram set wan_mode=ip fix_ipaddr=203.0.113.7 fix_gateway=203.0.113.1 wan_dns1=203.0.113.53
+console nvram commit
+power_off
+all_on
+says_nothing "a router after its boot"
+plant "no default route" "route 0.0.0.0" "route del default" "route add default gw $provider_gateway"
+plant "the port has another address, which takes the default route along" "interface eth2.2; route 0.0.0.0" "ifconfig eth2.2 203.0.113.8"
+
+step "As an access point"
+console nvram set ap_mode=1 ap_gateway=192.168.1.1 ap_dns=192.168.1.53 lan_ipaddr=192.168.1.2
+console nvram commit
+power_off
+power_on || exit 1
+console rc init
+comes "mini_httpd runs" running mini_httpd
+wait_until at_rest
+says_nothing "an access point after its boot"
+plant "the web server has ended" "process mini_httpd" "killall mini_httpd"
