@@ -21,3 +21,8 @@ same "ppp0's MTU" 1484 "$mtu"
 same "the MAC address that the provider sees" "$board_wan_mac" \
     "$(ps | sed -n 's/.*[p]ppoe .* -e [0-9]*:\([0-9a-f:]*\).*/\1/p' | sort -u)"
 services_started
+
+step "What rcplan inspect says, on the host, of the router with a PPPoE session"
+archive "a router that has dialled" ""
+router rc firewall restart > "$world/output" 2>&1
+archive "after rc firewall restart" ""

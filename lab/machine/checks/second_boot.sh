@@ -19,6 +19,7 @@ links_secrets "$password"
 start_pppoe_server "gold line"
 
 step "After the power cut the committed settings are there again, and the boot dials"
+boot_starts_all
 power_on || exit 1
 same "a committed setting" pppoe "$(setting wan_mode)"
 same "a setting not committed" Router "$(setting device_name)"

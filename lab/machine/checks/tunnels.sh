@@ -23,6 +23,7 @@ router /usr/lab/iptables -w -t raw -A OUTPUT -p tcp --dport 1723 -j CT --helper 
 # The options that rc gives to pppd do not request MPPE, and then Debian's pppd refuses it. A board whose providers need
 # MPPE enables it in pppd's options file.
 echo require-mppe-128 > "$root/etc/ppp/options"
+console nvram commit
 console rc wan start
 comes "the link is up: /tmp/wan_uptime, and an address of ppp0" link_is_up
 same "ppp0's address" 10.65.0.2 "$(address_of ppp0)"
@@ -33,6 +34,15 @@ comes "both ends agree on MPPE" grep -q 'MPPE 128-bit stateless compression enab
 services_started
 reaches "a page of the Internet through the tunnel" shop 10.65.0.2 pc1 "http://$shop/cgi-bin/who"
 rm "$root/etc/ppp/options"
+# The call is tracked by now; the rule is not rc's.
+router /usr/lab/iptables -w -t raw -F OUTPUT
+archive "a router with a PPTP tunnel" ""
+router route del -host "$tunnel_server"
+archive "the route to the tunnel's server is gone" "route $tunnel_server"
+router route add -host "$tunnel_server" gw "$provider_gateway"
+router killall pppd
+comes "pppd has ended, and ppp0 is gone" link_is_down
+archive "pppd has ended" "wan wan (pptp); process pppd"
 console rc wan stop
 comes "pppd has ended, and ppp0 is gone" link_is_down
 
@@ -50,10 +60,12 @@ l2tp_server=$provider_gateway
 l2tp_username=$links_user
 l2tp_password=${password//\\/\\\\}
 END
+console nvram commit
 console rc wan start
 comes "the link is up: /tmp/wan_uptime, and an address of ppp0" link_is_up
 same "ppp0's address" 10.66.0.2 "$(address_of ppp0)"
 services_started
 reaches "a page of the Internet through the tunnel" shop 10.66.0.2 pc1 "http://$shop/cgi-bin/who"
+archive "a router with an L2TP tunnel" ""
 console rc wan stop
 comes "pppd has ended, and ppp0 is gone" link_is_down

@@ -31,7 +31,8 @@ booted() {
 # power_on: the router boots without input, as from its inittab.
 power_on() {
     plug_router
-    mount -t sysfs sysfs "$root/sys"
+    # sysfs shows the interfaces of the namespace in which it is mounted.
+    nsenter --net="$world/net/router" mount -t sysfs sysfs "$root/sys"
     mount -t devtmpfs dev "$root/dev"
     mount -t devpts devpts "$root/dev/pts"
     mount -t jffs2 mtd1 "$root/flash"

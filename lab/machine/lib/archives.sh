@@ -1,0 +1,21 @@
+# Archives of the router for the host, which looks at them with rcplan inspect: the machine has no workstation's programs.
+# shellcheck shell=bash
+
+archives=/share/archives
+archive_number=0
+
+# archive WHAT DEVIATIONS: `nvram bundle` writes an archive, and the host compares what rcplan inspect finds in it with the
+# headlines ("process pppd; route 198.51.100.90"); empty if the router is as it should be.
+archive() {
+    local began ended file
+    archive_number=$((archive_number + 1))
+    file=$archives/$part.$(printf %02d "$archive_number")
+    mkdir -p "$archives"
+    comes "no run of rc is under way" at_rest
+    read -r began _ < /proc/uptime
+    router nvram bundle - > "$file.tar.gz" || failed "the archive"
+    read -r ended _ < /proc/uptime
+    printf '%s\n%s\n' "$1" "$2" > "$file.expected"
+    printf '(an archive of the router, made in %s s: %s)\n' \
+        "$(awk -v began="$began" -v ended="$ended" 'BEGIN { printf "%.1f", ended - began }')" "$1"
+}
