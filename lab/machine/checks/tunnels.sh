@@ -3,6 +3,8 @@
 
 # The other links are checked without the services, which would react to them.
 console nvram set qos_enable=0
+# The schedule's checks have changed time_daylight, which the log's configuration has too.
+router rc syslogd restart > "$world/output" 2>&1
 
 step "PPTP over a fixed address, with MS-CHAP v2 and MPPE as the server demands"
 for_step "adapter pppd"
