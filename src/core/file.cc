@@ -2,10 +2,11 @@
 
 #include "core/file.h"
 
+#include <ctype.h>
+#include <limits.h>
 #include <stdarg.h>
 
 #include "core/platform.h"
-#include "core/text.h"
 
 File open_file(const char* path, const char* mode) {
     return File(platform::open_file(path, mode));
@@ -44,8 +45,18 @@ bool File::seek(long offset) {
 }
 
 std::optional<long long> File::read_number() {
-    // Of a number beyond the range, scanf's "%lld" makes something else in each C library.
-    char digits[64];
-    if (fscanf(stream_.get(), " %63[-+0123456789]", digits) != 1) return std::nullopt;
-    return scan_number(digits);
+    // By hand: of a number beyond the range, scanf's "%lld" makes something else in each C library.
+    FILE* const in = stream_.get();
+    int c = getc(in);
+    while (isspace(c)) c = getc(in);
+    const int sign = c == '-' ? -1 : 1;
+    if (c == '-' || c == '+') c = getc(in);
+    if (!isdigit(c)) return std::nullopt;
+    long long number = 0;
+    bool beyond = false;
+    for (; isdigit(c); c = getc(in))
+        beyond |= __builtin_mul_overflow(number, 10, &number) ||
+                  __builtin_add_overflow(number, sign * (c - '0'), &number);
+    if (!beyond) return number;
+    return sign < 0 ? LLONG_MIN : LLONG_MAX;
 }

@@ -155,6 +155,14 @@ TEST_F(CommandTest, ReadsANumberAtTheStartOfAFile) {
     EXPECT_EQ(open_file("/blanks", "r").read_number(), -7);
     played_.world.put("/large", "99999999999999999999");
     EXPECT_EQ(open_file("/large", "r").read_number(), INT64_MAX);
+    played_.world.put("/small", "-99999999999999999999 1");
+    EXPECT_EQ(open_file("/small", "r").read_number(), INT64_MIN);
+    played_.world.put("/least", "-9223372036854775808");
+    EXPECT_EQ(open_file("/least", "r").read_number(), INT64_MIN);
+    played_.world.put("/zeros", "+" + std::string(1'000, '0') + "15-3");
+    EXPECT_EQ(open_file("/zeros", "r").read_number(), 15);
+    played_.world.put("/sign", "- 5");
+    EXPECT_EQ(open_file("/sign", "r").read_number(), std::nullopt);
     EXPECT_EQ(open_file("/text", "r").read_number(), std::nullopt);
     EXPECT_EQ(open_file("/empty", "r").read_number(), std::nullopt);
     EXPECT_FALSE(open_file("/missing", "r"));
