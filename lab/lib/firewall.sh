@@ -73,7 +73,7 @@ install_firewall() {
     done
     install -D -m 755 "$(command -v tc)" "$root/usr/lab/tc"
     install_libraries "$root/usr/lab/tc"
-    install -m 755 "$lab/adapters/iptables" "$lab/adapters/tc" "$root/usr/sbin/"
+    install -m 755 "$lab/adapters/iptables" "$lab/adapters/iptables-save" "$lab/adapters/tc" "$root/usr/sbin/"
     # The router's kernel does not show the frames of a bridge to iptables.
     router sh -c 'cd /proc/sys/net/bridge 2>/dev/null && echo 0 > bridge-nf-call-iptables'
 }

@@ -20,7 +20,6 @@ new_provider
 all_on() {
     power_on || exit 1
     install_firewall
-    install -m 755 "$lab/adapters/iptables-save" "$root/usr/sbin/"
     install -m 755 "$lab/adapters/daemon" "$root/usr/sbin/pppoe-relay"
     boot_starts_all
     console rc init
