@@ -80,7 +80,7 @@ class Bare(unittest.TestCase):
         missing = members["missing"].decode()
         for name, tool in (("iptables.filter", "iptables"), ("iptables.nat", "iptables"),
                            ("iptables.mangle", "iptables"), ("iptables-save", "iptables-save"),
-                           ("ifconfig", "ifconfig"), ("ip_addr", "ip"), ("route", "route"), ("brctl", "/sbin/brctl"),
+                           ("ifconfig", "/sbin/ifconfig"), ("ip_addr", "ip"), ("route", "/sbin/route"), ("brctl", "/sbin/brctl"),
                            ("lsmod", "lsmod"), ("mount", "mount"), ("df", "df"), ("free", "free"), ("dmesg", "dmesg")):
             self.assertRegex(missing, rf"(?m)^commands/{name}: (there is no {tool}|not in use)$")
         self.assertIn("modes: there is no ls\n", missing)

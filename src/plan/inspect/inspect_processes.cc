@@ -22,9 +22,10 @@ std::string joined_words(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words)
         if (word != "&") text += word + " ";
-    const auto spaces =
-        std::ranges::unique(text, [](char a, char b) { return a == ' ' && b == ' '; });
-    text.erase(spaces.begin(), spaces.end());
+    // clang 14 does not compile GCC's std::ranges::unique.
+    text.erase(
+        std::unique(text.begin(), text.end(), [](char a, char b) { return a == ' ' && b == ' '; }),
+        text.end());
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
