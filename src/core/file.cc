@@ -47,14 +47,14 @@ bool File::seek(long offset) {
 std::optional<long long> File::read_number() {
     // By hand: of a number beyond the range, scanf's "%lld" makes something else in each C library.
     FILE* const in = stream_.get();
-    int c = getc(in);
-    while (isspace(c)) c = getc(in);
+    int c = fgetc(in);
+    while (isspace(c)) c = fgetc(in);
     const int sign = c == '-' ? -1 : 1;
-    if (c == '-' || c == '+') c = getc(in);
+    if (c == '-' || c == '+') c = fgetc(in);
     if (!isdigit(c)) return std::nullopt;
     long long number = 0;
     bool beyond = false;
-    for (; isdigit(c); c = getc(in))
+    for (; isdigit(c); c = fgetc(in))
         beyond |= __builtin_mul_overflow(number, 10, &number) ||
                   __builtin_add_overflow(number, sign * (c - '0'), &number);
     if (!beyond) return number;
