@@ -30,7 +30,8 @@ std::string with_backslashes(std::string_view text, std::string_view before) {
     return whole;
 }
 
-// The number behind one of the signs that tell of the text itself, '>' and '<'; 0 if there is none.
+// A length in a row's condition: after '>' the least that the text must have, after '<' how much of
+// it rc writes. 0 if the condition has none.
 std::size_t length_in(const Sink& sink, char sign) {
     std::string_view rest = sink.when;
     while (!rest.empty()) {

@@ -32,7 +32,7 @@ wifi_wep_on=2
 
 LOGS = ("/var/ppp_dbg", "/tmp/ppp_log", "/tmp/ddns_update.log", "/var/log/messages")
 
-# What the shell that runs this is started with is a process's words, too.
+# The shell gets this script as an argument, so its text is also found among the processes' words.
 ROUTER = r"""
 nvram set wan_mode=l2tp; rc wan start
 nvram set wan_mode=bpa; rc wan start

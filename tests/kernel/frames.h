@@ -35,7 +35,7 @@ struct Arrival {
 Bytes frame_of(const WirePacket& packet, unsigned id, const Mac& from, const Mac& to);
 // The packet alone, from its IP header on.
 Bytes packet_bytes(const WirePacket& packet, unsigned id);
-// From the IP header on; nullopt if it is none of frame_of.
+// Reads a packet that begins with its IP header; nullopt if frame_of did not make it.
 std::optional<Arrival> read_arrival(std::span<const unsigned char> bytes);
 
 Mac mac_of(const std::string& text);

@@ -163,7 +163,7 @@ TEST(Sinks, LinesNameOtherSettings) {
                                                everything, "", "log_dos^1"}));
 }
 
-// What another state of the router can bring about is no condition on the settings.
+// A line that is only written once the WAN is up does not depend on settings for that.
 TEST(Sinks, LinesOfALaterStateCount) {
     const std::vector<std::string> words = {"rc", "planted", "start"};
     const World router = router_with(

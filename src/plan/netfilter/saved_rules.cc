@@ -88,7 +88,7 @@ std::string target_text(const Rule& rule) {
     if (rule.target == "MARK")
         for (const char* const name : {"--set-mark", "--set-xmark"})
             if (const std::string* const mark = target_option(rule, name)) return mark_text(*mark);
-    // What iptables does without the option.
+    // iptables rejects in this way if the rule does not say how.
     if (rule.target == "REJECT" && !target_option(rule, "--reject-with"))
         return "REJECT --reject-with icmp-port-unreachable";
     std::vector<std::string> options;

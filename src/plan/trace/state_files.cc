@@ -42,7 +42,7 @@ void add(std::string_view path, std::set<std::string>& found) {
         found.insert(std::string(path));
 }
 
-// What a shell line names in the folders that are empty at boot.
+// Adds the paths in a shell line that are below /tmp or /var, which are empty at boot.
 void add_named(std::string_view line, std::set<std::string>& found) {
     for (size_t at = line.find('/'); at != std::string_view::npos; at = line.find('/', at)) {
         const size_t end = std::min(line.find_first_not_of(in_paths, at), line.size());
