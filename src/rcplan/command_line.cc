@@ -26,6 +26,9 @@ void add_router_options(CLI::App& command, RouterOptions& options) {
         .add_option("--world", options.world_file,
                     "the rest of the router: interfaces, processes, files, clock (rcplan(1))")
         ->type_name("FILE");
+    command.add_option("--clock", options.clock, "the time on the router, in UTC")
+        ->type_name("'YYYY-MM-DD HH:MM:SS'")
+        ->take_last();
 }
 
 void add_secrets_option(CLI::App& command, bool& shown) {

@@ -1,11 +1,15 @@
 // rcplan exposure: what the firewall lets in, which rules are never used, and what gets past
 // blocks.
 
+#include <algorithm>
 #include <iostream>
+#include <iterator>
 
 #include "core/text.h"
 #include "plan/exposure/expectations.h"
 #include "plan/exposure/exposure.h"
+#include "plan/exposure/moments.h"
+#include "plan/netfilter/saved_rules.h"
 #include "plan/trace/redaction.h"
 #include "rcplan/exposure_json.h"
 #include "rcplan/exposure_text.h"
@@ -21,6 +25,7 @@ std::string packet_call(const ExposureOptions& options, const std::string& wan_a
         call += " --settings " + options.router.settings_file;
     for (const std::string& set : options.router.sets) call += " --set '" + set + "'";
     if (!options.router.world_file.empty()) call += " --world " + options.router.world_file;
+    if (!options.router.clock.empty()) call += " --clock '" + options.router.clock + "'";
     if (!wan_address.empty()) call += " --wan-address " + wan_address;
     return call;
 }
@@ -34,8 +39,22 @@ std::string no_such_interface(const Networks& networks) {
            networks.lan_if + ") or one of the world file";
 }
 
-int check_expectations(const Firewall& firewall, const PacketSpace& space, const std::string& path,
-                       const std::string& call) {
+// The settings behind a firewall's rules, without secrets.
+struct TracedRules {
+    explicit TracedRules(const Firewall& firewall)
+        : traced(trace(firewall.plan, {},
+                       [](const Input& input) { return input.kind == Input::Kind::Setting; })),
+          provenance(Redaction(firewall.plan, traced).provenance(traced)),
+          settings(firewall, provenance) {}
+
+    Provenance traced;
+    Provenance provenance;
+    RuleSettings settings;
+};
+
+// The statements are to hold at all moments; the first one is that of the call.
+int check_expectations(const std::vector<const Firewall*>& firewalls, const PacketSpace& space,
+                       const std::string& path, const std::string& call) {
     const std::optional<std::string> text = read_file(path);
     if (!text) return status_wrong_use;
     const auto read = read_expectations(*text);
@@ -46,16 +65,23 @@ int check_expectations(const Firewall& firewall, const PacketSpace& space, const
     int status = status_done;
     for (const Expectation& expected : std::get<std::vector<Expectation>>(read)) {
         // From an interface that is not there nothing comes, and every "never" would hold.
-        if (!has_interface(firewall.networks, interface_named(firewall.networks, expected.from))) {
+        const Networks& networks = firewalls[0]->networks;
+        if (!has_interface(networks, interface_named(networks, expected.from))) {
             complain(path + ":" + std::to_string(expected.line) + ": " + expected.from +
-                     no_such_interface(firewall.networks));
+                     no_such_interface(networks));
             return status_wrong_use;
         }
-        const std::string packet = contradiction(firewall, space, expected);
-        if (packet.empty()) continue;
-        status = status_differs;
-        print(path + ":" + std::to_string(expected.line) + ": does not hold: " +
-              escape_line(expected.text) + "\n    " + call + " " + packet + "\n");
+        for (const Firewall* firewall : firewalls) {
+            const std::string packet = contradiction(*firewall, space, expected);
+            if (packet.empty()) continue;
+            status = status_differs;
+            const bool now = firewall == firewalls[0];
+            print(path + ":" + std::to_string(expected.line) + ": does not hold" +
+                  (now ? "" : " " + moment_text(firewall->plan)) + ": " +
+                  escape_line(expected.text) + "\n    " + call + " " +
+                  (now ? "" : clock_words(firewall->plan) + " ") + packet + "\n");
+            break;
+        }
     }
     return status;
 }
@@ -85,17 +111,35 @@ int exposure_verb(const ExposureOptions& options) {
         complain("--from " + options.from + no_such_interface(firewall.networks));
         return status_wrong_use;
     }
-    const Netfilter* const tables[] = {&firewall.tables};
+    const std::optional<World> later = at_other_state(plan);
+    const Plan plan_later = make_plan(later.value_or(*router), words);
+    const Firewall firewall_later(plan_later);
+    const bool changes = !same_rules(firewall.tables, firewall_later.tables);
+    const Netfilter* const tables[] = {&firewall.tables, &firewall_later.tables};
     const PacketSpace space(tables);
     const std::string call = packet_call(options, wan_address);
-    if (!options.expect.empty()) return check_expectations(firewall, space, options.expect, call);
+    if (!options.expect.empty()) {
+        std::vector<const Firewall*> firewalls = {&firewall};
+        if (changes) firewalls.push_back(&firewall_later);
+        return check_expectations(firewalls, space, options.expect, call);
+    }
 
-    const Provenance traced = trace(plan);
-    const Provenance provenance = Redaction(plan, traced).provenance(traced);
-    const RuleSettings settings(firewall, provenance);
-    std::vector<ExposureRow> rows = open_rows(firewall, space, settings, in);
-    for (auto* more : {&escape_rows, &unused_rows})
-        for (ExposureRow& row : more(firewall, space, settings)) rows.push_back(std::move(row));
+    const TracedRules traced(firewall);
+    const Moment now = {.firewall = firewall, .settings = traced.settings};
+    std::vector<ExposureRow> rows;
+    const auto add = [&rows](std::vector<ExposureRow> more) {
+        std::ranges::move(more, std::back_inserter(rows));
+    };
+    if (changes) {
+        const TracedRules traced_later(firewall_later);
+        const Moment other = {.firewall = firewall_later, .settings = traced_later.settings};
+        add(open_rows_at(now, other, space, in));
+        add(schedule_escape_rows(now, other, space));
+    } else {
+        add(open_rows(firewall, space, now.settings, in));
+    }
+    add(escape_rows(firewall, space, now.settings));
+    add(unused_rows(firewall, space, now.settings));
     if (options.json) {
         for (const ExposureRow& row : rows) std::cout << exposure_json(row);
         return status_done;

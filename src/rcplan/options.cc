@@ -54,10 +54,18 @@ std::optional<StatedRouter> read_router(const RouterOptions& options) {
     std::optional<Settings> settings = stated_settings(options);
     if (!settings) return std::nullopt;
     StatedRouter router = {.settings = std::move(*settings), .world = {}};
-    if (options.world_file.empty()) return router;
-    std::optional<World> world = read_world(options.world_file);
-    if (!world) return std::nullopt;
-    router.world = std::move(*world);
+    if (!options.world_file.empty()) {
+        std::optional<World> world = read_world(options.world_file);
+        if (!world) return std::nullopt;
+        router.world = std::move(*world);
+    }
+    if (options.clock.empty()) return router;
+    const std::optional<long long> clock = read_clock(options.clock);
+    if (!clock) {
+        complain("--clock " + options.clock + ": not a time; expected YYYY-MM-DD HH:MM:SS, in UTC");
+        return std::nullopt;
+    }
+    router.world.clock_microseconds = *clock;
     return router;
 }
 

@@ -9,11 +9,12 @@
 #include "plan/router/settings.h"
 #include "plan/router/world.h"
 
-// --settings, --set and --world.
+// --settings, --set, --world and --clock.
 struct RouterOptions {
     std::string settings_file;
     std::vector<std::string> sets;
     std::string world_file;
+    std::string clock;
 };
 
 // The options' files, read.

@@ -15,10 +15,11 @@ fail() {
 }
 
 # expect STATUS WORDS...: runs rcplan exposure on the settings, output in "out", messages in "err".
+settings=settings
 expect() {
     wanted=$1
     shift
-    "$rcplan" exposure --settings settings "$@" > out 2> err
+    "$rcplan" exposure --settings $settings "$@" > out 2> err
     status=$?
     [ "$status" = "$wanted" ] || fail "rcplan exposure $*: status $status, expected $wanted"
 }
@@ -26,6 +27,14 @@ expect() {
 # said FILE TEXT: the file has that line.
 said() {
     grep -qxF -- "$2" "$1" || fail "no line '$2' in $1"
+}
+
+# accepted_calls: the packet of each row is accepted, at the time that it names.
+accepted_calls() {
+    grep '^    rcplan packet ' out > calls
+    while read -r _ words; do
+        eval "\"$rcplan\" $words --no-why" > packet 2> err || fail "not accepted: $words"
+    done < calls
 }
 
 cp "$source/lab/root/etc/default" settings
@@ -45,13 +54,8 @@ said out "tcp 8000 from anyone to 192.168.1.9 port 80, always"
 said out "tcp 8080 from anyone to router port 80, only at most 100 a second"
 said out "    <- fw_in_rules entry 1"
 said out "Never used, of the settings"
-# The packet of each row is accepted.
-grep '^    rcplan packet ' out > calls
+accepted_calls
 [ "$(wc -l < calls)" -ge 2 ] || fail "too few packets"
-while read -r _ words; do
-    # shellcheck disable=SC2086  # Words.
-    "$rcplan" $words --no-why > packet 2> err || fail "not accepted: $words"
-done < calls
 
 expect 0 --json
 cat > rows.py << 'END'
@@ -99,5 +103,49 @@ said out "B closes for connections from eth2.2"
 "$rcplan" diff --json settings b > out 2> err
 grep -q '"type":"exposure","change":"opens","kind":"open","proto":"tcp","ports":"8001"' out ||
     fail "diff --json: no opening"
+
+# The LAN is blocked on Mondays from 8 to 17; 2024-01-01 was one.
+cp "$source/lab/root/etc/default" settings
+printf 'ac_control=1\nac_sch=1\nfw_schedule=1:8:0-17:0\\x01\ntime_zone=UTC0\ntime_daylight=0\n' >> settings
+for now in 07:59 08:00; do
+    expect 0 --from lan --clock "2024-01-01 $now:00"
+    grep -q ' to anywhere, only while the schedule is closed$' out || fail "$now: the LAN is not blocked by times"
+    grep -q 'anyone to router, always' out || fail "$now: the router's own services do not follow the schedule"
+    ! grep -q 'while the schedule is open' out || fail "$now: nothing is let through by the blocks"
+    grep -q ' gets past ac_control while the schedule is closed$' out || fail "$now: no escape by the schedule"
+    said out '    <- fw_schedule'
+    accepted_calls
+done
+grep -q -- "--clock '2024-01-01 17:00:00' --in br0 " calls || fail "no packet at the time when the schedule closes"
+printf 'lan reaches tcp 443 at 198.51.100.80\n' > statements
+expect 1 --expect statements --clock '2024-01-01 07:00:00'
+said out 'statements:1: does not hold while the schedule is open: lan reaches tcp 443 at 198.51.100.80'
+grep -q -- "--clock '2024-01-01 08:00:00'" out || fail "no packet at the time when the schedule opens"
+expect 1 --expect statements --clock '2024-01-01 08:00:00'
+said out 'statements:1: does not hold: lan reaches tcp 443 at 198.51.100.80'
+expect 2 --clock monday
+said err "rcplan: --clock monday: not a time; expected YYYY-MM-DD HH:MM:SS, in UTC"
+# A schedule that is open all week has no other state.
+cp settings week
+{
+    printf 'fw_schedule='
+    for day in 0 1 2 3 4 5 6; do printf '%s:0:0-24:0\\x01' $day; done
+    echo
+} >> week
+settings=week
+expect 0 --from lan
+settings=settings
+! grep -q 'while the schedule' out || fail "the schedule is always open"
+# Keywords by schedule.
+printf 'ac_control=0\nfw_block=2\nfw_block_keyword=casino\\x01poker\\x01\n' >> settings
+expect 0 --from lan
+grep -q ' gets past fw_block_keyword while the schedule is closed$' out || fail "keywords follow the schedule"
+said out 'tcp 80 from anyone to anywhere, only belongs to no connection; if the payload contains "casino" or "poker"; while the schedule is closed'
+accepted_calls
+# Only web requests are searched.
+expect 0 --from lan --set fw_block=1
+said out "anyone gets past fw_block_keyword: only tcp 80 is searched"
+accepted_calls
+grep -q -- "--dport 443 .*--string " calls || fail "no packet with the keyword to another port"
 
 [ "$failures" = 0 ]

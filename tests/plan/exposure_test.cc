@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "plan/exposure/expectations.h"
+#include "plan/exposure/moments.h"
 #include "plan/exposure/opening_words.h"
 #include "plan/netfilter/packet_walk.h"
 #include "random_settings.h"
@@ -328,6 +329,74 @@ TEST(Exposure, AgreesWithSinglePacketsForRandomSettings) {
         compare_with_walks(Walked(settings), random, 60);
         if (testing::Test::HasFailure()) break;
     }
+}
+
+// A packet is in a row without a time if both states of the schedule let it through, and in a row
+// of one state if only that one does.
+TEST(Exposure, BothStatesOfTheScheduleAgreeWithSinglePackets) {
+    const Plan closed = plan_of(factory_with({{"ac_control", "2"},
+                                              {"ac_sch", "1"},
+                                              {"fw_services_def", "MAIL:tcp:25-25"},
+                                              {"access_control", "0000MAIL"},
+                                              {"fw_block", "2"},
+                                              {"fw_block_keyword", "casino\x01poker"},
+                                              {"fw_schedule", "1:8:0-17:0"}}));
+    const std::optional<World> later = at_other_state(closed);
+    ASSERT_TRUE(later);
+    const Plan open = make_plan(*later, closed.words);
+    ASSERT_FALSE(schedule_is_open(closed));
+    ASSERT_TRUE(schedule_is_open(open));
+    const Firewall closed_wall(closed);
+    const Firewall open_wall(open);
+    const PacketSpace space(std::vector<const Netfilter*>{&closed_wall.tables, &open_wall.tables});
+    const Provenance closed_trace = trace(closed);
+    const Provenance open_trace = trace(open);
+    const RuleSettings closed_settings(closed_wall, closed_trace);
+    const RuleSettings open_settings(open_wall, open_trace);
+    const std::vector<ExposureRow> rows =
+        open_rows_at({.firewall = closed_wall, .settings = closed_settings},
+                     {.firewall = open_wall, .settings = open_settings}, space, "br0");
+
+    RandomSettings random(5);
+    size_t only_closed = 0;
+    for (unsigned i = 0; i < 4000; i++) {
+        Packet packet = random_packet(random);
+        packet.in = "br0";
+        if (packet.protocol == protocol_tcp) {
+            const unsigned ports[] = {25, 80, 443};
+            packet.destination_port = ports[random.number(0, 2)];
+            // In the middle of a connection that the router has not seen.
+            if (random.number(0, 1) == 0) {
+                packet.state = ConnectionState::Invalid;
+                packet.tcp_flags = Psh | Ack;
+            }
+            packet.payload = random.one_of({"", "casino", "poker", "chess"});
+        }
+        // Packets of no new connection that leave by the interface they came from reach nobody.
+        const bool goes_back =
+            walk_packet(closed_wall.tables, closed_wall.networks, packet).packet.out == "br0";
+        if (packet.state != ConnectionState::New && goes_back) continue;
+        const auto accepted = [&](const Firewall& wall) {
+            return walk_packet(wall.tables, wall.networks, packet).verdict == Verdict::Accept;
+        };
+        const auto is_in = [&](const char* condition) {
+            return std::ranges::any_of(rows, [&](const ExposureRow& row) {
+                const std::string last = row.when.empty() ? "" : row.when.back();
+                const bool timed = last.find("while the schedule") == 0;
+                return row.state == packet.state && timed == (*condition != '\0') &&
+                       (!timed || last == condition) && space.holds(row.packets, packet);
+            });
+        };
+        const bool in_closed = accepted(closed_wall);
+        const bool in_open = accepted(open_wall);
+        if (in_closed && !in_open) only_closed++;
+        EXPECT_EQ(is_in(""), in_closed && in_open) << packet_words(packet);
+        EXPECT_EQ(is_in("while the schedule is closed"), in_closed && !in_open)
+            << packet_words(packet);
+        EXPECT_EQ(is_in("while the schedule is open"), in_open && !in_closed)
+            << packet_words(packet);
+    }
+    EXPECT_GT(only_closed, 100U);
 }
 
 // A diff of two random routers is what single packets show: a packet is in what was opened if and

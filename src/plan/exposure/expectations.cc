@@ -115,10 +115,7 @@ PacketSet stated_packets(const PacketSpace& space, const Expectation& expected) 
     PacketSet set = PacketSet::everything();
     if (expected.protocol != 0) set = space.with(Field::Protocol, expected.protocol);
     if (expected.ports.empty()) return set;
-    PacketSet ports;
-    for (const NumberRange& range : expected.ports)
-        ports = ports | space.with(Field::DestinationPort, range.first, range.last);
-    return set & ports;
+    return set & space.with(Field::DestinationPort, expected.ports);
 }
 
 // Of an opening, the packets that go to the statement's target.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <map>
 
+#include "plan/exposure/moments.h"
 #include "plan/exposure/opening_words.h"
 #include "plan/netfilter/packet_walk.h"
 
@@ -63,7 +64,8 @@ RuleSettings::RuleSettings(const Firewall& firewall, const Provenance& provenanc
         for (const Rule& rule : chain.rules) {
             rules++;
             for (const Influence& influence : provenance.of(rule.origin))
-                if (influence.input.kind == Input::Kind::Setting) counts[influence.input.name]++;
+                if (influence.input.kind == Input::Kind::Setting && influence.entries.empty())
+                    counts[influence.input.name]++;
         }
     // Which interface and address the LAN has stands in nearly every rule.
     for (const auto& [key, count] : counts)
@@ -113,15 +115,18 @@ Cause cause_by(const RuleSettings& settings) {
     };
 }
 
-std::vector<ExposureRow> rows_of(std::vector<Opening> openings, const Firewall& firewall,
-                                 const PacketSpace& space, const RuleSettings& settings,
-                                 const std::string& in) {
-    std::ranges::stable_sort(openings, [](const Opening& one, const Opening& other) {
+void sort_by_breadth(std::vector<ExposureRow>& rows) {
+    std::ranges::stable_sort(rows, [](const ExposureRow& one, const ExposureRow& other) {
         const bool is_new = one.state == ConnectionState::New;
         const bool other_new = other.state == ConnectionState::New;
         if (is_new != other_new) return is_new;
-        return breadth(one) > breadth(other);
+        return one.breadth > other.breadth;
     });
+}
+
+std::vector<ExposureRow> rows_of(const std::vector<Opening>& openings, const Firewall& firewall,
+                                 const PacketSpace& space, const RuleSettings& settings,
+                                 const std::string& in) {
     std::vector<ExposureRow> rows;
     for (const Opening& opening : openings) {
         ExposureRow row;
@@ -154,8 +159,10 @@ std::vector<ExposureRow> rows_of(std::vector<Opening> openings, const Firewall& 
         row.origin = origin_of(by);
         row.packets = opening.packets;
         row.state = opening.state;
+        row.breadth = breadth(opening);
         rows.push_back(std::move(row));
     }
+    sort_by_breadth(rows);
     return rows;
 }
 
@@ -165,6 +172,26 @@ std::vector<ExposureRow> open_rows(const Firewall& firewall, const PacketSpace& 
                                    const RuleSettings& settings, const std::string& in) {
     return rows_of(openings_of(firewall, space, in, cause_by(settings)), firewall, space, settings,
                    in);
+}
+
+std::vector<ExposureRow> open_rows_at(const Moment& now, const Moment& other,
+                                      const PacketSpace& space, const std::string& in) {
+    const ComparedOpenings compared =
+        compare_openings(now.firewall, other.firewall, space, in, cause_by(now.settings));
+    std::vector<ExposureRow> rows = rows_of(compared.shared, now.firewall, space, now.settings, in);
+    const auto add = [&](const Moment& moment, const std::vector<Opening>& openings) {
+        for (ExposureRow& row : rows_of(openings, moment.firewall, space, moment.settings, in)) {
+            row.when.push_back(moment_text(moment.firewall.plan));
+            if (&moment == &other)
+                row.packet = clock_words(moment.firewall.plan) + " " + row.packet;
+            rows.push_back(std::move(row));
+        }
+    };
+    add(now, compared.beyond);
+    add(other,
+        compare_openings(other.firewall, now.firewall, space, in, cause_by(other.settings)).beyond);
+    sort_by_breadth(rows);
+    return rows;
 }
 
 std::vector<ExposureRow> opened_rows(const Firewall& firewall, const Firewall& other,

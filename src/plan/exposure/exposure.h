@@ -39,8 +39,9 @@ struct ExposureRow {
     std::string why = {};
     // A rule that rc writes itself, whatever the lists of the settings hold.
     bool own = false;
-    // The packets, of Open.
+    // The packets, of Open, and how many combinations of fields they are.
     PacketSet packets = {};
+    double breadth = 0;
     ConnectionState state = ConnectionState::New;
 };
 
@@ -69,6 +70,16 @@ class RuleSettings {
 // From an interface, the widest opening first.
 std::vector<ExposureRow> open_rows(const Firewall& firewall, const PacketSpace& space,
                                    const RuleSettings& settings, const std::string& in);
+// The firewall in one state of the schedule.
+struct Moment {
+    const Firewall& firewall;
+    const RuleSettings& settings;
+};
+
+// As open_rows, at both moments: rows that are there at one of them only have the condition.
+std::vector<ExposureRow> open_rows_at(const Moment& now, const Moment& other,
+                                      const PacketSpace& space, const std::string& in);
+
 // What a firewall lets through, but the other one does not; both in the same space.
 std::vector<ExposureRow> opened_rows(const Firewall& firewall, const Firewall& other,
                                      const PacketSpace& space, const RuleSettings& settings,
@@ -78,6 +89,11 @@ std::vector<ExposureRow> unused_rows(const Firewall& firewall, const PacketSpace
                                      const RuleSettings& settings);
 std::vector<ExposureRow> escape_rows(const Firewall& firewall, const PacketSpace& space,
                                      const RuleSettings& settings);
+
+// What the blocks that follow the schedule let through while it is closed. The state of `now` needs
+// no time to be seen.
+std::vector<ExposureRow> schedule_escape_rows(const Moment& now, const Moment& other,
+                                              const PacketSpace& space);
 
 // The line that adds a rule or sets a policy; empty for a policy that no line has set.
 Place place_of(const Firewall& firewall, const RulePlace& by);

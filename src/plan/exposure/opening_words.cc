@@ -82,18 +82,59 @@ std::string icmp_name(unsigned type) {
     return name == std::to_string(type) ? "type " + name : name;
 }
 
-PacketSet any_of(const PacketSpace& space, Field field, const std::vector<NumberRange>& ranges) {
-    PacketSet set;
-    for (const NumberRange& range : ranges) set = set | space.with(field, range.first, range.last);
-    return set;
-}
-
 // "100/s" as "at most 100 a second".
 std::string rate_text(std::string_view rate) {
     const std::string number(take_field(rate, '/'));
     for (const char* unit : {"second", "minute", "hour", "day"})
         if (std::string_view(unit).starts_with(rate)) return "at most " + number + " a " + unit;
     return "at most " + number;
+}
+
+// "a", "b" and 5 more
+std::string quoted_list(const std::vector<std::string>& texts, const char* last_word) {
+    constexpr size_t shown = 3;
+    std::string text;
+    for (size_t i = 0; i < std::min(texts.size(), shown); i++) {
+        const bool last = i + 1 == texts.size();
+        text += (i == 0 ? "\""
+                 : last ? std::string(" ") + last_word + " \""
+                        : ", \"") +
+                texts[i] + "\"";
+    }
+    if (texts.size() > shown)
+        text += std::string(" ") + last_word + " " + std::to_string(texts.size() - shown) +
+                " other texts";
+    return text;
+}
+
+// Which texts the payload has or lacks.
+void put_payload_conditions(std::vector<std::string>& list, const PacketSpace& space,
+                            const PacketSet& rest) {
+    std::vector<std::string> present;
+    std::vector<std::string> absent;
+    std::vector<std::string> open;
+    PacketSet any_open;
+    for (const std::string& text : space.payloads_that_matter(rest)) {
+        const PacketSet with = space.passing({.field = Field::Payload, .text = text});
+        if (rest.is_within(with)) {
+            present.push_back(text);
+        } else if ((rest & with).is_empty()) {
+            absent.push_back(text);
+        } else {
+            open.push_back(text);
+            any_open = any_open | with;
+        }
+    }
+    if (!present.empty()) list.push_back("if the payload contains " + quoted_list(present, "and"));
+    if (absent.size() == 1)
+        list.push_back("if the payload does not contain " + quoted_list(absent, "or"));
+    else if (!absent.empty())
+        list.push_back("if the payload contains none of " + quoted_list(absent, "and"));
+    if (!open.empty())
+        list.push_back(std::string(rest.is_within(any_open)
+                                       ? "if the payload contains "
+                                       : "depending on whether the payload contains ") +
+                       quoted_list(open, "or"));
 }
 
 }  // namespace
@@ -131,7 +172,7 @@ std::string addresses_text(const std::vector<NumberRange>& addresses) {
 
 std::string sources_text(const PacketSpace& space, const Networks& networks,
                          const Opening& opening) {
-    const PacketSet sources = any_of(space, Field::Source, opening.sources);
+    const PacketSet sources = space.with(Field::Source, opening.sources);
     const PacketSet missing =
         PacketSet::everything() - sources - unroutable(space, networks, Field::Source);
     if (missing.is_empty()) return "anyone";
@@ -143,7 +184,7 @@ std::string sources_text(const PacketSpace& space, const Networks& networks,
 std::string target_text(const PacketSpace& space, const Networks& networks,
                         const Opening& opening) {
     if (opening.to) return networks.is_own(*opening.to) ? "router" : quad_text(*opening.to);
-    const PacketSet set = any_of(space, Field::Destination, opening.destinations);
+    const PacketSet set = space.with(Field::Destination, opening.destinations);
     const auto has = [&](Ipv4 address) {
         return !(set & space.with(Field::Destination, address)).is_empty();
     };
@@ -178,6 +219,19 @@ std::string target_ports_text(const Opening& opening) {
     return ports_text(opening.ports);
 }
 
+PacketSet asked_by(const PacketSpace& space, const Rule& rule, const PacketSet& among) {
+    PacketSet asked = among;
+    for (const Condition& condition : read_rule(rule).conditions) {
+        const Field field = condition.test.field;
+        if (field == Field::In || field == Field::Out || field == Field::State ||
+            field == Field::Mark)
+            continue;
+        const PacketSet passing = space.passing(condition.test);
+        asked = condition.inverted ? asked - passing : asked & passing;
+    }
+    return asked;
+}
+
 std::vector<std::string> conditions_of(const Firewall& firewall, const PacketSpace& space,
                                        const Opening& opening) {
     std::vector<std::string> list;
@@ -193,32 +247,16 @@ std::vector<std::string> conditions_of(const Firewall& firewall, const PacketSpa
         for (const Chain& chain : firewall.tables.chains)
             for (const Rule& rule : chain.rules) {
                 if (rule.target == "LOG") continue;
-                const RuleReading reading = read_rule(rule);
-                PacketSet asked = opening.packets;
-                bool limited = false;
-                for (const Condition& condition : reading.conditions) {
-                    limited = limited || condition.test.field == Field::WithinLimit;
-                    const Field field = condition.test.field;
-                    const bool known = field != Field::In && field != Field::Out &&
-                                       field != Field::State && field != Field::Mark;
-                    const PacketSet set =
-                        known ? space.passing(condition.test) : PacketSet::everything();
-                    asked = condition.inverted && known ? asked - set : asked & set;
-                }
                 const std::string* const rate = option_of(rule, "--limit");
-                if (!limited || asked.is_empty() || !rate) continue;
+                const PacketSet asked = asked_by(space, rule, opening.packets);
+                if (!rate || asked.is_empty()) continue;
                 const std::string text = rate_text(*rate);
                 if (!contains(rates, text)) rates += (rates.empty() ? "" : ", ") + text;
             }
         const bool within = (rest - space.with(Field::WithinLimit, 1)).is_empty();
         list.push_back(within ? rates : "beyond the limit of " + rates);
     }
-    for (const std::string& text : space.payloads_that_matter(rest)) {
-        const FieldTest test = {.field = Field::Payload, .text = text};
-        const bool with = rest.is_within(space.passing(test));
-        list.push_back(std::string("if the payload ") + (with ? "contains" : "does not contain") +
-                       " \"" + text + "\"");
-    }
+    put_payload_conditions(list, space, rest);
     if (space.depends_on(rest, Field::Drawn)) list.emplace_back("by a random choice");
     // The places of the addresses that the rules name; 0 stands for all others.
     const std::vector<std::string>& texts = space.texts(Field::MacSource);

@@ -20,6 +20,9 @@ std::string sources_text(const PacketSpace& space, const Networks& networks,
 std::string target_text(const PacketSpace& space, const Networks& networks, const Opening& opening);
 // The ports there; empty without ports.
 std::string target_ports_text(const Opening& opening);
+// The packets of a set whose fields a rule asks for; interfaces, state and mark are left out.
+PacketSet asked_by(const PacketSpace& space, const Rule& rule, const PacketSet& among);
+
 // Under which conditions, each as "at most 100 a second"; none: always.
 std::vector<std::string> conditions_of(const Firewall& firewall, const PacketSpace& space,
                                        const Opening& opening);

@@ -113,22 +113,16 @@ class Splitter {
             add_ranges(alike->protocols, opening.protocols);
     }
 
-    PacketSet any_of(Field field, const std::vector<NumberRange>& ranges) const {
-        PacketSet set;
-        for (const NumberRange& range : ranges)
-            set = set | space_.with(field, range.first, range.last);
-        return set;
-    }
-
     PacketSet product_of(const Opening& opening) const {
-        PacketSet set = any_of(Field::MacSource, opening.mac_sources) &
-                        any_of(Field::Protocol, opening.protocols) &
-                        any_of(Field::Source, opening.sources) &
-                        any_of(Field::Destination, opening.destinations) & opening.rest;
+        PacketSet set = space_.with(Field::MacSource, opening.mac_sources) &
+                        space_.with(Field::Protocol, opening.protocols) &
+                        space_.with(Field::Source, opening.sources) &
+                        space_.with(Field::Destination, opening.destinations) & opening.rest;
         if (!opening.ports.empty())
-            set = set & any_of(Field::DestinationPort, opening.ports) &
-                  any_of(Field::SourcePort, opening.source_ports);
-        if (!opening.icmp_types.empty()) set = set & any_of(Field::IcmpType, opening.icmp_types);
+            set = set & space_.with(Field::DestinationPort, opening.ports) &
+                  space_.with(Field::SourcePort, opening.source_ports);
+        if (!opening.icmp_types.empty())
+            set = set & space_.with(Field::IcmpType, opening.icmp_types);
         return set;
     }
 };
@@ -253,28 +247,55 @@ void add_openings(std::vector<Opening>& all, const PacketSpace& space, const Gro
     for (Opening& part : parts) all.push_back(std::move(part));
 }
 
+// In which packets may enter that the router did not ask for.
+constexpr ConnectionState uninvited[] = {ConnectionState::New, ConnectionState::Related,
+                                         ConnectionState::Invalid};
+
+// A group's packets that one of the others leads to the same place.
+PacketSet shared_with(const PacketSpace& space, const Group& group,
+                      const std::vector<Group>& others) {
+    PacketSet shared;
+    for (const Group& known : others)
+        shared = shared | (known.packets & led_alike(space, group.common, known.common));
+    return group.packets & shared;
+}
+
 }  // namespace
 
 std::vector<Opening> openings_of(const Firewall& firewall, const PacketSpace& space,
                                  const std::string& in, const Cause& cause) {
     std::vector<Opening> all;
-    for (const ConnectionState state :
-         {ConnectionState::New, ConnectionState::Related, ConnectionState::Invalid})
+    for (const ConnectionState state : uninvited)
         for (const Group& group : groups_of(firewall, space, in, state, cause))
             add_openings(all, space, group);
     return all;
 }
 
 std::vector<Opening> openings_beyond(const Firewall& firewall, const Firewall& other,
-                                     const PacketSpace& space, const std::string& in,
-                                     const Cause& cause) {
-    const std::vector<Group> others = groups_of(other, space, in, ConnectionState::New, cause);
+                                     const PacketSpace& space, const std::string& in) {
+    const std::vector<Group> others = groups_of(other, space, in, ConnectionState::New, {});
     std::vector<Opening> all;
-    for (Group group : groups_of(firewall, space, in, ConnectionState::New, cause)) {
-        for (const Group& known : others)
-            group.packets =
-                group.packets - (known.packets & led_alike(space, group.common, known.common));
+    for (Group group : groups_of(firewall, space, in, ConnectionState::New, {})) {
+        group.packets = group.packets - shared_with(space, group, others);
         if (!group.packets.is_empty()) add_openings(all, space, group);
     }
     return all;
+}
+
+ComparedOpenings compare_openings(const Firewall& firewall, const Firewall& other,
+                                  const PacketSpace& space, const std::string& in,
+                                  const Cause& cause) {
+    ComparedOpenings compared;
+    for (const ConnectionState state : uninvited) {
+        const std::vector<Group> others = groups_of(other, space, in, state, {});
+        for (Group group : groups_of(firewall, space, in, state, cause)) {
+            const PacketSet all = group.packets;
+            group.packets = shared_with(space, group, others);
+            const PacketSet beyond = all - group.packets;
+            if (!group.packets.is_empty()) add_openings(compared.shared, space, group);
+            group.packets = beyond;
+            if (!group.packets.is_empty()) add_openings(compared.beyond, space, group);
+        }
+    }
+    return compared;
 }

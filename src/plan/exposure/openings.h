@@ -71,8 +71,17 @@ std::vector<Opening> openings_of(const Firewall& firewall, const PacketSpace& sp
 // Those that start connections which another firewall, of the same space, does not let through to
 // the same place.
 std::vector<Opening> openings_beyond(const Firewall& firewall, const Firewall& other,
-                                     const PacketSpace& space, const std::string& in,
-                                     const Cause& cause = {});
+                                     const PacketSpace& space, const std::string& in);
+
+// The openings in two parts: what another firewall, of the same space, lets through to the same
+// place too, and what it does not.
+struct ComparedOpenings {
+    std::vector<Opening> shared;
+    std::vector<Opening> beyond;
+};
+ComparedOpenings compare_openings(const Firewall& firewall, const Firewall& other,
+                                  const PacketSpace& space, const std::string& in,
+                                  const Cause& cause);
 
 // The packets that may begin a connection or belong to none, as the openings have them.
 PacketSet entering(const PacketSpace& space, ConnectionState state);

@@ -28,9 +28,41 @@ std::string settings_text(const std::vector<SettingUse>& uses) {
     return text;
 }
 
-std::string taker_text(const RuleSettings& settings, const RulePlace& by) {
-    const std::string behind = settings_text(settings.of(by));
-    return behind.empty() ? rule_name(by) : behind + " (" + rule_name(by) + ")";
+// Who takes packets: "fw_in_rules entry 1 (rule 1 of PF)", "rule 2 of INPUT". Entries of the same
+// lists are told together.
+std::string takers_text(const RuleSettings& settings, const std::vector<RulePlace>& takers) {
+    struct Together {
+        std::vector<SettingUse> uses;
+        std::vector<RulePlace> places;
+    };
+    std::vector<Together> groups;
+    for (const RulePlace& place : takers) {
+        const std::vector<SettingUse> uses = settings.of(place);
+        const auto known = std::ranges::find_if(groups, [&](const Together& group) {
+            return is_of_a_list(uses) &&
+                   std::ranges::equal(group.uses, uses, {}, &SettingUse::key, &SettingUse::key);
+        });
+        if (known == groups.end()) {
+            groups.push_back({.uses = uses, .places = {place}});
+            continue;
+        }
+        add_uses(known->uses, uses);
+        known->places.push_back(place);
+    }
+    std::string text;
+    for (const Together& group : groups) {
+        const std::string behind = settings_text(group.uses);
+        const std::string first = rule_name(group.places.front());
+        const size_t more = group.places.size() - 1;
+        text += text.empty() ? "" : ", ";
+        if (behind.empty())
+            text += first;
+        else if (more == 0)
+            text += behind + " (" + first + ")";
+        else
+            text += behind + " (" + first + " and " + std::to_string(more) + " more)";
+    }
+    return text;
 }
 
 }  // namespace
@@ -73,9 +105,9 @@ std::vector<ExposureRow> unused_rows(const Firewall& firewall, const PacketSpace
         rows.push_back(std::move(row));
     };
     for (const auto& [place, leader] : second.watched) {
-        std::string takers;
-        for (const RuleUse::Taking& taking : second.taken[place])
-            takers += (takers.empty() ? "" : ", ") + taker_text(settings, taking.by);
+        std::vector<RulePlace> by;
+        for (const RuleUse::Taking& taking : second.taken[place]) by.push_back(taking.by);
+        const std::string takers = takers_text(settings, by);
         if (takers.empty())
             add(place, "no packet that it asks for comes to " + place.chain->name,
                 "; take the entry out");
@@ -85,10 +117,9 @@ std::vector<ExposureRow> unused_rows(const Firewall& firewall, const PacketSpace
     }
     for (const auto& [place, by] : dropped) {
         if (arrive.contains(place)) continue;
-        std::string droppers;
-        for (const RulePlace& each : by)
-            droppers += (droppers.empty() ? "" : ", ") + taker_text(settings, each);
-        add(place, "every packet that it forwards is dropped by " + droppers,
+        add(place,
+            "every packet that it forwards is dropped by " +
+                takers_text(settings, {by.begin(), by.end()}),
             "; allow what it forwards, or take the entry out");
     }
     std::ranges::stable_sort(rows, {}, &ExposureRow::own);

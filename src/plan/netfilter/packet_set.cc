@@ -59,11 +59,18 @@ unsigned greatest(int bits) {
 
 PacketSpace::PacketSpace(std::span<const Netfilter* const> tables) {
     for (const Netfilter* each : tables) add_texts(*each);
+    // Rules take their packets out of the rest one after the other. With the last rule's text at
+    // the top of the diagram, each step adds to it instead of making it anew.
+    std::ranges::reverse(payloads_);
     // The library does not survive being ended and begun again, so it stays.
     if (bdd_isrunning() == 0) {
-        constexpr int nodes = 400000;
-        constexpr int cache = 100000;
-        bdd_init(nodes, cache);
+        // The table grows if it has to, which takes longer than to begin with enough.
+        size_t rules = 0;
+        for (const Netfilter* each : tables)
+            for (const Chain& chain : each->chains) rules += chain.rules.size();
+        constexpr size_t many_rules = 300;
+        const int nodes = rules < many_rules ? 100000 : 800000;
+        bdd_init(nodes, nodes / 4);
         // It reports each collection of unused nodes on standard output otherwise.
         bdd_gbc_hook(nullptr);
         // The cache grows with the nodes.
@@ -118,6 +125,12 @@ PacketSet PacketSpace::with(Field field, unsigned first, unsigned last) const {
     const unsigned most = place.count == 0 ? 0 : greatest(place.count);
     if (first > last || first > most) return {};
     return last >= most ? at_least : at_least & at_most;
+}
+
+PacketSet PacketSpace::with(Field field, const std::vector<NumberRange>& ranges) const {
+    PacketSet set;
+    for (const NumberRange& range : ranges) set = set | with(field, range.first, range.last);
+    return set;
 }
 
 PacketSet PacketSpace::passing(const FieldTest& test) const {
@@ -262,6 +275,7 @@ bool PacketSpace::depends_on(const PacketSet& set, Field field) const {
 std::vector<std::string> PacketSpace::payloads_that_matter(const PacketSet& set) const {
     std::vector<std::string> all;
     for (const size_t bit : used_bits(set, Field::Payload)) all.push_back(payloads_[bit]);
+    std::ranges::reverse(all);
     return all;
 }
 

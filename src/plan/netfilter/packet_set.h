@@ -50,6 +50,7 @@ class PacketSpace {
     PacketSet passing(const FieldTest& test) const;
     PacketSet with(Field field, unsigned first, unsigned last) const;
     PacketSet with(Field field, unsigned number) const { return with(field, number, number); }
+    PacketSet with(Field field, const std::vector<NumberRange>& ranges) const;
     // Packets that can exist in this state: ports and flags only where the protocol has them, a
     // payload that contains a text also contains that text's parts.
     PacketSet possible(ConnectionState state) const;

@@ -169,3 +169,10 @@ std::string canonical_text(const Rule& rule) {
     for (const std::string& part : parts) text += part + " ";
     return text + "-> " + target_text(rule);
 }
+
+bool same_rules(const Netfilter& one, const Netfilter& other) {
+    return std::ranges::equal(one.chains, other.chains, [](const Chain& a, const Chain& b) {
+        return a.table == b.table && a.name == b.name && a.policy == b.policy &&
+               std::ranges::equal(a.rules, b.rules, {}, canonical_text, canonical_text);
+    });
+}

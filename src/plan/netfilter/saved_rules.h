@@ -43,4 +43,7 @@ SavedRules read_saved_rules(std::string_view text);
 // `iptables -L`.
 std::string canonical_text(const Rule& rule);
 
+// Whether two firewalls have the same chains with the same policies and rules.
+bool same_rules(const Netfilter& one, const Netfilter& other);
+
 #endif

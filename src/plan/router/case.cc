@@ -107,10 +107,9 @@ std::string CaseReader::take_directive(std::string_view word, const std::string&
         return "";
     }
     if (word == "clock") {
-        tm utc = {};
-        const char* end = strptime(rest.c_str(), "%Y-%m-%d %H:%M:%S", &utc);
-        if (!end || *end) return "clock takes YYYY-MM-DD HH:MM:SS";
-        result_.world.clock_microseconds = timegm(&utc) * 1'000'000LL;
+        const std::optional<long long> clock = read_clock(rest);
+        if (!clock) return "clock takes YYYY-MM-DD HH:MM:SS";
+        result_.world.clock_microseconds = *clock;
         return "";
     }
     if (word == "pid") {

@@ -77,6 +77,13 @@ std::string shown(const std::string& answer) {
 
 }  // namespace
 
+std::optional<long long> read_clock(const std::string& text) {
+    tm utc = {};
+    const char* const end = strptime(text.c_str(), "%Y-%m-%d %H:%M:%S", &utc);
+    if (!end || *end) return std::nullopt;
+    return timegm(&utc) * 1'000'000LL;
+}
+
 const char* kind_name(Input::Kind kind) {
     switch (kind) {
         case Input::Kind::Setting:
@@ -170,9 +177,18 @@ std::string_view image_in_force(const World& world) {
 }
 
 void change_settings(World& world, const SettingChanges& changes) {
-    for (const char* path : {working_copy, flash_image, factory_image})
-        if (const std::string* image = world.get(path))
-            world.put(path, changed_image(*image, changes));
+    // They are often the same text, and changing one takes as long as a run of rc.
+    std::string before;
+    std::string changed;
+    for (const char* path : {working_copy, flash_image, factory_image}) {
+        const std::string* const image = world.get(path);
+        if (image == nullptr) continue;
+        if (changed.empty() || *image != before) {
+            before = *image;
+            changed = changed_image(before, changes);
+        }
+        world.put(path, changed);
+    }
 }
 
 void change_setting(World& world, const std::string& key, const std::optional<std::string>& value) {

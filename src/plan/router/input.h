@@ -39,6 +39,9 @@ const char* kind_name(Input::Kind kind);
 // dotted-quad form, the clock is YYYY-MM-DD HH:MM:SS, the uptime is in seconds.
 std::optional<std::string> value_of_input(const World& world, const Input& input);
 
+// "YYYY-MM-DD HH:MM:SS" in UTC as microseconds since 1970; nullopt if it has another form.
+std::optional<long long> read_clock(const std::string& text);
+
 // The input and its answer as one line of printable ASCII (escape_line): "lan_if=br0",
 // "br0 has the address 192.168.1.1", "there is no file /tmp/ras_ip".
 std::string statement(const Input& input, const std::optional<std::string>& answer);
