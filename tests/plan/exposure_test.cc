@@ -16,6 +16,9 @@
 
 namespace {
 
+// That are drawn at random.
+constexpr unsigned routers = 200;
+
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -323,7 +326,7 @@ TEST(Exposure, AgreesWithSinglePacketsForAFullHouse) {
 
 TEST(Exposure, AgreesWithSinglePacketsForRandomSettings) {
     RandomSettings random(3);
-    for (unsigned i = 0; i < ROUTERS; i++) {
+    for (unsigned i = 0; i < routers; i++) {
         const Settings settings = factory_with(random.draw());
         SCOPED_TRACE("settings " + std::to_string(i));
         compare_with_walks(Walked(settings), random, 60);
@@ -403,7 +406,7 @@ TEST(Exposure, BothStatesOfTheScheduleAgreeWithSinglePackets) {
 // only if B accepts it to a place to which A does not.
 TEST(Exposure, DifferencesAgreeWithSinglePackets) {
     RandomSettings random(4);
-    for (unsigned i = 0; i < ROUTERS / 4; i++) {
+    for (unsigned i = 0; i < routers / 4; i++) {
         const Compared both(factory_with(random.draw()), factory_with(random.draw()));
         const std::vector<Opening> opened = both.opened();
         for (unsigned k = 0; k < 60; k++) {

@@ -197,6 +197,10 @@ TEST(FoundRouter, TimesAndUncommittedSettings) {
     EXPECT_EQ(router.uptime, 86400);
     EXPECT_EQ(router.flash_settings(), (Settings{{"a", "0"}, {"c", "3"}}));
     EXPECT_EQ(router_with_member("about", "date\nuptime x\n").clock, 0);
+    const FoundRouter late =
+        router_with_member("about", "date 9223372036854775807\nuptime 9223372036854775807\n");
+    EXPECT_EQ(late.clock, 0);
+    EXPECT_EQ(late.world().uptime_microseconds, 0);
 }
 
 // No output takes the reader out of step, whatever it is.

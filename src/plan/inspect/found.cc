@@ -203,6 +203,13 @@ void read_mounts(std::string_view output, FoundRouter& router) {
     }
 }
 
+// 0 for a time that no router has.
+long long seconds_in(std::string_view text) {
+    constexpr long long year_10000 = 253'402'300'800;
+    const long long seconds = number_in(text);
+    return seconds >= 0 && seconds < year_10000 ? seconds : 0;
+}
+
 }  // namespace
 
 std::string FoundProcess::name() const {
@@ -274,8 +281,8 @@ FoundRouter found_router(const Bundle& bundle) {
     FoundRouter router;
     router.settings = read_settings(*bundle.get("settings"));
     if (const std::string* const shapes = bundle.get("shapes")) put_stand_ins(router, *shapes);
-    router.clock = number_in(fact(bundle, "date"));
-    router.uptime = number_in(fact(bundle, "uptime"));
+    router.clock = seconds_in(fact(bundle, "date"));
+    router.uptime = seconds_in(fact(bundle, "uptime"));
     for (const auto& [name, content] : bundle.members)
         if (name.starts_with("files/")) router.files[name.substr(5)] = content;
     std::map<int, FoundProcess> processes;
