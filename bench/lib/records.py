@@ -33,15 +33,16 @@ def fuzzing(text):
 
 
 def mutation(text):
-    # Of each seed the first and the last run count: cases were added for the survivors of the first.
+    # Of each seed the first run counts, which nobody had tuned the tests to: cases were added for its survivors.
     runs = {}
     for row in rows(text):
         if row[2:3] and row[2].startswith("`tools/mutate"):
             runs.setdefault(row[2].strip("`"), []).append(row)
     for command, found in runs.items():
         first, last = found[0], found[-1]
-        before = f"; {first[5]} before cases for its survivors" if first is not last else ""
-        yield "mutants that tests detect", f"{last[4]} of {last[3]}, {last[5]}{before}", command
+        after = f"; {last[5]} with cases for its survivors" if first is not last else ""
+        figure = f"{first[4]} of {first[3]}, {first[5]}; {first[8]} without those that behave as the original{after}"
+        yield "mutants that tests detect", figure, command
 
 
 RECORDS = {"coverage": coverage, "mutation": mutation, "fuzzing": fuzzing, "faults": faults}

@@ -198,8 +198,8 @@ class Places(unittest.TestCase):
         self.assertEqual([changed_number(text, 1) for text in ("0", "0x0f", "0755", "1'000", "4u", "0x7f")],
                          ["1", "0x10", "0756", "1001", "5u", "0x80"])
         self.assertEqual([changed_number(text, -1) for text in ("0", "0x10", "10u")], ["(-1)", "0x0f", "9u"])
-        self.assertEqual([changed_unit(unit) for unit in ("a", "9", "x", r"\n", r"\x01", r"\0", "%")],
-                         ["b", "x", "y", r"\t", r"\x02", r"\1", "x"])
+        self.assertEqual([changed_unit(unit) for unit in ("a", "9", "x", r"\n", r"\f", r"\x01", r"\0", "%")],
+                         ["b", "x", "y", r"\t", "_", r"\x02", r"\1", "x"])
         self.assertEqual(set(string_changes('"a b"')), {'" b"', '"b b"', '"ab"', '"a  b"', '"a "', '"a c"'})
         self.assertEqual(string_changes('""'), ['"x"'])
 

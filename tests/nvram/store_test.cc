@@ -418,6 +418,10 @@ TEST(Store, ThePreviousGenerationIsTheOneBeforeTheNewest) {
     nvram::Store store(places);
     EXPECT_EQ(store.previous_image(), std::nullopt);
     EXPECT_EQ(errno, ENOENT);
+    simulated.state.place("/flash/nvram.b", "no generation");
+    errno = 0;
+    EXPECT_EQ(store.previous_image(), std::nullopt);
+    EXPECT_EQ(errno, ENOENT);
     simulated.state.place("/flash/nvram.b", generation(7, "a=7\n"));
     EXPECT_EQ(store.previous_image(), std::nullopt);
     EXPECT_EQ(errno, ENOENT);

@@ -185,6 +185,8 @@ TEST(Text, StrccpyTakesTheFirstItem) {
     EXPECT_EQ(dest, "");
     strccpy(dest, "whole", ':');
     EXPECT_EQ(dest, "whole");
+    strccpy(dest, "1.2 3:4", ':');
+    EXPECT_EQ(dest, "1.2 3");
 }
 
 TEST(Text, TakeFieldWalksAndEnds) {

@@ -162,7 +162,7 @@ def changed_number(literal, step):
 def changed_unit(unit):
     """Another character to replace this one."""
     if unit.startswith("\\"):
-        number = re.fullmatch(r"\\(x?)([0-9a-fA-F]+)", unit)
+        number = re.fullmatch(r"\\(?:(x)(?=[0-9a-fA-F])|(?=[0-7]))([0-9a-fA-F]+)", unit)
         if not number:
             return "\\t" if unit == "\\n" else "_"
         value = int(number.group(2), 16 if number.group(1) else 8) + 1
