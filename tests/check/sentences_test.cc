@@ -129,8 +129,11 @@ bool matches(std::string_view line, std::string_view shown) {
     return false;
 }
 
-bool has_line(const Lines& lines, const std::string& place, const std::string& shown) {
+// `part` is also in the line.
+bool has_line(const Lines& lines, const std::string& place, const std::string& shown,
+              const std::string& part = "") {
     return std::ranges::any_of(lines, [&](const std::string& line) {
+        if (!contains(line, part)) return false;
         if (line.starts_with(place + "\n")) return matches(line.substr(place.size() + 1), shown);
         // A line that the value's own newlines break.
         return contains(shown, "\\x0a") && line.starts_with(place + " whole\n") &&
@@ -263,6 +266,13 @@ std::string without_end(std::string text, std::string_view mark) {
     return at == std::string::npos ? text : text.substr(0, at);
 }
 
+// The value in a text like "entry 9, field port: '80x' is not a number".
+std::string quoted_in(const std::string& text) {
+    const size_t begin = text.find('\'');
+    const size_t end = text.find("' ", begin + 1);
+    return begin == text.npos || end == text.npos ? "" : text.substr(begin + 1, end - begin - 1);
+}
+
 void judge(Verdicts& verdicts, Runs& runs, const WrongSettings& wrong,
            const nvram::Finding& finding) {
     std::string effect = finding.effect;
@@ -316,7 +326,9 @@ void judge(Verdicts& verdicts, Runs& runs, const WrongSettings& wrong,
     // Asterisks match any value, so the line of a secret shows nothing about a line that is not
     // there.
     if (!now && contains(effect, "********")) return;
-    const bool there = has_line(runs.of_key(finding.key), place, effect);
+    // A shortened line that is not there may look like another entry's that is.
+    const std::string part = now || !contains(effect, "...") ? "" : quoted_in(finding.problem);
+    const bool there = has_line(runs.of_key(finding.key), place, effect, part);
     if (now && !there) untrue("no such line");
     if (!now && there) untrue("the line is there with these settings");
     if (now || !otherwise->known) return;
