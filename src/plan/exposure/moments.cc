@@ -8,18 +8,18 @@
 
 namespace {
 
-constexpr int minutes_a_day = 24 * 60;
-constexpr int minutes_a_week = 7 * minutes_a_day;
+constexpr long long minutes_a_day = 24LL * 60;
+constexpr long long minutes_a_week = 7 * minutes_a_day;
 
 constexpr const char* state_file = "/tmp/cron_schedule";
 
 // The minutes of the week, from Sunday in the router's time, at which the state may change: the
 // edges of all periods, midnights, and each an hour earlier and later for daylight saving.
-std::set<int> edges_of(const Settings& settings) {
-    std::set<int> edges;
+std::set<long long> edges_of(const Settings& settings) {
+    std::set<long long> edges;
     const auto add = [&edges](long long minute) {
         for (const int shift : {-60, 0, 60})
-            edges.insert(static_cast<int>((minute + shift + minutes_a_week) % minutes_a_week));
+            edges.insert((minute + shift + minutes_a_week) % minutes_a_week);
     };
     for (int day = 0; day < 7; day++) add(day * minutes_a_day);
     for (const char* key : {"fw_schedule", "fw_schedule2"}) {
@@ -65,7 +65,7 @@ std::optional<World> at_other_state(const Plan& plan) {
     // The run has set the time zone.
     const long long present = minute_of_week(plan.after.world);
     std::set<long long> minutes_later;
-    for (const int edge : edges_of(settings))
+    for (const long long edge : edges_of(settings))
         minutes_later.insert((edge - present + minutes_a_week) % minutes_a_week);
     for (const long long later : minutes_later) {
         World router = plan.before;
