@@ -248,8 +248,7 @@ std::vector<std::string> conditions_of(const Firewall& firewall, const PacketSpa
             for (const Rule& rule : chain.rules) {
                 if (rule.target == "LOG") continue;
                 const std::string* const rate = option_of(rule, "--limit");
-                const PacketSet asked = asked_by(space, rule, opening.packets);
-                if (!rate || asked.is_empty()) continue;
+                if (!rate || asked_by(space, rule, opening.packets).is_empty()) continue;
                 const std::string text = rate_text(*rate);
                 if (!contains(rates, text)) rates += (rates.empty() ? "" : ", ") + text;
             }

@@ -69,12 +69,12 @@ PacketSpace::PacketSpace(std::span<const Netfilter* const> tables) {
         for (const Netfilter* each : tables)
             for (const Chain& chain : each->chains) rules += chain.rules.size();
         constexpr size_t many_rules = 300;
-        const int nodes = rules < many_rules ? 100000 : 800000;
-        bdd_init(nodes, nodes / 4);
+        const int nodes = rules < many_rules ? 100000 : 650000;
+        bdd_init(nodes, nodes / 3);
         // It reports each collection of unused nodes on standard output otherwise.
         bdd_gbc_hook(nullptr);
         // The cache grows with the nodes.
-        constexpr int nodes_for_an_entry = 4;
+        constexpr int nodes_for_an_entry = 3;
         bdd_setcacheratio(nodes_for_an_entry);
     }
     const Variables last = variables(Field::Mss);
@@ -113,6 +113,12 @@ PacketSpace::Variables PacketSpace::variables(Field field) const {
 
 // Bit by bit from the last one, so that each step adds one node.
 PacketSet PacketSpace::with(Field field, unsigned first, unsigned last) const {
+    const auto known = made_.find({field, first, last});
+    if (known != made_.end()) return known->second;
+    return made_[{field, first, last}] = made_with(field, first, last);
+}
+
+PacketSet PacketSpace::made_with(Field field, unsigned first, unsigned last) const {
     const Variables place = variables(field);
     PacketSet at_least = PacketSet::everything();
     PacketSet at_most = PacketSet::everything();

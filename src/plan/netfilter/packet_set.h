@@ -4,8 +4,10 @@
 
 #include <bdd.h>
 
+#include <map>
 #include <span>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "plan/netfilter/packet_match.h"
@@ -82,7 +84,10 @@ class PacketSpace {
     PacketSet bit(int variable) const { return PacketSet(bdd_ithvar(variable)); }
     std::vector<size_t> used_bits(const PacketSet& set, Field field) const;
     void add_texts(const Netfilter& tables);
+    PacketSet made_with(Field field, unsigned first, unsigned last) const;
 
+    // Those that were made before: rules are walked many times.
+    mutable std::map<std::tuple<Field, unsigned, unsigned>, PacketSet> made_;
     std::vector<std::string> mac_sources_;
     std::vector<std::string> mac_dests_;
     std::vector<std::string> payloads_;
