@@ -114,6 +114,11 @@ int exposure_verb(const ExposureOptions& options) {
     const std::optional<World> later = at_other_state(plan);
     const Plan plan_later = make_plan(later.value_or(*router), words);
     const Firewall firewall_later(plan_later);
+    const std::string unread_later = not_followed(firewall_later.tables);
+    if (!unread_later.empty()) {
+        complain(moment_text(plan_later) + ": " + unread_later);
+        return status_wrong_use;
+    }
     const bool changes = !same_rules(firewall.tables, firewall_later.tables);
     const Netfilter* const tables[] = {&firewall.tables, &firewall_later.tables};
     const PacketSpace space(tables);

@@ -142,6 +142,10 @@ expect 0 --from lan
 grep -q ' gets past fw_block_keyword while the schedule is closed$' out || fail "keywords follow the schedule"
 said out 'tcp 80 from anyone to anywhere, only belongs to no connection; if the payload contains "casino" or "poker"; while the schedule is closed'
 accepted_calls
+# Rules that are not understood, in the other state.
+# shellcheck disable=SC2016  # The shell on the router is meant.
+expect 2 --from lan --set 'fw_block_keyword=$(date)'
+grep -q '^rcplan: while the schedule is open: ' err || fail "rules of the other state are not understood"
 # Only web requests are searched.
 expect 0 --from lan --set fw_block=1
 said out "anyone gets past fw_block_keyword: only tcp 80 is searched"

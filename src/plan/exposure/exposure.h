@@ -90,8 +90,8 @@ std::vector<ExposureRow> unused_rows(const Firewall& firewall, const PacketSpace
 std::vector<ExposureRow> escape_rows(const Firewall& firewall, const PacketSpace& space,
                                      const RuleSettings& settings);
 
-// What the blocks that follow the schedule let through while it is closed. The state of `now` needs
-// no time to be seen.
+// What the blocks that follow the schedule let through while it is closed. If it is open now, each
+// row's packet comes with a time when it is closed.
 std::vector<ExposureRow> schedule_escape_rows(const Moment& now, const Moment& other,
                                               const PacketSpace& space);
 
