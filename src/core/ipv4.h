@@ -13,21 +13,6 @@
 // 192.168.1.1 is 0xc0a80101.
 using Ipv4 = std::uint32_t;
 
-// Parses four numbers separated by dots; read(text) returns one number, at most 255, or nullopt.
-template <class Read>
-std::optional<Ipv4> parse_quad_of(std::string_view text, Read read) {
-    Ipv4 address = 0;
-    for (int place = 0; place < 4; ++place) {
-        const std::size_t end = place < 3 ? text.find('.') : text.size();
-        if (end == std::string_view::npos) return std::nullopt;
-        const std::optional<std::uint32_t> number = read(text.substr(0, end));
-        if (!number) return std::nullopt;
-        address = address << 8 | *number;
-        if (place < 3) text.remove_prefix(end + 1);
-    }
-    return address;
-}
-
 // Four decimal numbers without leading zeros: the programs that rc passes addresses to read numbers
 // with a leading zero as octal.
 std::optional<Ipv4> parse_quad(std::string_view text);

@@ -8,6 +8,8 @@
 #include <bit>
 #include <vector>
 
+#include "core/ipv4.h"
+
 namespace {
 
 constexpr HardwareAddress pc1 = {0x00, 0x11, 0x22, 0xaa, 0xbb, 0xcc};
@@ -165,6 +167,18 @@ TEST(Leases, AddressesConvertOrNot) {
     EXPECT_FALSE(parse_address(""));
     EXPECT_FALSE(parse_address("192.168.1.256"));
     EXPECT_FALSE(parse_address("router"));
+    // As inet_aton reads them, which also takes other forms than the usual one.
+    EXPECT_EQ(parse_address("192.168.1.20 and more"), at20);
+    EXPECT_EQ(parse_address("192.168.276"), (Octets{192, 168, 1, 20}));
+    EXPECT_EQ(parse_address("0300.0xa8.01.024"), at20);
+    for (const char* const bad : {"192.168.1.20.", ".192.168.1.20", "192..1.20", "192.168.1.20.1",
+                                  "192.168.1.2x", "192.168.1.-20", "192.168.1.99999999999"})
+        EXPECT_FALSE(parse_address(bad)) << bad;
+    EXPECT_EQ(parse_quad("0.0.0.0"), 0U);
+    EXPECT_EQ(parse_quad("255.255.255.255"), 0xffffffffU);
+    for (const char* const bad : {"", ".", "1.2.3", "1.2.3.", "1.2.3.4.", "1.2.3.4.5", "01.2.3.4",
+                                  "1.2.3.00", "1.2.3.256", "1.2.3.4 ", "1.2.3.4294967297"})
+        EXPECT_FALSE(parse_quad(bad)) << bad;
 }
 
 }  // namespace

@@ -75,7 +75,14 @@ std::optional<unsigned> read_number(std::string_view text, unsigned least, unsig
 }
 
 std::optional<Ipv4> read_address(std::string_view text) {
-    return parse_quad_of(text, [](std::string_view part) { return read_number(part, 0, 255); });
+    if (std::ranges::count(text, '.') != 3) return std::nullopt;
+    Ipv4 address = 0;
+    for (int place = 0; place < 4; place++) {
+        const std::optional<unsigned> number = read_number(take_field(text, '.'), 0, 255);
+        if (!number) return std::nullopt;
+        address = address << 8 | *number;
+    }
+    return address;
 }
 
 std::optional<Net> read_network(std::string_view text) {
