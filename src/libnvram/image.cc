@@ -102,6 +102,9 @@ Image::Image(std::string text, std::vector<BadLine>* bad_lines) : bytes_(std::mo
     if (bytes_.capacity() < long_enough) bytes_.reserve(long_enough);
     bytes_.push_back('\n');  // the last line may lack its end
 
+    // Most lines are longer, so that the entries are seldom copied to a larger place.
+    constexpr std::size_t short_line = 16;
+    entries_.reserve(bytes_.size() / short_line);
     bool sorted = true;
     unsigned number = 0;
     char* const end = bytes_.data() + bytes_.size();
@@ -190,7 +193,10 @@ void append_escaped(std::string& out, std::string_view value) {
 }
 
 std::string serialise(const std::vector<Entry>& entries) {
+    std::size_t unescaped = 0;
+    for (const Entry& entry : entries) unescaped += entry.key.size() + entry.value.size() + 2;
     std::string text;
+    text.reserve(unescaped);
     for (const Entry& entry : entries) {
         text += entry.key;
         text += '=';
