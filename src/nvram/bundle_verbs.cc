@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "libnvram/generation.h"
+#include "libnvram/printable.h"
 #include "nvram/mask.h"
 #include "nvram/verbs.h"
 
@@ -60,12 +61,13 @@ bool is_member_name(const char* name) {
     return before != '/' && at - name < 90;
 }
 
-// A member belongs to root, who alone may read it. Its time is that of the standard input; a pipe's
+// A member belongs to root, who alone may read it. Its time is that of the file it copies; a pipe's
 // is now.
-void write_header(const char* name, std::size_t size) {
+void write_header(const char* name, int file, std::size_t size) {
     struct stat input = {};
-    ::fstat(STDIN_FILENO, &input);
+    ::fstat(file, &input);
     static char block[block_size];
+    std::memset(block, 0, sizeof block);
     std::snprintf(block, 100, "rc-bundle/%s", name);
     // Mode, owner, group, size, time, room for the checksum, type.
     std::snprintf(block + 100, 58, "0000600%c0000000%c0000000%c%011zo%c%011llo%c%8s0", 0, 0, 0,
@@ -78,18 +80,15 @@ void write_header(const char* name, std::size_t size) {
     write_text({block, sizeof block});
 }
 
-// Each run of marked bytes becomes hidden_value. Returns the size of the result.
-std::size_t replace(std::string_view text, std::string_view marks, bool write) {
-    std::size_t size = 0;
+// Each run of marked bytes becomes hidden_value.
+std::string replaced(std::string_view text, std::string_view marks) {
+    std::string result;
     for (std::size_t i = 0; i < text.size();) {
         const std::size_t from = i;
         while (i < text.size() && marks[i] == marks[from]) ++i;
-        const std::string_view piece =
-            marks[from] != '\0' ? hidden_value : text.substr(from, i - from);
-        size += piece.size();
-        if (write) write_text(piece);
+        result += marks[from] != '\0' ? hidden_value : text.substr(from, i - from);
     }
-    return size;
+    return result;
 }
 
 }  // namespace
@@ -111,28 +110,57 @@ static int print_shapes(Store& store, const Call& call) {
     return status_done;
 }
 
+// Copies an open file without secrets, as a member of an archive if it has a name. Null, or why it
+// was not read.
+static const char* copy_masked(Mask& mask, int file, const char* name) {
+    if (name != nullptr && !is_member_name(name)) return "not a member's name";
+    std::string text;
+    const bool whole = io::read_all(file, image_limit, text);
+    if (!whole && errno != EFBIG) return std::strerror(errno);
+    if (!whole) {
+        text.resize(image_limit);
+        text += cut_note;
+    }
+    // The other members are ours, and have keys and numbers.
+    const bool parts = name != nullptr && std::strchr(name, '/') == nullptr;
+    const std::string result = replaced(text, mask.marks(text, parts));
+    if (name != nullptr) write_header(name, file, result.size());
+    write_text(result);
+    if (name != nullptr) write_text({zeros, -result.size() % block_size});
+    return nullptr;
+}
+
+// Each file as the member files/PATH. One that cannot be read is left out and reported.
+static int copy_files(Mask& mask, const Call& call) {
+    int status = status_done;
+    for (const char* const path : call.words) {
+        const std::string name = std::string("files") + path;
+        const int file = io::open_to_read(path);
+        const char* const problem = *path != '/' ? "not a path from the root"
+                                    : file < 0   ? std::strerror(errno)
+                                                 : copy_masked(mask, file, name.c_str());
+        if (file >= 0) io::close(file);
+        if (problem == nullptr) continue;
+        std::fprintf(stderr, "%s: %s\n", printable(name).c_str(), problem);
+        status = status_error;
+    }
+    return status;
+}
+
 int mask_verb(Store& store, const Call& call) {
     if (call.shapes) return print_shapes(store, call);
     if (call.end) {
         write_text({zeros, sizeof zeros});
         return status_done;
     }
-    const char* const name = call.words.empty() ? nullptr : call.words[0];
-    if (name != nullptr && !is_member_name(name)) return fail("not a member's name");
-    std::string text;
-    const bool whole = io::read_all(STDIN_FILENO, image_limit, text);
-    if (!whole && errno != EFBIG) return fail(std::strerror(errno));
-    if (!whole) text.erase(image_limit) += cut_note;
     static Mask mask;
     if (!add_secrets(store, mask)) return fail("the secrets are too long");
-    // The other members are ours, and have keys and numbers.
-    const bool parts = name != nullptr && std::strchr(name, '/') == nullptr;
-    const std::string marks = mask.marks(text, parts);
-    const std::size_t size = replace(text, marks, false);
-    if (name != nullptr) write_header(name, size);
-    replace(text, marks, true);
-    if (name != nullptr) write_text({zeros, -size % block_size});
-    return status_done;
+    if (call.files) return copy_files(mask, call);
+    const char* const problem =
+        call.words.size() > 1
+            ? "too many arguments"
+            : copy_masked(mask, STDIN_FILENO, call.words.empty() ? nullptr : call.words[0]);
+    return problem == nullptr ? status_done : fail(problem);
 }
 
 #if RC_NVRAM_TABLE

@@ -54,7 +54,7 @@ constexpr const char* usage =
     "Exit status: 0 done, 1 no, 2 usage error or failure.\n";
 
 struct Verb {
-    std::string_view name;
+    const char* name;
     std::size_t fewest_words;
     std::size_t most_words;
     int (*run)(nvram::Store& store, const nvram::Call& call);
@@ -74,7 +74,7 @@ constexpr std::array verbs = {
     Verb{.name = "import", .fewest_words = 1, .most_words = 1, .run = nvram::import_verb},
     Verb{.name = "diff", .fewest_words = 2, .most_words = 2, .run = nvram::diff_verb},
     Verb{.name = "previous", .fewest_words = 0, .most_words = 0, .run = nvram::previous_verb},
-    Verb{.name = "mask", .fewest_words = 0, .most_words = 1, .run = nvram::mask_verb},
+    Verb{.name = "mask", .fewest_words = 0, .most_words = any_number, .run = nvram::mask_verb},
     Verb{.name = "bundle", .fewest_words = 0, .most_words = 1, .run = nvram::bundle_verb},
 #if RC_NVRAM_TABLE
     Verb{.name = "apply", .fewest_words = 0, .most_words = 1, .run = nvram::apply_verb},
@@ -90,10 +90,10 @@ constexpr std::array verbs = {
 };
 
 struct Option {
-    std::string_view name;
+    const char* name;
     bool nvram::Call::*given;
     // Between spaces.
-    std::string_view verbs;
+    const char* verbs;
 };
 
 constexpr std::array options = {
@@ -108,6 +108,7 @@ constexpr std::array options = {
     Option{"--commit", &nvram::Call::commit, " apply "},
     Option{"--shapes", &nvram::Call::shapes, " mask "},
     Option{"--end", &nvram::Call::end, " mask "},
+    Option{"--files", &nvram::Call::files, " mask "},
 };
 
 // The verbs that need the table of all settings, or the one of what restarts.
@@ -138,7 +139,7 @@ bool read_seconds(const char* word, unsigned& seconds) {
 
 bool give_option(nvram::Call& call, std::string_view word) {
     for (const Option& option : options) {
-        if (option.name != word) continue;
+        if (word != option.name) continue;
         call.*option.given = true;
         return true;
     }
@@ -147,17 +148,20 @@ bool give_option(nvram::Call& call, std::string_view word) {
 
 int run_verb(const nvram::Call& call) {
     for (const Verb& verb : verbs) {
-        if (verb.name != call.verb) continue;
+        if (std::strcmp(verb.name, call.verb) != 0) continue;
         if (call.words.size() < verb.fewest_words)
             return usage_error(call.verb, "missing argument");
         if (call.words.size() > verb.most_words)
             return usage_error(call.verb, "too many arguments");
-        const std::string word = " " + std::string(verb.name) + " ";
-        for (const Option& option : options)
-            if (call.*option.given && option.verbs.find(word) == std::string_view::npos)
-                return usage_error(call.verb,
-                                   ("does not take " + std::string(option.name)).c_str());
-        if (call.timed && verb.name != "try")
+        char word[24];
+        std::snprintf(word, sizeof word, " %s ", verb.name);
+        for (const Option& option : options) {
+            if (!(call.*option.given) || std::strstr(option.verbs, word) != nullptr) continue;
+            char problem[40];
+            std::snprintf(problem, sizeof problem, "does not take %s", option.name);
+            return usage_error(call.verb, problem);
+        }
+        if (call.timed && std::strcmp(verb.name, "try") != 0)
             return usage_error(call.verb, "does not take --seconds or --probe");
         if (call.check && !RC_NVRAM_TABLE)
             return usage_error("--check", "not included in this build");

@@ -31,6 +31,7 @@ struct Call {
     bool commit = false;
     bool shapes = false;
     bool end = false;
+    bool files = false;
     // --seconds or --probe was given.
     bool timed = false;
     unsigned seconds = 120;

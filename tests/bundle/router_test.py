@@ -47,10 +47,13 @@ while read -r word; do sh -c 'sleep 1000; :' sh -p "$word" > /dev/null 2>&1 & do
 rm /flash/log /flash/words
 cp -a /tmp /var/kept && mount -t tmpfs -o size=1m tmpfs /tmp && cp -a /var/kept/. /tmp && rm -r /var/kept
 cat /dev/zero > /tmp/full 2> /dev/null
-# The DHCP server may store a lease meanwhile.
+# The DHCP server may store a lease meanwhile, and the lab's daemons note how they were started.
+not_ours='( -path /proc -o -path /sys -o -path /var/lab -o -path /tmp/calls -o -name *.leases ) -prune'
 state() {
-    find / /tmp /flash -xdev \( -path /proc -o -path /sys \) -prune -o -type f ! -name '*.leases' -print | sort | xargs md5sum
-    find / /tmp /flash -xdev \( -path /proc -o -path /sys \) -prune -o ! -name '*.leases' -print | sort | xargs stat -c '%n %a %s %Y %Z'
+    set -f
+    find / /tmp /flash -xdev $not_ours -o -type f -print | sort | xargs md5sum
+    find / /tmp /flash -xdev $not_ours -o -print | sort | xargs stat -c '%n %a %s %Y %Z'
+    set +f
     cat /proc/modules /proc/net/ip_tables_names
     nvram export -
 }

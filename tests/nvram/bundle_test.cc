@@ -60,6 +60,7 @@ TEST_F(Bundle, RefusesWhatItCannotMask) {
     for (int i = 0; i < 9000; ++i) image += std::to_string(i) + ";";
     folder.write("tmp/nvram", image + "\n");
     EXPECT_EQ(mask("text"), error("mask: the secrets are too long"));
+    folder.write("tmp/nvram", "");
     EXPECT_EQ(run("mask <" + folder.path()), error("mask: Is a directory"));
 }
 
@@ -105,6 +106,30 @@ TEST_F(Bundle, WritesAMember) {
     EXPECT_EQ(mask(std::string(1024, 'x'), "a").output.size(), 1536U);
     EXPECT_EQ(mask("", "a").output.size(), 512U);
     EXPECT_EQ(run("mask --end"), done(std::string(1024, '\0')));
+}
+
+TEST_F(Bundle, WritesFilesAsMembers) {
+    folder.write("tmp/nvram", "http_password=Swordfish7\n");
+    folder.write("first", "user Swordfish7\n");
+    folder.write("second", "x");
+    const std::string first = folder / "first";
+    const std::string second = folder / "second";
+    const std::string missing = folder / "missing\x1b[1m";
+    EXPECT_EQ(run("mask --files").output, "");
+    const std::string both = run("mask --files " + first + " " + second).output;
+    EXPECT_EQ(both, run("mask files" + first + " <" + first).output +
+                        run("mask files" + second + " <" + second).output);
+    // The others are written all the same.
+    const Result result =
+        run("mask --files '" + missing + "' first " + folder.path() + " " + second);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, both.substr(1024));
+    // The test's folder is left out of error texts.
+    EXPECT_EQ(result.errors,
+              "files/missing\\x1b[1m: No such file or directory\n"
+              "filesfirst: not a path from the root\n"
+              "files: Is a directory\n");
+    EXPECT_EQ(run("mask a b </dev/null"), error("mask: too many arguments"));
 }
 
 TEST_F(Bundle, SparesShortSecretsInMembersOfItsOwn) {
