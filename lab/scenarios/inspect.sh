@@ -118,13 +118,16 @@ plant "the radio's settings are changed by hand" "file /var/RT2860AP.dat" \
 plant "a job is added to the crontab" "file /var/crontab" "echo '0 3 * * * reboot' >> /var/crontab" "rc schedule create"
 plant "the radio's marker is gone" "file /var/wifi_on" "rm /var/wifi_on" "echo wifi_on > /var/wifi_on"
 plant "the lease file is damaged" "file /var/udhcpd.leases" "echo x >> /var/udhcpd.leases" \
-    "rm /var/udhcpd.leases; rc dhcpd create"
-plant "the lease file has lost the reservation" "file /var/udhcpd.leases" ": > /var/udhcpd.leases" "rc dhcpd create"
+    "rm /var/udhcpd.leases; rc dhcpd restart"
+plant "the lease file has lost the reservation" "file /var/udhcpd.leases" ": > /var/udhcpd.leases" "rc dhcpd restart"
 
 step "Settings"
 plant "a setting is changed, and nothing else" "setting lan_lease_time; file /etc/udhcpd.conf" "nvram set lan_lease_time=5"
 plant "the same in flash: committed, but not in use" "file /etc/udhcpd.conf" "nvram commit" \
-    "nvram set lan_lease_time=1; nvram commit; rc dhcpd create"
+    "nvram set lan_lease_time=1; nvram commit; rc dhcpd restart"
+# The times in an archive are whole seconds.
+plant "the file is written, but the server is older" "process udhcpd" \
+    "sleep 4; nvram set lan_lease_time=5; nvram commit; rc dhcpd create" "nvram set lan_lease_time=1; nvram commit; rc dhcpd restart"
 plant "a setting that nothing in use depends on" "setting http_timeout_note" "nvram set http_timeout_note=1" \
     "nvram unset http_timeout_note"
 

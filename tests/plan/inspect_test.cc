@@ -162,6 +162,59 @@ TEST_F(OneFault, ADaemonTwice) {
     EXPECT_EQ(headlines(), "process udhcpd");
 }
 
+// The server runs since 100 s before the archive was made; the file and the settings are of times
+// counted from there.
+class Age : public OneFault {
+  protected:
+    void set(long long written, long long changed) {
+        constexpr long long started = 1'800'000'000 - 100;
+        const std::string& ps = member("commands/ps");
+        const std::string before = ps.substr(0, ps.find(" root        248 S   /usr/sbin/udhcpd"));
+        const std::string pid = before.substr(before.rfind(' ') + 1);
+        bundle_.members["commands/cmdlines"] =
+            pid + "\t8630000\t/usr/sbin/udhcpd\x1f/etc/udhcpd.conf\x1f\n";
+        bundle_.times["files/etc/udhcpd.conf"] = started + written;
+        bundle_.members["about"] = "format 1\ndate 1800000000\nuptime 86400.00 80000.00\nchanged " +
+                                   std::to_string(started + changed) + "\n";
+    }
+};
+
+TEST_F(Age, OfADaemonThatHasReadItsFile) {
+    set(0, -1000);
+    EXPECT_EQ(headlines(), "");
+    // Written again, with the settings as they were at the start.
+    set(60, 0);
+    EXPECT_EQ(headlines(), "");
+    // Just started, or before the date was set back.
+    set(2, 1);
+    EXPECT_EQ(headlines(), "");
+    set(101, 50);
+    EXPECT_EQ(headlines(), "");
+}
+
+TEST_F(Age, OfADaemonWithFormerSettings) {
+    set(60, 50);
+    EXPECT_EQ(
+        shown(all_of(bundle_)),
+        "process udhcpd: expected started after /etc/udhcpd.conf was written, found started 60 s "
+        "before that, and it reads the file only at its start\n");
+    EXPECT_EQ(all_of(bundle_).at(0).fix, "rc dhcpd restart");
+    // What is wrong with the file explains more.
+    member("files/etc/udhcpd.conf") += "option wins 192.168.1.9\n";
+    EXPECT_EQ(headlines(), "file /etc/udhcpd.conf");
+}
+
+TEST_F(OneFault, WhatTheKernelLogTells) {
+    bundle_.members["commands/dmesg"] =
+        "Out of Memory: Killed process 321 (upnpd).\n"
+        "[ 12.3] Out of memory: Kill process 322 (udhcpd) score 9 or sacrifice child\n"
+        "Out of memory: Kill process 323 (<b>x</b>)\nOut of memory: Kill process\n"
+        "ip_conntrack: table full, dropping packet.\n";
+    EXPECT_EQ(headlines(),
+              "note: trap memory for udhcpd; note: trap memory for upnpd; "
+              "note: trap the kernel's table of connections");
+}
+
 TEST_F(OneFault, ARule) {
     replace("commands/iptables-save", "8000", "8001");
     const std::vector<Deviation> list = all_of(bundle_);

@@ -87,6 +87,7 @@ std::string read_members(archive* reader, Bundle& bundle) {
             return escape_line(name) + ": larger than any router's file";
         if (archive_errno(reader) != 0) return escape_line(name) + ": damaged";
         left -= content.size();
+        bundle.times[name.substr(folder.size())] = archive_entry_mtime(entry);
         bundle.members.emplace(name.substr(folder.size()), std::move(content));
     }
 }

@@ -19,6 +19,8 @@ struct Bundle {
     // Contents by name, without the archive's folder: "settings", "files/tmp/rules",
     // "commands/route".
     std::map<std::string, std::string> members;
+    // Seconds since 1970, by the same name; those of a copied file are the file's.
+    std::map<std::string, long long> times = {};
 
     // Null if the archive has no such member.
     const std::string* get(const std::string& name) const;

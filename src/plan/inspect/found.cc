@@ -121,9 +121,10 @@ void read_ps(std::string_view output, std::map<int, FoundProcess>& processes) {
     }
 }
 
-// The whole command lines, for those that ps has cut: PID, start and words, separated by
-// tabulators, the words by 0x1f.
-void complete(std::string_view output, std::map<int, FoundProcess>& processes) {
+// The whole command lines, for those that ps has cut: PID, start in ticks since the boot, and
+// words, separated by tabulators, the words by 0x1f.
+void complete(std::string_view output, long long boot, std::map<int, FoundProcess>& processes) {
+    constexpr long long ticks_a_second = 100;  // USER_HZ
     for (std::string& line : lines_in(output)) {
         const size_t first = line.find('\t');
         const size_t last = line.find('\t', first + 1);
@@ -136,6 +137,8 @@ void complete(std::string_view output, std::map<int, FoundProcess>& processes) {
         FoundProcess& process = processes[pid];
         if (process.pid == 0 || text.starts_with(process.command))
             process = {.pid = pid, .command = text};
+        const long long ticks = number_in(line.substr(first + 1, last - first - 1));
+        if (boot > 0 && ticks > 0) process.started = boot + ticks / ticks_a_second;
     }
 }
 
@@ -204,10 +207,31 @@ void read_mounts(std::string_view output, FoundRouter& router) {
 }
 
 // 0 for a time that no router has.
-long long seconds_in(std::string_view text) {
+long long plausible(long long seconds) {
     constexpr long long year_10000 = 253'402'300'800;
-    const long long seconds = number_in(text);
     return seconds >= 0 && seconds < year_10000 ? seconds : 0;
+}
+
+// A program's name as the kernel prints it: at most 15 characters.
+bool is_program_name(std::string_view text) {
+    return !text.empty() && text.size() <= 15 && std::ranges::all_of(text, [](char c) {
+        return isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-' || c == '.';
+    });
+}
+
+// "Out of memory: Kill process 321 (udhcpd) ...", of older kernels "Out of Memory: Killed
+// process 321 (udhcpd)."; "ip_conntrack: table full, dropping packet."
+void read_kernel_log(std::string_view output, FoundRouter& router) {
+    for (const std::string& line : lines_in(output)) {
+        if (contains(line, "_conntrack: table full")) router.connections_full = true;
+        if (!contains(line, "Out of memory: Kill") && !contains(line, "Out of Memory: Kill"))
+            continue;
+        const size_t from = line.find('(');
+        const size_t to = line.find(')', std::min(from, line.size()));
+        if (to == std::string::npos) continue;
+        const std::string name = line.substr(from + 1, to - from - 1);
+        if (is_program_name(name)) router.starved.insert(name);
+    }
 }
 
 }  // namespace
@@ -281,18 +305,23 @@ FoundRouter found_router(const Bundle& bundle) {
     FoundRouter router;
     router.settings = read_settings(*bundle.get("settings"));
     if (const std::string* const shapes = bundle.get("shapes")) put_stand_ins(router, *shapes);
-    router.clock = seconds_in(fact(bundle, "date"));
-    router.uptime = seconds_in(fact(bundle, "uptime"));
+    router.clock = plausible(number_in(fact(bundle, "date")));
+    router.uptime = plausible(number_in(fact(bundle, "uptime")));
+    router.changed = plausible(number_in(fact(bundle, "changed")));
     for (const auto& [name, content] : bundle.members)
         if (name.starts_with("files/")) router.files[name.substr(5)] = content;
+    for (const auto& [name, time] : bundle.times)
+        if (name.starts_with("files/")) router.file_times[name.substr(5)] = plausible(time);
     std::map<int, FoundProcess> processes;
     read_ps(bundle.output("ps"), processes);
-    complete(bundle.output("cmdlines"), processes);
+    const long long boot = router.clock > router.uptime ? router.clock - router.uptime : 0;
+    complete(bundle.output("cmdlines"), boot, processes);
     for (const auto& [pid, process] : processes) router.processes.push_back(process);
     read_ifconfig(bundle.output("ifconfig"), router);
     read_routes(bundle.output("route"), router);
     read_bridges(bundle.output("brctl"), router);
     read_mounts(bundle.output("df"), router);
+    read_kernel_log(bundle.output("dmesg"), router);
     if (const std::string* const text = bundle.get("uncommitted"))
         for (const std::string& line : lines_in(*text))
             if (!line.empty()) router.uncommitted.push_back(line);

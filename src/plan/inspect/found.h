@@ -20,6 +20,8 @@ struct FoundProcess {
     int pid = 0;
     // Its words, separated by single spaces.
     std::string command;
+    // Seconds since 1970; 0 if the archive does not say.
+    long long started = 0;
 
     // The program's name, without its folder.
     std::string name() const;
@@ -52,8 +54,11 @@ struct FoundRouter {
     // Seconds since 1970, and since the router was switched on.
     long long clock = 0;
     long long uptime = 0;
-    // Contents by path.
+    // When the settings were changed, in seconds since 1970; 0 if the archive does not say.
+    long long changed = 0;
+    // Contents by path, and the times of the last writing.
     std::map<std::string, std::string> files;
+    std::map<std::string, long long> file_times;
     std::vector<FoundProcess> processes;
     std::map<std::string, FoundInterface> interfaces;
     std::vector<FoundRoute> routes;
@@ -64,6 +69,10 @@ struct FoundRouter {
     std::vector<std::string> stand_ins;
     // The lines of `nvram diff @flash @working`.
     std::vector<std::string> uncommitted;
+    // What the kernel's log says: programs ended for lack of memory, and that the table of
+    // connections was full.
+    std::set<std::string> starved;
+    bool connections_full = false;
 
     // The settings that the last boot began with.
     Settings flash_settings() const;

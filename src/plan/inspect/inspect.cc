@@ -35,6 +35,7 @@ std::vector<Deviation> deviations(const Bundle& bundle, const FoundRouter& found
     inspect_processes(found, expected, list);
     inspect_rules(bundle, found, expected, list);
     inspect_files(found, expected, list);
+    inspect_ages(found, expected, list);
     for (Deviation& deviation : list) deviation.expected = found.hide(deviation.expected);
     std::ranges::stable_sort(list, {}, [](const Deviation& deviation) {
         return std::pair(deviation.note, deviation.kind);

@@ -21,5 +21,7 @@ void inspect_processes(const FoundRouter& found, const ExpectedRouter& expected,
 void inspect_rules(const Bundle& bundle, const FoundRouter& found, const ExpectedRouter& expected,
                    Deviations& list);
 void inspect_files(const FoundRouter& found, const ExpectedRouter& expected, Deviations& list);
+// The list has what the other parts have found.
+void inspect_ages(const FoundRouter& found, const ExpectedRouter& expected, Deviations& list);
 
 #endif

@@ -110,3 +110,31 @@ void inspect_processes(const FoundRouter& found, const ExpectedRouter& expected,
                 first->second.step->again());
     }
 }
+
+// A file as it should be, of a daemon as it should be, but written after the daemon's start: from
+// settings that were changed meanwhile.
+void inspect_ages(const FoundRouter& found, const ExpectedRouter& expected, Deviations& list) {
+    // Seconds. The archive's times are whole ones, and rc starts a daemon right after its file.
+    constexpr long long slack = 2;
+    for (const FoundProcess& process : found.processes) {
+        const Daemon* const daemon = daemon_in(process.name());
+        if (!daemon || daemon->reads.empty() || process.started == 0) continue;
+        const std::string file(daemon->reads);
+        const auto written = found.file_times.find(file);
+        // A time to come is of another clock: the date was set since.
+        if (written == found.file_times.end() || written->second > found.clock ||
+            written->second <= process.started + slack || found.changed <= process.started)
+            continue;
+        const Step* const writer = expected.writer_of(file);
+        const bool told = std::ranges::any_of(list, [&](const Deviation& deviation) {
+            return deviation.what == file || deviation.what == daemon->name;
+        });
+        if (told || !writer) continue;
+        list.push_back({.kind = Deviation::Kind::Process,
+                        .what = std::string(daemon->name),
+                        .expected = "started after " + file + " was written",
+                        .found = "started " + std::to_string(written->second - process.started) +
+                                 " s before that, and it reads the file only at its start",
+                        .fix = writer->again()});
+    }
+}

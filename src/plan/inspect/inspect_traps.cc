@@ -62,6 +62,20 @@ void inspect_ddns(const FoundRouter& found, Deviations& list) {
                 {"ddns_enable", "ddns_user_name"});
 }
 
+// Of any time since the log's beginning, so it may be over.
+void inspect_kernel_log(const FoundRouter& found, Deviations& list) {
+    for (const std::string& name : found.starved) {
+        put(list, "memory for " + name, "", "the kernel has ended it for lack of memory",
+            "start it again, and look in the archive's commands/free and commands/ps for what takes "
+            "the memory");
+        list.back().note = true;
+    }
+    if (!found.connections_full) return;
+    put(list, "the kernel's table of connections", "", "it was full, so packets were dropped",
+        "find the computer that opens so many, or raise the limit ip_conntrack_max in /proc");
+    list.back().note = true;
+}
+
 void inspect_schedule(const FoundRouter& found, Deviations& list) {
     const auto state = found.files.find("/tmp/cron_schedule");
     if (state == found.files.end() || state->second != "0") return;
@@ -83,6 +97,7 @@ void inspect_traps(const FoundRouter& found, Deviations& list) {
         if (mount.place != "/" && !mount.place.starts_with("/rom") && mount.used >= nearly_full)
             put(list, "file system " + mount.place, "space for the files that rc writes",
                 std::to_string(mount.used) + " % used", "remove logs and leftovers from it");
+    inspect_kernel_log(found, list);
     inspect_markers(found, list);
     inspect_ddns(found, list);
     inspect_schedule(found, list);
