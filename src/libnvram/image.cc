@@ -2,20 +2,31 @@
 #include "libnvram/image.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
 namespace nvram {
 
-static bool key_character(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
-           c == '-' || c == '.';
-}
+// A bit for each character.
+struct CharacterSet {
+    std::uint32_t words[8] = {};
+
+    constexpr explicit CharacterSet(std::string_view characters) {
+        for (const char c : characters) words[c >> 5] |= 1U << (c & 31);
+    }
+    bool has(char c) const {
+        const auto byte = static_cast<unsigned char>(c);
+        return (words[byte >> 5] >> (byte & 31) & 1) != 0;
+    }
+};
+static constexpr CharacterSet key_characters(
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-.");
 
 bool valid_key(std::string_view key) {
     for (const char c : key)
-        if (!key_character(c)) return false;
+        if (!key_characters.has(c)) return false;
     return !key.empty() && key.size() <= key_limit;
 }
 
