@@ -1,9 +1,7 @@
-// Preloaded into rc: records the settings that rc reads and its shell lines, for the floor, and a
-// program's private memory at its end (pages that belong to no file). Appends "g KEY", "r LINE" and
-// "m PROGRAM KILOBYTES" to /noted.
+// Preloaded into rc: records the settings that rc reads and its shell lines, for the floor. Appends
+// "g KEY" and "r LINE" to /noted.
 
 #include <dlfcn.h>
-#include <errno.h>
 #include <stdio.h>
 
 namespace {
@@ -17,18 +15,6 @@ void note(char kind, const char* text) {
         fprintf(noted, "%c %s\n", kind, text);
         fclose(noted);
     }
-}
-
-__attribute__((destructor)) void note_memory() {
-    FILE* pages = fopen("/proc/self/smaps_rollup", "r");
-    if (!pages) return;
-    char line[256];
-    int kilobytes = 0;
-    while (fgets(line, sizeof line, pages))
-        if (sscanf(line, "Anonymous: %d", &kilobytes) == 1) break;
-    fclose(pages);
-    snprintf(line, sizeof line, "%s %d", program_invocation_short_name, kilobytes);
-    note('m', line);
 }
 
 template <typename Function>

@@ -61,9 +61,8 @@ void first_get(benchmark::State& state) {
         benchmark::DoNotOptimize(fresh.working()->get("setting_1"));
     }
     state.SetItemsProcessed(state.iterations());
-    state.SetComplexityN(state.range(0));
 }
-BENCHMARK(first_get)->Arg(100)->Arg(1'000)->Arg(10'000)->Complexity();
+BENCHMARK(first_get)->Arg(100)->Arg(1'000)->Arg(10'000);
 
 void set(benchmark::State& state) {
     Filled filled(state.range(0));
@@ -74,9 +73,8 @@ void set(benchmark::State& state) {
             state.SkipWithError("set failed");
     }
     state.SetItemsProcessed(state.iterations());
-    state.SetComplexityN(state.range(0));
 }
-BENCHMARK(set)->Arg(100)->Arg(1'000)->Arg(10'000)->Complexity();
+BENCHMARK(set)->Arg(100)->Arg(1'000)->Arg(10'000);
 
 void commit(benchmark::State& state) {
     Filled filled(state.range(0));

@@ -1,9 +1,8 @@
 // Runs commands in turn, round by round, and prints a line for each run: the command's number,
-// nanoseconds of wall clock, kilobytes of peak memory, exit status.
+// nanoseconds of wall clock, exit status.
 //   timed ROOT ROUNDS REMOVED -- COMMAND... [-- COMMAND...]...
 // All run in the root folder ROOT. The file REMOVED is removed before each run, so that all start
-// equal. Linked statically, because a process's peak memory includes its parent's, which is then
-// smaller than any command's.
+// equal.
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -11,7 +10,6 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/prctl.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -30,13 +28,11 @@ void run(int results, int number, char** command) {
     const long long start = nanoseconds();
     pid_t child = 0;
     int status = 0;
-    rusage usage = {};
     if (!command[0] || posix_spawn(&child, command[0], nullptr, nullptr, command, environ) != 0 ||
-        wait4(child, &status, 0, &usage) != child)
+        waitpid(child, &status, 0) != child)
         exit(1);
     const long long taken = nanoseconds() - start;
-    dprintf(results, "%d %lld %ld %d\n", number, taken, usage.ru_maxrss,
-            WIFEXITED(status) ? WEXITSTATUS(status) : -1);
+    dprintf(results, "%d %lld %d\n", number, taken, WIFEXITED(status) ? WEXITSTATUS(status) : -1);
 }
 
 // Waits for background processes, which are not measured but would slow down the next command.

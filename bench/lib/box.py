@@ -3,6 +3,7 @@
 import ctypes
 import os
 import pathlib
+import re
 import shutil
 import struct
 import subprocess
@@ -21,6 +22,7 @@ APPLETS = ("sh cat chmod cp cut date echo expr grep awk head ifconfig ip killall
 STUBS = "brctl insmod iptables iwpriv mini_httpd rmmod route rt2860apd tc udhcpd wscd".split()
 VALGRIND = ("callgrind-amd64-linux", "vgpreload_core-amd64-linux.so", "default.supp")
 WAN, LAN = "eth2.2", "br0"
+ENVIRONMENT = {"PATH": "/bin:/sbin:/usr/sbin:/usr/bin", "LD_LIBRARY_PATH": "/lib"}
 RESOLVER = "nameserver 198.51.100.1\nnameserver 198.51.100.2\nnameserver 198.51.100.3\n"
 
 # The script that shapes the traffic is started in the background; its work is tc's, not the generator's. It runs outside
@@ -60,18 +62,30 @@ def wait_for_all():
 
 def needed_libraries(program):
     listed = subprocess.run(["ldd", program], check=False, capture_output=True, text=True).stdout
-    words = [word for line in listed.splitlines() for word in line.split()]
-    return [pathlib.Path(word) for word in words if word.startswith("/") and "libnvram" not in word]
+    return [pathlib.Path(path) for path in re.findall(r"(/\S+) \(0x", listed) if "libnvram" not in path]
+
+
+def loader_of(program):
+    """The path of the loader that a program names."""
+    headers = subprocess.run(["readelf", "-l", program], check=True, capture_output=True, text=True).stdout
+    return re.search(r"program interpreter: (\S+)\]", headers)[1]
 
 
 class Box:
-    """The root folder with rc, its library, a small shell and callgrind."""
+    """The root folder with rc, its library, a small shell and callgrind.
 
-    def __init__(self, build):
+    shipped is the build of rc and of what it is compared with, sysroot the folder of its C library; without them, both are
+    this machine's.
+    """
+
+    def __init__(self, build, shipped=None, sysroot=None):
         self.build = pathlib.Path(build)
+        self.shipped = pathlib.Path(shipped or build)
+        self.sysroot = sysroot
         self.folder = pathlib.Path("/mnt")
         self.root = self.folder / "root"
         subprocess.run(["mount", "--make-rprivate", "/"], check=True)
+        # Over that of an earlier box.
         mount("tmpfs", self.folder, 0, "mode=755")
         self._make_folders()
         self._put_programs()
@@ -107,15 +121,19 @@ class Box:
         (self.root / "bin/busybox").write_bytes(shell.replace(b"/proc/self/exe", b"/no/such/place"))
         for name in APPLETS:
             os.link(self.root / "bin/busybox", self.root / "bin" / name)
-        self.put(self.build / "bench/bench_empty", "bin/empty")
+        self.put(self.shipped / "bench/bench_empty", "bin/empty")
         for name in STUBS:
             os.link(self.root / "bin/empty", self.root / "bin" / name)
-        self.put(self.build / "bin/rc", "bin/rc")
-        self.put(self.build / "bin/nvram", "bin/nvram")
-        self.put(self.build / "lib/libnvram.so", "lib/libnvram.so")
-        self.put(self.build / "bench/bench_floor", "bin/floor")
-        self.put(self.build / "bench/bench_wlan", "bin/wlan")
-        self.put(self.build / "bench/libbench_note.so", "lib/note.so")
+        self.put(self.shipped / "bin/rc", "bin/rc")
+        self.put(self.shipped / "bin/nvram", "bin/nvram")
+        self.put(self.shipped / "lib/libnvram.so", "lib/libnvram.so")
+        if self.sysroot:
+            loader = loader_of(self.shipped / "bin/rc")
+            shutil.copy(f"{self.sysroot}{loader}", self.root / loader.lstrip("/"))
+        else:
+            self.put(self.build / "bench/bench_floor", "bin/floor")
+            self.put(self.build / "bench/bench_wlan", "bin/wlan")
+            self.put(self.build / "bench/libbench_note.so", "lib/note.so")
         self.put("/usr/bin/valgrind.bin", "valgrind/valgrind")
         for name in VALGRIND:
             self.put(f"/usr/libexec/valgrind/{name}", f"valgrind/{name}")
@@ -124,6 +142,8 @@ class Box:
 
     def _make_interfaces(self):
         for name, address in ((WAN, "10.0.0.2/24"), (LAN, "192.168.1.1/24")):
+            # That of an earlier box.
+            subprocess.run(["ip", "link", "del", name], check=False, capture_output=True)
             subprocess.run(["ip", "link", "add", name, "type", "bridge"], check=True)
             subprocess.run(["ip", "address", "add", address, "dev", name], check=True)
 
@@ -140,7 +160,7 @@ class Box:
 
     def run(self, command, environment=None):
         """Runs a command and waits for everything that it started. Returns its output."""
-        environment = {"PATH": "/bin:/sbin:/usr/sbin:/usr/bin", "LD_LIBRARY_PATH": "/lib"} | (environment or {})
+        environment = ENVIRONMENT | (environment or {})
         # With randomised addresses, a static program sometimes lies where callgrind needs to be.
         done = subprocess.run(["setarch", "-R", "/usr/sbin/chroot", self.root, *command], check=False, capture_output=True,
                               env=environment, cwd="/")
@@ -173,10 +193,17 @@ class Box:
         self.run(command, {"LD_PRELOAD": "/lib/note.so"})
         return noted.read_text().splitlines()
 
-    def own_memory(self, command, settings):
-        """Private memory of a program at its end, in kilobytes."""
-        program = command[0].rsplit("/", 1)[-1]
-        return max(int(line.split()[2]) for line in self.noted(command, settings) if line.startswith(f"m {program} "))
+    def memory(self, command, settings):
+        """Resident memory of a program at its end, without its children's: {file or kind: (kilobytes, those of no file)}."""
+        self.clear(settings)
+        printed = subprocess.run([self.build / "bench/bench_peak", self.root, *command], check=True, capture_output=True,
+                                 env=ENVIRONMENT, text=True).stdout
+        wait_for_all()
+        parts = {}
+        for line in printed.splitlines():
+            whole, own, name = line.split(" ", 2)
+            parts[name] = (int(whole), int(own))
+        return parts
 
     def plan_of(self, command, settings):
         """The floor's plan for the same result, and the number of settings read."""
@@ -215,18 +242,17 @@ class Box:
         return counting.read_profile(self.root / "out/profile")
 
     def timed(self, rounds, removed, commands):
-        """[(nanoseconds, kilobytes)] of each command, run in turn."""
+        """[nanoseconds] of each command, run in turn."""
         words = [self.build / "bench/bench_timed", self.root, str(rounds), removed]
         for command in commands:
             words += ["--", *command]
-        environment = {"PATH": "/bin:/sbin:/usr/sbin:/usr/bin", "LD_LIBRARY_PATH": "/lib"}
         mount("tmpfs", self.root / "tmp", MS_REMOUNT | MS_NOEXEC)
-        printed = subprocess.run(words, check=True, capture_output=True, env=environment, text=True).stdout
+        printed = subprocess.run(words, check=True, capture_output=True, env=ENVIRONMENT, text=True).stdout
         mount("tmpfs", self.root / "tmp", MS_REMOUNT)
         results = [[] for _ in commands]
         for line in printed.splitlines():
-            number, taken, memory, status = (int(word) for word in line.split())
+            number, taken, status = (int(word) for word in line.split())
             if status != 0:
                 raise RuntimeError(f"{commands[number]}: status {status}")
-            results[number].append((taken, memory))
+            results[number].append(taken)
         return results

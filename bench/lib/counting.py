@@ -32,6 +32,13 @@ def read_counts(folder):
     return [(names[process], counts[process]) for process in sorted(counts)]
 
 
+def instructions_of(program):
+    """Instructions of a program without arguments, as it is started on this machine."""
+    printed = subprocess.run(["valgrind", "--tool=callgrind", "--callgrind-out-file=/dev/null", program], check=True,
+                             capture_output=True, text=True).stderr
+    return int(re.search(r"Collected : (\d+)", printed)[1])
+
+
 # One process, function by function.
 PROFILE = ["--tool=callgrind", "-q"]
 

@@ -45,6 +45,6 @@ string(APPEND cxx_flags " -include ${CMAKE_CURRENT_LIST_DIR}/include/without_gli
 set(CMAKE_C_FLAGS_INIT "${c_flags}")
 set(CMAKE_CXX_FLAGS_INIT "${c_flags} ${cxx_flags}")
 
-# For the tests: the folder with the programs' loader, and the name in theirs.
-set(RC_SYSROOT ${musl_root})
+# For the tests and bench/report: the folder with the programs' loader, and the name in the tests'.
+set(RC_SYSROOT ${musl_root} CACHE INTERNAL "")
 set(RC_C_LIBRARY musl)
