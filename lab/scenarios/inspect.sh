@@ -67,12 +67,18 @@ power_off
 all_on
 says_nothing "a router after its boot"
 
+# after_restarts APPLICATION...: nor of a router on which one of them was restarted.
+after_restarts() {
+    local application
+    for application; do
+        router rc "$application" restart > "$world/output" 2>&1
+        wait_until at_rest
+        says_nothing "after rc $application restart"
+    done
+}
+
 step "After each application's restart"
-for application in lan wlan syslogd httpd dhcpd ntp route ripd upnp wan_basic firewall igmp schedule ddns; do
-    router rc $application restart > "$world/output" 2>&1
-    wait_until at_rest
-    says_nothing "after rc $application restart"
-done
+after_restarts lan wlan syslogd httpd dhcpd ntp route ripd upnp wan_basic firewall igmp schedule ddns
 
 step "Daemons"
 plant "the DHCP server has ended" "process udhcpd" "killall udhcpd" "/usr/sbin/udhcpd /etc/udhcpd.conf &"
@@ -125,9 +131,9 @@ step "Settings"
 plant "a setting is changed, and nothing else" "setting lan_lease_time; file /etc/udhcpd.conf" "nvram set lan_lease_time=5"
 plant "the same in flash: committed, but not in use" "file /etc/udhcpd.conf" "nvram commit" \
     "nvram set lan_lease_time=1; nvram commit; rc dhcpd restart"
-# The times in an archive are whole seconds.
+# Long enough for the slowest machine: the times in an archive are not taken at once.
 plant "the file is written, but the server is older" "process udhcpd" \
-    "sleep 4; nvram set lan_lease_time=5; nvram commit; rc dhcpd create" "nvram set lan_lease_time=1; nvram commit; rc dhcpd restart"
+    "sleep 15; nvram set lan_lease_time=5; nvram commit; rc dhcpd create" "nvram set lan_lease_time=1; nvram commit; rc dhcpd restart"
 plant "a setting that nothing in use depends on" "setting http_timeout_note" "nvram set http_timeout_note=1" \
     "nvram unset http_timeout_note"
 
@@ -159,6 +165,7 @@ console nvram commit
 power_off
 all_on
 says_nothing "a router after its boot"
+after_restarts lan wlan syslogd httpd dhcpd ntp route ripd upnp wan_basic firewall igmp schedule ddns
 plant "no default route" "route 0.0.0.0" "route del default" "route add default gw $provider_gateway"
 plant "the port has another address, which takes the default route along" "interface eth2.2; route 0.0.0.0" "ifconfig eth2.2 203.0.113.8"
 
@@ -171,4 +178,5 @@ console rc init
 comes "mini_httpd runs" running mini_httpd
 wait_until at_rest
 says_nothing "an access point after its boot"
+after_restarts lan wlan syslogd httpd dhcpd ntp
 plant "the web server has ended" "process mini_httpd" "killall mini_httpd"

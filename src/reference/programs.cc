@@ -44,10 +44,12 @@ Program nvram_program() {
                 {.name = "trial", .options = {{.name = "--json"}}},
                 {.name = "generations", .options = {{.name = "--json"}}},
                 {.name = "bundle", .words = {"file"}},
-                {.name = "mask", .options = {{.name = "--shapes"}, {.name = "--end"}}},
+                {.name = "mask",
+                 .options = {{.name = "--shapes"}, {.name = "--end"}, {.name = "--files"}},
+                 .words = {"file"}},
                 {.name = "check", .options = {{.name = "--json"}}, .words = {"place"}},
-                {.name = "describe", .words = {"key"}},
-                {.name = "keys", .words = {"key"}},
+                {.name = "describe", .options = {{.name = "--json"}}, .words = {"key"}},
+                {.name = "keys", .options = {{.name = "--json"}}, .words = {"key"}},
             },
     };
 }

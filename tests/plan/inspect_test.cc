@@ -83,6 +83,58 @@ TEST(Inspect, ARouterInEachModeOfItsInternetSide) {
     }
 }
 
+// Its boot script starts fewer applications than a router's: those that have left a trace.
+TEST(Inspect, AnAccessPoint) {
+    Bundle bundle = made_bundle(factory_with({{"ap_mode", "1"}, {"lan_ipaddr", "192.168.1.2"}}));
+    EXPECT_EQ(headlines(bundle), "");
+    bundle.members["commands/ps"] += "  901 root        248 S   /usr/sbin/mini_httpd -d /usr/www\n";
+    EXPECT_EQ(headlines(bundle), "process mini_httpd; file /tmp/htpasswd");
+}
+
+void replace_in(std::string& text, const std::string& from, const std::string& to) {
+    const size_t at = text.find(from);
+    ASSERT_NE(at, std::string::npos) << from << " is not in:\n" << text;
+    text.replace(at, from.size(), to);
+}
+
+Bundle dialled(const std::string& mode) {
+    return made_bundle(factory_with({{"wan_mode", mode},
+                                     {mode + "_username", "alice"},
+                                     {mode + "_password", "sesame77"},
+                                     {mode + "_server", "203.0.113.1"}}));
+}
+
+TEST(InspectPpp, PppdOverwritesItsPassword) {
+    Bundle bundle = dialled("pppoe");
+    EXPECT_EQ(headlines(bundle), "");
+    replace_in(bundle.members.at("commands/ps"), "sesame77", "????????");
+    EXPECT_EQ(headlines(bundle), "");
+    replace_in(bundle.members.at("commands/ps"), "????????", "opensesame");
+    EXPECT_EQ(headlines(bundle), "process pppd");
+}
+
+TEST(InspectPpp, L2tpdStartsPppd) {
+    Bundle bundle = dialled("l2tp");
+    EXPECT_EQ(headlines(bundle), "");
+    const std::string pppd = "  901 root        248 S   /usr/sbin/pppd passive -detach\n";
+    bundle.members.at("commands/ps") += pppd;
+    EXPECT_EQ(headlines(bundle), "");
+    // Nobody starts it with a leased address.
+    bundle = made_bundle(factory_with());
+    bundle.members.at("commands/ps") += pppd;
+    EXPECT_EQ(headlines(bundle), "process pppd");
+}
+
+TEST(InspectPpp, FilesFromBeforeTheLink) {
+    Bundle bundle = dialled("pppoe");
+    std::string& config = bundle.members.at("files/etc/udhcpd.conf");
+    const std::string server = "option\tdns\t203.0.113.1\n\n";
+    replace_in(config, server, "option\tdns\t192.168.1.1\n");
+    EXPECT_EQ(headlines(bundle), "");
+    replace_in(config, "192.168.1.1\n", "192.168.1.9\n");
+    EXPECT_EQ(headlines(bundle), "file /etc/udhcpd.conf");
+}
+
 // The archive of a router with one thing changed.
 class OneFault : public testing::Test {
   protected:

@@ -118,6 +118,35 @@ expect 'nvram set wan_mode=pp' 'wan_mode=pppoe wan_mode=pptp'
 expect 'nvram set http_t' 'http_timeout=' nospace
 COMP_WORDBREAKS=$breaks
 
+# Each verb's options are those that nvram takes: it says which ones a verb does not take, if the number of words is right.
+takes() {
+    local words said
+    for words in '' a 'a b'; do
+        # shellcheck disable=SC2086  # Words.
+        said=$(cd "$folder" && "$nvram" --root "$folder" "$1" ${2/=/ } $words < /dev/null 2>&1 > /dev/null)
+        case $said in
+        *'missing argument'* | *'too many arguments'*) ;;
+        *'does not take'*) return 1 ;;
+        *'unknown option'*) echo "nvram knows no $2" && failures=$((failures + 1)) && return 1 ;;
+        *) return 0 ;;
+        esac
+    done
+    return 0
+}
+folder=$(mktemp -d)
+for verb in ${_rc_verbs[nvram]}; do
+    for option in --show-secrets --replace --json --check --previous --dry-run --force --commit --shapes --end --files \
+        --seconds=20 --probe=true; do
+        taken=no completed=no
+        ! takes "$verb" "$option" || taken=yes
+        [[ " ${_rc_options[nvram $verb]-} " != *" ${option%=*} "* ]] || completed=yes
+        [ $taken = $completed ] && continue
+        echo "nvram $verb ${option%=*}: nvram takes it: $taken, the completion offers it: $completed"
+        failures=$((failures + 1))
+    done
+done
+rm -r "$folder"
+
 # rcplan: commands, options and their arguments, and the words of rc.
 expect_all 'rcplan ' run diff sinks report packet check
 expect_all 'rcplan run --' --settings --set --world --why --json --case --files --show-secrets --color --help

@@ -26,7 +26,4 @@ step "What rcplan inspect says, on the host, of the router with a PPPoE session"
 archive "a router that has dialled" ""
 router rc firewall restart > "$world/output" 2>&1
 archive "after rc firewall restart" ""
-for application in lan wlan syslogd httpd dhcpd ntp route ripd upnp igmp schedule ddns; do
-    router rc $application restart > "$world/output" 2>&1
-done
-archive "after the restart of every application" ""
+after_each_restart

@@ -39,6 +39,7 @@ rm "$root/etc/ppp/options"
 # The call is tracked by now; the rule is not rc's.
 router /usr/lab/iptables -w -t raw -F OUTPUT
 archive "a router with a PPTP tunnel" ""
+after_restarts
 router route del -host "$tunnel_server"
 archive "the route to the tunnel's server is gone" "route $tunnel_server"
 router route add -host "$tunnel_server" gw "$provider_gateway"
@@ -69,5 +70,6 @@ same "ppp0's address" 10.66.0.2 "$(address_of ppp0)"
 services_started
 reaches "a page of the Internet through the tunnel" shop 10.66.0.2 pc1 "http://$shop/cgi-bin/who"
 archive "a router with an L2TP tunnel" ""
+after_restarts
 console rc wan stop
 comes "pppd has ended, and ppp0 is gone" link_is_down

@@ -4,6 +4,21 @@
 archives=/share/archives
 archive_number=0
 
+# after_each_restart: an archive after the restart of each application; nothing deviates. after_restarts: one after all.
+applications='lan wlan syslogd httpd dhcpd ntp route ripd upnp igmp schedule ddns'
+after_each_restart() {
+    local application
+    for application in $applications; do
+        router rc "$application" restart > "$world/output" 2>&1
+        archive "after rc $application restart" ""
+    done
+}
+after_restarts() {
+    local application
+    for application in $applications; do router rc "$application" restart > "$world/output" 2>&1; done
+    archive "after the restart of every application" ""
+}
+
 # archive WHAT DEVIATIONS: `nvram bundle` writes an archive, and the host compares what rcplan inspect finds in it with the
 # headlines ("process pppd; route 198.51.100.90"); empty if the router is as it should be.
 archive() {
