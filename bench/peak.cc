@@ -40,8 +40,7 @@ bool print_memory(pid_t process) {
         if (sscanf(line, "Anonymous: %ld", &kilobytes) == 1) parts[name].own += kilobytes;
     }
     for (const auto& [part, resident] : parts)
-        if (resident.whole > 0)
-            printf("%ld %ld %s\n", resident.whole, resident.own, part.c_str());
+        if (resident.whole > 0) printf("%ld %ld %s\n", resident.whole, resident.own, part.c_str());
     fclose(maps);
     return true;
 }

@@ -15,6 +15,10 @@ macro(compile_in_batches part)
         set(CMAKE_UNITY_BUILD_BATCH_SIZE ${RC_BATCH_SIZE})
         # A local name may equal that of a constant in another file of the batch.
         add_compile_options(-Wno-shadow)
+        # GCC takes a source in a batch for a header, where an unnamed namespace would be a mistake.
+        if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+            add_compile_options(-Wno-subobject-linkage)
+        endif()
     endif()
 endmacro()
 

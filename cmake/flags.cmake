@@ -46,12 +46,15 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "^mips")
 endif()
 
 # Link-time optimisation saves a tenth to a fifth of the size. The objects contain machine code too, with which rcplan and
-# the tests are linked without it; gcc needs an option for that.
+# the tests are linked without it; gcc needs an option for that. A build without them (RC_PLAYER) does not.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_BUILD_TYPE STREQUAL "MinSizeRel")
     set_property(TARGET router_link PROPERTY INTERFACE_RC_SHIPS ON)
     set_property(TARGET router_link PROPERTY COMPATIBLE_INTERFACE_BOOL RC_SHIPS)
     add_link_options($<$<NOT:$<BOOL:$<TARGET_PROPERTY:RC_SHIPS>>>:-fno-lto>)
-    target_compile_options(router_flags INTERFACE -flto=auto -ffat-lto-objects)
+    target_compile_options(router_flags INTERFACE -flto=auto)
+    if(NOT RC_PLAYER)
+        target_compile_options(router_flags INTERFACE -ffat-lto-objects)
+    endif()
     target_link_options(router_link INTERFACE -flto=auto)
 endif()
 
