@@ -23,7 +23,6 @@ same "the MAC address that the provider sees" "$board_wan_mac" \
 services_started
 
 step "What rcplan inspect says, on the host, of the router with a PPPoE session"
+firewall_once
 archive "a router that has dialled" ""
-router rc firewall restart > "$world/output" 2>&1
-archive "after rc firewall restart" ""
 after_each_restart

@@ -38,6 +38,7 @@ reaches "a page of the Internet through the tunnel" shop 10.65.0.2 pc1 "http://$
 rm "$root/etc/ppp/options"
 # The call is tracked by now; the rule is not rc's.
 router /usr/lab/iptables -w -t raw -F OUTPUT
+firewall_once
 archive "a router with a PPTP tunnel" ""
 after_restarts
 router route del -host "$tunnel_server"
@@ -69,6 +70,7 @@ comes "the link is up: /tmp/wan_uptime, and an address of ppp0" link_is_up
 same "ppp0's address" 10.66.0.2 "$(address_of ppp0)"
 services_started
 reaches "a page of the Internet through the tunnel" shop 10.66.0.2 pc1 "http://$shop/cgi-bin/who"
+firewall_once
 archive "a router with an L2TP tunnel" ""
 after_restarts
 console rc wan stop

@@ -4,6 +4,18 @@
 archives=/share/archives
 archive_number=0
 
+no_rules_are_made() {
+    at_rest && ! router ps | grep -q '/tmp/rule[s2]'
+}
+
+# firewall_once: both the end of `rc wan start` and ip-up restart the services. The later run ends the earlier one, but not
+# its scripts, so that on a slow machine rules may be there twice; an archive would tell. This leaves them once.
+firewall_once() {
+    comes "no script of the firewall's runs" no_rules_are_made
+    router rc firewall restart > "$world/output" 2>&1
+    comes "nor does another" no_rules_are_made
+}
+
 # after_each_restart: an archive after the restart of each application; nothing deviates. after_restarts: one after all.
 applications='lan wlan syslogd httpd dhcpd ntp route ripd upnp igmp schedule ddns'
 after_each_restart() {
