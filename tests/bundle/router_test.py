@@ -150,7 +150,8 @@ class OnTheRouter(unittest.TestCase):
         rows = [row.split("\t") for row in self.members["commands/cmdlines"].decode(errors="replace").splitlines()]
         for row in rows:
             self.assertEqual(len(row), 3, row)
-            self.assertTrue(row[0].isdigit() and row[1].isdigit(), row)
+            self.assertRegex(row[0], "^[0-9]+ [0-9]+$")
+            self.assertTrue(row[1].isdigit(), row)
         words = [row[2].split("\x1f") for row in rows]
         planted = [row for row in words if row[:2] == ["sh", "-c"] and row[3:5] == ["sh", "-p"]]
         self.assertEqual(len(planted), len(self.canaries))

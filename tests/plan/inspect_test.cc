@@ -150,6 +150,20 @@ class OneFault : public testing::Test {
         text.replace(at, from.size(), to);
     }
     std::string headlines() const { return ::headlines(bundle_); }
+
+    // The archive's other list of the processes that ps shows, all started at the same time.
+    std::string command_lines() {
+        bundle_.members.erase("commands/cmdlines");
+        std::string lines;
+        for (const FoundProcess& process : found_router(bundle_).processes)
+            lines += std::to_string(process.pid) + " 1\t8630000\t" + process.command + "\x1f\n";
+        return lines;
+    }
+    std::string pid_of(std::string_view program) {
+        for (const FoundProcess& process : found_router(bundle_).processes)
+            if (process.command.starts_with(program)) return std::to_string(process.pid);
+        return "";
+    }
 };
 
 TEST_F(OneFault, None) {
@@ -214,17 +228,34 @@ TEST_F(OneFault, ADaemonTwice) {
     EXPECT_EQ(headlines(), "process udhcpd");
 }
 
+// The same, as an archive tells whose fork each process is.
+TEST_F(OneFault, AForkOfADaemonIsNoSecondOne) {
+    const std::string lines = command_lines();
+    const std::string server = "\t8630000\t/usr/sbin/udhcpd\x1f/etc/udhcpd.conf\x1f\n";
+    const std::string parent = pid_of("/usr/sbin/udhcpd");
+    std::string& list = bundle_.members["commands/cmdlines"];
+    list = lines;
+    EXPECT_EQ(headlines(), "");
+    list = lines + "999 " + parent + server;
+    EXPECT_EQ(headlines(), "");
+    list = lines + "999 1" + server;
+    EXPECT_EQ(headlines(), "process udhcpd");
+    // Without the parents, as archives were before.
+    list = lines + "999" + server;
+    EXPECT_EQ(headlines(), "process udhcpd");
+    // Only in the first of the two lists: it has ended.
+    list = lines;
+    member("commands/ps") += "  999 root        248 S   /usr/sbin/udhcpd /etc/udhcpd.conf\n";
+    EXPECT_EQ(headlines(), "");
+}
+
 // The server runs since 100 s before the archive was made; the file and the settings are of times
 // counted from there.
 class Age : public OneFault {
   protected:
     void set(long long written, long long changed) {
         constexpr long long started = 1'800'000'000 - 100;
-        const std::string& ps = member("commands/ps");
-        const std::string before = ps.substr(0, ps.find(" root        248 S   /usr/sbin/udhcpd"));
-        const std::string pid = before.substr(before.rfind(' ') + 1);
-        bundle_.members["commands/cmdlines"] =
-            pid + "\t8630000\t/usr/sbin/udhcpd\x1f/etc/udhcpd.conf\x1f\n";
+        bundle_.members["commands/cmdlines"] = command_lines();
         bundle_.times["files/etc/udhcpd.conf"] = started + written;
         bundle_.members["about"] = "format 1\ndate 1800000000\nuptime 86400.00 80000.00\nchanged " +
                                    std::to_string(started + changed) + "\n";

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <set>
 #include <sstream>
 
 #include "core/text.h"
@@ -121,15 +122,18 @@ void read_ps(std::string_view output, std::map<int, FoundProcess>& processes) {
     }
 }
 
-// The whole command lines, for those that ps has cut: PID, start in ticks since the boot, and
-// words, separated by tabulators, the words by 0x1f.
+// The whole command lines, for those that ps has cut: PID and, after a blank, the parent's, start
+// in ticks since the boot, and words, separated by tabulators, the words by 0x1f. The list is made
+// right after that of ps, so what is not in it has ended.
 void complete(std::string_view output, long long boot, std::map<int, FoundProcess>& processes) {
     constexpr long long ticks_a_second = 100;  // USER_HZ
+    std::set<int> listed;
     for (std::string& line : lines_in(output)) {
         const size_t first = line.find('\t');
         const size_t last = line.find('\t', first + 1);
         if (first == std::string::npos || last == std::string::npos) continue;
-        const int pid = process_id(line.substr(0, first));
+        const std::vector<std::string> numbers = words_in(line.substr(0, first));
+        const int pid = numbers.empty() ? 0 : process_id(numbers[0]);
         std::string text = line.substr(last + 1);
         std::ranges::replace(text, '\x1f', ' ');
         text = joined(with_hidden_words(words_in(text)));
@@ -139,7 +143,10 @@ void complete(std::string_view output, long long boot, std::map<int, FoundProces
             process = {.pid = pid, .command = text};
         const long long ticks = number_in(line.substr(first + 1, last - first - 1));
         if (boot > 0 && ticks > 0) process.started = boot + ticks / ticks_a_second;
+        if (numbers.size() > 1) process.parent = process_id(numbers[1]);
+        listed.insert(pid);
     }
+    for (auto& [pid, process] : processes) process.ended = !listed.empty() && !listed.contains(pid);
 }
 
 std::string after(const std::string& line, std::string_view label) {

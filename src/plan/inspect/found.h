@@ -18,10 +18,14 @@ inline constexpr std::string_view hidden_text = "********";
 
 struct FoundProcess {
     int pid = 0;
+    // Its parent's number; 0 if the archive does not say.
+    int parent = 0;
     // Its words, separated by single spaces.
     std::string command;
     // Seconds since 1970; 0 if the archive does not say.
     long long started = 0;
+    // While the archive was made.
+    bool ended = false;
 
     // The program's name, without its folder.
     std::string name() const;

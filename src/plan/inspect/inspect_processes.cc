@@ -64,6 +64,21 @@ RunningDaemons expected_daemons(const ExpectedRouter& expected) {
     return running;
 }
 
+// The running daemons of this name; not their forks, which serve somebody or run another program
+// next.
+std::vector<std::string> commands_of(std::string_view name, const FoundRouter& found) {
+    const auto is_fork = [&](const FoundProcess& process) {
+        return std::ranges::any_of(found.processes, [&](const FoundProcess& other) {
+            return other.pid == process.parent && other.name() == name;
+        });
+    };
+    std::vector<std::string> commands;
+    for (const FoundProcess& process : found.processes)
+        if (process.name() == name && !process.ended && !is_fork(process))
+            commands.push_back(process.command);
+    return commands;
+}
+
 }  // namespace
 
 const Daemon* daemon_in(std::string_view word) {
@@ -84,9 +99,7 @@ void inspect_processes(const FoundRouter& found, const ExpectedRouter& expected,
                         .fix = fix});
     };
     for (const Daemon& daemon : daemons) {
-        std::vector<std::string> there;
-        for (const FoundProcess& process : found.processes)
-            if (process.name() == daemon.name) there.push_back(process.command);
+        std::vector<std::string> there = commands_of(daemon.name, found);
         // l2tpd starts it, with words of its own.
         if (daemon.name == "pppd" && running.contains("l2tpd")) continue;
         const auto [first, last] = running.equal_range(daemon.name);
