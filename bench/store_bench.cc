@@ -27,7 +27,7 @@ class Filled {
         for (int64_t i = 0; i < keys; i++)
             text += key_of(i) + "=192.168.1." + std::to_string(i) + "\n";
         store_ = std::make_unique<nvram::Store>(places);
-        if (!store_->put_file(places.factory, text, false)) abort();
+        if (!store_->put_file(places.factory, text, true)) abort();
         if (!store_->restore_factory()) abort();
     }
     ~Filled() {
@@ -53,12 +53,12 @@ void get(benchmark::State& state) {
 }
 BENCHMARK(get)->Arg(100)->Arg(1'000)->Arg(10'000);
 
-// The cost of a process's first look-up, which reads and indexes the image.
+// The cost of a process's first look-up, which reads only a part of the image.
 void first_get(benchmark::State& state) {
     Filled filled(state.range(0));
     while (state.KeepRunning()) {
         nvram::Store fresh(filled.store().places());
-        benchmark::DoNotOptimize(fresh.working()->get("setting_1"));
+        benchmark::DoNotOptimize(fresh.working_around("setting_1")->get("setting_1"));
     }
     state.SetItemsProcessed(state.iterations());
 }

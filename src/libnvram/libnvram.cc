@@ -36,9 +36,13 @@ EXPORTED int nvram_zel_load() {
 }
 
 EXPORTED char* nvram_zel_get(const char* key) {
-    if (key == nullptr) return nullptr;
-    const nvram::Image* const image = library().store.working();
-    return image != nullptr ? lend(image->get(key)) : nullptr;
+    const std::size_t length = key != nullptr ? std::strlen(key) : SIZE_MAX;
+    if (length > nvram::key_limit) return nullptr;
+    // The key may be in the image that this call replaces.
+    char asked[nvram::key_limit + 1];
+    std::memcpy(asked, key, length + 1);
+    const nvram::Image* const image = library().store.working_around(asked);
+    return image != nullptr ? lend(image->get(asked)) : nullptr;
 }
 
 EXPORTED char* nvram_zel_safe_get(const char* key) {

@@ -36,6 +36,11 @@ class Store {
     // read. It lives until the next call.
     const Image* working();
 
+    // The same, but the first call reads only the lines around the key's if the working copy is as
+    // the store wrote it: for processes that ask for one key. The image has that key if the working
+    // copy has it.
+    const Image* working_around(std::string_view key);
+
     // Carries out all changes in one write. EINVAL: an invalid key; E2BIG: a value or the image is
     // too large; ENOENT: no working copy, which only load() and restore_factory() create; EBADMSG:
     // it has bad_lines(), which the write would drop; ECANCELED: refused.
@@ -90,8 +95,8 @@ class Store {
     // Reads a whole regular file of at most limit bytes.
     bool read_file(const std::string& path, std::size_t limit, std::string& text);
 
-    // Writes a temporary file and renames it to path; if durable, its content is synced to the disk
-    // before the rename.
+    // Writes a temporary file and renames it to path. Before the rename the content is synced to
+    // the disk if durable, otherwise it is marked as sorted by key.
     bool put_file(const std::string& path, std::string_view text, bool durable);
 
   private:
@@ -127,6 +132,7 @@ class Store {
     int seen_file_ = -1;
     io::Identity seen_;
     Image image_;
+    bool looked_up_ = false;
 };
 
 }  // namespace nvram

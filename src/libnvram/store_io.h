@@ -35,6 +35,9 @@ int open_any_to_read(const char* path);
 // Reads to the end; EFBIG if there are more than limit bytes.
 bool read_all(int file, std::size_t limit, std::string& text);
 
+// Reads up to size bytes from that place in the file; returns how many, 0 if the call fails.
+std::size_t read_at(int file, std::size_t place, char* bytes, std::size_t size);
+
 // Creates a file with mode 0600; one left by a killed writer is removed first.
 int create(const char* path);
 
@@ -42,6 +45,15 @@ bool write_all(int file, std::string_view text);
 
 // Returns after the file's content is on the disk.
 bool sync(int file);
+
+// Marks the file's content as lines sorted by key: its time of modification gets the file's size as
+// its nanoseconds. A later writer gives it the time of the clock, which has that very nanosecond
+// once in a thousand million times. Nothing happens where this is not possible.
+void mark_sorted(int file);
+
+// The file's size if it has that mark and nothing changed it since, its owner or times either; 0
+// otherwise.
+std::size_t marked_size(int file);
 
 void close(int file);
 bool rename(const char* from, const char* to);

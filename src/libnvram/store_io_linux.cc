@@ -105,6 +105,30 @@ bool read_all(int file, std::size_t limit, std::string& text) {
     return false;
 }
 
+std::size_t read_at(int file, std::size_t place, char* bytes, std::size_t size) {
+    const ssize_t count = ::pread(file, bytes, size, static_cast<off_t>(place));
+    return count < 0 ? 0 : static_cast<std::size_t>(count);
+}
+
+void mark_sorted(int file) {
+    struct stat status;
+    if (::fstat(file, &status) != 0) return;
+    // No image is too long for this.
+    const auto size = static_cast<std::size_t>(status.st_size);
+    const timespec times[] = {
+        {.tv_sec = 0, .tv_nsec = UTIME_OMIT},
+        {.tv_sec = status.st_mtim.tv_sec, .tv_nsec = static_cast<long>(size)}};
+    ::futimens(file, times);
+}
+
+std::size_t marked_size(int file) {
+    struct stat status;
+    if (::fstat(file, &status) != 0 || status.st_mtim.tv_nsec != status.st_size) return 0;
+    // The time of change, which nobody can set, is that of the rename that came after the mark.
+    const auto later = static_cast<unsigned long>(status.st_ctim.tv_sec - status.st_mtim.tv_sec);
+    return later <= 1 ? static_cast<std::size_t>(status.st_size) : 0;
+}
+
 int create(const char* path) {
     ::unlink(path);
     return open_private(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);

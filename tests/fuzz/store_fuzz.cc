@@ -49,6 +49,11 @@ void expect_value(const Model& model, const std::string& key) {
     char* copy = nvram_zel_safe_get(key.c_str());
     expect(copy && (known ? model.working->at(key) : "") == copy, "a copy of a setting's value");
     free(copy);
+    nvram::Store other(nvram::places_below(""));
+    const nvram::Image* around = other.working_around(key);
+    const auto first = around ? around->get(key) : std::nullopt;
+    expect(first.has_value() == known && (!known || *first == model.working->at(key)),
+           "a first look-up");
     expect(nvram::valid_key(key) || !known, "no setting has an invalid key");
 }
 

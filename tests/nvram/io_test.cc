@@ -131,6 +131,42 @@ TEST_F(Io, AFileOfATimeBeyondTheClockIsReadWithoutCaching) {
     EXPECT_EQ(errno, ENXIO);
 }
 
+// Returns the size if the working copy is marked as sorted.
+std::size_t marked_size(const std::string& path) {
+    const int file = nvram::io::open_to_read(path.c_str());
+    const std::size_t size = nvram::io::marked_size(file);
+    nvram::io::close(file);
+    return size;
+}
+
+TEST_F(Io, OnlyWhatTheStoreWroteIsMarkedAsSorted) {
+    const std::string path = folder / "tmp/nvram";
+    EXPECT_EQ(marked_size(path), 0U);
+    // On a busy machine the rename may come so late after the mark that it does not count.
+    const auto change = [&] {
+        for (int value = 10; marked_size(path) == 0; ++value)
+            ASSERT_TRUE(store.change({{"b", std::to_string(value)}}));
+        EXPECT_EQ(marked_size(path), 9U);
+    };
+    change();
+    folder.append("tmp/nvram", "a=3\n");
+    EXPECT_EQ(marked_size(path), 0U);
+    change();
+    folder.write("tmp/nvram", "b=10\na=2\n");
+    EXPECT_EQ(marked_size(path), 0U);
+    change();
+
+    // As touch -r, cp -p and tar do it: the times of the file as the store had written it.
+    struct stat status;
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    timespec times[] = {status.st_atim, {.tv_sec = status.st_mtim.tv_sec - 60, .tv_nsec = 9}};
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    EXPECT_EQ(marked_size(path), 0U);
+    times[1].tv_sec += 3600;
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    EXPECT_EQ(marked_size(path), 0U);
+}
+
 TEST_F(Io, AReadThatFailsIsNoEmptyImage) {
     refuse(reads, {EIO});
     EXPECT_FALSE(store.change({{"b", "2"}}));

@@ -132,6 +132,35 @@ TEST_F(Library, TakesBackWhatItLent) {
     EXPECT_STREQ(get("b"), "factory");
 }
 
+// Each copy of the file is a library that has looked nothing up yet.
+TEST_F(Library, FindsAKeyAtItsFirstLookUp) {
+    std::string text;
+    for (int i = 0; i < 5000; ++i)
+        text += "key" + std::to_string(i) + "=v" + std::to_string(i) + "\n";
+    folder.write("etc/default", text);
+    ASSERT_EQ(load(), 0);
+    int copies = 0;
+    const auto open_new = [&] {
+        const std::string copy = folder / ("library" + std::to_string(copies++));
+        std::filesystem::copy_file(NVRAM_TEST_LIBRARY, copy);
+        open(copy.c_str());
+    };
+    for (const char* number : {"0", "1", "777", "2500", "4999"}) {
+        open_new();
+        EXPECT_EQ(std::string("v") + number, get((std::string("key") + number).c_str()));
+        EXPECT_STREQ(get("key3"), "v3");
+    }
+    open_new();
+    EXPECT_EQ(get("key5000"), nullptr);
+    // The second look-up replaces the lines that the first one lent.
+    ASSERT_EQ(set("key0", "key4000"), 0);
+    open_new();
+    EXPECT_STREQ(get(get("key0")), "v4000");
+    folder.append("tmp/nvram", "key1=by hand\n");
+    open_new();
+    EXPECT_STREQ(get("key1"), "by hand");
+}
+
 TEST_F(Library, SeesWhatOthersWrite) {
     folder.write("tmp/nvram", "a=1\n");
     EXPECT_STREQ(get("a"), "1");

@@ -153,6 +153,7 @@ void SimulatedDisk::rewrite_in_place(const std::string& path, std::string_view c
     inode.content = content;
     inode.on_disk_is_current = false;
     inode.written_at = ++now;
+    inode.marked = false;
 }
 
 int SimulatedDisk::open_files() const {
@@ -230,6 +231,26 @@ bool sync(int file) {
     }
     done();
     return true;
+}
+
+std::size_t read_at(int file, std::size_t place, char* bytes, std::size_t size) {
+    if (!operation()) return 0;
+    const std::string& content = disk().state.inodes.at(open_table.at(file).inode).content;
+    const std::size_t count = place < content.size() ? content.copy(bytes, size, place) : 0;
+    disk().bytes_read += count;
+    return count;
+}
+
+void mark_sorted(int file) {
+    if (!operation()) return;
+    disk().state.inodes.at(open_table.at(file).inode).marked = true;
+    done();
+}
+
+std::size_t marked_size(int file) {
+    if (!operation() || beyond_the_clock()) return 0;
+    const DiskState::Inode& inode = disk().state.inodes.at(open_table.at(file).inode);
+    return inode.marked ? inode.content.size() : 0;
 }
 
 void close(int file) {

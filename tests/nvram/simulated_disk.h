@@ -17,6 +17,7 @@ struct DiskState {
         std::string on_disk;
         bool on_disk_is_current = false;
         std::int64_t written_at = 0;
+        bool marked = false;  // as sorted, and not written since
     };
     struct NameChange {
         std::string removed;  // empty: nothing
@@ -52,6 +53,7 @@ struct SimulatedDisk {
     std::size_t memory = SIZE_MAX;    // larger requests fail
     int operations = 0;               // calls so far
     int reads = 0;                    // whole files read so far
+    std::size_t bytes_read = 0;       // from places in files
     std::vector<DiskState>* trace = nullptr;  // gets the state after every operation
 
     // As another program writes: the same inode, truncated and written anew.

@@ -28,6 +28,10 @@ class TemporaryFolder {
         std::ofstream(path_ / name, std::ios::binary) << content;
     }
 
+    void append(std::string_view name, std::string_view content) const {
+        std::ofstream(path_ / name, std::ios::binary | std::ios::app) << content;
+    }
+
     // "(none)" when there is no such file.
     std::string read(std::string_view name) const {
         std::ifstream file(path_ / name, std::ios::binary);
