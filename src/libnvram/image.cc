@@ -72,14 +72,18 @@ static char* unescape(char* text, const char* end) {
     }
 }
 
-// nullptr, or why the line is bad. The byte at end is overwritten with a zero byte.
+// nullptr, or why the line is bad. The byte at end, which is in no key, is overwritten with a zero
+// byte.
 static const char* parse_line(char* line, char* end, Entry& entry) {
     const auto length = static_cast<std::size_t>(end - line);
     if (std::memchr(line, '\0', length) != nullptr) return "contains a zero byte";
-    char* const equals = static_cast<char*>(std::memchr(line, '=', length));
-    if (equals == nullptr) return "is not KEY=VALUE";
+    char* equals = line;
+    while (key_characters.has(*equals)) ++equals;
     entry.key = std::string_view(line, static_cast<std::size_t>(equals - line));
-    if (!valid_key(entry.key)) return "has an invalid key; use 1 to 127 of A-Z a-z 0-9 _ - .";
+    if (*equals != '=' || entry.key.empty() || entry.key.size() > key_limit)
+        return std::memchr(line, '=', length) == nullptr
+                   ? "is not KEY=VALUE"
+                   : "has an invalid key; use 1 to 127 of A-Z a-z 0-9 _ - .";
 
     char* const value_end = unescape(equals + 1, end);
     entry.value = std::string_view(equals + 1, static_cast<std::size_t>(value_end - equals - 1));
@@ -175,45 +179,71 @@ bool Image::apply(const Entry& change) {
     return true;
 }
 
-void append_escaped_byte(std::string& out, char c) {
+static bool is_plain(char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte >= 0x20 && byte != 0x7f && byte != '\\';
+}
+
+// What a character takes at most when it is escaped.
+static constexpr std::size_t longest_escape = 4;
+
+static char* write_escaped_byte(char* out, char c) {
     static constexpr char digits[] = "0123456789abcdef";
     const auto byte = static_cast<unsigned char>(c);
-    out += "\\x";
-    out += digits[byte >> 4];
-    out += digits[byte & 15];
+    *out++ = '\\';
+    *out++ = 'x';
+    *out++ = digits[byte >> 4];
+    *out++ = digits[byte & 15];
+    return out;
+}
+
+// To a place with room for the longest escapes; returns the end of what is written.
+static char* write_escaped(char* out, std::string_view value) {
+    for (const char c : value) {
+        if (is_plain(c)) {
+            *out++ = c;
+        } else if (c == '\\') {
+            *out++ = c;
+            *out++ = c;
+        } else {
+            out = write_escaped_byte(out, c);
+        }
+    }
+    return out;
+}
+
+void append_escaped_byte(std::string& out, char c) {
+    char text[longest_escape];
+    write_escaped_byte(text, c);
+    out.append(text, sizeof text);
 }
 
 void append_escaped(std::string& out, std::string_view value) {
-    const auto is_plain = [](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return byte >= 0x20 && byte != 0x7f && byte != '\\';
-    };
-    while (!value.empty()) {
-        // Most characters are plain; a whole run is copied at once.
-        std::size_t run = 0;
-        while (run < value.size() && is_plain(value[run])) ++run;
-        out += value.substr(0, run);
-        value.remove_prefix(run);
-        if (value.empty()) break;
-        if (value[0] == '\\')
-            out += "\\\\";
-        else
-            append_escaped_byte(out, value[0]);
-        value.remove_prefix(1);
-    }
+    const std::size_t before = out.size();
+    out.resize(before + longest_escape * value.size());
+    const char* const end = write_escaped(out.data() + before, value);
+    out.resize(static_cast<std::size_t>(end - out.data()));
 }
 
 std::string serialise(const std::vector<Entry>& entries) {
-    std::size_t unescaped = 0;
-    for (const Entry& entry : entries) unescaped += entry.key.size() + entry.value.size() + 2;
+    std::size_t left = 0;  // of the entries that are not written yet, without escapes
+    for (const Entry& entry : entries) left += entry.key.size() + entry.value.size() + 2;
     std::string text;
-    text.reserve(unescaped);
+    std::size_t used = 0;
     for (const Entry& entry : entries) {
-        text += entry.key;
-        text += '=';
-        append_escaped(text, entry.value);
-        text += '\n';
+        const std::size_t most = entry.key.size() + longest_escape * entry.value.size() + 2;
+        // Escapes are rare; with this much to spare, an image of short values is allocated once.
+        constexpr std::size_t spare = 4096;
+        if (text.size() - used < most) text.resize(used + left + most + spare);
+        char* out = text.data() + used;
+        for (const char c : entry.key) *out++ = c;
+        *out++ = '=';
+        out = write_escaped(out, entry.value);
+        *out++ = '\n';
+        used = static_cast<std::size_t>(out - text.data());
+        left -= entry.key.size() + entry.value.size() + 2;
     }
+    text.resize(used);
     return text;
 }
 

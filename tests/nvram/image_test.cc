@@ -169,4 +169,24 @@ TEST(Secret, KnowsThem) {
         EXPECT_FALSE(nvram::is_secret(key)) << key;
 }
 
+// Four times as long as it is without escapes, which is more than there was room for at first.
+TEST(Image, WritesManyEscapes) {
+    std::vector<std::string> keys;
+    for (int i = 1000; i < 3000; ++i) keys.push_back("k" + std::to_string(i));
+    std::vector<nvram::Entry> entries;
+    std::string expected;
+    for (const std::string& key : keys) {
+        const std::size_t length = keys.size() - entries.size();
+        static const std::string controls(2000, '\x01');
+        entries.push_back({key, std::string_view(controls).substr(0, length)});
+        expected += key + "=";
+        for (std::size_t i = 0; i < length; ++i) expected += "\\x01";
+        expected += "\n";
+    }
+    EXPECT_EQ(nvram::serialise(entries), expected);
+    std::string one = "x=";
+    nvram::append_escaped(one, entries.front().value);
+    EXPECT_EQ(one.size(), 2U + 4 * 2000);
+}
+
 }  // namespace
