@@ -77,8 +77,11 @@ after_restarts() {
     done
 }
 
+of_an_access_point=(lan wlan syslogd httpd dhcpd ntp)
+of_a_router=("${of_an_access_point[@]}" route ripd upnp wan_basic firewall igmp schedule ddns)
+
 step "After each application's restart"
-after_restarts lan wlan syslogd httpd dhcpd ntp route ripd upnp wan_basic firewall igmp schedule ddns
+after_restarts "${of_a_router[@]}"
 
 step "Daemons"
 plant "the DHCP server has ended" "process udhcpd" "killall udhcpd" "/usr/sbin/udhcpd /etc/udhcpd.conf &"
@@ -165,7 +168,7 @@ console nvram commit
 power_off
 all_on
 says_nothing "a router after its boot"
-after_restarts lan wlan syslogd httpd dhcpd ntp route ripd upnp wan_basic firewall igmp schedule ddns
+after_restarts "${of_a_router[@]}"
 plant "no default route" "route 0.0.0.0" "route del default" "route add default gw $provider_gateway"
 plant "the port has another address, which takes the default route along" "interface eth2.2; route 0.0.0.0" "ifconfig eth2.2 203.0.113.8"
 
@@ -178,5 +181,5 @@ console rc init
 comes "mini_httpd runs" running mini_httpd
 wait_until at_rest
 says_nothing "an access point after its boot"
-after_restarts lan wlan syslogd httpd dhcpd ntp
+after_restarts "${of_an_access_point[@]}"
 plant "the web server has ended" "process mini_httpd" "killall mini_httpd"
