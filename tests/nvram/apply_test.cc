@@ -1,7 +1,9 @@
 // nvram apply, try, confirm, undo and trial, with a program in rc's place that notes how it is
 // called and the settings then.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -126,6 +128,19 @@ TEST_F(Apply, SpeaksInObjectsIfAsked) {
                    "}\n"
                    "{\"message\":\"rc wlan stop\"}\n{\"message\":\"rc wlan start\"}\n"
                    "{\"message\":\"applied; 'nvram commit' writes it to flash\"}\n"));
+    const Result tried = with_settings("try --json --seconds 11", "wifi_ssid=newest\n");
+    const std::size_t at = tried.output.find("\"token\":\"");
+    ASSERT_NE(at, std::string::npos) << tried;
+    const std::string token = tried.output.substr(at + 9, 32);
+    EXPECT_EQ(tried.output,
+              "{\"changed\":[\"wifi_ssid\"],\"actions\":[\"wlan stop\",\"wlan start\"],"
+              "\"at_boot\":[],\"pauses\":4,\"findings\":" +
+                  findings_with("wifi_ssid=newest") + ",\"token\":\"" + token +
+                  "\",\"seconds\":11}\n"
+                  "{\"message\":\"rc wlan stop\"}\n{\"message\":\"rc wlan start\"}\n"
+                  "{\"message\":\"on trial for 11 s; 'nvram confirm " +
+                  token + "' keeps it\"}\n");
+    EXPECT_EQ(run("confirm " + token).status, 0);
     // Refused or not, the findings are there.
     for (const char* const verb : {"apply --json", "try --json", "apply --dry-run --json"}) {
         const Result result = with_settings(verb, "lan_netmask=255.0.255.0\n");
@@ -134,7 +149,7 @@ TEST_F(Apply, SpeaksInObjectsIfAsked) {
         EXPECT_NE(findings.find("\"level\":\"error\""), std::string::npos) << findings;
         EXPECT_TRUE(result.output.ends_with(",\"findings\":" + findings + "}\n")) << result;
     }
-    EXPECT_EQ(calls(), "wlan stop old\nwlan start new\n");
+    EXPECT_EQ(calls(), "wlan stop old\nwlan start new\nwlan stop new\nwlan start newest\n");
 }
 
 TEST_F(Apply, RefusesWhatItCannotDo) {
@@ -151,6 +166,59 @@ TEST_F(Apply, RefusesWhatItCannotDo) {
     EXPECT_EQ(run("apply --seconds 20 /dev/null"),
               error("apply: does not take --seconds or --probe (try 'nvram --help')"));
     EXPECT_EQ(calls(), "(none)");
+}
+
+TEST_F(Apply, ChangesNothingWithoutAWorkingCopy) {
+    std::filesystem::remove(folder / "tmp/nvram");
+    EXPECT_EQ(with_settings("apply", "wifi_ssid=new\n"),
+              error("apply: /tmp/nvram: no working copy; run 'nvram load' first"));
+    EXPECT_EQ(calls(), "(none)");
+}
+
+TEST_F(Apply, OnlyOneChangeAtATime) {
+    const std::string path = folder / "tmp/nvram.apply";
+    const int other = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
+    for (const char* const verb : {"apply", "try"})
+        EXPECT_EQ(with_settings(verb, "wifi_ssid=new\n"),
+                  (Result{1, "",
+                          std::string("nvram: ") + verb +
+                              ": another change is under way; nothing was changed\n"}));
+    close(other);
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+    EXPECT_EQ(with_settings("apply", "wifi_ssid=new\n"),
+              error("apply: /tmp/nvram.apply: Is a directory; nothing was changed"));
+    EXPECT_EQ(calls(), "(none)");
+    EXPECT_EQ(changes(), "");
+}
+
+TEST_F(Apply, TellsTheStatusOfRc) {
+    play_rc("[ \"$2\" = start ] || exit 3\n");
+    EXPECT_EQ(with_settings("apply", "wifi_ssid=new\n"),
+              done("rc wlan stop\n    ended with status 3\nrc wlan start\n"
+                   "applied; 'nvram commit' writes it to flash\n"));
+}
+
+TEST_F(Apply, AppliedThoughFlashCannotBeWritten) {
+    std::filesystem::remove(folder / "flash");
+    folder.write("flash", "");
+    EXPECT_EQ(
+        with_settings("apply --commit", "wifi_ssid=new\n"),
+        (Result{2, "rc wlan stop\nrc wlan start\napplied, but not in flash: Not a directory\n",
+                ""}));
+    EXPECT_EQ(changes(), "- wifi_ssid=old\n+ wifi_ssid=new\n");
+}
+
+TEST_F(Apply, ATrialOfSettingsThatCannotBeStoredIsUndone) {
+    // The stop half makes the working copy unwritable; the kept file takes its place.
+    play_rc("[ \"$2\" = start ] || echo nonsense >> " + (folder / "tmp/nvram") + "\n");
+    const Result tried = with_settings("try", "wifi_ssid=new\n");
+    EXPECT_EQ(tried.status, 1);
+    EXPECT_TRUE(tried.output.ends_with("undone: the settings could not be changed: Bad message\n"))
+        << tried;
+    EXPECT_EQ(changes(), "");
+    EXPECT_EQ(run("trial").status, 1);
 }
 
 TEST_F(Apply, RefusesSettingsWithErrors) {
@@ -254,7 +322,9 @@ TEST_F(Apply, AConfirmedTrialIsInFlash) {
                           token + "' keeps it\n"));
     EXPECT_EQ(folder.read("flash/nvram.a"), "(none)");
     EXPECT_EQ(run("confirm 00000000000000000000000000000000").status, 1);
-    EXPECT_EQ(run("confirm " + token), done());
+    // On standard input, other processes do not see it.
+    EXPECT_EQ(run("confirm - <<< 0123").status, 1);
+    EXPECT_EQ(run("confirm - <<< " + token), done());
     EXPECT_EQ(flash(), "");
     EXPECT_EQ(run("trial"),
               (Result{1, "", "nvram: trial: no change is on trial; the last one: confirmed\n"}));
@@ -317,6 +387,60 @@ TEST_F(Apply, TellsWhatIsOnTrial) {
     EXPECT_EQ(run("confirm " + token), done());
     EXPECT_EQ(run("trial --json"),
               (Result{1, "{\"on_trial\":false,\"last\":\"confirmed\"}\n", ""}));
+}
+
+// Something is in the way of a trial's files.
+TEST_F(Apply, ATrialThatCannotBeginChangesNothing) {
+    for (const char* const name : {"nvram.before", "nvram.trial"}) {
+        std::filesystem::create_directories(folder / "tmp" + ("/" + std::string(name)) + "/x");
+        const Result tried = with_settings("try", "wifi_ssid=new\n");
+        EXPECT_EQ(tried.status, 2) << name;
+        EXPECT_EQ(tried.output, "");
+        EXPECT_TRUE(tried.errors.ends_with("; nothing was changed\n")) << tried;
+        EXPECT_EQ(calls(), "(none)");
+        EXPECT_EQ(changes(), "");
+        std::filesystem::remove_all(folder / "tmp" + ("/" + std::string(name)));
+    }
+    EXPECT_EQ(folder.read("tmp/nvram.before"), "(none)");
+}
+
+// Somebody has removed what the settings were before.
+TEST_F(Apply, AnUndoWithoutTheOldSettingsSaysSo) {
+    const std::string token = token_in(with_settings("try --seconds 1000", "wifi_ssid=new\n"));
+    std::filesystem::remove(folder / "tmp/nvram.before");
+    const Result undone = run("undo");
+    EXPECT_EQ(undone.status, 2);
+    EXPECT_EQ(undone.output, "the old settings could not be restored\n");
+    EXPECT_EQ(run("confirm " + token), done());
+    EXPECT_EQ(changes(), "- wifi_ssid=old\n+ wifi_ssid=new\n");
+}
+
+TEST_F(Apply, AnUndoWithoutAWorkingCopySaysSo) {
+    const std::string path = folder / "tmp/nvram";
+    const std::string token = token_in(with_settings("try --seconds 1000", "wifi_ssid=new\n"));
+    std::filesystem::rename(path, path + ".away");
+    std::filesystem::create_directory(path);
+    const Result undone = run("undo");
+    EXPECT_EQ(undone.status, 2);
+    EXPECT_TRUE(undone.output.ends_with("the old settings could not be restored\n")) << undone;
+    std::filesystem::remove(path);
+    std::filesystem::rename(path + ".away", path);
+    EXPECT_EQ(run("confirm " + token), done());
+}
+
+// With ever more open files allowed, it is once the worker's pipe that cannot be had.
+TEST_F(Apply, NeedsFilesForItsWorker) {
+    const std::string no_pipe =
+        "nvram: no pipe can be opened: Too many open files; nothing was changed\n";
+    Result result = done();
+    for (int files = 4; files < 32 && result.errors != no_pipe; ++files) {
+        command = "ulimit -n " + std::to_string(files) + "; " NVRAM_COMMAND;
+        result = with_settings("apply", "wifi_ssid=new\n");
+    }
+    EXPECT_EQ(result, (Result{2, "", no_pipe}));
+    command = NVRAM_COMMAND;
+    EXPECT_EQ(calls(), "(none)");
+    EXPECT_EQ(changes(), "");
 }
 
 TEST_F(Apply, AProbeThatFailsAfterTheChangeUndoesIt) {

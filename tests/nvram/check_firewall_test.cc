@@ -255,6 +255,29 @@ std::string rule(const std::string& on, const std::string& name, const std::stri
     return record;
 }
 
+// The rule as rc writes it, and what iptables makes of it.
+TEST(CheckForwards, TellsWhatIptablesDoesWithARule) {
+    const auto effect = [](const std::string& change) {
+        const std::vector<nvram::Finding> all = findings({change});
+        for (const nvram::Finding& finding : all)
+            if (finding.problem.find("'TCP'") != std::string::npos) return finding.effect;
+        return std::string("(none)");
+    };
+    const std::string line = "writes into /tmp/rules: iptables -A FORWARD ";
+    EXPECT_EQ(effect("fw_in_rules=web:1:x:8000:80:TCP:9"),
+              line + "-p TCP -d 192.168.1.9 --dport 80 -j ACCEPT; iptables reads it as tcp");
+    EXPECT_EQ(effect("fw_out_rules=game:1:x:90:80:TCP:5"),
+              line + " -p TCP -d 192.168.1.5 --dport 90:80 -j ACCEPT; iptables rejects it");
+}
+
+// A 0 in front makes a port or an address of a QoS rule none; not one of the other fields.
+TEST(CheckQos, ReadsASwitchAsANumber) {
+    EXPECT_EQ(findings({"qos_enable=1", "wan_bandwidth=2000",
+                        "qos=" + rule("05", "game", "80\\x0281", "10\\x0220", "100:1")})[0]
+                  .effect,
+              "reads it as 5");
+}
+
 TEST(CheckQos, ChecksEachRule) {
     const auto with_rule = [](const std::string& record) {
         return std::vector<std::string>{"qos_enable=1", "wan_bandwidth=2000", "qos=" + record};

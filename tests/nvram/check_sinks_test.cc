@@ -278,6 +278,21 @@ TEST(CheckSinks, ShowsTheLineWithAnInvalidValue) {
     EXPECT_EQ(finding_of({"wan_mtu=9000"}).effect, "reads it as 9000");
 }
 
+// l2tpd reads the doubled % as it stands.
+TEST(CheckSinks, ShowsAnAccountAsItIsWritten) {
+    const Sink sinks[] = {
+        {"l2tp_username", Quoting::File, "/tmp/l2tp/l2tpd.conf", "name = \x01", all, ""}};
+    EXPECT_EQ(findings({"l2tp_username=a%\\x01b"}, sinks)[0].effect,
+              "writes into /tmp/l2tp/l2tpd.conf: name = a%%\\x01b");
+}
+
+TEST(CheckSinks, ShowsTheLineOfAnEntry) {
+    const Sink sinks[] = {{"fw_block_keyword", Quoting::Bare, "/tmp/rules",
+                           "iptables -A X --string \x01", all, "keyword"}};
+    EXPECT_EQ(findings({"fw_block_keyword=a\\x07b"}, sinks)[0].effect,
+              "writes into /tmp/rules: iptables -A X --string a\\x07b");
+}
+
 // Of a text that breaks its form and its line, one is said: the worse.
 TEST(CheckSinks, ReportsOneMistakeOnce) {
     const Sink sinks[] = {{"wan_account", Quoting::Bare, "command", "prog \x01", all, ""}};

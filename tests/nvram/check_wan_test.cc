@@ -178,6 +178,8 @@ TEST(CheckWan, ServersOfTheWanAreNotInTheLan) {
         {{"wan_fix_dns=1", "wan_dns1=203.0.113.53", "wan_dns3=192.168.1.1"},
          {"error wan_dns3: is the router's own address"}},
         {{"wan_fix_dns=0", "wan_dns1=192.168.1.9"}, {}},
+        // Used by the mode and by the switch: one mistake.
+        {with(fixed, {"wan_fix_dns=1", "wan_dns1=192.168.1.9"}), {"error wan_dns1: " + in_lan}},
         {with(pptp, {"pptp_server=192.168.1.9"}), {"error pptp_server: " + in_lan}},
         {with(l2tp, {"l2tp_server=192.168.1.9"}), {"error l2tp_server: " + in_lan}},
         {{"pptp_server=192.168.1.9"}, {}},

@@ -365,6 +365,16 @@ TEST_F(Nvram, Diffs) {
               no("- b=2\n+ b=22\n"));
 }
 
+TEST_F(Nvram, DiffsAsJson) {
+    folder.write("tmp/nvram", "a=1\nb=2\nhttp_password=new\n");
+    folder.write("etc/default", "b=1\nc=\n");
+    EXPECT_EQ(run("diff --json @factory @working"),
+              no("{\"key\":\"a\",\"old\":null,\"new\":\"1\"}\n"
+                 "{\"key\":\"b\",\"old\":\"1\",\"new\":\"2\"}\n"
+                 "{\"key\":\"c\",\"old\":\"\",\"new\":null}\n"
+                 "{\"key\":\"http_password\",\"old\":null,\"new\":\"********\"}\n"));
+}
+
 TEST_F(Nvram, DiffNamesWhatItCannotRead) {
     folder.write("one", "a=1\nnonsense\n");
     folder.write("two", "a=2\n");

@@ -84,6 +84,7 @@ TEST(Mask, FindsAVeryShortSecretOnlyIfItStandsAlone) {
                                   {"7 17 70 7", "* 17 70 *"},
                                   {"option=7\n", "option=*\n"},
                                   {"a -x b-x", "a ** b-x"},
+                                  {"xabcx xabc.", "xabcx xabc."},
                               });
 }
 
