@@ -184,7 +184,7 @@ static bool is_plain(char c) {
     return byte >= 0x20 && byte != 0x7f && byte != '\\';
 }
 
-// What a character takes at most when it is escaped.
+// The most bytes that an escaped character takes: \x0a.
 static constexpr std::size_t longest_escape = 4;
 
 static char* write_escaped_byte(char* out, char c) {

@@ -8,8 +8,8 @@
 
 namespace nvram {
 
-// What is left when the bisection is this small is read at once: fewer calls of the kernel than
-// going on. A line that does not begin, or whose key does not end, within as much ends it too.
+// The bisection looks at this many bytes at a time, and ends when no more than these are left. It
+// also ends where they contain no whole key: in a very long line.
 static constexpr std::size_t window = 2048;
 
 // The place after the character's first occurrence, or the end.

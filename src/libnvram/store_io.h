@@ -51,8 +51,8 @@ bool sync(int file);
 // once in a thousand million times. Nothing happens where this is not possible.
 void mark_sorted(int file);
 
-// The file's size if it has that mark and nothing changed it since, its owner or times either; 0
-// otherwise.
+// The file's size if it has that mark; 0 if not, or if anything about the file, such as its times,
+// was changed more than a second after the time that the mark is in.
 std::size_t marked_size(int file);
 
 void close(int file);

@@ -428,7 +428,9 @@ TEST_F(Apply, AnUndoWithoutAWorkingCopySaysSo) {
     EXPECT_EQ(run("confirm " + token), done());
 }
 
-// With ever more open files allowed, it is once the worker's pipe that cannot be had.
+#ifndef __mips__
+// With ever more open files allowed, it is once the worker's pipe that cannot be had. An emulator
+// of user programs does not count files as the kernel does.
 TEST_F(Apply, NeedsFilesForItsWorker) {
     const std::string no_pipe =
         "nvram: no pipe can be opened: Too many open files; nothing was changed\n";
@@ -442,6 +444,7 @@ TEST_F(Apply, NeedsFilesForItsWorker) {
     EXPECT_EQ(calls(), "(none)");
     EXPECT_EQ(changes(), "");
 }
+#endif
 
 TEST_F(Apply, AProbeThatFailsAfterTheChangeUndoesIt) {
     play_rc("[ \"$*\" != 'wlan start' ] || rm -f " + (folder / "gateway") + "\n");
