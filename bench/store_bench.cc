@@ -69,7 +69,7 @@ void set(benchmark::State& state) {
     int64_t i = 0;
     while (state.KeepRunning()) {
         const std::string value = std::to_string(i++);
-        if (!filled.store().change({{.key = "setting_1", .value = value}}))
+        if (!filled.store().set({.key = "setting_1", .value = value}))
             state.SkipWithError("set failed");
     }
     state.SetItemsProcessed(state.iterations());

@@ -111,7 +111,9 @@ static void sort_and_keep_last(std::vector<Entry>& entries) {
     entries.erase(entries.begin() + (out - entries.data()), entries.end());
 }
 
-Image::Image(std::string text, std::vector<BadLine>* bad_lines) : bytes_(std::move(text)) {
+Image::Image(std::string&& text, std::vector<BadLine>* bad_lines, Lines lines)
+    : bytes_(std::move(text)), lines_(lines) {
+    if (lines_.begin == lines_.end) lines_.end = bytes_.size();
     // Longer than the in-object buffer of any library's std::string.
     constexpr std::size_t long_enough = 64;
     if (bytes_.capacity() < long_enough) bytes_.reserve(long_enough);
@@ -119,13 +121,13 @@ Image::Image(std::string text, std::vector<BadLine>* bad_lines) : bytes_(std::mo
 
     // Most lines are longer, so that the entries are seldom copied to a larger place.
     constexpr std::size_t short_line = 16;
-    entries_.reserve(bytes_.size() / short_line);
+    entries_.reserve((lines_.end - lines_.begin) / short_line);
     bool sorted = true;
     unsigned number = 0;
-    char* const end = bytes_.data() + bytes_.size();
-    for (char* line = bytes_.data(); line != end;) {
-        char* const line_end =
-            static_cast<char*>(std::memchr(line, '\n', static_cast<std::size_t>(end - line)));
+    const char* const end = bytes_.data() + lines_.end;
+    for (char* line = bytes_.data() + lines_.begin; line < end;) {
+        const auto rest = static_cast<std::size_t>(end + 1 - line);
+        char* const line_end = static_cast<char*>(std::memchr(line, '\n', rest));
         ++number;
         if (line != line_end && *line != '#') {
             Entry entry;
@@ -160,7 +162,9 @@ bool Image::set(std::string_view key, std::string_view value) {
 }
 
 std::string Image::text() const {
-    return serialise(entries_);
+    std::string whole = serialise(entries_, std::string(bytes_, 0, lines_.begin));
+    whole.append(bytes_, lines_.end, bytes_.size() - 1 - lines_.end);
+    return whole;
 }
 
 bool Image::apply(const Entry& change) {
@@ -174,7 +178,12 @@ bool Image::apply(const Entry& change) {
     if (present) {
         place->value = change.value;
     } else {
-        entries_.insert(place, change);
+        // vector::insert would do the same in 160 bytes more.
+        const auto index = place - entries_.begin();
+        entries_.push_back(change);
+        const auto new_place = entries_.begin() + index;
+        std::move_backward(new_place, entries_.end() - 1, entries_.end());
+        *new_place = change;
     }
     return true;
 }
@@ -225,11 +234,10 @@ void append_escaped(std::string& out, std::string_view value) {
     out.resize(static_cast<std::size_t>(end - out.data()));
 }
 
-std::string serialise(const std::vector<Entry>& entries) {
+std::string serialise(const std::vector<Entry>& entries, std::string text) {
     std::size_t left = 0;  // of the entries that are not written yet, without escapes
     for (const Entry& entry : entries) left += entry.key.size() + entry.value.size() + 2;
-    std::string text;
-    std::size_t used = 0;
+    std::size_t used = text.size();
     for (const Entry& entry : entries) {
         const std::size_t most = entry.key.size() + longest_escape * entry.value.size() + 2;
         // Escapes are rare; with this much to spare, an image of short values is allocated once.

@@ -31,12 +31,21 @@ struct BadLine {
 // 1 to 127 of A-Z a-z 0-9 _ - and '.'.
 bool valid_key(std::string_view key);
 
+// Whole lines of a text: the bytes from begin up to end, or all if begin is end.
+struct Lines {
+    std::size_t begin = 0;
+    std::size_t end = 0;
+};
+
 class Image {
   public:
     Image() = default;
     // Takes ownership of the text, so that it is in memory once. Blank lines and lines that begin
-    // with '#' are comments; if a key is given twice, the last line counts.
-    explicit Image(std::string text, std::vector<BadLine>* bad_lines = nullptr);
+    // with '#' are comments; if a key is given twice, the last line counts. Of other lines than the
+    // given ones it takes no notice, except that they are in text().
+    explicit Image(std::string&& text, std::vector<BadLine>* bad_lines = nullptr, Lines lines = {});
+    explicit Image(const std::string& text, std::vector<BadLine>* bad_lines = nullptr)
+        : Image(std::string(text), bad_lines) {}
 
     Image(Image&&) = default;
     Image& operator=(Image&&) = default;
@@ -59,10 +68,12 @@ class Image {
     // Always longer than the string's in-object buffer, because moving such a string would move the
     // bytes.
     std::string bytes_;
+    Lines lines_;
     std::vector<Entry> entries_;
 };
 
-std::string serialise(const std::vector<Entry>& entries);
+// The entries as lines of an image, behind the text.
+std::string serialise(const std::vector<Entry>& entries, std::string text = {});
 
 // Appends a byte as an image escapes it: \xHH.
 void append_escaped_byte(std::string& out, char c);

@@ -54,7 +54,7 @@ EXPORTED char* nvram_zel_safe_get(const char* key) {
 
 EXPORTED int nvram_zel_set(const char* key, const char* value) {
     const std::string_view new_value = value != nullptr ? std::string_view(value) : nvram::no_value;
-    return library().store.change({{key != nullptr ? key : "", new_value}}) ? 0 : -1;
+    return library().store.set({key != nullptr ? key : "", new_value}) ? 0 : -1;
 }
 
 EXPORTED int nvram_zel_commit() {

@@ -18,23 +18,39 @@ static const char* after(const char* text, const char* end, char character) {
     return found != nullptr ? static_cast<const char*>(found) + 1 : end;
 }
 
-bool read_lines_around(std::string_view key, int file, std::string& text) {
+// The bytes of a text of this size from a place on, at most a window, are those that the function
+// gives.
+template <typename BytesFrom>
+static Lines bisect(std::string_view key, std::size_t size, const BytesFrom& bytes_from) {
     std::size_t low = 0;  // both are beginnings of lines
-    std::size_t high = io::marked_size(file);
-    if (high == 0) return false;
+    std::size_t high = size;
     while (high - low > window) {
         const std::size_t middle = low + (high - low) / 2;
-        char bytes[window];
-        const char* const end = bytes + io::read_at(file, middle, bytes, window);
-        const char* const line = after(bytes, end, '\n');
+        const std::string_view bytes = bytes_from(middle);
+        const char* const end = bytes.data() + bytes.size();
+        const char* const line = after(bytes.data(), end, '\n');
         const char* const value = after(line, end, '=');
-        const std::size_t beginning = middle + static_cast<std::size_t>(line - bytes);
+        const std::size_t beginning = middle + static_cast<std::size_t>(line - bytes.data());
         if (value == end || beginning >= high) break;
         const std::string_view seen(line, static_cast<std::size_t>(value - 1 - line));
         (seen.compare(key) <= 0 ? low : high) = beginning;
     }
-    text.resize(high - low);
-    return io::read_at(file, low, text.data(), text.size()) == text.size();
+    return {.begin = low, .end = high};
+}
+
+Lines find_lines_around(std::string_view key, std::string_view text) {
+    return bisect(key, text.size(), [&](std::size_t place) { return text.substr(place, window); });
+}
+
+bool read_lines_around(std::string_view key, int file, std::string& text) {
+    const std::size_t size = io::marked_size(file);
+    if (size == 0) return false;
+    char bytes[window];
+    const Lines lines = bisect(key, size, [&](std::size_t place) {
+        return std::string_view(bytes, io::read_at(file, place, bytes, window));
+    });
+    text.resize(lines.end - lines.begin);
+    return io::read_at(file, lines.begin, text.data(), text.size()) == text.size();
 }
 
 }  // namespace nvram

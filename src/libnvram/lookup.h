@@ -5,10 +5,15 @@
 #include <string>
 #include <string_view>
 
+#include "libnvram/image.h"
+
 namespace nvram {
 
-// Reads those lines of the open file among which the key's line is, if there is one. False if the
-// file is not marked as sorted (io::mark_sorted) or cannot be read: then it has to be read whole.
+// A few lines of an image that is sorted, among which the key's line is, or would be.
+Lines find_lines_around(std::string_view key, std::string_view text);
+
+// Reads these lines of the open file. False if it is not marked as sorted (io::mark_sorted) or
+// cannot be read: then it has to be read whole.
 bool read_lines_around(std::string_view key, int file, std::string& text);
 
 }  // namespace nvram

@@ -48,8 +48,8 @@ std::string temporary_of(const std::string& path) {
 }
 
 void remove_leftovers_of(const std::string& path) {
-    const std::string beginning = path.substr(path.rfind('/') + 1) + ".";
-    io::remove_leftovers(folder_of(path).c_str(), beginning);
+    const std::string_view whole = path;
+    io::remove_leftovers(folder_of(path).c_str(), whole.substr(whole.rfind('/') + 1));
 }
 
 }  // namespace
@@ -130,18 +130,23 @@ bool Store::read_file(const std::string& path, std::size_t limit, std::string& t
 }
 
 // Writing a working copy with a line that cannot be read would drop the line.
-bool Store::read_working(Image& image) {
+bool Store::read_working(Image& image, const std::string_view* around) {
+    const OpenFile file(io::open_to_read(places_.working.c_str()));
     std::string text;
-    if (!read_file(places_.working, image_limit, text)) return false;
-    image = Image(std::move(text), &bad_lines_);
+    if (!file || !io::read_all(file.get(), image_limit, text)) return fail(places_.working);
+    Lines lines;
+    // With the mark still there after the read, nobody has written meanwhile.
+    if (around != nullptr && io::marked_size(file.get()) == text.size())
+        lines = find_lines_around(*around, text);
+    image = Image(std::move(text), &bad_lines_, lines);
     if (bad_lines_.empty()) return true;
     errno = EBADMSG;
     return fail(places_.working);
 }
 
-bool Store::accepted(const Judge* judge, const std::vector<Entry>& entries) {
+bool Store::accepted(const Judge* judge, const Image& image) {
     if (judge == nullptr) return true;
-    if (judge->accepts(Image(serialise(entries)), judge->context)) return true;
+    if (judge->accepts(Image(image.text()), judge->context)) return true;
     errno = ECANCELED;
     return fail(places_.working);
 }
@@ -163,8 +168,8 @@ bool Store::put_file(const std::string& path, std::string_view text, bool durabl
     return fail(path);
 }
 
-bool Store::put_working(const std::vector<Entry>& entries) {
-    const std::string text = serialise(entries);
+bool Store::put_working(const Image& image) {
+    const std::string text = image.text();
     if (text.size() > image_limit) {
         errno = E2BIG;
         return fail(places_.working);
@@ -174,7 +179,12 @@ bool Store::put_working(const std::vector<Entry>& entries) {
     return put_file(places_.working, text, false);
 }
 
-bool Store::change(const std::vector<Entry>& changes, const Judge* judge) {
+bool Store::put_text(std::string&& text) {
+    return put_working(Image(std::move(text)));
+}
+
+bool Store::change_around(const std::string_view* around, std::span<const Entry> changes,
+                          const Judge* judge) {
     for (const Entry& entry : changes) {
         const int reason = !valid_key(entry.key)              ? EINVAL
                            : entry.value.size() > value_limit ? E2BIG
@@ -187,21 +197,29 @@ bool Store::change(const std::vector<Entry>& changes, const Judge* judge) {
     Held held;
     // Not read into image_, because the caller's texts may point into it.
     Image image;
-    if (!lock(held) || !read_working(image)) return false;
+    if (!lock(held) || !read_working(image, around)) return false;
     bool changed = false;
     for (const Entry& entry : changes) changed |= image.apply(entry);
-    if (!accepted(judge, image.entries())) return false;
-    return !changed || put_working(image.entries());
+    if (!accepted(judge, image)) return false;
+    return !changed || put_working(image);
 }
 
-bool Store::replace(const std::vector<Entry>& entries, const Judge* judge) {
+bool Store::change(std::span<const Entry> changes, const Judge* judge) {
+    return change_around(nullptr, changes, judge);
+}
+
+bool Store::set(const Entry& entry) {
+    return change_around(&entry.key, {&entry, 1}, nullptr);
+}
+
+bool Store::replace(const Image& image, const Judge* judge) {
     Held held;
     if (!lock(held)) return false;
     if (!held.working) {
         errno = ENOENT;
         return fail(places_.working);
     }
-    return accepted(judge, entries) && put_working(entries);
+    return accepted(judge, image) && put_working(image);
 }
 
 std::string Store::slot_path(char slot) const {
@@ -269,7 +287,7 @@ bool Store::load_previous() {
     Held held;
     if (!lock(held)) return false;
     std::optional<std::string> image = previous_image();
-    return image && put_working(Image(std::move(*image)).entries());
+    return image && put_text(std::move(*image));
 }
 
 bool Store::put_generation(char slot, std::string_view text) {
@@ -289,7 +307,7 @@ bool Store::commit_locked(const Judge* judge) {
         errno = body.empty() ? ENODATA : E2BIG;
         return fail(places_.working);
     }
-    if (!accepted(judge, image.entries())) return false;
+    if (!accepted(judge, image)) return false;
 
     Newest newest;
     if (!newest_generation(newest)) return false;
@@ -332,15 +350,13 @@ bool Store::confirm() {
 
 bool Store::load_factory() {
     std::string text;
-    return read_file(places_.factory, image_limit, text) &&
-           put_working(Image(std::move(text)).entries());
+    return read_file(places_.factory, image_limit, text) && put_text(std::move(text));
 }
 
 bool Store::load() {
     Held held;
     if (!lock(held)) return false;
-    if (std::optional<std::string> flash = flash_image())
-        return put_working(Image(std::move(*flash)).entries());
+    if (std::optional<std::string> flash = flash_image()) return put_text(std::move(*flash));
     return errno == ENOENT && load_factory();
 }
 

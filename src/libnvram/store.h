@@ -4,7 +4,9 @@
 #define RC_LIBNVRAM_STORE_H
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,10 +46,17 @@ class Store {
     // Carries out all changes in one write. EINVAL: an invalid key; E2BIG: a value or the image is
     // too large; ENOENT: no working copy, which only load() and restore_factory() create; EBADMSG:
     // it has bad_lines(), which the write would drop; ECANCELED: refused.
-    bool change(const std::vector<Entry>& changes, const Judge* judge = nullptr);
+    bool change(std::span<const Entry> changes, const Judge* judge = nullptr);
+    bool change(std::initializer_list<Entry> changes, const Judge* judge = nullptr) {
+        return change(std::span(changes.begin(), changes.size()), judge);
+    }
 
-    // Gives the working copy exactly these entries, sorted by key. ECANCELED: refused.
-    bool replace(const std::vector<Entry>& entries, const Judge* judge = nullptr);
+    // The same for one change, without looking at more lines than those around the key's if the
+    // working copy is as the store wrote it.
+    bool set(const Entry& change);
+
+    // Gives the working copy exactly the image's settings. ECANCELED: refused.
+    bool replace(const Image& image, const Judge* judge = nullptr);
 
     // Writes the working copy over the older generation. ENODATA: it has no settings; EBADMSG: it
     // has bad_lines(); ECANCELED: refused; EBUSY: a change is on trial (Places::trial). If only the
@@ -111,9 +120,12 @@ class Store {
     struct Held;
 
     bool lock(Held& held);
-    bool read_working(Image& image);
-    bool accepted(const Judge* judge, const std::vector<Entry>& entries);
-    bool put_working(const std::vector<Entry>& entries);
+    bool read_working(Image& image, const std::string_view* around = nullptr);
+    bool change_around(const std::string_view* around, std::span<const Entry> changes,
+                       const Judge* judge);
+    bool accepted(const Judge* judge, const Image& image);
+    bool put_working(const Image& image);
+    bool put_text(std::string&& text);
     bool commit_locked(const Judge* judge);
     bool load_factory();
     std::string slot_path(char slot) const;

@@ -66,9 +66,9 @@ bool has_memory(std::size_t bytes);
 // The number in the names of this process's temporary files.
 long process_number();
 
-// Removes the files in the folder whose names are the beginning, the number of a process that has
-// ended, and ".new".
-void remove_leftovers(const char* folder, std::string_view beginning);
+// Removes the files in the folder whose names are the given one, a dot, the number of a process
+// that has ended, and ".new".
+void remove_leftovers(const char* folder, std::string_view name);
 
 bool make_folder(const char* path);
 

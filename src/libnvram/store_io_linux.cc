@@ -171,14 +171,18 @@ long process_number() {
     return ::getpid();
 }
 
-void remove_leftovers(const char* folder, std::string_view beginning) {
+void remove_leftovers(const char* folder, std::string_view name) {
     DIR* const names = ::opendir(folder);
     if (names == nullptr) return;
     // readdir(3) fails on a 32-bit processor if a number in an entry has 64 bits.
     while (const dirent64* const entry = ::readdir64(names)) {
-        if (!std::string_view(entry->d_name).starts_with(beginning)) continue;
+        if (std::strlen(entry->d_name) <= name.size() ||
+            std::memcmp(entry->d_name, name.data(), name.size()) != 0)
+            continue;
+        const char* const dot = entry->d_name + name.size();
+        if (*dot != '.') continue;
         char* end = nullptr;
-        const long number = std::strtol(entry->d_name + beginning.size(), &end, 10);
+        const long number = std::strtol(dot + 1, &end, 10);
         if (number <= 0 || std::strcmp(end, ".new") != 0) continue;
         // Its process may still write it, if somebody removed the lock's file.
         const bool ended = ::kill(static_cast<pid_t>(number), 0) != 0 && errno == ESRCH;

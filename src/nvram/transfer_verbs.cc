@@ -104,7 +104,7 @@ int import_verb(Store& store, const Call& call) {
     Image image;
     if (!read_settings_file(call, call.words[0], image)) return status_error;
     const CallsJudge judge(call);
-    const bool done = call.replace ? store.replace(image.entries(), judge.get())
+    const bool done = call.replace ? store.replace(image, judge.get())
                                    : store.change(image.entries(), judge.get());
     return stored(done, store, call, judge);
 }

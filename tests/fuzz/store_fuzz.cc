@@ -85,7 +85,7 @@ void import(Model& model, nvram::Store& store, const std::string& text, bool rep
     std::vector<nvram::BadLine> bad_lines;
     const nvram::Image image(text, &bad_lines);
     if (!bad_lines.empty()) return;
-    const bool stored = replace ? store.replace(image.entries()) : store.change(image.entries());
+    const bool stored = replace ? store.replace(image) : store.change(image.entries());
     expect(stored == (model.working && (replace || !model.damaged)),
            "a good image is imported into a working copy");
     if (!stored) return;

@@ -8,11 +8,9 @@
 #include "libnvram/generation.h"
 #include "libnvram/store.h"
 #include "simulated_disk.h"
+#include "store_kit.h"
 
 namespace {
-
-const nvram::Places places{
-    .working = "/tmp/nvram", .factory = "/etc/default", .flash = "/flash/nvram"};
 
 const std::string older = nvram::encode({.number = 41, .image = "a=old\nlist=x\\x01y\n"});
 const std::string newer =

@@ -144,6 +144,34 @@ TEST(Image, AppliesChanges) {
     EXPECT_EQ(image.text(), "a=\nc=3\n");
 }
 
+// The lines outside stay as they are, whatever they are.
+TEST(Image, TakesNoticeOfTheGivenLinesOnly) {
+    const std::string before = "z=1\nnonsense\n";
+    const std::string inside = "d=4\nb=\\x01\n";
+    const std::string after = "c=3\n b=9";
+    const nvram::Lines lines = {.begin = before.size(), .end = before.size() + inside.size()};
+    std::vector<nvram::BadLine> bad;
+    nvram::Image image(before + inside + after, &bad, lines);
+    EXPECT_TRUE(bad.empty());
+    ASSERT_EQ(image.entries().size(), 2U);
+    EXPECT_EQ(image.get("b"), "\x01");
+    EXPECT_FALSE(image.get("z"));
+    EXPECT_FALSE(image.get("c"));
+    EXPECT_EQ(image.text(), before + "b=\\x01\nd=4\n" + after);
+    EXPECT_TRUE(image.apply({"c", "new"}));
+    EXPECT_TRUE(image.apply({"d", nvram::no_value}));
+    EXPECT_EQ(image.text(), before + "b=\\x01\nc=new\n" + after);
+}
+
+TEST(Image, TakesNoticeOfTheFirstOrTheLastLinesOnly) {
+    nvram::Image first("a=1\nb=2\n", nullptr, {.begin = 0, .end = 4});
+    EXPECT_TRUE(first.apply({"a", nvram::no_value}));
+    EXPECT_EQ(first.text(), "b=2\n");
+    nvram::Image last("a=1\nb=2\n", nullptr, {.begin = 4, .end = 8});
+    EXPECT_TRUE(last.apply({"b", nvram::no_value}));
+    EXPECT_EQ(last.text(), "a=1\n");
+}
+
 TEST(Image, KeepsEveryByteButZero) {
     std::mt19937 random(1);
     std::uniform_int_distribution<int> byte(1, 255);

@@ -8,11 +8,9 @@
 #include "libnvram/generation.h"
 #include "libnvram/store.h"
 #include "simulated_disk.h"
+#include "store_kit.h"
 
 namespace {
-
-const nvram::Places places{
-    .working = "/tmp/nvram", .factory = "/etc/default", .flash = "/flash/nvram"};
 
 struct Outcomes {
     int old_settings = 0;

@@ -64,15 +64,19 @@ std::string key_of(int writer, int key) {
     return "w" + std::to_string(writer) + "." + std::to_string(key);
 }
 
-// Each writer goes round its own keys and sets one that all share. After each set all its keys have
-// to hold what it set last, so a set that another writer undoes is noticed before it is set again.
+// Each writer goes round its own keys and sets, each second time, one that all share. After each
+// set all its keys have to hold what it set last, so a set that another writer undoes is noticed
+// before it is set again.
 int write_many(const nvram::Places& places, int writer) {
     nvram::Store store(places);
     std::string expected[keys];
     for (int set = 0; set < sets; ++set) {
         std::string& value = expected[set % keys];
         value = std::to_string(set);
-        if (!store.change({{key_of(writer, set % keys), value}, {"shared", value}})) return 1;
+        const std::string key = key_of(writer, set % keys);
+        const bool done = set % 2 == 0 ? store.set({key, value})
+                                       : store.change({{key, value}, {"shared", value}});
+        if (!done) return 1;
         const nvram::Image* image = store.working();
         if (image == nullptr) return 2;
         for (int key = 0; key < keys; ++key)

@@ -50,7 +50,8 @@ std::vector<std::string> remains(const std::string& content) {
 // Counts the operation; false with errno set if it is the one that must fail.
 bool operation() {
     SimulatedDisk& simulated = disk();
-    if (++simulated.operations != simulated.fail_at) return true;
+    if (++simulated.operations == simulated.interrupt_at) simulated.interrupt();
+    if (simulated.operations != simulated.fail_at) return true;
     errno = simulated.fail_with;
     return false;
 }
@@ -283,15 +284,16 @@ long process_number() {
 }
 
 // All other processes have ended.
-void remove_leftovers(const char* folder, std::string_view beginning) {
+void remove_leftovers(const char* folder, std::string_view name) {
     if (!operation()) return;
+    const std::string beginning = std::string(name) + ".";
     std::vector<std::string> leftovers;
     for (const auto& [path, inode] : disk().state.names) {
         if (folder_of(path) != folder) continue;
-        const std::string name = path.substr(path.rfind('/') + 1);
-        if (!name.starts_with(beginning)) continue;
+        const std::string other = path.substr(path.rfind('/') + 1);
+        if (!other.starts_with(beginning)) continue;
         char* end = nullptr;
-        const long number = strtol(name.c_str() + beginning.size(), &end, 10);
+        const long number = strtol(other.c_str() + beginning.size(), &end, 10);
         if (number > 0 && std::string_view(end) == ".new" && number != process_number())
             leftovers.push_back(path);
     }

@@ -4,6 +4,7 @@
 #define RC_TESTS_SIMULATED_DISK_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -51,6 +52,8 @@ struct SimulatedDisk {
     int fail_with = 0;                // and sets errno to this
     bool beyond_the_clock = false;    // files' times do not fit into the clock: EOVERFLOW
     std::size_t memory = SIZE_MAX;    // larger requests fail
+    int interrupt_at = 0;             // before the operation with this number; 0: never
+    std::function<void()> interrupt;  // another program does this
     int operations = 0;               // calls so far
     int reads = 0;                    // whole files read so far
     std::size_t bytes_read = 0;       // from places in files
