@@ -9,7 +9,8 @@
 #include <span>
 
 #include "core/text.h"
-#include "plan/router/lines.h"
+#include "plan/trace/outputs.h"
+#include "plan/trace/sink_condition.h"
 #include "plan/trace/sink_lines.h"
 #include "settings/records.h"
 #include "settings/sinks.h"
@@ -20,64 +21,6 @@ namespace {
 using nvram::sink_other;
 using nvram::sink_text;
 using nvram::sink_unknown;
-
-// A choice with more words is tried with these many.
-constexpr size_t most_words = 14;
-
-// Some lines hold only texts of a MAC address's length.
-constexpr const char* other_mac = "02:11:22:33:44:77";
-
-// Letters that no line of rc's holds; short, since some fields of records are. In an address's
-// place with dots, so that a part of it is not taken for the whole.
-std::string token_of(size_t number, nvram::Form form) {
-    const std::string token = {'Q', static_cast<char>('a' + number / 26 % 26),
-                               static_cast<char>('a' + number % 26)};
-    const bool address = form == nvram::Form::Address || form == nvram::Form::Quad;
-    return address ? token + ".1.2.3" : token;
-}
-
-// Values, and whether rc still writes the line with each.
-using Samples = std::map<std::string, bool>;
-
-bool fits(const Samples& samples, const std::function<bool(const std::string&)>& holds) {
-    return std::ranges::all_of(samples, [&](const auto& s) { return holds(s.first) == s.second; });
-}
-
-// The shortest condition that tells the values apart, without the key; "" if rc writes the line
-// with each, nullopt if no condition does.
-std::optional<std::string> condition_of(const Samples& samples, nvram::Form form) {
-    const bool number = form == nvram::Form::Number;
-    const bool words_count = number || form == nvram::Form::Choice || form == nvram::Form::Flag;
-    constexpr const char* digits = "0123456789";
-    if (fits(samples, [](const std::string&) { return true; })) return "";
-    if (fits(samples, [](const std::string& v) { return !v.empty(); })) return "+";
-    if (fits(samples, [](const std::string& v) { return v.empty(); })) return "-";
-    if (number) {
-        if (fits(samples, [](const std::string& v) { return leading_int(v) != 0; })) return "#";
-        if (fits(samples, [&](const std::string& v) {
-                return contains(digits, v.substr(0, 1)) && !v.empty();
-            }))
-            return std::string("^") + digits;
-    }
-    if (!words_count) return std::nullopt;
-    std::string with;
-    std::string without;
-    std::string words;
-    for (const auto& [value, kept] : samples) {
-        if (kept) words += (words.empty() ? "" : ",") + value;
-        if (value.empty() || contains(kept ? with : without, {value.data(), 1})) continue;
-        (kept ? with : without) += value[0];
-    }
-    const auto begins = [](const std::string& set, const std::string& v) {
-        return !v.empty() && contains(set, {v.data(), 1});
-    };
-    if (fits(samples, [&](const std::string& v) { return begins(with, v); })) return "^" + with;
-    if (fits(samples, [&](const std::string& v) { return !begins(without, v); }))
-        return "!" + without;
-    const auto empty = samples.find("");
-    if (words.empty() || (empty != samples.end() && empty->second)) return std::nullopt;
-    return "=" + words;
-}
 
 // One run, played again and again.
 class Search {
@@ -135,8 +78,7 @@ class Search {
     const SinkWitness& witness_;
     World world_;
     std::string line_;
-    std::string before_ = witness_.before;
-    std::string behind_ = witness_.behind;
+    MarkedValue marked_ = witness_.marked;
     // Other settings' values, or other fields', that stand in the line.
     std::map<std::string, std::string> others_;
     std::set<std::string> variants_;
@@ -145,7 +87,7 @@ class Search {
     // Of the value, what the line holds.
     std::string carried_ = witness_.carried;
 
-    std::string value() const { return before_ + witness_.text + behind_; }
+    std::string value() const { return marked_.value(); }
 
     void replace_all(const std::string& text, const std::string& by) {
         for (size_t at = line_.find(text); at != std::string::npos;
@@ -246,39 +188,9 @@ class Search {
         return found;
     }
 
-    // In a shell's line the same program, with the same options and chains in front of the text; in
-    // a file the same name.
     bool same_use(const std::string& line) const {
-        if (witness_.shell && only_last_option_)
-            return ends_of(signature(line)) == ends_of(signature(line_));
-        if (witness_.shell) return signature(line) == signature(line_);
-        return name_of(line) == name_of(line_);
-    }
-
-    // The program, and the option before the text.
-    static std::pair<std::string, std::string> ends_of(const std::string& signature) {
-        const std::string words = signature.substr(0, signature.size() - 1);
-        return {words.substr(0, words.find(' ')), words.substr(words.rfind(' ') + 1)};
-    }
-
-    static std::string_view name_of(std::string_view line) {
-        const size_t end = line.find('=');
-        return end == std::string_view::npos ? std::string_view() : line.substr(0, end);
-    }
-
-    static std::string signature(std::string_view line) {
-        std::string result;
-        for (const std::string_view word : words_of_line(line.substr(0, line.find(sink_text)))) {
-            const bool chain =
-                word.size() > 1 && word[0] != 'Q' &&
-                word.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ_") == std::string_view::npos;
-            const bool option = word.starts_with('-') &&
-                                word.find_first_of("0123456789.") == std::string_view::npos;
-            if (!result.empty() && !chain && !option) continue;
-            result += word;
-            result += ' ';
-        }
-        return result;
+        if (!witness_.shell) return same_name(line, line_);
+        return only_last_option_ ? same_last_option(line, line_) : same_options(line, line_);
     }
 
     std::optional<std::string> line_after(const SettingChanges& changes) const {
@@ -299,28 +211,6 @@ class Search {
 
     void add_term(const std::string& name, const std::string& condition) {
         when_ += (when_.empty() ? "" : ";") + name + condition;
-    }
-
-    template <class Row>
-    static std::vector<std::string> values_of(const Row& row, const std::string& own) {
-        std::vector<std::string> values = {"", own};
-        const auto add = [&](const std::string& text) { values.push_back(text); };
-        if (row.form == nvram::Form::Flag || row.form == nvram::Form::Choice ||
-            row.form == nvram::Form::Number) {
-            for (const char* text : {"0", "1", "x"}) add(text);
-        } else
-            add("Qzz");
-        if (row.form == nvram::Form::Flag)
-            for (const char* text : {"0x", "1x"}) add(text);
-        if (row.form == nvram::Form::Address || row.form == nvram::Form::Quad)
-            for (const char* text : {"0.0.0.0", "10.20.30.40"}) add(text);
-        if (row.form == nvram::Form::Mac) add(other_mac);
-        const std::vector<std::string_view> words = nvram::words_of(row.choices);
-        for (size_t i = 0; i < std::min(words.size(), most_words); i++) {
-            add(std::string(words[i]));
-            add(std::string(words[i]) + "x");
-        }
-        return values;
     }
 
     void mark_setting(const std::string& key) {
@@ -363,7 +253,7 @@ class Search {
             return add_condition(key, {{own, true}, {"", empty.has_value()}}, nvram::Form::Text);
         }
         Samples samples;
-        for (const std::string& text : values_of(*known, own)) {
+        for (const std::string& text : values_to_try(known->form, known->choices, own)) {
             const std::optional<std::string> found = line_with(key, text);
             samples[text] = found.has_value();
             if (found) variants_.insert(*found);
@@ -381,64 +271,18 @@ class Search {
         add_condition(key, samples, known->form);
     }
 
-    // The record that holds the mark.
-    struct Entry {
-        size_t at;
-        std::string text;
-    };
-    Entry entry(const nvram::Record& record) const {
-        const std::string whole = value();
-        const size_t start = std::min<size_t>(record.ignored_prefix, whole.size());
-        size_t from = start;
-        if (record.between != '\0' && !before_.empty()) {
-            const size_t separator = before_.rfind(record.between);
-            if (separator != std::string::npos && separator + 1 > start) from = separator + 1;
-        }
-        const size_t end = record.between == '\0'
-                               ? whole.size()
-                               : std::min(whole.find(record.between, before_.size()), whole.size());
-        return {.at = from, .text = whole.substr(from, end - from)};
-    }
-
-    // Another field of the marked record: where it stands in the value; size npos if it is not
-    // there or holds the mark.
-    struct Span {
-        size_t at = 0;
-        size_t size = std::string::npos;
-    };
-    Span span_of(const nvram::KnownSetting& known, size_t index) const {
-        const Entry whole = entry(*known.record);
-        const std::vector<std::string_view> fields = split_fields(*known.record, whole.text);
-        if (index >= fields.size()) return {};
-        const size_t at = whole.at + static_cast<size_t>(fields[index].data() - whole.text.data());
-        const size_t size = fields[index].size();
-        if (at <= before_.size() && before_.size() <= at + size) return {};
-        return {.at = at, .size = size};
-    }
-
-    // The line with another text in a field of the same record; keeps the change if asked to.
-    std::optional<std::string> line_with_field(const Span& span, const std::string& text,
-                                               bool keep = false) {
-        const std::string before = before_;
-        const std::string behind = behind_;
-        if (span.at < before_.size())
-            before_.replace(span.at, span.size, text);
-        else
-            behind_.replace(span.at - before_.size() - witness_.text.size(), span.size, text);
-        std::optional<std::string> found = line_with(witness_.key, value());
-        if (keep) return found;
-        before_ = before;
-        behind_ = behind;
-        return found;
+    // The line with another text in a field of the same record.
+    std::optional<std::string> line_with_field(ValuePart field, const std::string& text) const {
+        return line_with(witness_.key, with_part(marked_, field, text).value());
     }
 
     void mark_field(const nvram::KnownSetting& known, size_t index) {
-        const Span span = span_of(known, index);
+        const ValuePart span = field_beside_mark(marked_, *known.record, index);
         if (span.size == std::string::npos) return;
         const std::string token = token_of(others_.size(), known.record->fields[index].form);
         const std::optional<std::string> marked = line_with_field(span, token);
         if (!marked || !contains(*marked, token)) return;
-        line_with_field(span, token, true);
+        marked_ = with_part(marked_, span, token);
         change_setting(world_, witness_.key, value());
         line_ = *marked;
         others_[token] = std::string(":") + known.record->fields[index].name;
@@ -447,11 +291,11 @@ class Search {
     void try_field(const nvram::KnownSetting& known, size_t index) {
         const nvram::Field& field = known.record->fields[index];
         const std::string name = std::string(":") + field.name;
-        const Span span = span_of(known, index);
+        const ValuePart span = field_beside_mark(marked_, *known.record, index);
         if (span.size == std::string::npos) return;
         const std::string own = value().substr(span.at, span.size);
         Samples samples = {{own, true}};
-        std::vector<std::string> texts = values_of(field, own);
+        std::vector<std::string> texts = values_to_try(field.form, field.choices, own);
         if (is_marked(name)) texts = {"", own};
         for (const std::string& text : texts) {
             const std::optional<std::string> found = line_with_field(span, text);
@@ -481,13 +325,13 @@ class Search {
         const nvram::KnownSetting* const known = nvram::find_known(witness_.key);
         if (known == nullptr || known->record == nullptr || known->record->between == '\0') return;
         const std::string separator(1, known->record->between);
-        const Entry whole = entry(*known->record);
-        std::string other = whole.text;
-        const size_t mark = other.find(witness_.text);
+        const ValuePart whole = record_of_mark(marked_, *known->record);
+        std::string other = value().substr(whole.at, whole.size);
+        const size_t mark = other.find(marked_.text);
         if (mark == std::string::npos) return;
-        other.replace(mark, witness_.text.size(), "Qzz");
+        other.replace(mark, marked_.text.size(), "Qzz");
         std::string first = value();
-        const std::string last = first.substr(0, whole.at + whole.text.size()) + separator + other;
+        const std::string last = first.substr(0, whole.at + whole.size) + separator + other;
         first.insert(whole.at, other + separator);
         for (const std::string& list : {first, last}) {
             const std::optional<std::string> found = line_with(witness_.key, list);
@@ -575,34 +419,6 @@ class Search {
 };
 
 }  // namespace
-
-void for_each_output(
-    const Plan& plan,
-    const std::function<void(const std::string& place, std::string_view line)>& use) {
-    std::set<std::string> written;
-    const auto use_body = [&](const std::string& path, const std::string& body) {
-        if (contains(body, std::string_view("\0", 1))) return;
-        for (const std::string_view line : body_lines(body)) use(path, line);
-    };
-    for (const Event& event : plan.after.transcript.events()) {
-        const bool file = event.verb == "write" || event.verb == "append";
-        if (file) written.insert(event.text);
-        if (event.depth > 0) continue;
-        if (event.verb == "run" || event.verb == "pipe") use("command", event.text);
-        if (file) use_body(event.text, event.body);
-    }
-    // What shell lines write.
-    for (const std::string& path : produced_files(plan))
-        if (!written.contains(path) && path != working_copy && path != flash_image)
-            use_body(path, *plan.after.world.get(path));
-}
-
-Plan play_with(const World& router, const std::vector<std::string>& words, const std::string& key,
-               const std::string& value) {
-    World world = copy_of(router);
-    change_setting(world, key, value);
-    return make_plan(world, words);
-}
 
 SinkContext context_of(const SinkWitness& witness) {
     return Search(witness).run();

@@ -4,22 +4,18 @@
 #ifndef RC_PLAN_TRACE_SINK_CONTEXT_H
 #define RC_PLAN_TRACE_SINK_CONTEXT_H
 
-#include <functional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "plan/router/plan.h"
+#include "plan/trace/marked_value.h"
 
 // A run in which a setting's marked text came out in a line.
 struct SinkWitness {
     World router;
     std::vector<std::string> words;
     std::string key;
-    // The setting's value: the marked text, and what stands around it.
-    std::string before;
-    std::string text;
-    std::string behind;
+    MarkedValue marked;
     // Of the marked value, what the line holds.
     std::string carried;
     // That is all of the value, or of the record's field.
@@ -38,15 +34,5 @@ struct SinkContext {
 };
 
 SinkContext context_of(const SinkWitness& witness);
-
-// All lines that a run itself hands to a shell or leaves in files: use(place, line). What nested
-// runs do is theirs. Binary files have no lines.
-void for_each_output(
-    const Plan& plan,
-    const std::function<void(const std::string& place, std::string_view line)>& use);
-
-// The run with one setting's value changed.
-Plan play_with(const World& router, const std::vector<std::string>& words, const std::string& key,
-               const std::string& value);
 
 #endif

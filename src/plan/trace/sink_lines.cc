@@ -135,3 +135,37 @@ std::string generalised(std::string_view line, std::string_view other) {
            std::string(line.substr(place, end - place)) +
            generalised_part(line.substr(end), other.substr(end_of_other));
 }
+
+// The program, and the options and chains in front of the text.
+static std::vector<std::string_view> options_of(std::string_view line) {
+    constexpr const char* capitals = "ABCDEFGHIJKLMNOPQRSTUVWXYZ_";
+    std::vector<std::string_view> options;
+    for (const std::string_view word : words_of_line(line.substr(0, line.find(sink_text)))) {
+        const bool chain = word.size() > 1 && word[0] != 'Q' &&
+                           word.find_first_not_of(capitals) == std::string_view::npos;
+        const bool option =
+            word.starts_with('-') && word.find_first_of("0123456789.") == std::string_view::npos;
+        if (options.empty() || chain || option) options.push_back(word);
+    }
+    return options;
+}
+
+bool same_options(std::string_view one, std::string_view other) {
+    return options_of(one) == options_of(other);
+}
+
+bool same_last_option(std::string_view one, std::string_view other) {
+    const std::vector<std::string_view> options = options_of(one);
+    const std::vector<std::string_view> others = options_of(other);
+    if (options.empty() || others.empty()) return options.empty() == others.empty();
+    return options.front() == others.front() && options.back() == others.back();
+}
+
+static std::string_view name_of(std::string_view line) {
+    const size_t end = line.find('=');
+    return end == std::string_view::npos ? std::string_view() : line.substr(0, end);
+}
+
+bool same_name(std::string_view one, std::string_view other) {
+    return name_of(one) == name_of(other);
+}

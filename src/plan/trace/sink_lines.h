@@ -20,6 +20,14 @@ bool is_line_of(std::string_view sink_line, std::string_view text, std::string_v
 // The longer the beginning and the end that two texts share, the more alike they are.
 size_t likeness(std::string_view one, std::string_view other);
 
+// Whether two lines of a shell use the text alike: the same program, with the same options and
+// chains in front of the text; or the same program, and the same option just before it.
+bool same_options(std::string_view one, std::string_view other);
+bool same_last_option(std::string_view one, std::string_view other);
+
+// The same of two lines of a file that are NAME=VALUE.
+bool same_name(std::string_view one, std::string_view other);
+
 std::vector<std::string_view> words_of_line(std::string_view text);
 
 #endif

@@ -10,6 +10,7 @@
 #include "core/text.h"
 #include "plan/router/lines.h"
 #include "plan/router/shell_script.h"
+#include "plan/trace/outputs.h"
 #include "plan/trace/sink_context.h"
 #include "settings/records.h"
 #include "settings/table.h"
@@ -352,9 +353,7 @@ std::vector<FoundSink> SinkSearch::found() const {
         const SinkContext context = context_of({.router = place.router,
                                                 .words = place.words,
                                                 .key = place.sink.key,
-                                                .before = place.mark.before,
-                                                .text = place.mark.text,
-                                                .behind = place.mark.behind,
+                                                .marked = place.mark,
                                                 .carried = place.carried,
                                                 .whole = is_whole(place),
                                                 .place = place.sink.place,

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "plan/router/plan.h"
+#include "plan/trace/marked_value.h"
 #include "settings/sinks.h"
 
 struct FoundSink {
@@ -52,15 +53,9 @@ class SinkSearch {
     const std::map<std::string, std::set<std::string>>& uses() const { return uses_; }
 
   private:
-    // A value with a marked part.
-    struct Mark {
-        std::string before;
-        std::string text;
-        std::string behind;
-        // The field of a record that the text is a part of, marked.
+    // The field of a record that the text is a part of, marked.
+    struct Mark : MarkedValue {
         std::string field;
-
-        std::string value() const { return before + text + behind; }
     };
     // One play with a marked value, stored so that it can be played again.
     struct Trial {
