@@ -97,19 +97,24 @@ int get_verb(Store& store, const Call& call) {
     return status_done;
 }
 
-int set_verb(Store& store, const Call& call) {
+// Each word is KEY=VALUE, or the KEY of a setting to remove.
+static int change_settings(Store& store, const Call& call, bool with_values) {
     std::vector<Entry> changes;
     for (const std::string_view word : call.words) {
-        const std::size_t equals = word.find('=');
-        if (equals == std::string_view::npos) {
-            std::fprintf(stderr, "nvram: set: '%s' is not KEY=VALUE\n", printable(word).c_str());
-            return status_error;
+        Entry entry{word, no_value};
+        if (with_values) {
+            const std::size_t equals = word.find('=');
+            if (equals == std::string_view::npos) {
+                std::fprintf(stderr, "nvram: set: '%s' is not KEY=VALUE\n",
+                             printable(word).c_str());
+                return status_error;
+            }
+            entry = {word.substr(0, equals), word.substr(equals + 1)};
         }
-        const Entry entry{word.substr(0, equals), word.substr(equals + 1)};
         if (!check_key(call, entry.key)) return status_error;
         if (entry.value.size() > value_limit) {
             std::fprintf(stderr, "nvram: set: %.*s: value has %zu bytes; the limit is 65536\n",
-                         static_cast<int>(equals), word.data(), entry.value.size());
+                         static_cast<int>(entry.key.size()), entry.key.data(), entry.value.size());
             return status_error;
         }
         changes.push_back(entry);
@@ -117,14 +122,12 @@ int set_verb(Store& store, const Call& call) {
     return store.change(changes) ? status_done : store_error(store, call);
 }
 
+int set_verb(Store& store, const Call& call) {
+    return change_settings(store, call, true);
+}
+
 int unset_verb(Store& store, const Call& call) {
-    std::vector<Entry> changes;
-    for (const std::string_view key : call.words) {
-        if (!check_key(call, key)) return status_error;
-        const Entry removal{key, no_value};
-        changes.push_back(removal);
-    }
-    return store.change(changes) ? status_done : store_error(store, call);
+    return change_settings(store, call, false);
 }
 
 int show_verb(Store& store, const Call& call) {
