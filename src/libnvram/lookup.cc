@@ -1,6 +1,7 @@
 // The look-up of one key in a sorted image: bisection over the lines of the file.
 #include "libnvram/lookup.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -18,19 +19,20 @@ static const char* after(const char* text, const char* end, char character) {
     return found != nullptr ? static_cast<const char*>(found) + 1 : end;
 }
 
-// The bytes of a text of this size from a place on, at most a window, are those that the function
-// gives.
-template <typename BytesFrom>
-static Lines bisect(std::string_view key, std::size_t size, const BytesFrom& bytes_from) {
+// The image of this size is the text or, if that is nullptr, in the file.
+static Lines bisect(std::string_view key, std::size_t size, const char* text, int file) {
     std::size_t low = 0;  // both are beginnings of lines
     std::size_t high = size;
     while (high - low > window) {
         const std::size_t middle = low + (high - low) / 2;
-        const std::string_view bytes = bytes_from(middle);
-        const char* const end = bytes.data() + bytes.size();
-        const char* const line = after(bytes.data(), end, '\n');
+        char read[window];
+        const char* const bytes = text != nullptr ? text + middle : read;
+        const std::size_t count = text != nullptr ? std::min(window, size - middle)
+                                                  : io::read_at(file, middle, read, window);
+        const char* const end = bytes + count;
+        const char* const line = after(bytes, end, '\n');
         const char* const value = after(line, end, '=');
-        const std::size_t beginning = middle + static_cast<std::size_t>(line - bytes.data());
+        const std::size_t beginning = middle + static_cast<std::size_t>(line - bytes);
         if (value == end || beginning >= high) break;
         const std::string_view seen(line, static_cast<std::size_t>(value - 1 - line));
         (seen.compare(key) <= 0 ? low : high) = beginning;
@@ -39,16 +41,13 @@ static Lines bisect(std::string_view key, std::size_t size, const BytesFrom& byt
 }
 
 Lines find_lines_around(std::string_view key, std::string_view text) {
-    return bisect(key, text.size(), [&](std::size_t place) { return text.substr(place, window); });
+    return bisect(key, text.size(), text.data(), -1);
 }
 
 bool read_lines_around(std::string_view key, int file, std::string& text) {
     const std::size_t size = io::marked_size(file);
     if (size == 0) return false;
-    char bytes[window];
-    const Lines lines = bisect(key, size, [&](std::size_t place) {
-        return std::string_view(bytes, io::read_at(file, place, bytes, window));
-    });
+    const Lines lines = bisect(key, size, nullptr, file);
     text.resize(lines.end - lines.begin);
     return io::read_at(file, lines.begin, text.data(), text.size()) == text.size();
 }
