@@ -7,18 +7,27 @@
 
 namespace nvram {
 
-// CRC-32 as in zlib (reflected, polynomial 0x04c11db7). The table is computed at run time, because
-// flash is scarcer than time; without it, a commit takes four times as long.
+// CRC-32 as in zlib (reflected, polynomial 0x04c11db7), two bytes at a time: half of a commit's
+// time went into one at a time. The tables, of a byte and of a byte that another follows, are
+// computed at run time, because flash is scarcer than time.
 static std::uint32_t crc32(std::uint32_t crc, std::string_view bytes) {
-    static std::uint32_t table[256];
-    for (std::uint32_t byte = 0; table[255] == 0; ++byte) {
+    static std::uint32_t tables[2][256];
+    for (std::uint32_t byte = 0; tables[1][255] == 0; ++byte) {
         std::uint32_t rest = byte;
-        for (int bit = 0; bit < 8; ++bit) rest = (rest >> 1) ^ ((rest & 1) * 0xedb88320U);
-        table[byte] = rest;
+        for (auto& table : tables) {
+            for (int bit = 0; bit < 8; ++bit) rest = (rest >> 1) ^ ((rest & 1) * 0xedb88320U);
+            table[byte] = rest;
+        }
     }
     crc = ~crc;
-    for (const char c : bytes)
-        crc = (crc >> 8) ^ table[(crc ^ static_cast<unsigned char>(c)) & 0xff];
+    const char* next = bytes.data();
+    const char* const end = next + bytes.size();
+    for (; end - next >= 2; next += 2) {
+        crc ^= static_cast<unsigned char>(next[0]) |
+               static_cast<std::uint32_t>(static_cast<unsigned char>(next[1])) << 8;
+        crc = (crc >> 16) ^ tables[1][crc & 0xff] ^ tables[0][crc >> 8 & 0xff];
+    }
+    if (next != end) crc = (crc >> 8) ^ tables[0][(crc ^ static_cast<unsigned char>(*next)) & 0xff];
     return ~crc;
 }
 

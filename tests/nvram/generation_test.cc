@@ -9,9 +9,16 @@
 namespace {
 
 TEST(Generation, HasTheseBytes) {
-    // The checksum is zlib's crc32 of "nvram 1 generation=7 length=4 " followed by "a=1\n".
+    // The checksum is zlib's crc32 of the header up to there, followed by the image; of both, even
+    // and odd lengths.
     EXPECT_EQ(nvram::encode({.number = 7, .image = "a=1\n"}),
               "nvram 1 generation=7 length=4 crc32=41927f6a\na=1\n");
+    EXPECT_EQ(nvram::encode({.number = 7, .image = "a=12\n"}),
+              "nvram 1 generation=7 length=5 crc32=2e19abe5\na=12\n");
+    EXPECT_EQ(nvram::encode({.number = 10, .image = "a=1\n"}),
+              "nvram 1 generation=10 length=4 crc32=2990b873\na=1\n");
+    EXPECT_EQ(nvram::encode({.number = 10, .image = "a=12\n"}),
+              "nvram 1 generation=10 length=5 crc32=4a1a01e2\na=12\n");
 }
 
 TEST(Generation, ComesBack) {
