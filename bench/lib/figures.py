@@ -65,7 +65,8 @@ def store_section(build):
         cells = " | ".join(f"{1e9 / each:,.0f} a second" for each in taken)
         lines.append(f"| {words} | {cells} | {taken[2] / taken[1]:.1f} times the time |")
     lines += ["", "A first get reads only the lines around the key's, as long as nobody has edited the working copy by hand; the"
-              " next one reads all of it. A set and a commit read and write all of it. A commit waits for the disk under /tmp."]
+              " next one reads all of it. A set by a program looks only at those lines too, and copies the others as they are;"
+              " the command `nvram set` and a commit take up each line. A commit waits for the disk under /tmp."]
     return lines, {name: times[name, KEYS[2]] / times[name, KEYS[1]] for name in ("first_get", "set", "commit")}
 
 

@@ -122,7 +122,7 @@ void SinkSearch::play_marked(const World& stated, const std::vector<std::string>
         Trial trial = {.router = &router,
                        .words = &words,
                        .key = input.name,
-                       .mark = {"", std::string(marker), "", ""},
+                       .mark = {{.before = "", .text = std::string(marker), .behind = ""}, ""},
                        .field = ""};
         const std::string value = value_of_input(plan.before, input).value_or("");
         const nvram::KnownSetting* known = nvram::find_known(input.name);
