@@ -48,7 +48,7 @@ class Store {
     // it has bad_lines(), which the write would drop; ECANCELED: refused.
     bool change(std::span<const Entry> changes, const Judge* judge = nullptr);
     bool change(std::initializer_list<Entry> changes, const Judge* judge = nullptr) {
-        return change(std::span(changes.begin(), changes.size()), judge);
+        return change(std::span<const Entry>(changes.begin(), changes.size()), judge);
     }
 
     // The same for one change, without looking at more lines than those around the key's if the

@@ -13,7 +13,7 @@ std::string first_value(std::string_view key) {
 }
 
 TEST(LookUp, TheFirstLookUpReadsOnlyTheLinesAroundTheKey) {
-    fill();
+    fill(10000);
     const int whole = disk().reads;
     for (int i = 0; i < 10000; i += 37) {
         disk().bytes_read = 0;
@@ -27,7 +27,7 @@ TEST(LookUp, TheFirstLookUpReadsOnlyTheLinesAroundTheKey) {
 }
 
 TEST(LookUp, TheSecondLookUpReadsTheWholeImage) {
-    fill();
+    fill(10000);
     nvram::Store store(places);
     const int whole = disk().reads;
     EXPECT_EQ(store.working_around("key_7")->get("key_7"), "49");
@@ -52,7 +52,7 @@ TEST(LookUp, TheFirstLookUpFindsLongLinesAndTheirNeighbours) {
 
 // Whoever edits the working copy by hand need not sort it; the last line of a key counts.
 TEST(LookUp, TheFirstLookUpTrustsOnlyWhatTheStoreWrote) {
-    fill();
+    fill(10000);
     std::string text = working();
     disk().rewrite_in_place("/tmp/nvram", text + "key_7=by hand\n");
     EXPECT_EQ(first_value("key_7"), "by hand");
@@ -64,7 +64,7 @@ TEST(LookUp, TheFirstLookUpTrustsOnlyWhatTheStoreWrote) {
 }
 
 TEST(LookUp, TheFirstLookUpReadsTheWholeImageIfAPartCannotBeRead) {
-    fill();
+    fill(10000);
     // The last failure is after the last call.
     for (int at = 1; at < 20; ++at) {
         disk().fail_at = disk().operations + at;

@@ -38,12 +38,12 @@ inline std::string setting(int number) {
     return "key_" + std::to_string(number);
 }
 
-// A new disk whose working copy has ten thousand settings, written by the store: the square of each
+// A new disk whose working copy has so many settings, written by the store: the square of each
 // number.
-inline void fill() {
+inline void fill(int count) {
     SimulatedDisk::reset().state.place("/tmp/nvram", "");
     std::string text;
-    for (int i = 0; i < 10000; ++i) text += setting(i) + "=" + std::to_string(i * i) + "\n";
+    for (int i = 0; i < count; ++i) text += setting(i) + "=" + std::to_string(i * i) + "\n";
     nvram::Store store(places);
     ASSERT_TRUE(store.replace(nvram::Image(text)));
 }
