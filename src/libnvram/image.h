@@ -31,7 +31,7 @@ struct BadLine {
 // 1 to 127 of A-Z a-z 0-9 _ - and '.'.
 bool valid_key(std::string_view key);
 
-// Whole lines of a text: the bytes from begin up to end, or all if begin is end.
+// Whole lines of a text: the bytes from begin up to end, or all if both are 0.
 struct Lines {
     std::size_t begin = 0;
     std::size_t end = 0;
@@ -47,6 +47,7 @@ class Image {
     explicit Image(const std::string& text, std::vector<BadLine>* bad_lines = nullptr)
         : Image(std::string(text), bad_lines) {}
 
+    // An image that was moved away may only be destroyed or assigned to.
     Image(Image&&) = default;
     Image& operator=(Image&&) = default;
 

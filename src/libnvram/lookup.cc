@@ -1,4 +1,4 @@
-// The look-up of one key in a sorted image: bisection over the lines of the file.
+// The look-up of one key in a sorted image: bisection over its lines.
 #include "libnvram/lookup.h"
 
 #include <algorithm>
@@ -49,7 +49,9 @@ bool read_lines_around(std::string_view key, int file, std::string& text) {
     if (size == 0) return false;
     const Lines lines = bisect(key, size, nullptr, file);
     text.resize(lines.end - lines.begin);
-    return io::read_at(file, lines.begin, text.data(), text.size()) == text.size();
+    // With the mark still there, nobody has written meanwhile.
+    return io::read_at(file, lines.begin, text.data(), text.size()) == text.size() &&
+           io::marked_size(file) == size;
 }
 
 }  // namespace nvram

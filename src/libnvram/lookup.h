@@ -1,4 +1,4 @@
-// The look-up of one key in a sorted image without reading the rest of it.
+// The look-up of one key in a sorted image without going through the rest of it.
 #ifndef RC_LIBNVRAM_LOOKUP_H
 #define RC_LIBNVRAM_LOOKUP_H
 
@@ -9,7 +9,8 @@
 
 namespace nvram {
 
-// A few lines of an image that is sorted, among which the key's line is, or would be.
+// Lines of an image that is sorted, among which the key's line is, or would be: few, unless a line
+// in their middle is very long.
 Lines find_lines_around(std::string_view key, std::string_view text);
 
 // Reads these lines of the open file. False if it is not marked as sorted (io::mark_sorted) or

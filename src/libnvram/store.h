@@ -94,7 +94,8 @@ class Store {
     const Places& places() const { return places_; }
     const std::string& failed_path() const { return failed_path_; }
 
-    // The lines of the working copy that the last change or commit could not read.
+    // The lines of the working copy that the last change, set or commit could not read. A set that
+    // looked at few lines counts from the first of these.
     const std::vector<BadLine>& bad_lines() const { return bad_lines_; }
 
     // The last commit has replaced the older generation; if it failed nevertheless, a power cut may

@@ -20,7 +20,12 @@ namespace {
 constexpr const char* working_path = "/tmp/nvram";
 constexpr const char* export_path = "/tmp/saved.txt";
 constexpr const char* slots[] = {"/flash/nvram.a", "/flash/nvram.b"};
-constexpr const char* factory_settings = "lan_if=br0\nlan_ipaddr=192.168.1.1\nwan_mode=dhcpc\n";
+// More than a first look-up and a set look at.
+const std::string factory_settings = [] {
+    std::string text = "lan_if=br0\nlan_ipaddr=192.168.1.1\nwan_mode=dhcpc\n";
+    for (int i = 0; i < 300; ++i) text += "setting_" + std::to_string(i) + "=x\n";
+    return text;
+}();
 
 // The expected settings.
 struct Model {

@@ -1,9 +1,12 @@
 // libnvram.so as other programs use it: loaded by dlopen, six functions, ownership as in C.
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstdlib>
+#include <ctime>
 #include <memory>
 
 #include "temporary_folder.h"
@@ -159,6 +162,26 @@ TEST_F(Library, FindsAKeyAtItsFirstLookUp) {
     folder.append("tmp/nvram", "key1=by hand\n");
     open_new();
     EXPECT_STREQ(get("key1"), "by hand");
+}
+
+// The lines far away, which the store would not have written, are copied as they are.
+TEST_F(Library, ASetLooksOnlyAtTheLinesAroundItsKey) {
+    std::string before = "nonsense\n";
+    std::string behind;
+    for (int i = 1000; i < 6000; ++i)
+        if (i != 3000) (i < 3000 ? before : behind) += "key" + std::to_string(i) + "=v\n";
+    const std::string text = before + "key3000=v\n" + behind;
+    // Each time anew, in case that a second ends before the file has its times.
+    int result = -1;
+    for (int i = 0; i < 100 && result != 0; ++i) {
+        folder.write("tmp/nvram", text);
+        const timespec mark = {.tv_sec = time(nullptr), .tv_nsec = static_cast<long>(text.size())};
+        const timespec times[] = {mark, mark};
+        ASSERT_EQ(utimensat(AT_FDCWD, (folder / "tmp/nvram").c_str(), times, 0), 0);
+        result = set("key3000", "new");
+    }
+    EXPECT_EQ(result, 0);
+    EXPECT_EQ(folder.read("tmp/nvram"), before + "key3000=new\n" + behind);
 }
 
 TEST_F(Library, SeesWhatOthersWrite) {

@@ -75,4 +75,19 @@ TEST(LookUp, TheFirstLookUpReadsTheWholeImageIfAPartCannotBeRead) {
     disk().fail_at = 0;
 }
 
+// Another program, which takes no lock, writes the same keys unsorted between any two calls.
+TEST(LookUp, FindsAKeyWhileSomebodyWrites) {
+    bool ended = false;
+    for (int at = 1; !ended; ++at) {
+        fill(1000);
+        std::string unsorted;
+        for (int i = 999; i >= 0; --i) unsorted += setting(i) + "=other\n";
+        disk().interrupt_at = disk().operations + at;
+        disk().interrupt = [&] { disk().rewrite_in_place("/tmp/nvram", unsorted); };
+        const std::string found = first_value("key_100");
+        EXPECT_TRUE(found == "10000" || found == "other") << at << ": " << found;
+        ended = disk().operations < disk().interrupt_at;
+    }
+}
+
 }  // namespace

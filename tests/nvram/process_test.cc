@@ -58,7 +58,7 @@ mode_t mode_of(const std::string& path) {
 
 constexpr int writers = 8;
 constexpr int sets = 500;
-constexpr int keys = 25;
+constexpr int keys = 50;  // of all writers more than a set looks at
 
 std::string key_of(int writer, int key) {
     return "w" + std::to_string(writer) + "." + std::to_string(key);

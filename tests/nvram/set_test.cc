@@ -156,6 +156,7 @@ TEST(Set, RefusesWhatAChangeRefuses) {
     disk().state.names.erase("/tmp/nvram");
     EXPECT_FALSE(store.set({"a", "1"}));
     EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(store.failed_path(), "/tmp/nvram");
 }
 
 // Another program, which takes no lock, writes a shorter or a longer text between any two calls of
@@ -197,21 +198,26 @@ TEST(Set, LeavesAllAsItWasOrDoesWithoutTheCallThatFails) {
     fill(1000);
     const std::string before = working();
     expected["key_471"] = "new";
-    int failures = 0;
+    std::vector<std::string> failed;
     for (int call = 1;; ++call) {
         fill(1000);
         nvram::Store store(places);
         disk().fail_at = disk().operations + call;
         disk().fail_with = EIO;
         const bool succeeded = store.set({"key_471", "new"});
-        failures += !succeeded;
+        if (!succeeded) {
+            EXPECT_EQ(errno, EIO) << call;
+            failed.push_back(store.failed_path());
+        }
         EXPECT_EQ(working(), succeeded ? text_of(expected) : before) << call;
         EXPECT_FALSE(any_temporary_file());
         EXPECT_EQ(disk().open_files(), 0);
         if (disk().operations < disk().fail_at) break;
     }
     // Both locks, open, read; create, write, rename.
-    EXPECT_EQ(failures, 7);
+    EXPECT_EQ(failed,
+              (std::vector<std::string>{"/tmp/nvram.lock", "/tmp/nvram", "/tmp/nvram", "/tmp/nvram",
+                                        "/tmp/nvram", "/tmp/nvram", "/tmp/nvram"}));
 }
 
 }  // namespace

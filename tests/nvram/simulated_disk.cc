@@ -219,6 +219,7 @@ bool write_all(int file, std::string_view text) {
     inode.content += whole ? text : text.substr(0, text.size() / 2);
     inode.on_disk_is_current = false;
     inode.written_at = ++now;
+    inode.marked = false;
     done();
     return whole;
 }
