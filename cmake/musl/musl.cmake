@@ -31,8 +31,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 
 # The start files, loader and C headers are musl's.
 set(c_flags "-specs=${musl_root}/usr/lib/${musl_tuple}/musl-gcc.specs")
-# The specs that GCC reads for musl remove the C++ headers together with glibc's, so they are given again. Ours stand before
-# them.
+# GCC's file of options for musl removes the C++ headers together with glibc's, so they are given again. Ours stand before them.
 list(PREPEND cxx_headers ${CMAKE_CURRENT_LIST_DIR}/include)
 list(TRANSFORM cxx_headers PREPEND "-isystem " OUTPUT_VARIABLE cxx_flags)
 list(JOIN cxx_flags " " cxx_flags)

@@ -2,9 +2,12 @@
 
 #include "plan/trace/sink_condition.h"
 
+#include <algorithm>
 #include <functional>
+#include <string_view>
 
 #include "core/text.h"
+#include "settings/records.h"
 
 std::string token_of(size_t number, nvram::Form form) {
     const std::string token = {'Q', static_cast<char>('a' + number / 26 % 26),

@@ -3,14 +3,11 @@
 #ifndef RC_PLAN_TRACE_SINK_CONDITION_H
 #define RC_PLAN_TRACE_SINK_CONDITION_H
 
-#include <algorithm>
 #include <map>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "settings/records.h"
 #include "settings/table.h"
 
 // A choice with more words is tried with these many.

@@ -53,8 +53,8 @@ class SinkSearch {
     const std::map<std::string, std::set<std::string>>& uses() const { return uses_; }
 
   private:
-    // The field of a record that the text is a part of, marked.
     struct Mark : MarkedValue {
+        // The field of a record that the text is a part of, marked.
         std::string field;
     };
     // One play with a marked value, stored so that it can be played again.
